@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+
+namespace Ostrel {
+
+/// The right to run module code: one per process, handed on in the order of asking.
+///
+/// Handlers and tasks run one at a time because each holds the turn while it runs. The
+/// module's own rules about threads can stay simple for that reason. A task gives the turn
+/// up while it sleeps; handlers of an interface that only reads run without it.
+///
+/// The turn is not recursive: a thread that holds it must not take it again.
+class OSTREL_API Turn {
+public:
+    /// Waits for the turn, behind everybody who asked before.
+    static void take();
+
+    /// Takes the turn if nobody holds it or waits for it; returns whether it did.
+    static bool tryTake();
+
+    /// Hands the turn on.
+    static void give();
+
+    /// How many wait for the turn now.
+    static unsigned countWaiting();
+
+    /// Holds the turn for one scope.
+    class Hold {
+    public:
+        Hold() { take(); }
+        ~Hold() { give(); }
+
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+    };
+};
+
+} // namespace Ostrel

@@ -1,0 +1,134 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+#include "Ostrel/serialization/SerialObject.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace Ostrel {
+
+/// Stands for the connection that a call came by; it lives as long as the connection does.
+/// Keep a weak pointer to learn that the connection has closed.
+struct RPCPeer {};
+
+/// The objects that an RPC conversation is made of. Each of the last four turns itself into
+/// the text that travels.
+class OSTREL_API IRPC {
+public:
+    /// A call that waits for its reply.
+    class OSTREL_API RPCSynchronousMethodObject {
+    public:
+        /// @param id            the request's id as JSON text; empty when nobody wants a reply
+        /// @param parameters    the params as the text of a JSON object
+        /// @param replyLimit    bytes; a longer reply is refused while it is built
+        RPCSynchronousMethodObject(std::string interfaceName, std::string methodName, std::string id,
+                                   std::string parameters, std::shared_ptr<RPCPeer> peer = nullptr,
+                                   std::size_t replyLimit = static_cast<std::size_t>(-1));
+
+        const std::string& getInterfaceName() const { return interfaceName_; }
+        const std::string& getMethodName() const { return methodName_; }
+        const std::string& getId() const { return id_; }
+        const std::string& getParameters() const { return parameters_; }
+        std::size_t getReplyLimit() const { return replyLimit_; }
+
+        /// Whether the client waits for a reply.
+        bool wantsReply() const { return !id_.empty(); }
+
+        /// The connection that the call came by; null when it came by none.
+        const std::shared_ptr<RPCPeer>& getPeer() const { return peer_; }
+
+    private:
+        std::string interfaceName_;
+        std::string methodName_;
+        std::string id_;
+        std::string parameters_;
+        std::shared_ptr<RPCPeer> peer_;
+        std::size_t replyLimit_;
+    };
+
+    /// The reply of a call that gives a value. Refers to both arguments.
+    class OSTREL_API RPCResultObject {
+    public:
+        RPCResultObject(const RPCSynchronousMethodObject& method, const SerialObject& value)
+            : method_(method), value_(value) {}
+
+        /// @returns the reply's text; empty when the client wants none
+        /// @throws TextTooLarge  the reply would be over the method's limit
+        std::string serialize() const;
+
+    private:
+        const RPCSynchronousMethodObject& method_;
+        const SerialObject& value_;
+    };
+
+    /// The reply of a call that gives no value. Refers to its argument.
+    class OSTREL_API RPCReturnObject {
+    public:
+        explicit RPCReturnObject(const RPCSynchronousMethodObject& method) : method_(method) {}
+
+        /// @returns the reply's text; empty when the client wants none
+        std::string serialize() const;
+
+    private:
+        const RPCSynchronousMethodObject& method_;
+    };
+
+    /// JSON-RPC error codes that the platform gives.
+    enum ErrorCode {
+        ParseError = -32700,
+        InvalidRequest = -32600,
+        MethodNotFound = -32601,
+        InvalidParams = -32602,
+        InternalError = -32603,
+        HandlerError = -32000,
+        ReplyTooLarge = -32001,
+    };
+
+    /// The reply of a call that failed.
+    class OSTREL_API RPCErrorObject {
+    public:
+        /// Made by a handler, in its catch clause: the exception being handled, if there is one,
+        /// decides the code. A decoder's refusal is InvalidParams, a reply over its limit
+        /// ReplyTooLarge, everything else HandlerError with the result code that the message
+        /// stands for.
+        RPCErrorObject(const RPCSynchronousMethodObject& method, const std::string& message);
+
+        /// Made by the platform.
+        /// @param id  as JSON text
+        RPCErrorObject(std::string id, ErrorCode code, std::string message);
+
+        /// Made by the platform in a catch clause, when an exception has left the handler.
+        static RPCErrorObject forEscaped(const RPCSynchronousMethodObject& method);
+
+        /// @returns the reply's text; empty when the client wants none
+        std::string serialize() const;
+
+    private:
+        void classify();
+
+        std::string id_;
+        ErrorCode code_;
+        std::string message_;
+        std::string member_; ///< of a decoder's refusal
+        bool decodeError_ = false;
+    };
+
+    /// A message that no one has asked for and no one answers.
+    class OSTREL_API RPCNotificationObject {
+    public:
+        /// @param name     interface and operation, for example "ITVConfig::onScanStart"
+        /// @param payload  the members, as the text of a JSON object
+        RPCNotificationObject(const std::string& name, const std::string& payload)
+            : name_(name), payload_(payload) {}
+
+        std::string serialize() const;
+
+    private:
+        const std::string& name_;
+        const std::string& payload_;
+    };
+};
+
+} // namespace Ostrel

@@ -1,0 +1,209 @@
+#include "Ostrel/rpc/RPCMessage.h"
+
+#include "Ostrel/serialization/DecodeError.h"
+#include "Ostrel/serialization/Json.h"
+
+#include <boost/json.hpp>
+
+#include <optional>
+#include <utility>
+
+namespace Ostrel {
+
+namespace json = boost::json;
+
+namespace {
+
+constexpr const char* outOfMemory =
+    R"({"jsonrpc":"2.0","id":null,"error":{"code":-32603,"message":"Out of memory","data":{"returnCode":3,"name":"OutOfMemory"}}})";
+
+std::string_view view(const json::string& text) {
+    return {text.data(), text.size()};
+}
+
+std::string error(std::string id, IRPC::ErrorCode code, std::string message) {
+    return IRPC::RPCErrorObject(std::move(id), code, std::move(message)).serialize();
+}
+
+} // namespace
+
+/// What one request of the message asks for.
+struct RPCMessage::Request {
+    std::string refusal; ///< why it is no JSON-RPC 2.0 request; empty when it is one
+    std::string id; ///< as JSON text; empty when no reply is wanted
+    std::string_view interfaceName;
+    std::string_view methodName;
+    const json::value* params = nullptr; ///< null when there are none
+};
+
+class RPCMessage::Parts {
+public:
+    Parts(std::string_view text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits)
+        : server_(server), peer_(std::move(peer)), limits_(limits) {
+        // Room for the reply that is given when there is none left.
+        reply_.reserve(std::string_view(outOfMemory).size());
+        try {
+            read(text);
+        } catch (...) {
+            giveUp();
+        }
+    }
+
+    bool isDone() const noexcept { return next_ == count_; }
+
+    bool needsTurn() const noexcept {
+        return request_.refusal.empty() && !server_.isReadOnly(request_.interfaceName);
+    }
+
+    void step() noexcept {
+        try {
+            add(carryOut());
+            if (++next_ < count_)
+                request_ = examine(batch_->at(next_));
+            else if (batch_ != nullptr && !reply_.empty())
+                reply_ += ']';
+        } catch (...) {
+            giveUp();
+        }
+    }
+
+    std::string takeReply() { return std::move(reply_); }
+
+private:
+    void read(std::string_view text) {
+        boost::system::error_code failure;
+        const auto& document = document_.emplace(parseJson(text, &memory_, failure));
+        if (failure) {
+            reply_ = error("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
+        } else if (const auto* batch = document.if_array(); batch == nullptr) {
+            count_ = 1;
+            request_ = examine(document);
+        } else if (batch->empty() || batch->size() > limits_.batch) {
+            reply_ = error("null", IRPC::InvalidRequest,
+                           batch->empty()
+                               ? "the batch is empty"
+                               : "the batch has more than " + std::to_string(limits_.batch) + " messages");
+        } else {
+            batch_ = batch;
+            count_ = batch->size();
+            request_ = examine(batch->front());
+        }
+    }
+
+    static Request examine(const json::value& value) {
+        Request request;
+        const auto* object = value.if_object();
+        if (object == nullptr) {
+            request.id = "null";
+            request.refusal = "the message is not a JSON object";
+            return request;
+        }
+
+        const auto* id = object->if_contains("id");
+        const bool idFits = id == nullptr || id->is_number() || id->is_string() || id->is_null();
+        if (id != nullptr)
+            request.id = idFits ? json::serialize(*id) : "null";
+
+        const auto* version = object->if_contains("jsonrpc");
+        const auto* method = object->if_contains("method");
+        request.params = object->if_contains("params");
+        if (!idFits)
+            request.refusal = "member \"id\" is not a number, a string or null";
+        else if (version == nullptr || !version->is_string() || view(version->get_string()) != "2.0")
+            request.refusal = "member \"jsonrpc\" is not \"2.0\"";
+        else if (method == nullptr || !method->is_string())
+            request.refusal = "member \"method\" is not a string";
+        else if (request.params != nullptr && !request.params->is_structured())
+            request.refusal = "member \"params\" is not an object";
+        if (!request.refusal.empty()) {
+            // What is no request cannot ask for silence either.
+            if (request.id.empty())
+                request.id = "null";
+            return request;
+        }
+
+        const auto name = view(method->get_string());
+        const auto colons = name.find("::");
+        if (colons == std::string_view::npos) {
+            request.methodName = name;
+        } else {
+            request.interfaceName = name.substr(0, colons);
+            request.methodName = name.substr(colons + 2);
+        }
+        return request;
+    }
+
+    std::string carryOut() {
+        if (!request_.refusal.empty())
+            return error(request_.id, IRPC::InvalidRequest, request_.refusal);
+        if (request_.params != nullptr && request_.params->is_array())
+            return refuseList();
+        const auto budget = limits_.reply > reply_.size() ? limits_.reply - reply_.size() : 0;
+        return server_.handleRPCSynchronousMethod(IRPC::RPCSynchronousMethodObject(
+            std::string(request_.interfaceName), std::string(request_.methodName), std::move(request_.id),
+            request_.params == nullptr ? "{}" : json::serialize(*request_.params), peer_, budget));
+    }
+
+    std::string refuseList() const {
+        const IRPC::RPCSynchronousMethodObject method("", "", request_.id, "");
+        try {
+            throw DecodeError("params is not a JSON object", "params");
+        } catch (const DecodeError& failure) {
+            return IRPC::RPCErrorObject(method, failure.what()).serialize();
+        }
+    }
+
+    void add(std::string text) {
+        if (text.empty())
+            return;
+        if (batch_ == nullptr) {
+            reply_ = std::move(text);
+            return;
+        }
+        reply_ += reply_.empty() ? '[' : ',';
+        reply_ += text;
+    }
+
+    /// Ends the message with the reply that needs no memory.
+    void giveUp() noexcept {
+        reply_.assign(outOfMemory);
+        next_ = count_;
+    }
+
+    RPCServer& server_;
+    const std::shared_ptr<RPCPeer> peer_;
+    const Limits limits_;
+
+    unsigned char buffer_[2048];
+    json::monotonic_resource memory_{buffer_, sizeof buffer_};
+    std::optional<json::value> document_; ///< lives in memory_, as everything that refers to it
+    const json::array* batch_ = nullptr; ///< null when the message is one request
+    std::size_t count_ = 0; ///< requests in the message
+    std::size_t next_ = 0;
+    Request request_; ///< the next one
+    std::string reply_;
+};
+
+RPCMessage::RPCMessage(std::string_view text, RPCServer& server, std::shared_ptr<RPCPeer> peer,
+                       const Limits& limits)
+    : parts_(std::make_unique<Parts>(text, server, std::move(peer), limits)) {}
+
+RPCMessage::~RPCMessage() = default;
+
+bool RPCMessage::isDone() const noexcept {
+    return parts_->isDone();
+}
+
+bool RPCMessage::needsTurn() const noexcept {
+    return parts_->needsTurn();
+}
+
+void RPCMessage::step() noexcept {
+    parts_->step();
+}
+
+std::string RPCMessage::takeReply() {
+    return parts_->takeReply();
+}
+
+} // namespace Ostrel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Ostrel {
+
+/// Takes the notifications of one notifier, in the order in which they were raised.
+class OSTREL_API RPCSubscriber {
+public:
+    virtual ~RPCSubscriber();
+
+    /// Queues a notification's text. Must return at once and never throw; any thread may be
+    /// the caller, with module locks held.
+    virtual void notify(const std::shared_ptr<const std::string>& text) noexcept = 0;
+};
+
+/// Passes notifications on to everybody who has subscribed.
+///
+/// Any thread may call any operation, with or without a module lock held.
+class OSTREL_API RPCNotifier {
+public:
+    virtual ~RPCNotifier();
+
+    /// Sends a notification to every client that is connected now.
+    ///
+    /// Returns at once: the text is queued for each connection, and a client that does
+    /// not read is cut off at its own limit while the others notice nothing. A client
+    /// sees the notifications of one server in the order of these calls.
+    ///
+    /// @param name     interface and operation, for example "ITVConfig::onScanStart"
+    /// @param payload  the members, as the text of a JSON object
+    /// @throws std::bad_alloc  nothing was sent
+    void handleRPCNotification(const std::string& name, const std::string& payload);
+
+    /// Adds a subscriber, who must unsubscribe before it goes away.
+    void subscribe(RPCSubscriber& subscriber);
+
+    /// When it returns, the subscriber is not being notified and will not be any more.
+    void unsubscribe(RPCSubscriber& subscriber);
+
+private:
+    std::mutex mutex_; ///< guards the list; held through a fan-out, which keeps the order
+    std::vector<RPCSubscriber*> subscribers_;
+};
+
+} // namespace Ostrel

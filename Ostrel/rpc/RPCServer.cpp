@@ -1,0 +1,103 @@
+#include "Ostrel/rpc/RPCServer.h"
+
+#include "Ostrel/os/Mutex.h"
+
+#include <mutex>
+
+namespace Ostrel {
+
+namespace {
+
+/// The running servers by name.
+struct Registry {
+    std::mutex mutex;
+    std::map<std::string, RPCServer*> servers;
+};
+
+Registry& registry() {
+    static Registry instance;
+    return instance;
+}
+
+/// Releases what a handler left locked, however the handler ends.
+class HandBack {
+public:
+    explicit HandBack(const std::string& methodName) : methodName_(methodName) {}
+    ~HandBack() { Mutex::releaseHeld(methodName_); }
+
+    HandBack(const HandBack&) = delete;
+    HandBack& operator=(const HandBack&) = delete;
+
+private:
+    const std::string& methodName_;
+};
+
+std::string refuse(const IRPC::RPCSynchronousMethodObject& method, const std::string& what) {
+    return IRPC::RPCErrorObject(method.getId(), IRPC::MethodNotFound, what).serialize();
+}
+
+} // namespace
+
+RPCServer::RPCServer(const std::string& name) : name_(name) {}
+
+RPCServer::~RPCServer() {
+    RPCServer::shutdown();
+}
+
+bool RPCServer::init() {
+    auto& [mutex, servers] = registry();
+    const std::lock_guard lock(mutex);
+    return servers.emplace(name_, this).second;
+}
+
+void RPCServer::shutdown() {
+    auto& [mutex, servers] = registry();
+    const std::lock_guard lock(mutex);
+    const auto found = servers.find(name_);
+    if (found != servers.end() && found->second == this)
+        servers.erase(found);
+}
+
+std::string RPCServer::getFixedRPCAddress() const {
+    return {};
+}
+
+std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method) {
+    const auto& interfaceName = method.getInterfaceName();
+    const auto& methodName = method.getMethodName();
+    if (interfaceName.empty())
+        return refuse(method, "unknown method \"" + excerpt(methodName) + "\"; names read INTERFACE::METHOD");
+    const auto interface = methods.find(interfaceName);
+    if (interface == methods.end())
+        return refuse(method, "unknown interface \"" + excerpt(interfaceName) + '"');
+    const auto handler = interface->second.find(methodName);
+    if (handler == interface->second.end())
+        return refuse(method, "unknown method \"" + excerpt(interfaceName + "::" + methodName) + '"');
+
+    const HandBack handBack(methodName);
+    try {
+        return (this->*handler->second)(method);
+    } catch (...) {
+        return IRPC::RPCErrorObject::forEscaped(method).serialize();
+    }
+}
+
+void RPCServer::housekeep() {}
+
+RPCServer* RPCServer::find(const std::string& name) {
+    auto& [mutex, servers] = registry();
+    const std::lock_guard lock(mutex);
+    const auto found = servers.find(name);
+    return found == servers.end() ? nullptr : found->second;
+}
+
+std::vector<RPCServer*> RPCServer::running() {
+    auto& [mutex, servers] = registry();
+    const std::lock_guard lock(mutex);
+    std::vector<RPCServer*> result;
+    for (const auto& [name, server] : servers)
+        result.push_back(server);
+    return result;
+}
+
+} // namespace Ostrel

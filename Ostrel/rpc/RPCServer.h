@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Ostrel/rpc/IRPC.h"
+#include "Ostrel/rpc/RPCNotifier.h"
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel {
+
+/// Answers calls by name: an outer table of interfaces, each with a map of methods.
+///
+/// A derived server fills the table in its constructor. While it runs, between init() and
+/// shutdown(), clients find it in the registry by its name and the listener serves it under
+/// /rpc/NAME.
+class OSTREL_API RPCServer : public virtual RPCNotifier {
+public:
+    using Method = std::string (RPCServer::*)(const IRPC::RPCSynchronousMethodObject&);
+    using MethodMap = std::map<std::string, Method>;
+
+    explicit RPCServer(const std::string& name);
+    ~RPCServer() override;
+
+    RPCServer(const RPCServer&) = delete;
+    RPCServer& operator=(const RPCServer&) = delete;
+
+    /// Enters the registry: from now on the server is found by its name.
+    /// @returns false when another running server has that name
+    virtual bool init();
+
+    /// Leaves the registry. Calls that have begun go on; the host sees to it that none is
+    /// under way when the server is destroyed.
+    virtual void shutdown();
+
+    /// Where the server wants to be reached; empty leaves the choice to the host.
+    virtual std::string getFixedRPCAddress() const;
+
+    /// Carries out one call and returns the reply's text, which is empty when the client wants
+    /// none. Unknown names are answered here; an exception that leaves the handler becomes an
+    /// error reply; locks that the handler left held are released.
+    ///
+    /// The caller holds the turn unless isReadOnly() of the method's interface.
+    virtual std::string handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method);
+
+    /// Called now and then by the host, with the turn held, for what a server does by itself.
+    virtual void housekeep();
+
+    /// Whether the handlers of that interface only read and may run without the turn, several
+    /// at a time.
+    bool isReadOnly(std::string_view interfaceName) const noexcept {
+        return readOnlyInterfaces.find(interfaceName) != readOnlyInterfaces.end();
+    }
+
+    const std::string& getName() const { return name_; }
+
+    /// Finds a running server; null when there is none of that name. The host keeps servers
+    /// alive as long as its listener serves.
+    static RPCServer* find(const std::string& name);
+
+    /// Returns all running servers.
+    static std::vector<RPCServer*> running();
+
+protected:
+    std::map<std::string, MethodMap> methods; ///< by interface name; written by the constructor only
+    std::set<std::string, std::less<>> readOnlyInterfaces; ///< written by the constructor only
+
+private:
+    const std::string name_;
+};
+
+} // namespace Ostrel

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+#include "Ostrel/serialization/DecodeError.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ostrel {
+
+/// Reads the members of a JSON object by their keys.
+///
+/// The text is JSON as RFC 8259 has it, strictly, nested at most 64 deep; of duplicate
+/// members the last one counts. A number is an integer when its value is (1.0 and 1e0 are 1);
+/// nothing is rounded or wrapped. Every reader throws a DecodeError that names the member by
+/// its path and says what was expected. Members that nobody asks for are ignored.
+///
+/// One text, one thread.
+class OSTREL_API Deserializer {
+public:
+    /// Copies what it needs of the text.
+    /// @param name  what the text is, for the message `NAME is not a JSON object`
+    /// @throws DecodeError  the text is not a JSON object
+    explicit Deserializer(const std::string& text, const std::string& name = "payload");
+
+    /// Makes the object under that key the one whose members are read, until leaveMember().
+    /// @throws DecodeError  there is no such member, or it is no object
+    virtual void enterMember(const std::string& key);
+
+    /// Goes back to the object that holds the member entered last.
+    virtual void leaveMember(const std::string& key);
+
+    virtual ~Deserializer();
+
+    Deserializer(const Deserializer&) = delete;
+    Deserializer& operator=(const Deserializer&) = delete;
+
+    bool has(const std::string& key) const;
+
+    bool readBool(const std::string& key) const;
+    std::int32_t readInt(const std::string& key) const;
+    std::uint32_t readUnsigned(const std::string& key) const;
+    std::string readString(const std::string& key) const;
+    std::vector<int> readIntList(const std::string& key) const;
+    /// A list of integers from 0 to 255.
+    std::vector<unsigned char> readByteList(const std::string& key) const;
+    std::vector<std::string> readStringList(const std::string& key, std::size_t limit) const;
+
+    /// Reads a member that holds an object or the text of one: returns the text, which is not
+    /// looked into, or an empty text when there is no such member.
+    std::string readObjectText(const std::string& key) const;
+
+    /// For records whose members may be left out, where an unknown name is a typing error.
+    /// @throws DecodeError  the current object has a member that is not among these
+    void refuseUnknown(std::initializer_list<const char*> known) const;
+
+private:
+    struct Document;
+    std::unique_ptr<Document> document_;
+};
+
+/// Reads the member under that key, which must be there, as a T: bool, int, unsigned or
+/// std::string.
+template <typename T> T deserialize(const std::string& key, Deserializer& deserializer);
+
+template <> inline bool deserialize<bool>(const std::string& key, Deserializer& deserializer) {
+    return deserializer.readBool(key);
+}
+template <> inline int deserialize<int>(const std::string& key, Deserializer& deserializer) {
+    return deserializer.readInt(key);
+}
+template <> inline unsigned deserialize<unsigned>(const std::string& key, Deserializer& deserializer) {
+    return deserializer.readUnsigned(key);
+}
+template <> inline std::string deserialize<std::string>(const std::string& key, Deserializer& deserializer) {
+    return deserializer.readString(key);
+}
+
+/// Reads the member under that key, or gives the fallback when there is none.
+template <typename T> T deserialize(const std::string& key, Deserializer& deserializer, const T& fallback) {
+    return deserializer.has(key) ? deserialize<T>(key, deserializer) : fallback;
+}
+
+/// Reads a whole record from the text of a method's params.
+template <typename T> T deserialize(const std::string& params) {
+    Deserializer deserializer(params, "params");
+    return T(deserializer);
+}
+
+/// Reads a record from the object under that key, which must be there. The caller owns it.
+template <typename T> T* createSerialObject(const std::string& key, Deserializer& deserializer) {
+    deserializer.enterMember(key);
+    auto object = std::make_unique<T>(deserializer);
+    deserializer.leaveMember(key);
+    return object.release();
+}
+
+} // namespace Ostrel

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Ostrel {
+
+/// Something keeps the host from starting; the text is one line for the person who starts it.
+class OSTREL_API StartError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Where a listener listens: an IP address with a port, or the path of a Unix domain socket.
+struct OSTREL_API Address {
+    std::string host; ///< a numeric IP address without brackets; empty for a Unix domain socket
+    std::uint16_t port = 0; ///< 0 lets the system choose
+    std::string path; ///< of a Unix domain socket; empty otherwise
+
+    /// Reads "127.0.0.1:8480", "[::1]:8480", "localhost:8480" or "unix:PATH".
+    /// @throws StartError  it is none of these
+    static Address parse(const std::string& text);
+
+    bool isUnix() const { return !path.empty(); }
+
+    /// Whether only this machine can reach it.
+    bool isLoopback() const;
+
+    /// The form that parse() reads.
+    std::string toString() const;
+};
+
+/// Whether a host name or numeric address means this machine alone: localhost, 127.x.x.x, ::1.
+bool isLoopbackHost(std::string_view host);
+
+} // namespace Ostrel

@@ -1,0 +1,138 @@
+#include "Ostrel/transport/Admission.h"
+
+#include "Ostrel/transport/Address.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace Ostrel {
+
+namespace {
+
+std::string lower(std::string_view text) {
+    std::string result(text);
+    for (auto& byte : result)
+        byte = char(std::tolower(static_cast<unsigned char>(byte)));
+    return result;
+}
+
+bool equalIgnoringCase(std::string_view left, std::string_view right) {
+    return lower(left) == lower(right);
+}
+
+std::string_view trim(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+/// An authority's host, without port and brackets; empty when it is no authority.
+std::string hostOf(std::string_view authority) {
+    const bool bracketed = authority.starts_with('[');
+    const auto end = bracketed ? authority.find(']') : authority.find(':');
+    if (bracketed && end == std::string_view::npos)
+        return {};
+    const auto host = bracketed ? authority.substr(1, end - 1) : authority.substr(0, end);
+    auto port = authority.substr(std::min(authority.size(), host.size() + (bracketed ? 2 : 0)));
+    if (!port.empty()) {
+        if (!port.starts_with(':') || port.find_first_not_of("0123456789", 1) != std::string_view::npos)
+            return {};
+    }
+    return lower(host);
+}
+
+std::string_view withoutSuffix(std::string_view text, std::string_view suffix) {
+    return text.ends_with(suffix) ? text.substr(0, text.size() - suffix.size()) : text;
+}
+
+bool isBase64Url(char byte) {
+    return std::isalnum(static_cast<unsigned char>(byte)) || byte == '-' || byte == '_';
+}
+
+} // namespace
+
+Admission::Admission(std::vector<std::string> origins, std::vector<std::string> hosts, std::string token)
+    : origins_(std::move(origins)), hosts_(std::move(hosts)), token_(std::move(token)) {}
+
+bool Admission::acceptsHost(std::string_view host, std::string_view localAddress) const {
+    const auto name = hostOf(host);
+    if (name.empty())
+        return false;
+    return isLoopbackHost(name) || name == localAddress ||
+           std::any_of(hosts_.begin(), hosts_.end(),
+                       [&](const auto& allowed) { return hostOf(allowed) == name; });
+}
+
+Admission::Origin Admission::judge(std::string_view origin, std::string_view host) const {
+    if (origin.empty())
+        return Origin::None;
+    for (const auto& [scheme, defaultPort] : {std::pair("http://", ":80"), std::pair("https://", ":443")}) {
+        if (!origin.starts_with(scheme))
+            continue;
+        const auto authority = origin.substr(std::string_view(scheme).size());
+        if (equalIgnoringCase(withoutSuffix(authority, defaultPort), withoutSuffix(host, defaultPort)))
+            return Origin::Own;
+        if (isLoopbackHost(hostOf(authority)))
+            return Origin::Other;
+    }
+    return std::any_of(origins_.begin(), origins_.end(),
+                       [&](const auto& allowed) { return equalIgnoringCase(allowed, origin); })
+               ? Origin::Other
+               : Origin::Refused;
+}
+
+bool Admission::acceptsToken(std::string_view token) const {
+    // Every byte of the right token is looked at, whatever the offer is like.
+    unsigned difference = token.size() == token_.size() ? 0 : 1;
+    for (std::size_t i = 0; i < token_.size(); ++i)
+        difference |= unsigned(static_cast<unsigned char>(token_[i]) ^
+                               static_cast<unsigned char>(i < token.size() ? token[i] : '\0'));
+    return difference == 0;
+}
+
+std::string Admission::readTokenFile(const std::string& path) {
+    struct stat status {};
+    std::ifstream file(path);
+    if (!file || ::stat(path.c_str(), &status) != 0)
+        throw StartError("cannot read the token file " + path);
+    if ((status.st_mode & 077) != 0)
+        throw StartError("the token file " + path + " can be read by others; run chmod 600 on it");
+
+    std::string token;
+    std::string more;
+    std::getline(file, token);
+    if (token.size() < 32 || !std::all_of(token.begin(), token.end(), isBase64Url) ||
+        std::getline(file, more))
+        throw StartError("the token file " + path +
+                         " does not hold one line of at least 32 characters A-Z a-z 0-9 - _");
+    return token;
+}
+
+std::string_view bearerOf(std::string_view authorization) {
+    const auto space = authorization.find(' ');
+    if (space == std::string_view::npos || !equalIgnoringCase(authorization.substr(0, space), "bearer"))
+        return {};
+    return trim(authorization.substr(space));
+}
+
+SubProtocols chooseSubProtocol(std::string_view offers) {
+    constexpr std::string_view tokenPrefix = "bearer.";
+    SubProtocols result;
+    while (!offers.empty()) {
+        const auto comma = offers.find(',');
+        const auto offer = trim(offers.substr(0, comma));
+        offers = comma == std::string_view::npos ? std::string_view() : offers.substr(comma + 1);
+        if (offer.starts_with(tokenPrefix))
+            result.token = offer.substr(tokenPrefix.size());
+        else if (result.chosen.empty() || offer == "jsonrpc")
+            result.chosen = offer;
+    }
+    return result;
+}
+
+} // namespace Ostrel

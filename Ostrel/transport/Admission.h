@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel {
+
+/// Decides who is let in: which hosts a request may name, which pages may call, which token
+/// it must carry.
+///
+/// Any thread may ask.
+class OSTREL_API Admission {
+public:
+    /// Where a browser's page comes from, as its request says.
+    enum class Origin {
+        None, ///< no browser's request
+        Own, ///< the page that this listener serves
+        Other, ///< another page that may call
+        Refused,
+    };
+
+    /// @param origins  further origins that may call, as browsers write them; "null" is one
+    /// @param hosts    further names that a Host header may have, without a port
+    /// @param token    what every call must carry; empty when none is asked for
+    Admission(std::vector<std::string> origins, std::vector<std::string> hosts, std::string token);
+
+    /// Whether a Host header names this machine; this stops DNS rebinding.
+    /// @param localAddress  the numeric address that the client has reached
+    bool acceptsHost(std::string_view host, std::string_view localAddress) const;
+
+    /// @param origin  the header, empty when there is none
+    /// @param host    the Host header
+    Origin judge(std::string_view origin, std::string_view host) const;
+
+    bool needsToken() const { return !token_.empty(); }
+
+    /// Compares in constant time.
+    bool acceptsToken(std::string_view token) const;
+
+    /// Reads a token file: readable by its owner alone, one line of at least 32 characters of
+    /// the base64url alphabet.
+    /// @throws StartError  it is not such a file
+    static std::string readTokenFile(const std::string& path);
+
+private:
+    std::vector<std::string> origins_;
+    std::vector<std::string> hosts_;
+    std::string token_;
+};
+
+/// Returns the credentials of an Authorization header with the Bearer scheme; else nothing.
+std::string_view bearerOf(std::string_view authorization);
+
+/// What a WebSocket client offers in Sec-WebSocket-Protocol.
+struct SubProtocols {
+    std::string_view chosen; ///< the one to echo; empty for none
+    std::string_view token; ///< from "bearer.TOKEN"; empty when none was offered
+};
+
+/// Chooses "jsonrpc" when it is offered, otherwise the first offer that is no token.
+SubProtocols chooseSubProtocol(std::string_view offers);
+
+} // namespace Ostrel

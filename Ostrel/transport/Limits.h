@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace Ostrel {
+
+/// What clients may cost the process. The defaults are the ones that the wire promises.
+struct Limits {
+    std::size_t message = 1u << 20; ///< bytes of one incoming message
+    std::size_t head = 16u << 10; ///< bytes of a request's line and headers
+    std::size_t reply = 64u << 20; ///< bytes of one reply, or of a batch's replies together
+    std::size_t batch = 100; ///< messages in a batch
+    std::size_t connections = 256; ///< open at once
+    std::size_t waiting = 64u << 20; ///< bytes waiting for one slow client
+    std::size_t waitingTogether = 512u << 20; ///< bytes waiting for all clients
+
+    std::chrono::milliseconds headTime{10'000}; ///< for a request's head to arrive
+    std::chrono::milliseconds bodyTime{10'000}; ///< for a request's body to arrive
+    std::chrono::milliseconds keepAlive{60'000}; ///< of an HTTP connection without a request
+    std::chrono::milliseconds stalledReader{30'000}; ///< while bytes wait and none is taken
+    std::chrono::milliseconds idleWebSocket{60'000}; ///< without an answer; pinged after half of it
+    std::chrono::milliseconds closing{3'000}; ///< for a client to take the end of a conversation
+};
+
+} // namespace Ostrel

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+#include "Ostrel/transport/Address.h"
+#include "Ostrel/transport/Admission.h"
+#include "Ostrel/transport/Limits.h"
+
+#include <memory>
+#include <vector>
+
+namespace Ostrel {
+
+/// Serves the running RPC servers over WebSocket and HTTP, on as many addresses as wanted.
+///
+/// One thread does all input and output; handlers run there or on lanes beside it. Nothing a
+/// client sends or leaves out stops it, and no client waits for another.
+class OSTREL_API Listener {
+public:
+    /// Binds the addresses and begins to serve: whole or not at all.
+    /// @throws StartError  an address cannot be had, or would be open to others without a token
+    Listener(const std::vector<Address>& addresses, Admission admission, const Limits& limits = {});
+
+    /// Stops as stop() does.
+    ~Listener();
+
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    /// The addresses, with the ports that the system chose, in the order given.
+    const std::vector<Address>& getAddresses() const;
+
+    /// Closes WebSockets with 1001 and everything else, lets no handler begin any more, and
+    /// returns when the last has ended. Slow clients are given a second.
+    void stop();
+
+    /// What is going on, for tests and for people.
+    struct Status {
+        std::size_t connections; ///< open now
+        std::size_t waiting; ///< bytes for all clients
+    };
+
+    /// Any thread may ask, until stop().
+    Status getStatus() const;
+
+private:
+    class Service;
+    std::unique_ptr<Service> service_;
+};
+
+} // namespace Ostrel

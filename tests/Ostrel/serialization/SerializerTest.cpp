@@ -1,0 +1,211 @@
+#include "Ostrel/serialization/Serializer.h"
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+#include <limits>
+#include <memory>
+#include <string>
+
+namespace Ostrel {
+namespace {
+
+std::string escaped(std::string_view text) {
+    std::string out;
+    appendEscaped(out, text);
+    return out;
+}
+
+Json::Value readBack(const std::string& text) {
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    builder["strictRoot"] = false;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value value;
+    std::string problem;
+    EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &problem)) << problem << text;
+    return value;
+}
+
+TEST(SerializerTest, MembersAppearInTheOrderOfTheCalls) {
+    Serializer serializer;
+    serializer.beginObject("");
+    serialize("z", 1u, serializer);
+    serialize("a", -2, serializer);
+    serializer.beginList("list");
+    serialize("", true, serializer);
+    serialize("", false, serializer);
+    serializer.beginObject("");
+    serializer.endObject("");
+    serializer.beginList("");
+    serializer.endList("");
+    serialize("", std::string("text"), serializer);
+    serializer.endList("list");
+    serializer.writeJson("raw", R"({"k":null})");
+    serialize("last", 3L, serializer);
+    serializer.endObject("");
+    EXPECT_EQ(serializer.generate(),
+              R"({"z":1,"a":-2,"list":[true,false,{},[],"text"],"raw":{"k":null},"last":3})");
+}
+
+TEST(SerializerTest, TextsThatEndLikeAnOpenerAreFollowedByAComma) {
+    Serializer serializer;
+    serializer.beginList("");
+    for (const char* text : {"{", "[", ":", ""})
+        serialize("", std::string(text), serializer);
+    serializer.endList("");
+    EXPECT_EQ(serializer.generate(), R"(["{","[",":",""])");
+}
+
+TEST(SerializerTest, GenerateLeavesItEmpty) {
+    Serializer serializer;
+    serialize("", 1, serializer);
+    EXPECT_EQ(serializer.generate(), "1");
+    serialize("", 2, serializer);
+    EXPECT_EQ(serializer.generate(), "2");
+}
+
+TEST(SerializerTest, IntegersReachTheirLimits) {
+    Serializer serializer;
+    serializer.beginList("");
+    serialize("", std::numeric_limits<int>::min(), serializer);
+    serialize("", std::numeric_limits<unsigned>::max(), serializer);
+    serializer.write("", std::numeric_limits<std::int64_t>::min());
+    serializer.write("", std::numeric_limits<std::int64_t>::max());
+    serializer.endList("");
+    EXPECT_EQ(serializer.generate(), "[-2147483648,4294967295,-9223372036854775808,9223372036854775807]");
+}
+
+TEST(SerializerTest, EscapesWhatJsonWantsEscapedAndNothingElse) {
+    EXPECT_EQ(escaped("plain / text"), "plain / text");
+    EXPECT_EQ(escaped("say \"hi\" \\ there"), R"(say \"hi\" \\ there)");
+    EXPECT_EQ(escaped("\b\f\n\r\t"), R"(\b\f\n\r\t)");
+    EXPECT_EQ(escaped(std::string_view("\x00\x01\x1f", 3)), R"(\u0000\u0001\u001f)");
+    EXPECT_EQ(escaped("\x7f\xc3\xa9\xf0\x9f\x98\x80"), "\x7f\xc3\xa9\xf0\x9f\x98\x80");
+    EXPECT_EQ(escaped(""), "");
+}
+
+TEST(SerializerTest, KeysAreEscaped) {
+    Serializer serializer;
+    serializer.beginObject("");
+    serialize("a\"b", 1, serializer);
+    serializer.endObject("");
+    EXPECT_EQ(serializer.generate(), R"({"a\"b":1})");
+}
+
+TEST(SerializerTest, JsoncppReadsBackEveryCharacter) {
+    std::string all;
+    for (int c = 0; c < 0x80; ++c)
+        all += static_cast<char>(c);
+    all += "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80";
+    std::string large; // longer than the pieces in which texts are escaped
+    while (large.size() < 20000)
+        large += all;
+
+    Serializer serializer;
+    serializer.beginObject("");
+    serialize("all", all, serializer);
+    serialize("large", large, serializer);
+    serialize("number", std::numeric_limits<unsigned>::max(), serializer);
+    serialize("flag", true, serializer);
+    serializer.endObject("");
+
+    const auto value = readBack(serializer.generate());
+    EXPECT_EQ(value["all"].asString(), all);
+    EXPECT_EQ(value["large"].asString(), large);
+    EXPECT_EQ(value["number"].asUInt(), std::numeric_limits<unsigned>::max());
+    EXPECT_TRUE(value["flag"].asBool());
+}
+
+/// Writes {"text":"...","list":[1]}, 22 bytes and the text.
+std::string writeRecord(const std::string& text, std::size_t limit) {
+    Serializer serializer(limit);
+    serializer.beginObject("");
+    serialize("text", text, serializer);
+    serializer.beginList("list");
+    serialize("", 1, serializer);
+    serializer.endList("list");
+    serializer.endObject("");
+    return serializer.generate();
+}
+
+TEST(SerializerTest, ATextAtItsLimitIsWrittenAndOnePastItIsNot) {
+    const auto whole = writeRecord("abc", 1000);
+    EXPECT_EQ(whole, R"({"text":"abc","list":[1]})");
+    EXPECT_EQ(writeRecord("abc", whole.size()), whole);
+    // Wherever it ends, the text is never longer than the limit.
+    for (std::size_t limit = 0; limit < whole.size(); ++limit)
+        EXPECT_THROW(writeRecord("abc", limit), TextTooLarge) << limit;
+}
+
+TEST(SerializerTest, EscapesCountForTheLimit) {
+    const std::string controls(10000, '\x01');
+    const auto size = writeRecord(controls, 100000).size();
+    EXPECT_EQ(size, 60022u);
+    EXPECT_NO_THROW(writeRecord(controls, size));
+    EXPECT_THROW(writeRecord(controls, size - 1), TextTooLarge);
+}
+
+TEST(SerializerTest, ARawValueCountsForTheLimit) {
+    Serializer fits(6);
+    fits.writeJson("", "[1, 2]");
+    EXPECT_EQ(fits.generate(), "[1, 2]");
+    Serializer tooSmall(5);
+    EXPECT_THROW(tooSmall.writeJson("", "[1, 2]"), TextTooLarge);
+    EXPECT_EQ(tooSmall.generate(), "") << "a long text is refused before it is appended";
+}
+
+TEST(SerializerTest, TheLimitIsNamed) {
+    EXPECT_STREQ(TextTooLarge(64u << 20).what(), "the reply is larger than 67108864 bytes");
+}
+
+TEST(SerializerTest, EscapesMayStandAnywhere) {
+    const auto plainly = [](const std::string& text) {
+        std::string out;
+        for (const char c : text) {
+            const std::string sign = c == '"' ? "\\\"" : c == '\\' ? "\\\\" : c == '\t' ? "\\t" : "\\u001f";
+            out += c == '"' || c == '\\' || c == '\t' || c == '\x1f' ? sign : std::string(1, c);
+        }
+        return out;
+    };
+    const char signs[] = {'"', '\\', '\t', '\x1f', ' ', '\x7f', '\xc3', '!'};
+    for (std::size_t size = 0; size != 80; ++size) {
+        for (std::size_t place = 0; place <= size; ++place) {
+            for (const char sign : signs) {
+                std::string text(size, 'a');
+                text.insert(place, 1, sign);
+                text += std::string(place % 7, sign) + 'b';
+                std::string out = "before";
+                appendEscaped(out, text);
+                ASSERT_EQ(out, "before" + plainly(text));
+            }
+        }
+    }
+    for (const std::size_t size : {1300u, 1349u, 1350u, 5000u}) {
+        std::string out;
+        const std::string text(size, '\x1f');
+        appendEscaped(out, text);
+        ASSERT_EQ(out, plainly(text));
+    }
+}
+
+TEST(ExcerptTest, IsAtMost64BytesOfWholeCharacters) {
+    const std::string longest(64, 'a');
+    EXPECT_EQ(excerpt(longest), longest);
+    EXPECT_EQ(excerpt(longest + "b"), longest);
+    const std::string before(62, 'a');
+    EXPECT_EQ(excerpt(before + "\xc3\xa9"), before + "\xc3\xa9");
+    EXPECT_EQ(excerpt(before + "\xe2\x82\xac"), before);
+    EXPECT_EQ(excerpt(before.substr(1) + "\xf0\x9f\x98\x80"), before.substr(1));
+}
+
+TEST(ExcerptTest, EscapesControlCharacters) {
+    EXPECT_EQ(excerpt(std::string_view("a\x00\n\x1f\x7f\"\\ z", 9)), R"(a\x00\x0a\x1f\x7f"\ z)");
+}
+
+TEST(ExcerptTest, TakesTextsThatAreNoUtf8) {
+    EXPECT_EQ(excerpt(std::string(100, '\x80')), std::string(60, '\x80'));
+}
+
+} // namespace
+} // namespace Ostrel

@@ -1,0 +1,159 @@
+#include "Ostrel/transport/Admission.h"
+
+#include "Ostrel/transport/Address.h"
+#include "tests/support/TempDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace Ostrel {
+namespace {
+
+TEST(AdmissionTest, HostMustNameThisMachine) {
+    const Admission admission({}, {"tv.example", "box:8480"}, "");
+    const std::pair<const char*, bool> rows[] = {
+        {"localhost", true},
+        {"localhost:8480", true},
+        {"LocalHost:1", true},
+        {"127.0.0.1:8480", true},
+        {"127.9.9.9", true},
+        {"[::1]:8480", true},
+        {"10.0.0.5:8480", true},
+        {"10.0.0.6:8480", false},
+        {"tv.example", true},
+        {"TV.Example:99", true},
+        {"box", true},
+        {"evil.example", false},
+        {"", false},
+        {"localhost.evil.com", false},
+        {"127.0.0.1.evil.com", false},
+        {"[::1", false},
+        {"[::1]evil.com", false},
+        {"127.0.0.1:80@evil", false},
+        {"127.0.0.1:evil.com", false},
+        {"localhost:", true},
+    };
+    for (const auto& [host, accepted] : rows)
+        EXPECT_EQ(admission.acceptsHost(host, "10.0.0.5"), accepted) << host;
+}
+
+TEST(AdmissionTest, OriginMustBeKnown) {
+    using Origin = Admission::Origin;
+    const Admission admission({"https://tv.example", "null"}, {}, "");
+    const std::pair<const char*, Origin> rows[] = {
+        {"", Origin::None},
+        {"http://box:8480", Origin::Own},
+        {"http://BOX:8480", Origin::Own},
+        {"http://box:8481", Origin::Refused},
+        {"http://localhost:3000", Origin::Other},
+        {"https://127.0.0.1", Origin::Other},
+        {"http://[::1]:5173", Origin::Other},
+        {"http://localhost.evil.example", Origin::Refused},
+        {"https://tv.example", Origin::Other},
+        {"http://tv.example", Origin::Refused},
+        {"https://tv.example.evil.example", Origin::Refused},
+        {"null", Origin::Other},
+        {"file://localhost", Origin::Refused},
+        {"http://localhost:80@evil.com", Origin::Refused},
+        {"http://localhost:x y", Origin::Refused},
+    };
+    for (const auto& [origin, judgement] : rows)
+        EXPECT_EQ(admission.judge(origin, "box:8480"), judgement) << origin;
+    EXPECT_EQ(Admission({}, {}, "").judge("null", "box:8480"), Origin::Refused);
+    EXPECT_EQ(admission.judge("http://box", "box:80"), Origin::Own);
+}
+
+TEST(AdmissionTest, TokenMustBeTheWholeToken) {
+    const std::string token = "0123456789abcdefghijklmnopqrstuv";
+    const Admission admission({}, {}, token);
+    EXPECT_TRUE(admission.acceptsToken(token));
+    for (const auto& wrong :
+         {std::string(), token + "x", token.substr(1), token.substr(0, 31), "X" + token.substr(1)})
+        EXPECT_FALSE(admission.acceptsToken(wrong)) << wrong;
+}
+
+TEST(AdmissionTest, BearerScheme) {
+    EXPECT_EQ(bearerOf("Bearer abc"), "abc");
+    EXPECT_EQ(bearerOf("bearer  abc "), "abc");
+    EXPECT_EQ(bearerOf("Basic abc"), "");
+    EXPECT_EQ(bearerOf("Bearer"), "");
+}
+
+TEST(AdmissionTest, SubProtocolIsChosen) {
+    struct Row {
+        const char* offers;
+        const char* chosen;
+        const char* token;
+    };
+    const Row rows[] = {
+        {"", "", ""},
+        {"jsonrpc", "jsonrpc", ""},
+        {"chat, jsonrpc", "jsonrpc", ""},
+        {"chat, other", "chat", ""},
+        {"bearer.secret, chat", "chat", "secret"},
+        {"jsonrpc,bearer.secret", "jsonrpc", "secret"},
+        {"bearer.secret", "", "secret"},
+    };
+    for (const auto& row : rows) {
+        const auto result = chooseSubProtocol(row.offers);
+        EXPECT_EQ(result.chosen, row.chosen) << row.offers;
+        EXPECT_EQ(result.token, row.token) << row.offers;
+    }
+}
+
+class TokenFileTest : public testing::Test {
+protected:
+    std::string write(const std::string& text, std::filesystem::perms permissions) {
+        const auto path = directory_.file("token");
+        std::ofstream(path) << text;
+        std::filesystem::permissions(path, permissions);
+        return path;
+    }
+
+    static constexpr auto ownerOnly =
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+    const Ostrel::Test::TempDirectory directory_;
+};
+
+TEST_F(TokenFileTest, HoldsOneLongLine) {
+    const std::string token = "0123456789-_ABCDEFghijklmnopqrst";
+    EXPECT_EQ(Admission::readTokenFile(write(token + "\n", ownerOnly)), token);
+    EXPECT_EQ(Admission::readTokenFile(write(token, ownerOnly)), token);
+    EXPECT_THROW(Admission::readTokenFile(write(token.substr(1), ownerOnly)), StartError);
+    EXPECT_THROW(Admission::readTokenFile(write(token + "\nmore\n", ownerOnly)), StartError);
+    EXPECT_THROW(Admission::readTokenFile(write(token + "+/", ownerOnly)), StartError);
+    EXPECT_THROW(Admission::readTokenFile(directory_.file("absent")), StartError);
+}
+
+TEST_F(TokenFileTest, IsRefusedWhenOthersCanReadIt) {
+    const std::string token(40, 't');
+    EXPECT_THROW(Admission::readTokenFile(write(token, ownerOnly | std::filesystem::perms::group_read)),
+                 StartError);
+    EXPECT_THROW(Admission::readTokenFile(write(token, ownerOnly | std::filesystem::perms::others_read)),
+                 StartError);
+}
+
+TEST(AddressTest, IsReadAndPrinted) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"127.0.0.1:8480", "127.0.0.1:8480"}, {"localhost:0", "127.0.0.1:0"},
+        {"[::1]:65535", "[::1]:65535"},       {"0.0.0.0:1", "0.0.0.0:1"},
+        {"unix:/tmp/a:b", "unix:/tmp/a:b"},
+    };
+    for (const auto& [text, printed] : rows)
+        EXPECT_EQ(Address::parse(text).toString(), printed);
+    for (const auto* text : {"", "8480", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:x",
+                             "127.0.0.1:1x", "::1:8480", "tv.example:1", "unix:", "127.0.0.1:-1"})
+        EXPECT_THROW(Address::parse(text), StartError) << text;
+}
+
+TEST(AddressTest, KnowsWhatStaysOnThisMachine) {
+    for (const auto* text : {"127.0.0.1:1", "[::1]:1", "localhost:1", "127.1.2.3:1", "unix:x"})
+        EXPECT_TRUE(Address::parse(text).isLoopback()) << text;
+    for (const auto* text : {"0.0.0.0:1", "[::]:1", "10.0.0.1:1"})
+        EXPECT_FALSE(Address::parse(text).isLoopback()) << text;
+}
+
+} // namespace
+} // namespace Ostrel

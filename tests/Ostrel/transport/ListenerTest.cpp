@@ -1,0 +1,752 @@
+#include "Ostrel/transport/Listener.h"
+
+#include "Ostrel/os/Turn.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempDirectory.h"
+#include "tests/support/TestServer.h"
+#include "tests/support/WireClient.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <filesystem>
+#include <future>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace Ostrel::Test {
+namespace {
+
+using Call = IRPC::RPCSynchronousMethodObject;
+
+constexpr const char* echoRequest = R"({"jsonrpc":"2.0","id":1,"method":"Test::echo"})";
+constexpr const char* echoReply = R"({"jsonrpc":"2.0","id":1,"result":"{}"})";
+
+std::string request(const char* method, int id = 1) {
+    return R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":")" + method + R"("})";
+}
+
+/// Lets threads wait for each other.
+class Gate {
+public:
+    void open() {
+        const std::lock_guard lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+    /// Waits until it is open; returns whether that was within half a minute.
+    bool pass() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(30), [this] { return open_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool open_ = false;
+};
+
+class ListenerTest : public testing::Test {
+protected:
+    void listen(const Limits& limits = {}, Admission admission = {{}, {}, ""},
+                const std::vector<Address>& addresses = {Address::parse("127.0.0.1:0")}) {
+        listener_.emplace(addresses, std::move(admission), limits);
+    }
+
+    const Address& address() const { return listener_->getAddresses().front(); }
+
+    WireClient connect() const { return WireClient(address()); }
+
+    WireClient webSocket(std::string_view headers = {}) const {
+        auto client = connect();
+        client.upgrade("/rpc/Test", headers);
+        return client;
+    }
+
+    /// Sends one HTTP request on a connection of its own and returns all that comes back.
+    std::string exchange(std::string_view text) const {
+        auto client = connect();
+        client.send(text);
+        client.shutdownSend();
+        return client.readAll();
+    }
+
+    const LogCapture log_;
+    TestServer server_;
+    std::optional<Listener> listener_;
+};
+
+// HTTP
+
+struct HttpRow {
+    const char* name;
+    std::string request;
+    const char* statusLine;
+    std::vector<const char*> contains;
+};
+
+std::ostream& operator<<(std::ostream& out, const HttpRow& row) {
+    return out << row.name;
+}
+
+std::string post(std::string_view body, const std::string& headers = "",
+                 const std::string& type = "application/json") {
+    return "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Type: " + type +
+           "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + headers + "\r\n" +
+           std::string(body);
+}
+
+std::string get(const std::string& path, const std::string& headers = "", const std::string& method = "GET",
+                const std::string& host = "localhost") {
+    return method + " " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + headers + "\r\n";
+}
+
+const std::string upgradeHeaders =
+    "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n";
+
+// clang-format off
+const HttpRow httpRows[] = {
+    {"Call", post(echoRequest), "HTTP/1.1 200 OK", {"Content-Type: application/json\r\n", "X-Content-Type-Options: nosniff\r\n", echoReply}},
+    {"CallWithCharset", post(echoRequest, "", "Application/JSON; charset=utf-8"), "HTTP/1.1 200 OK", {echoReply}},
+    {"ErrorIs200", post("nonsense"), "HTTP/1.1 200 OK", {"-32700"}},
+    {"NotUtf8Is200", post("\"\xff\""), "HTTP/1.1 200 OK", {"-32700"}},
+    {"NothingToReply", post(R"({"jsonrpc":"2.0","method":"Test::echo"})"), "HTTP/1.1 204 No Content", {}},
+    {"WrongType", post(echoRequest, "", "text/plain"), "HTTP/1.1 415 Unsupported Media Type", {"application/json"}},
+    {"NoUpgrade", get("/rpc/Test"), "HTTP/1.1 426 Upgrade Required", {"Upgrade: websocket\r\n", "POST"}},
+    {"HeadOfNoUpgrade", get("/rpc/Test", "", "HEAD"), "HTTP/1.1 426 Upgrade Required", {}},
+    {"UnknownServer", get("/rpc/Best"), "HTTP/1.1 404 Not Found", {"Best"}},
+    {"Health", get("/healthz"), "HTTP/1.1 200 OK", {"\r\n\r\nok\n"}},
+    {"HealthHead", get("/healthz", "", "HEAD"), "HTTP/1.1 200 OK", {"Content-Length: 3\r\n"}},
+    {"HealthPost", "POST /healthz HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 405 Method Not Allowed", {"Allow: GET, HEAD\r\n"}},
+    {"Elsewhere", get("/elsewhere"), "HTTP/1.1 404 Not Found", {"/rpc/TV"}},
+    {"Put", get("/rpc/Test", "Content-Length: 0\r\n", "PUT"), "HTTP/1.1 405 Method Not Allowed", {"Allow: GET, HEAD, POST, OPTIONS\r\n"}},
+    {"UnknownMethod", get("/rpc/Test", "", "BREW"), "HTTP/1.1 405 Method Not Allowed", {"Allow: "}},
+    {"QueryIsIgnored", get("/healthz?a=b"), "HTTP/1.1 200 OK", {}},
+    {"AbsoluteForm", get("http://localhost/healthz"), "HTTP/1.1 200 OK", {}},
+    {"NoLength", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n\r\n", "HTTP/1.1 411 Length Required", {}},
+    {"Chunked", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", "HTTP/1.1 400 Bad Request", {"Transfer-Encoding"}},
+    {"OddTransferEncoding", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\nTransfer-Encoding: identity\r\n\r\n{}", "HTTP/1.1 400 Bad Request", {}},
+    {"NoHttp", "nonsense\r\n\r\n", "HTTP/1.1 400 Bad Request", {}},
+    {"NoHost", "GET /healthz HTTP/1.1\r\n\r\n", "HTTP/1.1 400 Bad Request", {"Host"}},
+    {"TwoHosts", "GET /healthz HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n", "HTTP/1.1 400 Bad Request", {"Host"}},
+    {"ForeignHost", get("/healthz", "", "GET", "evil.example"), "HTTP/1.1 403 Forbidden", {"--allow-host evil.example"}},
+    {"ForeignOrigin", post(echoRequest, "Origin: https://evil.example\r\n"), "HTTP/1.1 403 Forbidden", {"--allow-origin https://evil.example"}},
+    {"LoopbackOrigin", post(echoRequest, "Origin: http://localhost:3000\r\n"), "HTTP/1.1 200 OK", {"Access-Control-Allow-Origin: http://localhost:3000\r\n", "Vary: Origin\r\n"}},
+    {"Preflight", get("/rpc/Test", "Origin: http://localhost:3000\r\nAccess-Control-Request-Method: POST\r\n", "OPTIONS"), "HTTP/1.1 204 No Content", {"Access-Control-Allow-Methods: POST\r\n", "Access-Control-Allow-Headers: content-type, authorization\r\n", "Access-Control-Max-Age: ", "Access-Control-Allow-Origin: http://localhost:3000\r\n"}},
+    {"PreflightFromElsewhere", get("/rpc/Test", "Origin: https://evil.example\r\n", "OPTIONS"), "HTTP/1.1 403 Forbidden", {}},
+    {"ShortKey", get("/rpc/Test", upgradeHeaders + "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25j\r\n"), "HTTP/1.1 400 Bad Request", {"16 bytes"}},
+    {"OldVersion", get("/rpc/Test", "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 8\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"), "HTTP/1.1 426 Upgrade Required", {"Sec-WebSocket-Version: 13"}},
+    {"LongHead", get("/healthz", "X: " + std::string(17000, 'x') + "\r\n"), "HTTP/1.1 431 Request Header Fields Too Large", {}},
+    {"LongBody", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\nContent-Length: 1048577\r\n\r\n", "HTTP/1.1 413 Payload Too Large", {}},
+};
+// clang-format on
+
+class HttpTable : public ListenerTest, public testing::WithParamInterface<HttpRow> {};
+
+TEST_P(HttpTable, GetsThisAnswer) {
+    listen();
+    const auto answer = exchange(GetParam().request);
+    EXPECT_EQ(answer.substr(0, answer.find("\r\n")), GetParam().statusLine);
+    for (const auto* part : GetParam().contains)
+        EXPECT_NE(answer.find(part), std::string::npos) << part << "\nin\n" << answer;
+    if (GetParam().request.starts_with("HEAD")) {
+        EXPECT_TRUE(answer.ends_with("\r\n\r\n"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, HttpTable, testing::ValuesIn(httpRows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(ListenerTest, BodyAtItsLimit) {
+    listen();
+    const std::string body = echoRequest + std::string((1u << 20) - std::string(echoRequest).size(), ' ');
+    EXPECT_EQ(connect().post("/rpc/Test", body).body, echoReply);
+}
+
+TEST_F(ListenerTest, HeadAtItsLimitAndOnePast) {
+    listen();
+    const auto around = get("/healthz", "X: \r\n").size();
+    EXPECT_TRUE(exchange(get("/healthz", "X: " + std::string(16384 - around, 'x') + "\r\n"))
+                    .starts_with("HTTP/1.1 200"));
+    EXPECT_TRUE(exchange(get("/healthz", "X: " + std::string(16385 - around, 'x') + "\r\n"))
+                    .starts_with("HTTP/1.1 431"));
+}
+
+TEST_F(ListenerTest, RequestsOfOneHttpConnectionAreAnsweredInOrder) {
+    listen();
+    auto client = connect();
+    std::string all;
+    for (int i = 0; i < 300; ++i)
+        all += post(request("Test::echo", i));
+    client.send(all);
+    for (int i = 0; i < 300; ++i)
+        EXPECT_EQ(client.readAnswer().body,
+                  R"({"jsonrpc":"2.0","id":)" + std::to_string(i) + R"(,"result":"{}"})");
+}
+
+TEST_F(ListenerTest, ExpectingClientIsToldToGoOn) {
+    listen();
+    auto client = connect();
+    client.send("POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
+                "Expect: 100-continue\r\nContent-Length: " +
+                std::to_string(std::string_view(echoRequest).size()) + "\r\n\r\n");
+    EXPECT_EQ(client.readAnswer().status, 100);
+    client.send(echoRequest);
+    EXPECT_EQ(client.readAnswer().body, echoReply);
+}
+
+// WebSocket
+
+TEST_F(ListenerTest, CallsTravelOverAWebSocket) {
+    listen();
+    auto client = webSocket();
+    EXPECT_EQ(client.call(echoRequest), echoReply);
+    EXPECT_EQ(client.call("nonsense").find(R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700)"), 0u);
+    client.sendText(R"({"jsonrpc":"2.0","method":"Test::echo"})");
+    EXPECT_EQ(client.call(echoRequest), echoReply);
+}
+
+TEST_F(ListenerTest, FramesSentTogetherWithTheUpgradeAreNotLost) {
+    listen();
+    auto client = connect();
+    client.send(upgradeRequest("/rpc/Test") + frame(1, echoRequest) + frame(1, request("Test::echo", 2)));
+    EXPECT_EQ(client.readAnswer(false).status, 101);
+    EXPECT_EQ(client.readReply(), echoReply);
+    EXPECT_EQ(client.readReply(), R"({"jsonrpc":"2.0","id":2,"result":"{}"})");
+}
+
+TEST_F(ListenerTest, SubProtocolIsEchoed) {
+    listen();
+    EXPECT_NE(connect()
+                  .upgrade("/rpc/Test", "Sec-WebSocket-Protocol: chat, jsonrpc\r\n")
+                  .find("Sec-WebSocket-Protocol: jsonrpc\r\n"),
+              std::string::npos);
+    EXPECT_NE(connect()
+                  .upgrade("/rpc/Test", "Sec-WebSocket-Protocol: chat\r\nSec-WebSocket-Protocol: jsonrpc\r\n")
+                  .find("Sec-WebSocket-Protocol: jsonrpc\r\n"),
+              std::string::npos);
+    EXPECT_EQ(connect().upgrade("/rpc/Test").find("Sec-WebSocket-Protocol"), std::string::npos);
+}
+
+TEST_F(ListenerTest, UpgradeHasNoCompressionAndForbidsSniffing) {
+    listen();
+    const auto head = connect().upgrade("/rpc/Test", "Sec-WebSocket-Extensions: permessage-deflate\r\n");
+    EXPECT_EQ(head.find("Sec-WebSocket-Extensions"), std::string::npos);
+    EXPECT_NE(head.find("X-Content-Type-Options: nosniff\r\n"), std::string::npos);
+}
+
+TEST_F(ListenerTest, PingsAreAnswered) {
+    listen();
+    auto client = webSocket();
+    client.sendFrame(9, "are you there");
+    EXPECT_EQ(client.readFrame(), (Frame{10, "are you there"}));
+}
+
+TEST_F(ListenerTest, LargeMessagesTravelWhole) {
+    Limits limits;
+    limits.message = 200'000;
+    listen(limits);
+    auto client = webSocket();
+    for (const std::size_t size : {125u, 126u, 65'535u, 65'536u, 190'000u}) {
+        const auto text = R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":{"a":")" +
+                          std::string(size, 'x') + R"("}})";
+        EXPECT_NE(client.call(text).find(std::string(size, 'x')), std::string::npos) << size;
+    }
+}
+
+TEST_F(ListenerTest, MessageAtItsLimitAndOnePast) {
+    Limits limits;
+    limits.message = 1000;
+    listen(limits);
+    auto client = webSocket();
+    const std::string text = echoRequest;
+    EXPECT_EQ(client.call(text + std::string(1000 - text.size(), ' ')), echoReply);
+    client.sendText(text + std::string(1001 - text.size(), ' '));
+    EXPECT_EQ(client.readFrame().closeCode(), 1009);
+    EXPECT_TRUE(client.isClosedByPeer());
+}
+
+TEST_F(ListenerTest, WhatIsNoTextClosesTheConnection) {
+    listen();
+    auto binary = webSocket();
+    binary.sendFrame(2, echoRequest);
+    EXPECT_EQ(binary.readFrame().closeCode(), 1003);
+
+    auto notUtf8 = webSocket();
+    notUtf8.sendFrame(1, "\"\xff\"");
+    EXPECT_EQ(notUtf8.readFrame().closeCode(), 1007);
+
+    auto unmasked = webSocket();
+    unmasked.send(std::string("\x81\x02{}", 4));
+    EXPECT_EQ(unmasked.readFrame().closeCode(), 1002);
+}
+
+TEST_F(ListenerTest, RandomFramesHurtNobodyElse) {
+    listen();
+    auto other = webSocket();
+    std::mt19937 random(20111016);
+    const auto below = [&](unsigned limit) { return random() % limit; };
+    for (int round = 0; round < 200; ++round) {
+        auto client = webSocket();
+        std::string frames;
+        for (unsigned i = 0, count = 2 + below(7); i < count; ++i) {
+            constexpr int opcodes[] = {0, 1, 2, 3, 8, 9, 10};
+            std::string payload(below(8), ' ');
+            for (auto& byte : payload)
+                byte = char(below(256));
+            auto one = frame(opcodes[below(7)], payload);
+            if (below(3) == 0)
+                one[0] = char(one[0] & 0x7f); // not the last of its message
+            frames += one;
+        }
+        client.send(frames);
+        if (below(2) == 0) {
+            client.shutdownSend();
+            client.readAll();
+        }
+    }
+    EXPECT_EQ(other.call(echoRequest), echoReply);
+}
+
+TEST_F(ListenerTest, ClientThatClosesIsAnswered) {
+    listen();
+    auto client = webSocket();
+    client.sendFrame(8, std::string("\x03\xe8", 2));
+    EXPECT_EQ(client.readFrame().closeCode(), 1000);
+    EXPECT_TRUE(client.isClosedByPeer());
+}
+
+TEST_F(ListenerTest, NotificationsReachEveryWebSocketInOrderAndBeforeTheReply) {
+    listen();
+    server_.on("first", [this](const Call& call) {
+        server_.handleRPCNotification("Test::one", "{}");
+        server_.handleRPCNotification("Test::two", "{}");
+        return TestServer::echo(call);
+    });
+    auto watcher = webSocket();
+    auto client = webSocket();
+    watcher.call(echoRequest); // both have subscribed
+    client.sendText(request("Test::first"));
+    const auto one = R"({"jsonrpc":"2.0","method":"Test::one","params":{}})";
+    const auto two = R"({"jsonrpc":"2.0","method":"Test::two","params":{}})";
+    EXPECT_EQ(client.readFrame().payload, one);
+    EXPECT_EQ(client.readFrame().payload, two);
+    EXPECT_EQ(client.readFrame().payload, echoReply);
+    EXPECT_EQ(watcher.readFrame().payload, one);
+    EXPECT_EQ(watcher.readFrame().payload, two);
+}
+
+TEST_F(ListenerTest, NotificationsFromManyThreadsComeInOneOrder) {
+    listen();
+    std::vector<WireClient> clients;
+    for (int i = 0; i < 8; ++i) {
+        clients.push_back(webSocket());
+        clients.back().call(echoRequest);
+    }
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([this, thread] {
+            for (int i = 0; i < 50; ++i)
+                server_.handleRPCNotification("Test::n", "{\"n\":" + std::to_string(1000 * thread + i) + "}");
+        });
+    for (auto& thread : threads)
+        thread.join();
+    std::vector<std::string> first;
+    for (int i = 0; i < 200; ++i)
+        first.push_back(clients[0].readFrame().payload);
+    for (std::size_t c = 1; c < clients.size(); ++c)
+        for (const auto& text : first)
+            ASSERT_EQ(clients[c].readFrame().payload, text);
+}
+
+// Whose turn it is
+
+TEST_F(ListenerTest, RequestsOfOneConnectionDoNotOvertakeEachOther) {
+    listen();
+    Gate gate;
+    server_.on("first", [&](const Call& call) {
+        EXPECT_TRUE(gate.pass());
+        return TestServer::echo(call);
+    });
+    auto client = webSocket();
+    client.sendText(request("Reader::first", 1));
+    client.sendText(request("Test::echo", 2));
+    gate.open();
+    EXPECT_NE(client.readReply().find("\"id\":1"), std::string::npos);
+    EXPECT_NE(client.readReply().find("\"id\":2"), std::string::npos);
+}
+
+TEST_F(ListenerTest, ReadersRunTogetherAndHinderNobody) {
+    listen();
+    Gate oneIsIn;
+    Gate otherIsIn;
+    server_.on("first", [&](const Call& call) {
+        oneIsIn.open();
+        EXPECT_TRUE(otherIsIn.pass());
+        return TestServer::echo(call);
+    });
+    server_.on("second", [&](const Call& call) {
+        EXPECT_TRUE(oneIsIn.pass());
+        otherIsIn.open();
+        return TestServer::echo(call);
+    });
+    auto one = webSocket();
+    auto other = webSocket();
+    one.sendText(request("Reader::first"));
+    EXPECT_TRUE(oneIsIn.pass());
+    auto third = webSocket();
+    EXPECT_EQ(third.call(echoRequest), echoReply); // while the first is being carried out
+    other.sendText(request("Reader::second"));
+    EXPECT_EQ(one.readReply(), echoReply);
+    EXPECT_EQ(other.readReply(), echoReply);
+}
+
+TEST_F(ListenerTest, HandlersThatNeedTheTurnRunOneAtATime) {
+    listen();
+    std::atomic<int> inside = 0;
+    std::atomic<bool> met = false;
+    const auto handler = [&](const Call& call) {
+        if (++inside > 1)
+            met = true;
+        std::this_thread::yield();
+        --inside;
+        return TestServer::echo(call);
+    };
+    server_.on("first", handler);
+    server_.on("second", handler);
+
+    std::atomic<bool> stop = false;
+    std::thread task([&] { // as a task would
+        while (!stop) {
+            const Turn::Hold hold;
+            if (++inside > 1)
+                met = true;
+            std::this_thread::yield();
+            --inside;
+        }
+    });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([this] {
+            auto client = webSocket();
+            for (int k = 0; k < 100; ++k)
+                client.call("[" + request("Test::first") + "," + request("Reader::echo") + "," +
+                            request("Test::second") + "]");
+        });
+    for (auto& thread : threads)
+        thread.join();
+    stop = true;
+    task.join();
+    EXPECT_FALSE(met);
+}
+
+TEST_F(ListenerTest, BusyHandlerDoesNotKeepOthersFromConnecting) {
+    listen();
+    Gate entered;
+    Gate gate;
+    server_.on("first", [&](const Call& call) {
+        entered.open();
+        EXPECT_TRUE(gate.pass());
+        return TestServer::echo(call);
+    });
+    auto busy = webSocket();
+    // A reader first, so that the batch has moved to its lanes when the busy handler begins.
+    busy.sendText("[" + request("Reader::echo") + "," + request("Test::first") + "]");
+    EXPECT_TRUE(entered.pass());
+    EXPECT_TRUE(exchange(get("/healthz")).starts_with("HTTP/1.1 200"));
+    auto other = webSocket();
+    other.sendText(request("Test::echo"));
+    gate.open();
+    EXPECT_NE(busy.readReply().find("},{"), std::string::npos);
+    EXPECT_EQ(other.readReply(), echoReply);
+}
+
+// Limits
+
+TEST_F(ListenerTest, ClientThatDoesNotReadIsCutOffAlone) {
+    Limits limits;
+    limits.waiting = 4u << 20;
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(100'000));
+    auto slow = webSocket();
+    auto other = webSocket();
+    const auto text = frame(1, request("Test::first"));
+    std::size_t most = 0;
+    // More than the limit and what the system's buffers take together.
+    for (int i = 0; i < 300; ++i) {
+        slow.send(text);
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+        most = std::max(most, listener_->getStatus().waiting);
+    }
+    EXPECT_LE(most, limits.waiting + 200'000);
+    Frame frame;
+    do
+        frame = slow.readFrame();
+    while (frame.opcode != 8);
+    EXPECT_EQ(frame.closeCode(), 1013);
+    EXPECT_EQ(other.call(echoRequest), echoReply);
+}
+
+TEST_F(ListenerTest, TogetherClientsMayOnlyLetSoMuchWait) {
+    Limits limits;
+    limits.waitingTogether = 8u << 20;
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(100'000));
+    std::vector<WireClient> slow;
+    const auto text = frame(1, request("Test::first"));
+    for (int i = 0; i < 4; ++i)
+        slow.push_back(webSocket());
+    auto other = webSocket();
+    for (int i = 0; i < 150; ++i)
+        for (auto& client : slow) {
+            client.sendSome(text);
+            EXPECT_EQ(other.call(echoRequest), echoReply);
+            EXPECT_LE(listener_->getStatus().waiting, limits.waitingTogether);
+        }
+    int closed = 0;
+    for (auto& client : slow) {
+        client.shutdownSend();
+        closed += client.readAll().ends_with(std::string("\x88\x02\x03\xf5", 4));
+    }
+    EXPECT_GE(closed, 1);
+}
+
+TEST_F(ListenerTest, ConnectionsAtTheirLimitAndOnePast) {
+    Limits limits;
+    limits.connections = 3;
+    listen(limits);
+    auto one = webSocket();
+    auto two = webSocket();
+    {
+        auto three = webSocket();
+        EXPECT_EQ(three.call(echoRequest), echoReply);
+        EXPECT_TRUE(exchange(get("/healthz")).starts_with("HTTP/1.1 503"));
+        EXPECT_EQ(one.call(echoRequest), echoReply);
+    }
+    // The third is gone as soon as the listener has noticed.
+    while (listener_->getStatus().connections == 3)
+        std::this_thread::yield();
+    EXPECT_TRUE(exchange(get("/healthz")).starts_with("HTTP/1.1 200"));
+    EXPECT_EQ(two.call(echoRequest), echoReply);
+}
+
+TEST_F(ListenerTest, ClientThatSendsNoRequestIsClosed) {
+    Limits limits;
+    limits.headTime = std::chrono::milliseconds(50);
+    listen(limits);
+    EXPECT_EQ(connect().readAll(), "");
+    auto dripping = connect();
+    dripping.send("GET /healthz HTT");
+    EXPECT_EQ(dripping.readAll(), "");
+}
+
+TEST_F(ListenerTest, ClientThatSendsNoBodyIsClosed) {
+    Limits limits;
+    limits.bodyTime = std::chrono::milliseconds(50);
+    listen(limits);
+    auto client = connect();
+    client.send("POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n12345");
+    EXPECT_EQ(client.readAll(), "");
+}
+
+TEST_F(ListenerTest, HttpConnectionWithoutARequestIsClosed) {
+    Limits limits;
+    limits.keepAlive = std::chrono::milliseconds(50);
+    listen(limits);
+    auto client = connect();
+    client.send(get("/healthz"));
+    EXPECT_EQ(client.readAnswer().status, 200);
+    EXPECT_EQ(client.readAll(), "");
+}
+
+TEST_F(ListenerTest, ReaderThatStallsIsClosed) {
+    Limits limits;
+    limits.stalledReader = std::chrono::milliseconds(50);
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(20'000'000));
+    auto client = webSocket();
+    client.sendText(request("Test::first"));
+    while (listener_->getStatus().connections > 0)
+        std::this_thread::yield();
+    EXPECT_EQ(listener_->getStatus().waiting, 0u);
+}
+
+TEST_F(ListenerTest, IdleWebSocketIsPingedAndThenClosed) {
+    Limits limits;
+    limits.idleWebSocket = std::chrono::milliseconds(400);
+    listen(limits);
+    auto client = webSocket();
+    EXPECT_EQ(client.readFrame().opcode, 9);
+    EXPECT_NO_THROW(client.readAll()); // the ping is never answered
+    while (listener_->getStatus().connections > 0)
+        std::this_thread::yield();
+}
+
+// Who is let in
+
+class TokenTest : public ListenerTest {
+protected:
+    TokenTest() { listen({}, {{"https://tv.example"}, {}, token}); }
+    static constexpr const char* token = "0123456789abcdefghijklmnopqrstuv";
+};
+
+TEST_F(TokenTest, CallsNeedTheToken) {
+    EXPECT_TRUE(exchange(post(echoRequest)).starts_with("HTTP/1.1 401"));
+    EXPECT_TRUE(exchange(post(echoRequest, "Authorization: Bearer wrong\r\n")).starts_with("HTTP/1.1 401"));
+    const auto answer = exchange(post(echoRequest, std::string("Authorization: Bearer ") + token + "\r\n"));
+    EXPECT_TRUE(answer.starts_with("HTTP/1.1 200"));
+    EXPECT_EQ(answer.find(token), std::string::npos);
+    EXPECT_TRUE(exchange(upgradeRequest("/rpc/Test")).starts_with("HTTP/1.1 401"));
+}
+
+TEST_F(TokenTest, HealthAndPreflightDoNot) {
+    EXPECT_TRUE(exchange(get("/healthz")).starts_with("HTTP/1.1 200"));
+    EXPECT_TRUE(
+        exchange(get("/rpc/Test", "Origin: https://tv.example\r\n", "OPTIONS")).starts_with("HTTP/1.1 204"));
+}
+
+TEST_F(TokenTest, WebSocketMayBringItAsASubProtocol) {
+    auto client = connect();
+    const auto head =
+        client.upgrade("/rpc/Test", std::string("Sec-WebSocket-Protocol: bearer.") + token + ", jsonrpc\r\n");
+    EXPECT_NE(head.find("Sec-WebSocket-Protocol: jsonrpc\r\n"), std::string::npos);
+    EXPECT_EQ(head.find(token), std::string::npos);
+    EXPECT_EQ(client.call(echoRequest), echoReply);
+    EXPECT_TRUE(exchange(post(echoRequest, std::string("Sec-WebSocket-Protocol: bearer.") + token + "\r\n"))
+                    .starts_with("HTTP/1.1 401"));
+}
+
+TEST_F(ListenerTest, ListeningBeyondThisMachineNeedsAToken) {
+    EXPECT_THROW(listen({}, {{}, {}, ""}, {Address::parse("0.0.0.0:0")}), StartError);
+    EXPECT_NO_THROW(listen({}, {{}, {}, std::string(32, 't')}, {Address::parse("0.0.0.0:0")}));
+}
+
+TEST_F(ListenerTest, AddressInUseIsSaid) {
+    listen();
+    try {
+        const Listener second({address()}, {{}, {}, ""});
+        FAIL();
+    } catch (const StartError& error) {
+        EXPECT_EQ(error.what(), address().toString() + " is in use; choose another with --listen");
+    }
+}
+
+// Unix domain sockets
+
+class UnixSocketTest : public ListenerTest {
+protected:
+    const TempDirectory directory_;
+    const Address address_ = Address::parse("unix:" + directory_.file("socket"));
+};
+
+TEST_F(UnixSocketTest, SpeaksTheSameToItsOwnerAlone) {
+    listen({}, {{}, {}, ""}, {address_, Address::parse("127.0.0.1:0")});
+    struct stat status {};
+    ASSERT_EQ(::stat(address_.path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+
+    EXPECT_TRUE(exchange(get("/healthz", "", "GET", "any.host.at.all")).starts_with("HTTP/1.1 200"));
+    EXPECT_EQ(connect().post("/rpc/Test", echoRequest).body, echoReply);
+    EXPECT_EQ(webSocket().call(echoRequest), echoReply);
+
+    EXPECT_EQ(WireClient(listener_->getAddresses()[1]).post("/rpc/Test", echoRequest).body, echoReply);
+    listener_.reset();
+    EXPECT_FALSE(std::filesystem::exists(address_.path));
+}
+
+TEST_F(UnixSocketTest, FileThatAnEarlierHostLeftBehindIsReplaced) {
+    {
+        const Listener first({address_}, {{}, {}, ""});
+        std::filesystem::create_hard_link(address_.path, directory_.file("kept"));
+    }
+    std::filesystem::rename(directory_.file("kept"), address_.path);
+    listen({}, {{}, {}, ""}, {address_});
+    EXPECT_EQ(webSocket().call(echoRequest), echoReply);
+    EXPECT_THROW(Listener({address_}, {{}, {}, ""}), StartError);
+    EXPECT_EQ(webSocket().call(echoRequest), echoReply);
+}
+
+// The end
+
+TEST_F(ListenerTest, StopSaysGoodbyeToWebSockets) {
+    listen();
+    auto client = webSocket();
+    client.call(echoRequest);
+    std::thread reader([&] {
+        EXPECT_EQ(client.readFrame().closeCode(), 1001);
+        client.sendFrame(8, std::string("\x03\xe9", 2));
+        EXPECT_TRUE(client.isClosedByPeer());
+    });
+    listener_->stop();
+    reader.join();
+    EXPECT_THROW(connect(), std::runtime_error);
+}
+
+TEST_F(ListenerTest, StopsInTheMiddleOfComingAndGoing) {
+    for (int round = 0; round < 4; ++round) {
+        listen();
+        std::optional<WireClient> closing = webSocket();
+        auto binary = webSocket();
+        auto half = connect();
+        half.send("GET /heal");
+        binary.sendFrame(2, "x"); // is being closed
+        closing.reset(); // is closing
+        listener_.reset();
+    }
+}
+
+TEST_F(ListenerTest, StopLeavesTheRestOfABatch) {
+    listen();
+    Gate entered;
+    Gate gate;
+    std::atomic<int> carriedOut = 0;
+    server_.on("first", [&](const Call& call) {
+        ++carriedOut;
+        entered.open();
+        EXPECT_TRUE(gate.pass());
+        return TestServer::echo(call);
+    });
+    auto client = webSocket();
+    std::string batch = "[" + request("Reader::echo");
+    for (int i = 0; i < 50; ++i)
+        batch += "," + request("Reader::first");
+    client.sendText(batch + "]");
+    EXPECT_TRUE(entered.pass());
+    std::thread stopper([&] { listener_->stop(); });
+    EXPECT_EQ(client.readFrame().closeCode(), 1001); // it has begun to stop
+    EXPECT_TRUE(client.readAll().empty());
+    gate.open();
+    stopper.join();
+    EXPECT_LT(carriedOut, 51);
+}
+
+TEST_F(ListenerTest, StopWaitsForHandlersAndNotForClients) {
+    listen();
+    Gate entered;
+    Gate gate;
+    std::atomic<bool> ended = false;
+    server_.on("first", [&](const Call& call) {
+        entered.open();
+        gate.pass();
+        ended = true;
+        return TestServer::echo(call);
+    });
+    auto client = webSocket();
+    auto half = connect();
+    half.send("POST /rpc/Test HTT");
+    client.sendText(request("Reader::first"));
+    EXPECT_TRUE(entered.pass());
+    std::thread opener([&] { gate.open(); });
+    listener_->stop();
+    EXPECT_TRUE(ended);
+    opener.join();
+}
+
+} // namespace
+} // namespace Ostrel::Test

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "TV/server/dummy/data/TextFile.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Ostrel::TV {
+
+/// A content reference identifier as the guide files hold it, for example 1 "/23vbzj".
+struct GuideCrid {
+    unsigned type = 0;
+    std::string data;
+};
+
+/// An event of a guide file.
+struct GuideEvent {
+    unsigned programme = 0; ///< identifier, unique in the whole guide
+    std::int64_t start = 0; ///< seconds since 1970-01-01 UTC
+    std::int64_t end = 0;
+    int content = -1;
+    unsigned version = 0;
+    bool hd = false;
+    bool late = false; ///< unsuitable before the watershed
+    bool next = false; ///< the stored mark
+    std::vector<GuideCrid> crids;
+    unsigned imi = 0;
+    unsigned hdLink = 0; ///< programme of the same event on the HD service, 0 when none
+    std::string title;
+    std::string synopsis; ///< empty when absent
+    std::string guidance; ///< empty when absent
+    TextLine line;
+};
+
+/// A guide file: one service and its events in the order of time.
+struct GuideFile {
+    int id = 0;
+    unsigned network = 0;
+    unsigned stream = 0;
+    unsigned dvbId = 0;
+    unsigned place = 0;
+    std::vector<GuideEvent> events;
+    TextLine line;
+};
+
+/// The text of a guide file; `heading` becomes its first comment.
+std::string writeGuide(const GuideFile& guide, const std::string& heading);
+
+/// Reads a guide file; what stands in it is judged by checkGuide (GuideRules.h).
+GuideFile readGuide(const std::string& path);
+
+/// London runs one hour ahead of UTC on all days of the guide.
+constexpr std::int64_t londonOffset = 3600;
+
+/// Seconds since midnight in London.
+constexpr std::int64_t londonTimeOfDay(std::int64_t utc) {
+    return (utc + londonOffset) % 86400;
+}
+
+/// From 21:00 to 05:30 in London what is unsuitable for children may start.
+constexpr bool afterWatershed(std::int64_t utc) {
+    const std::int64_t time = londonTimeOfDay(utc);
+    return time >= 21 * 3600 || time < 5 * 3600 + 1800;
+}
+
+/// A time as "2011-10-14T17:45:00Z", and back; the line is blamed for a bad one.
+std::string formatTime(std::int64_t utc);
+std::int64_t parseTime(const TextLine& line, const std::string& text);
+
+} // namespace Ostrel::TV

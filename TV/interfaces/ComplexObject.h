@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Ostrel/Export.h"
+
+namespace Ostrel {
+
+/// An object whose construction has a second step that may fail.
+class OSTREL_API ComplexObject {
+public:
+    /// @returns false when the object cannot be used
+    virtual bool init() = 0;
+    virtual ~ComplexObject() = default;
+};
+
+} // namespace Ostrel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Ostrel/serialization/VectorBase.h"
+
+#include <cstddef>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace Ostrel {
+
+/// A list that can travel: the vector itself, written as a JSON array of its elements.
+///
+/// T is std::string, unsigned char, or a record.
+template <typename T> class OSTREL_API VectorObject : public VectorBase, public std::vector<T> {
+public:
+    using std::vector<T>::vector;
+
+    VectorObject<T>* clone() const override { return new VectorObject<T>(*this); }
+
+    using VectorBase::serialize;
+    void serialize(Serializer& serializer) const override {
+        if constexpr (std::is_same_v<T, std::string>) {
+            // Growing a long text costs more than writing it.
+            std::size_t size = 0;
+            for (const std::string& element : *this)
+                size += element.size() + element.size() / 8 + quotesAndComma;
+            serializer.reserveMore(size);
+        }
+        const std::string noKey;
+        for (const T& element : *this) {
+            if constexpr (std::is_same_v<T, std::string>)
+                Ostrel::serialize(noKey, element, serializer);
+            else if constexpr (std::is_same_v<T, unsigned char>)
+                Ostrel::serialize(noKey, static_cast<int>(element), serializer);
+            else
+                element.serialize(noKey, serializer);
+        }
+    }
+
+private:
+    static constexpr std::size_t quotesAndComma = 3; ///< bytes around an element
+};
+
+} // namespace Ostrel

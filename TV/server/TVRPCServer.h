@@ -1,0 +1,135 @@
+#pragma once
+
+#include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/serialization/Deserializer.h"
+#include "TV/server/ContextTable.h"
+#include "TV/server/TVServer.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace Ostrel::TV {
+
+class TVModuleContext;
+
+/// Publishes a TV module as the RPC server "TV": three interfaces of methods, and the scan
+/// events as notifications.
+///
+/// Calls are served from init() on. Methods of ITVGuide only read and may be called by several
+/// threads at once; all others hold the turn. The host ends all calls, then calls uninit().
+class OSTREL_API TVRPCServer : public TVServer, public RPCServer {
+public:
+    class Request;
+
+    /// @param module  not owned; must live longer than the server
+    /// @param clock   monotonic; tells when a context was last used
+    explicit TVRPCServer(TVModule* module, ContextTable::Clock clock = &std::chrono::steady_clock::now);
+
+    /// Gives the contexts that clients have left behind back to the module.
+    ~TVRPCServer() override;
+
+    bool init() override;
+
+    /// Releases the contexts whose connection has closed and that nothing has used for some
+    /// time, unless a scan is running: releasing a context would end it.
+    void housekeep() override;
+
+    void onScanStart(const unsigned& sourceId) override;
+    void onScanComplete(const unsigned& sourceId) override;
+    void onScanProgress(const unsigned& sourceId, const unsigned& percent) override;
+
+private:
+    using Call = IRPC::RPCSynchronousMethodObject;
+    using Handler = std::string (TVRPCServer::*)(const Call&);
+
+    /// Source lines that a handler's debug lines show; 0 shows the line of the print statement.
+    struct Lines {
+        int throwing;
+        int catching;
+    };
+
+    std::string createContext(const Call& call);
+    std::string deleteContext(const Call& call);
+
+    std::string serviceListSet(const Call& call);
+    std::string serviceListDelete(const Call& call);
+    std::string serviceListDeleteAll(const Call& call);
+    std::string serviceListSeek(const Call& call);
+    std::string serviceListSeekByUri(const Call& call);
+    std::string serviceListSeekByChannelNumber(const Call& call);
+    std::string serviceListGet(const Call& call);
+    std::string serviceListRead(const Call& call);
+    std::string nowNextGet(const Call& call);
+    std::string signalStatusGet(const Call& call);
+    std::string utcTimeGet(const Call& call);
+
+    std::string transponderListAdd(const Call& call);
+    std::string transponderListDeleteAll(const Call& call);
+    std::string scanBlindStart(const Call& call);
+    std::string scanHomeStart(const Call& call);
+    std::string scanStart(const Call& call);
+    std::string scanStop(const Call& call);
+    std::string scanInfoGet(const Call& call);
+
+    std::string query(const Call& call);
+    std::string queryEventInfo(const Call& call);
+    std::string queryNowNextEventInfo(const Call& call);
+    std::string getGenreStringMapList(const Call& call);
+
+    /// What every method that names a context shares: finds the context, decodes the payload
+    /// if the operation takes one, and makes the reply, whatever goes wrong.
+    ///
+    /// @param operation  called with the context, or with the context and the payload's members;
+    ///                   returns the value of the reply
+    template <typename Operation>
+    std::string answer(const Call& call, const char* name, Operation operation, Lines lines = {}) {
+        return answerGuarded(call, name, lines, [&](TVModuleContext& context, const std::string& text) {
+            if constexpr (std::is_invocable_v<Operation, TVModuleContext&>) {
+                return IRPC::RPCResultObject(call, operation(context)).serialize();
+            } else {
+                Deserializer payload(text);
+                return IRPC::RPCResultObject(call, operation(context, payload)).serialize();
+            }
+        });
+    }
+
+    using Work = std::function<std::string(TVModuleContext& context, const std::string& payload)>;
+    std::string answerGuarded(const Call& call, const char* name, Lines lines, const Work& work);
+
+    void publish(const std::string& interfaceName, MethodMap& group,
+                 std::initializer_list<std::pair<const char*, Handler>> handlers);
+
+    /// Returns false when there is no such context.
+    bool release(std::uint32_t identifier);
+    bool isScanRunning(TVModuleContext& context) const;
+
+    MethodMap configMethods_;
+    MethodMap serviceMethods_;
+    MethodMap guideMethods_;
+    ContextTable contexts_;
+    std::atomic<bool> scanHeard_ = false; ///< a scan has started since init()
+};
+
+/// What every call carries that names a context.
+class OSTREL_API TVRPCServer::Request {
+public:
+    /// @throws DecodeError
+    explicit Request(Deserializer& deserializer);
+
+    /// The context's identifier.
+    const std::uint32_t& getContext() const { return context_; }
+
+    /// The method's own parameters as the text of a JSON object; empty when there are none.
+    const std::string& getPayload() const { return payload_; }
+
+private:
+    std::uint32_t context_;
+    std::string payload_;
+};
+
+} // namespace Ostrel::TV

@@ -1,0 +1,66 @@
+// The context's guide operations. They only read, and take no lock.
+
+#include "TV/server/dummy/DummyTVModuleContext.h"
+#include "TV/server/dummy/EntryFormat.h"
+#include "TV/server/dummy/EventQuery.h"
+#include "TV/server/dummy/GenreList.h"
+#include "TV/server/dummy/NowNext.h"
+#include "TV/server/dummy/QuorilQuery.h"
+
+#include <limits>
+
+namespace Ostrel::TV {
+
+VectorObject<std::string> DummyTVModuleContext::nowNextGet(const unsigned& id,
+                                                           const std::string& outputFormat) {
+    const auto format = findOutputFormat(outputFormat);
+    if (!format)
+        fail("nowNextGet", ReturnCode::NotSupported, __LINE__);
+    const NowNext found = findNowNext(id, utcTimeGet());
+    VectorObject<std::string> documents;
+    if (found.now)
+        documents.push_back(formatEntry(*format, found.now, OnAir));
+    if (found.next)
+        documents.push_back(formatEntry(*format, found.next, Following));
+    return documents;
+}
+
+VectorObject<std::string> DummyTVModuleContext::query(const std::string& expression,
+                                                      const std::string& expressionFormat,
+                                                      const std::string& outputFormat) {
+    constexpr unsigned noLimit = std::numeric_limits<unsigned>::max();
+    const auto format = findOutputFormat(outputFormat);
+    if (expressionFormat != "quoril" || !format)
+        fail("query", ReturnCode::NotSupported, __LINE__);
+    QuorilQuery rows;
+    if (!rows.init(expression, 0, noLimit))
+        fail("query", ReturnCode::NotSupported, __LINE__);
+    VectorObject<std::string> documents;
+    documents.reserve(rows.count());
+    while (const epgentry* row = rows.next())
+        documents.push_back(formatEntry(*format, row, Schedule));
+    return documents;
+}
+
+VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryEventInfo(const Query& query) {
+    VectorObject<EventInfo> events;
+    if (!EventQuery(query).run(events))
+        fail("queryEventInfo", ReturnCode::NotSupported, __LINE__);
+    return events;
+}
+
+VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryNowNextEventInfo(const unsigned& id) {
+    const NowNext found = findNowNext(id, utcTimeGet());
+    VectorObject<EventInfo> events;
+    if (found.now)
+        appendEvent(events, *found.now);
+    if (found.next)
+        appendEvent(events, *found.next);
+    return events;
+}
+
+VectorObject<ITVGuide::GenreStringMap> DummyTVModuleContext::getGenreStringMapList() {
+    return genreList;
+}
+
+} // namespace Ostrel::TV

@@ -1,0 +1,210 @@
+#include "TV/server/ContextTable.h"
+
+#include "Ostrel/rpc/Exception.h"
+#include "tests/TV/server/FakeModule.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+using namespace Ostrel;
+using namespace Ostrel::TV;
+using namespace std::chrono_literals;
+
+namespace {
+
+class ContextTableTest : public testing::Test {
+protected:
+    std::uint32_t add(const std::shared_ptr<RPCPeer>& peer = nullptr) {
+        return table.add([this] { return &context; }, peer);
+    }
+
+    std::vector<std::uint32_t> abandoned() {
+        std::vector<std::uint32_t> identifiers;
+        for (const auto& each : table.findAbandoned())
+            identifiers.push_back(each.identifier);
+        return identifiers;
+    }
+
+    FakeModule module;
+    FakeContext context{module};
+    std::uint32_t next = 1;
+    ContextTable::TimePoint now{1000h};
+    ContextTable table{[this] { return now; }, [this] { return next++; }};
+};
+
+TEST_F(ContextTableTest, FindsWhatWasAdded) {
+    const auto identifier = add();
+    const auto pin = table.pin(identifier);
+    ASSERT_TRUE(pin);
+    EXPECT_EQ(&*pin, &context);
+}
+
+TEST_F(ContextTableTest, RefusesZeroAndStrangers) {
+    const auto identifier = add();
+    EXPECT_FALSE(table.pin(0));
+    EXPECT_FALSE(table.pin(identifier + 1));
+    EXPECT_EQ(table.take(0), nullptr);
+    EXPECT_EQ(table.take(identifier + 1), nullptr);
+}
+
+TEST_F(ContextTableTest, TakenContextIsGone) {
+    const auto identifier = add();
+    EXPECT_EQ(table.take(identifier), &context);
+    EXPECT_FALSE(table.pin(identifier));
+    EXPECT_EQ(table.take(identifier), nullptr);
+    EXPECT_TRUE(table.getIdentifiers().empty());
+}
+
+TEST_F(ContextTableTest, SkipsZeroAndTakenNumbers) {
+    std::vector<std::uint32_t> numbers{7, 0, 5, 5, 0};
+    ContextTable drawing{[this] { return now; },
+                         [&] {
+                             const auto number = numbers.back();
+                             numbers.pop_back();
+                             return number;
+                         }};
+    const auto make = [this] { return &context; };
+    EXPECT_EQ(drawing.add(make, nullptr), 5u);
+    EXPECT_EQ(drawing.add(make, nullptr), 7u);
+}
+
+TEST_F(ContextTableTest, DrawsFromTheSystem) {
+    const auto first = ContextTable::systemRandom();
+    EXPECT_FALSE(first == ContextTable::systemRandom() && first == ContextTable::systemRandom());
+}
+
+TEST_F(ContextTableTest, ContextIsUnknownWhileItIsMade) {
+    const auto identifier = table.add(
+        [this] {
+            EXPECT_FALSE(table.pin(1));
+            EXPECT_EQ(table.take(1), nullptr);
+            return &context;
+        },
+        nullptr);
+    EXPECT_EQ(identifier, 1u);
+    EXPECT_TRUE(table.pin(1));
+}
+
+TEST_F(ContextTableTest, FailedMakingLeavesNothing) {
+    EXPECT_THROW(table.add([]() -> TVModuleContext* { throw std::runtime_error("no"); }, nullptr),
+                 std::runtime_error);
+    EXPECT_EQ(table.add([] { return nullptr; }, nullptr), 0u);
+    EXPECT_TRUE(table.getIdentifiers().empty());
+}
+
+TEST_F(ContextTableTest, HoldsAsManyAsTheLimit) {
+    for (std::size_t count = 0; count < 65536; ++count)
+        add();
+
+    bool made = false;
+    const auto addOneMore = [&] { table.add([&] { return made = true, &context; }, nullptr); };
+    try {
+        addOneMore();
+        FAIL() << "there was a place";
+    } catch (const Exception& exception) {
+        EXPECT_STREQ(exception.what(), "Out of memory");
+    }
+    EXPECT_FALSE(made);
+
+    table.take(1);
+    EXPECT_NO_THROW(addOneMore());
+}
+
+TEST_F(ContextTableTest, TakingWaitsForThePinsOfOthers) {
+    const auto identifier = add();
+    std::optional<ContextTable::Pin> first(table.pin(identifier));
+    std::optional<ContextTable::Pin> second(table.pin(identifier));
+    std::atomic<bool> pinned = true;
+    bool takenWhilePinned = false;
+    std::thread taker([&] {
+        EXPECT_EQ(table.take(identifier), &context);
+        takenWhilePinned = pinned;
+    });
+
+    while (table.pin(identifier))
+        std::this_thread::yield();
+    first.reset();
+    for (int chance = 0; chance < 1000; ++chance)
+        std::this_thread::yield();
+    pinned = false;
+    second.reset();
+
+    taker.join();
+    EXPECT_FALSE(takenWhilePinned);
+}
+
+TEST_F(ContextTableTest, OthersAreServedWhileOneIsTaken) {
+    const auto identifier = add();
+    const auto other = add();
+    std::optional<ContextTable::Pin> pin(table.pin(identifier));
+    std::thread taker([&] { table.take(identifier); });
+
+    while (table.pin(identifier))
+        std::this_thread::yield();
+    EXPECT_TRUE(table.pin(other));
+    EXPECT_EQ(table.take(other), &context);
+    EXPECT_NE(add(), 0u);
+
+    pin.reset();
+    taker.join();
+}
+
+TEST_F(ContextTableTest, MovedPinReleasesOnce) {
+    const auto identifier = add();
+    {
+        auto pin = table.pin(identifier);
+        const auto moved = std::move(pin);
+        EXPECT_TRUE(moved);
+    }
+    EXPECT_EQ(table.take(identifier), &context);
+}
+
+TEST_F(ContextTableTest, ContextIsAbandonedAfterTenMinutes) {
+    auto peer = std::make_shared<RPCPeer>();
+    const auto identifier = add(peer);
+    peer.reset();
+
+    now += 10min - 1ns;
+    EXPECT_TRUE(abandoned().empty());
+    now += 1ns;
+    EXPECT_EQ(abandoned(), (std::vector{identifier}));
+    EXPECT_EQ(table.findAbandoned().front().context, &context);
+}
+
+TEST_F(ContextTableTest, OpenConnectionKeepsItsContext) {
+    const auto peer = std::make_shared<RPCPeer>();
+    add(peer);
+    now += 1000h;
+    EXPECT_TRUE(abandoned().empty());
+}
+
+TEST_F(ContextTableTest, ContextMadeByNoConnectionIsAbandonedToo) {
+    const auto identifier = add();
+    now += 10min;
+    EXPECT_EQ(abandoned(), (std::vector{identifier}));
+}
+
+TEST_F(ContextTableTest, UseKeepsAContext) {
+    const auto identifier = add();
+    now += 9min;
+    EXPECT_TRUE(table.pin(identifier));
+    now += 9min;
+    EXPECT_TRUE(abandoned().empty());
+    now += 1min;
+    EXPECT_EQ(abandoned(), (std::vector{identifier}));
+}
+
+TEST_F(ContextTableTest, PinnedContextIsNotAbandoned) {
+    const auto identifier = add();
+    const auto pin = table.pin(identifier);
+    now += 1000h;
+    EXPECT_TRUE(abandoned().empty());
+}
+
+} // namespace

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "TV/server/dummy/GenreList.h"
+#include "TV/server/dummy/Lineup.h"
+#include "TV/server/dummy/StartTimeIndex.h"
+#include "TV/server/dummy/TransponderInfo.h"
+
+/// Takes back what init() has written for the whole process, so that another module may run it.
+inline void forgetBuiltInData() {
+    using namespace Ostrel::TV;
+    for (LineupRow* row = lineup; row->channelNumber > 0; ++row)
+        row->guideServiceId = 0;
+    transponderStore.clear();
+    startTimeIndex.clear();
+    genreList.clear();
+}

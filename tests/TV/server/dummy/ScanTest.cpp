@@ -1,0 +1,579 @@
+#include "Ostrel/os/Turn.h"
+#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/serialization/Deserializer.h"
+#include "TV/server/dummy/DummyTVModuleContext.h"
+#include "tests/TV/server/dummy/BuiltInData.h"
+#include "tests/support/FakeTime.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace Ostrel;
+using namespace Ostrel::TV;
+using Ostrel::Test::LogCapture;
+
+namespace {
+
+/// Writes down what it hears: "start SOURCE", "PERCENT% SOURCE", "complete SOURCE".
+class Recorder : public ITVConfig::ITVConfigListener {
+public:
+    void onScanStart(const unsigned& sourceId) override { note("start", sourceId); }
+    void onScanComplete(const unsigned& sourceId) override { note("complete", sourceId); }
+    void onScanProgress(const unsigned& sourceId, const unsigned& percent) override {
+        note(std::to_string(percent) + "%", sourceId);
+        if (onProgress)
+            onProgress();
+    }
+
+    /// The events so far, which are forgotten.
+    std::string take() { return std::exchange(events_, {}); }
+
+    std::function<void()> onProgress;
+
+private:
+    void note(const std::string& event, unsigned sourceId) {
+        events_ += (events_.empty() ? "" : ", ") + event + " " + std::to_string(sourceId);
+    }
+
+    std::string events_;
+};
+
+constexpr std::time_t start = 1318748400;
+
+class ScanTest : public testing::Test {
+protected:
+    void SetUp() override {
+        module.init();
+        module.addListener(&recorder);
+        recorder.onProgress = nullptr;
+        // The first event after a listener was added clears the walk's flag.
+        module.onScanComplete(0);
+        recorder.take();
+    }
+    void TearDown() override { forgetBuiltInData(); }
+
+    static ITVConfig::TuningParams tuning(unsigned frequencyKHz) {
+        Deserializer text(R"({"frequencyKHz":)" + std::to_string(frequencyKHz) + "}");
+        return ITVConfig::TuningParams(text);
+    }
+
+    std::vector<std::uint32_t> transponders() OSTREL_NO_THREAD_SAFETY_ANALYSIS { return module.transponders; }
+    std::size_t serviceCount() OSTREL_NO_THREAD_SAFETY_ANALYSIS { return module.services.size(); }
+    std::size_t newCount() OSTREL_NO_THREAD_SAFETY_ANALYSIS { return module.scannedServices.size(); }
+
+    /// "progress found tv radio data" of the scan.
+    std::string counters() {
+        const auto info = context.scanInfoGet(1);
+        return std::to_string(info.getProgress()) + " " + std::to_string(info.getServicesFound()) + " " +
+               std::to_string(info.getTvServices()) + " " + std::to_string(info.getRadioServices()) + " " +
+               std::to_string(info.getType3Services());
+    }
+    bool isScanning() { return context.scanInfoGet(1).getScanning(); }
+
+    /// Lets every task do one step, in the order of spawning.
+    void stepAll() {
+        for (const TaskHandle task : tasks.getTasks())
+            tasks.step(task);
+    }
+
+    /// Steps as in real time, twice a second, until the tasks have ended.
+    void runToTheEnd() {
+        for (int steps = 0; countTasks() > 0; ++steps) {
+            ASSERT_LT(steps, 1000);
+            stepAll();
+            if (steps % 2 == 1)
+                time.advance(1);
+        }
+    }
+
+    /// Runs something that must fail: "TEXT LINE", as it was thrown and logged.
+    static std::string failure(const std::string& operation, const std::function<void()>& run) {
+        LogCapture log;
+        try {
+            run();
+        } catch (const Exception& exception) {
+            const auto lines = log.take();
+            if (lines.size() != 1 || lines[0].level != DebugLevel::Error ||
+                lines[0].module != "DummyTVModule" ||
+                lines[0].text != operation + "(): throwing exception: " + exception.what())
+                return "it is logged otherwise";
+            return exception.what() + (" " + std::to_string(lines[0].line));
+        }
+        return "it did not fail";
+    }
+
+    DummyTVModule module;
+    Recorder recorder;
+    FakeTime time{start};
+    TaskStepper tasks; ///< gone before what its tasks use
+    DummyTVModuleContext context{&module};
+};
+
+TEST_F(ScanTest, NoInfoBeforeTheFirstScan) {
+    EXPECT_EQ(failure("scanInfoGet", [&] { context.scanInfoGet(1); }), "Invalid state 1293");
+    EXPECT_TRUE(context.scanBlindStart(1, 0));
+    EXPECT_EQ(context.scanInfoGet(9).serialize(),
+              R"({"scanning":true,"progress":0,"reserved1":0,"reserved2":0,"reserved3":0,"reserved4":0,)"
+              R"("reserved5":0,"servicesFound":0,"tvServices":0,"radioServices":0,"type3Services":0,)"
+              R"("reserved6":0,"reserved7":0})");
+    time.advance(48);
+    stepAll();
+    EXPECT_FALSE(isScanning());
+    EXPECT_EQ(counters(), "100 0 0 0 0");
+}
+
+TEST_F(ScanTest, StartBeginsWithTwoEventsOnTheCallersThread) {
+    EXPECT_TRUE(context.scanBlindStart(7, 1));
+    EXPECT_EQ(recorder.take(), "start 7, 0% 7");
+    EXPECT_EQ(tasks.getTasks().size(), 1u);
+    const Mutex::Hold hold(module.mutex);
+    auto& scan = module.scanState;
+    EXPECT_EQ(scan.frequencies.size(), 48u);
+    EXPECT_EQ(scan.frequencies.front(), 474u);
+    EXPECT_EQ(scan.frequencies.back(), 850u);
+    EXPECT_EQ(scan.startTime, start);
+    EXPECT_EQ(scan.endTime, start + 48);
+    EXPECT_EQ(scan.task, tasks.getTasks()[0]);
+}
+
+TEST_F(ScanTest, TheTaskStepsAtOnceAndThenTwiceASecond) {
+    context.scanBlindStart(1, 0);
+    recorder.take();
+    const auto task = tasks.getTasks().at(0);
+    time.advance(1);
+    EXPECT_EQ(tasks.step(task), 500u);
+    EXPECT_EQ(recorder.take(), "2% 1");
+    EXPECT_EQ(tasks.step(task), 500u);
+    EXPECT_EQ(recorder.take(), "") << "an unchanged percentage is no event";
+    time.advance(47);
+    EXPECT_EQ(tasks.step(task), std::nullopt);
+    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+    EXPECT_EQ(countTasks(), 0u);
+}
+
+TEST_F(ScanTest, BlindScanFindsEverythingIn48Seconds) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    runToTheEnd();
+    EXPECT_EQ(serviceCount(), 96u);
+    EXPECT_EQ(newCount(), 96u);
+    EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690, 722, 738, 770, 794, 842}));
+    std::string events = "start 1, 0% 1";
+    for (int second = 1; second <= 48; ++second)
+        events += ", " + std::to_string(second * 100 / 48) + "% 1";
+    EXPECT_EQ(recorder.take(), events + ", complete 1");
+    EXPECT_EQ(std::time(nullptr), start + 48);
+    const auto info = context.scanInfoGet(1);
+    EXPECT_EQ(info.getTvServices() + info.getRadioServices(), 96u);
+}
+
+TEST_F(ScanTest, TranspondersAreReachedAtTheirPlaceInTheBand) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    std::string reached;
+    for (int second = 0; second <= 48; ++second) {
+        const auto before = newCount();
+        stepAll();
+        if (newCount() != before)
+            reached += std::to_string(second) + ":" + std::to_string(newCount() - before) + " ";
+        time.advance(1);
+    }
+    // A transponder is merged once the rounded target passes its place, 27, 31, 33, 37, 40 and 46.
+    EXPECT_EQ(reached, "28:21 32:24 34:8 38:4 41:21 47:18 ");
+}
+
+TEST_F(ScanTest, ScanOfAnEmptyListEndsAtTheFirstStep) {
+    context.transponderListDeleteAll(1);
+    EXPECT_TRUE(context.scanStart(3, 0));
+    EXPECT_EQ(recorder.take(), "start 3, 0% 3");
+    stepAll();
+    EXPECT_EQ(recorder.take(), "100% 0, complete 0");
+    EXPECT_EQ(serviceCount(), 0u);
+    EXPECT_EQ(counters(), "100 0 0 0 0");
+    EXPECT_FALSE(isScanning());
+    EXPECT_EQ(countTasks(), 0u);
+}
+
+TEST_F(ScanTest, ScanOfAnEmptyListSurvivesAClockSetBack) {
+    context.transponderListDeleteAll(1);
+    context.scanStart(3, 0);
+    time.set(start - 1000);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "start 3, 0% 3, 100% 0, complete 0");
+}
+
+TEST_F(ScanTest, SourceOfTheLatestBlindScan) {
+    context.scanStart(3, 0);
+    time.advance(3);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "start 3, 0% 3, 50% 0");
+    time.advance(3);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "100% 0, complete 0");
+
+    context.scanBlindStart(8, 0);
+    context.scanStop(1);
+    EXPECT_EQ(recorder.take(), "start 8, 0% 8, complete 8");
+    stepAll();
+
+    context.scanStart(3, 0);
+    time.advance(1);
+    context.scanStop(2);
+    EXPECT_EQ(recorder.take(), "start 3, 0% 3, 8% 8, complete 8");
+    context.scanStart(4, 0);
+    time.advance(100);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "start 4, 0% 4, 100% 8, complete 8");
+}
+
+TEST_F(ScanTest, FrequenciesTwice) {
+    context.scanStart(1, 0);
+    time.advance(6);
+    stepAll();
+    EXPECT_EQ(transponders(),
+              (std::vector<std::uint32_t>{690, 690, 722, 722, 738, 738, 770, 770, 794, 794, 842, 842}));
+    context.scanStart(1, 0);
+    const Mutex::Hold hold(module.mutex);
+    EXPECT_EQ(module.scanState.endTime, start + 6 + 12);
+}
+
+TEST_F(ScanTest, StopReportsNoHundredPercent) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    time.advance(20);
+    stepAll();
+    recorder.take();
+    time.advance(4);
+    EXPECT_TRUE(context.scanStop(99));
+    EXPECT_EQ(recorder.take(), "50% 1, complete 1");
+    EXPECT_FALSE(isScanning());
+    EXPECT_EQ(counters(), "50 0 0 0 0");
+    {
+        const Mutex::Hold hold(module.mutex);
+        EXPECT_EQ(module.scanState.nextIndex, 24u);
+    }
+    stepAll();
+    EXPECT_EQ(recorder.take(), "");
+    EXPECT_EQ(countTasks(), 0u);
+}
+
+TEST_F(ScanTest, StopMergesWhatItHasReached) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    time.advance(28);
+    EXPECT_TRUE(context.scanStop(1));
+    EXPECT_EQ(recorder.take(), "start 1, 0% 1, 58% 1, complete 1");
+    EXPECT_EQ(newCount(), 21u);
+    EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690}));
+}
+
+TEST_F(ScanTest, StopAtAnUnchangedPercentageOnlyCompletes) {
+    context.scanBlindStart(1, 0);
+    time.advance(24);
+    stepAll();
+    recorder.take();
+    EXPECT_TRUE(context.scanStop(1));
+    EXPECT_EQ(recorder.take(), "complete 1");
+}
+
+TEST_F(ScanTest, StopAtTheEndIsACompletion) {
+    context.scanBlindStart(1, 0);
+    recorder.take();
+    time.advance(48);
+    EXPECT_TRUE(context.scanStop(1));
+    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+    EXPECT_FALSE(context.scanStop(1));
+}
+
+TEST_F(ScanTest, StopWithoutAScanIsFalseAndSilent) {
+    EXPECT_FALSE(context.scanStop(1));
+    EXPECT_EQ(recorder.take(), "");
+}
+
+TEST_F(ScanTest, StartDuringAScanChangesNothing) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(5, 0);
+    time.advance(32);
+    stepAll();
+    recorder.take();
+    const auto before = counters();
+    EXPECT_EQ(failure("scanBlindStart", [&] { context.scanBlindStart(6, 0); }), "Not supported 1108");
+    EXPECT_EQ(failure("scanStart", [&] { context.scanStart(6, 0); }), "Not supported 1146");
+    EXPECT_EQ(counters(), before);
+    EXPECT_EQ(recorder.take(), "");
+    EXPECT_EQ(countTasks(), 1u);
+    EXPECT_TRUE(isScanning());
+    context.scanStop(1);
+    EXPECT_EQ(recorder.take(), "complete 5");
+}
+
+TEST_F(ScanTest, HomeScanIsNotSupported) {
+    EXPECT_EQ(failure("scanHomeStart", [&] { context.scanHomeStart(1, tuning(690000), 0); }),
+              "Not supported 1136");
+    EXPECT_EQ(recorder.take(), "");
+}
+
+TEST_F(ScanTest, ARefusalLeavesTheLockFree) {
+    context.scanBlindStart(1, 0);
+    LogCapture log;
+    EXPECT_THROW(context.scanBlindStart(1, 0), Exception);
+    EXPECT_THROW(context.scanStart(1, 0), Exception);
+    EXPECT_THROW(context.scanHomeStart(1, tuning(1), 0), Exception);
+    log.take();
+    Mutex::releaseHeld("this test");
+    EXPECT_TRUE(log.takeTexts().empty());
+}
+
+TEST_F(ScanTest, KnownServicesAreNeitherAddedNorCounted) {
+    context.scanBlindStart(1, 0);
+    time.advance(48);
+    stepAll();
+    EXPECT_EQ(serviceCount(), 96u);
+    EXPECT_EQ(newCount(), 0u);
+    EXPECT_EQ(counters(), "100 0 0 0 0");
+}
+
+TEST_F(ScanTest, CountedTwice) {
+    context.serviceListSet("all");
+    context.serviceListSeekByChannelNumber(4);
+    context.serviceListDelete();
+    context.scanBlindStart(1, 0);
+    time.advance(48);
+    stepAll();
+    EXPECT_EQ(counters(), "100 2 1 0 0") << "put in before another";
+
+    context.serviceListSeekByChannelNumber(728);
+    context.serviceListDelete();
+    context.scanBlindStart(1, 0);
+    time.advance(48);
+    stepAll();
+    EXPECT_EQ(counters(), "100 1 0 1 0") << "put in at the end";
+    EXPECT_EQ(serviceCount(), 96u);
+}
+
+TEST_F(ScanTest, DataServicesAreCountedApartAndOthersNowhere) {
+    using Type = ITVService::ServiceInfo::Type;
+    const auto service = [](unsigned number, Type type) {
+        return ITVService::ServiceInfo(number, "S", "dvb://1..1", 1, type, "", false, false, true, true);
+    };
+    transponderStore.push_back({474, {}});
+    transponderStore.back().services = {service(801, Type::Data), service(802, static_cast<Type>(4)),
+                                        service(801, Type::Data)};
+    context.scanBlindStart(1, 0);
+    time.advance(1);
+    context.scanStop(1);
+    EXPECT_EQ(counters(), "2 2 0 0 1");
+    EXPECT_EQ(newCount(), 2u);
+}
+
+TEST_F(ScanTest, NewServicesAreForgottenByTheNextScan) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    time.advance(48);
+    stepAll();
+    context.serviceListSet("new");
+    EXPECT_EQ(context.serviceListRead(1).at(0).getName(), "ITV3") << "in the order of finding";
+    context.scanBlindStart(1, 0);
+    EXPECT_TRUE(context.serviceListGet(96).empty());
+}
+
+TEST_F(ScanTest, EventsComeBeforeTheStepsServices) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    time.advance(48);
+    std::size_t seen = 1;
+    recorder.onProgress = [&] { seen = newCount(); };
+    stepAll();
+    EXPECT_EQ(seen, 0u);
+    EXPECT_EQ(newCount(), 96u);
+}
+
+TEST_F(ScanTest, TransponderAddedInKiloHertzAndTwice) {
+    EXPECT_TRUE(context.transponderListAdd(1, tuning(690000)));
+    EXPECT_TRUE(context.transponderListAdd(1, tuning(690999)));
+    EXPECT_TRUE(context.transponderListAdd(1, tuning(999)));
+    EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{0, 690, 690, 690, 722, 738, 770, 794, 842}));
+}
+
+TEST_F(ScanTest, ServicesGoWithTheTransponders) {
+    EXPECT_TRUE(context.transponderListDeleteAll(1));
+    EXPECT_TRUE(transponders().empty());
+    EXPECT_EQ(serviceCount(), 0u);
+}
+
+TEST_F(ScanTest, ListsMayBeEmptiedDuringAScan) {
+    context.scanStart(1, 0);
+    time.advance(3);
+    stepAll();
+    context.transponderListDeleteAll(1);
+    time.advance(3);
+    stepAll();
+    EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{770, 794, 842})) << "the scan keeps its own list";
+    EXPECT_EQ(serviceCount(), 43u);
+    EXPECT_EQ(counters().substr(0, 4), "100 ");
+}
+
+TEST_F(ScanTest, FrequencyWithoutATransponderIsPassedOver) {
+    context.transponderListDeleteAll(1);
+    context.transponderListAdd(1, tuning(500000));
+    context.transponderListAdd(1, tuning(770000));
+    context.scanStart(1, 0);
+    time.advance(2);
+    stepAll();
+    EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{500, 770, 770}));
+    EXPECT_EQ(newCount(), 4u);
+}
+
+TEST_F(ScanTest, TimeBeforeTheStartCountsAsTheStart) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    recorder.take();
+    time.set(start - 1000000);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "");
+    EXPECT_EQ(counters(), "0 0 0 0 0");
+    time.set(start + 32);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "66% 1");
+    EXPECT_EQ(newCount(), 45u);
+    time.set(0);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "0% 1");
+    EXPECT_EQ(newCount(), 45u) << "what was found stays";
+    time.set(start + 48);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+    EXPECT_EQ(newCount(), 96u);
+}
+
+TEST_F(ScanTest, ClockSetForwardCompletes) {
+    context.scanBlindStart(1, 0);
+    recorder.take();
+    time.set(std::time_t{1} << 40);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+}
+
+TEST_F(ScanTest, ScanWithoutATask) {
+    std::vector<TaskHandle> others;
+    for (unsigned i = 0; i < taskLimit; ++i)
+        others.push_back(OS_TaskSpawnParam(
+            "other", 0, 0, [](void*) { return 0; }, nullptr, 0));
+    ASSERT_NE(others.back(), nullptr);
+    EXPECT_TRUE(context.scanBlindStart(1, 0));
+    EXPECT_EQ(recorder.take(), "start 1, 0% 1");
+    stepAll();
+    EXPECT_EQ(countTasks(), 0u);
+    time.advance(1000);
+    EXPECT_TRUE(isScanning());
+    EXPECT_EQ(counters(), "0 0 0 0 0");
+    EXPECT_EQ(recorder.take(), "");
+    EXPECT_TRUE(context.scanStop(1));
+    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+    EXPECT_TRUE(context.scanBlindStart(1, 0));
+    EXPECT_EQ(countTasks(), 1u);
+}
+
+TEST_F(ScanTest, StopAndStartAtOnceLeaveTwoTasksOnOneScan) {
+    context.transponderListDeleteAll(1);
+    context.scanBlindStart(1, 0);
+    stepAll();
+    context.scanStop(1);
+    context.scanBlindStart(2, 0);
+    EXPECT_EQ(countTasks(), 2u);
+    recorder.take();
+    runToTheEnd();
+    std::string events;
+    for (int second = 1; second <= 48; ++second)
+        events += std::to_string(second * 100 / 48) + "% 2, ";
+    EXPECT_EQ(recorder.take(), events + "complete 2");
+    EXPECT_EQ(newCount(), 96u);
+}
+
+TEST_F(ScanTest, TwoTasksAtRandomMomentsAreAsGoodAsOne) {
+    std::mt19937 random(20261121);
+    for (int round = 0; round < 20; ++round) {
+        context.transponderListDeleteAll(1);
+        context.scanBlindStart(1, 0);
+        stepAll();
+        context.scanStop(1);
+        context.scanBlindStart(1, 0);
+        recorder.take();
+        unsigned last = 0;
+        while (countTasks() > 0) {
+            const auto alive = tasks.getTasks();
+            tasks.step(alive[random() % alive.size()]);
+            const auto events = recorder.take();
+            if (!events.empty()) {
+                const auto percent = context.scanInfoGet(1).getProgress();
+                EXPECT_GT(percent, last);
+                last = percent;
+                const std::string text = std::to_string(percent) + "% 1";
+                EXPECT_EQ(events, percent == 100 ? text + ", complete 1" : text);
+            }
+            time.advance(static_cast<std::time_t>(random() % 3));
+        }
+        EXPECT_EQ(last, 100u);
+        EXPECT_EQ(newCount(), 96u);
+        EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690, 722, 738, 770, 794, 842}));
+    }
+}
+
+TEST_F(ScanTest, QuickStartsAndStopsStayWithinTheTaskLimit) {
+    for (unsigned i = 0; i < 3 * taskLimit; ++i) {
+        ASSERT_TRUE(context.scanBlindStart(1, 0));
+        ASSERT_TRUE(context.scanStop(1));
+    }
+    EXPECT_EQ(countTasks(), taskLimit);
+    recorder.take();
+
+    // No task is left for this one; those that are there step it.
+    context.scanBlindStart(1, 0);
+    time.advance(12);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "start 1, 0% 1, 25% 1");
+    context.scanStop(1);
+    stepAll();
+    EXPECT_EQ(countTasks(), 0u);
+}
+
+TEST_F(ScanTest, DeletingAContextEndsTheScan) {
+    context.scanBlindStart(1, 0);
+    time.advance(24);
+    stepAll();
+    recorder.take();
+    module.deleteContext(module.createContext());
+    EXPECT_FALSE(isScanning());
+    time.advance(24);
+    stepAll();
+    EXPECT_EQ(recorder.take(), "") << "without a completion";
+    EXPECT_EQ(countTasks(), 0u);
+    EXPECT_EQ(counters().substr(0, 3), "50 ");
+    EXPECT_FALSE(context.scanStop(1));
+    EXPECT_TRUE(context.scanStart(1, 0));
+}
+
+TEST_F(ScanTest, ContextsShareTheScan) {
+    DummyTVModuleContext other(&module);
+    context.scanBlindStart(1, 0);
+    EXPECT_TRUE(other.scanInfoGet(1).getScanning());
+    EXPECT_TRUE(other.scanStop(1));
+    EXPECT_FALSE(isScanning());
+}
+
+TEST_F(ScanTest, StepWithoutAScanDoesNothing) {
+    EXPECT_FALSE(module.updateScan());
+    const Mutex::Hold hold(module.mutex);
+    EXPECT_FALSE(module.updateScanUnderLock(true));
+    EXPECT_EQ(recorder.take(), "");
+}
+
+} // namespace

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Ostrel/transport/Listener.h"
+#include "TV/server/TVRPCServer.h"
+#include "TV/server/dummy/DummyTVModule.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ostrel {
+
+/// What the host is told on its command line.
+struct HostOptions {
+    std::vector<std::string> listen; ///< addresses as Address::parse() reads them
+    std::vector<std::string> allowedOrigins;
+    std::vector<std::string> allowedHosts;
+    std::string tokenFile; ///< empty for none
+    bool fakeTime = false; ///< the module's clock starts in the middle of its guide
+};
+
+/// Brings module, server and listener up in their order, and down in reverse.
+class Host {
+public:
+    /// Serves when it returns.
+    /// @throws StartError  nothing is served
+    explicit Host(const HostOptions& options);
+
+    /// Stops serving, ends every task, and destroys what was built.
+    ~Host();
+
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    /// Where it serves.
+    const std::vector<Address>& getAddresses() const { return listener_->getAddresses(); }
+
+private:
+    TV::DummyTVModule module_;
+    std::optional<TV::TVRPCServer> server_;
+    std::optional<Listener> listener_;
+};
+
+} // namespace Ostrel

@@ -1,0 +1,234 @@
+#include "Ostrel/transport/Address.h"
+#include "tests/support/Child.h"
+#include "tests/support/TempDirectory.h"
+#include "tests/support/WireClient.h"
+
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ostrel::Test {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+/// A host that serves on a port of its own.
+class RunningHost {
+public:
+    explicit RunningHost(const Arguments& options = {}, const Arguments& environment = {})
+        : RunningHost(OSTREL_TVD_PROGRAM, withDefaults(options), environment) {}
+
+    RunningHost(const std::string& program, const Arguments& arguments, const Arguments& environment)
+        : child_(program, arguments, {}, environment) {
+        const auto line = child_.readLine();
+        const auto at = line.find("127.0.0.1:");
+        EXPECT_NE(at, std::string::npos) << line;
+        address_ = Address::parse(line.substr(at, line.size() - at - 1));
+    }
+
+    const Address& address() const { return address_; }
+    Child& child() { return child_; }
+
+private:
+    static Arguments withDefaults(const Arguments& options) {
+        Arguments all{"--listen", "127.0.0.1:0", "--log-level", "error"};
+        all.insert(all.end(), options.begin(), options.end());
+        return all;
+    }
+
+    Child child_;
+    Address address_;
+};
+
+/// Asks a host what time it is, in seconds since 1970-01-01 UTC, and ends it.
+std::int64_t timeOf(RunningHost& host) {
+    WireClient client(host.address());
+    client.upgrade();
+    const auto result = [&](const std::string& request) {
+        return boost::json::parse(client.call(request)).at("result").to_number<std::int64_t>();
+    };
+    const auto context = result(R"({"jsonrpc":"2.0","id":1,"method":"ITVService::createContext"})");
+    const auto seconds =
+        result(R"({"jsonrpc":"2.0","id":2,"method":"ITVService::utcTimeGet","params":{"context":)" +
+               std::to_string(context) + R"(,"payload":{}}})");
+    host.child().terminate();
+    EXPECT_EQ(host.child().wait(), 0);
+    return seconds;
+}
+
+struct Failure {
+    int status;
+    std::string errors;
+};
+
+Failure runHost(const Arguments& arguments) {
+    Child child(OSTREL_TVD_PROGRAM, arguments);
+    const auto status = child.wait();
+    return {status, child.readErrors()};
+}
+
+void expectOneLine(const Failure& failure, const std::string& part) {
+    EXPECT_EQ(failure.status, 1);
+    EXPECT_NE(failure.errors.find(part), std::string::npos) << failure.errors;
+    EXPECT_EQ(std::count(failure.errors.begin(), failure.errors.end(), '\n'), 1) << failure.errors;
+    EXPECT_TRUE(failure.errors.starts_with("ostrel-tvd: ")) << failure.errors;
+}
+
+TEST(HostTest, StartThatCannotSucceedIsOneLine) {
+    RunningHost running;
+    const TempDirectory directory;
+    const auto shared = directory.file("token");
+    std::ofstream(shared) << std::string(40, 't') << '\n';
+    std::filesystem::permissions(shared, std::filesystem::perms(0644));
+
+    expectOneLine(runHost({"--listen", running.address().toString()}),
+                  "is in use; choose another with --listen");
+    expectOneLine(runHost({"--listen", "0.0.0.0:8480"}), "--token-file");
+    expectOneLine(runHost({"--token-file", directory.file("absent")}), "cannot read the token file");
+    expectOneLine(runHost({"--token-file", shared}), "chmod 600");
+    expectOneLine(runHost({"--listen", "tv.example:1"}), "tv.example:1");
+    expectOneLine(runHost({"--listen", "unix:" + directory.file("no/such/directory")}),
+                  "No such file or directory");
+    expectOneLine(runHost({"--log-level", "loud"}), "--log-level");
+    expectOneLine(runHost({"--lissen", "127.0.0.1:0"}), "--help");
+    running.child().interrupt();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+TEST(HostTest, HelpAndVersion) {
+    Child help(OSTREL_TVD_PROGRAM, {"--help"});
+    const auto text = help.readOutput();
+    EXPECT_EQ(help.wait(), 0);
+    for (const auto* option : {"--listen", "--allow-origin", "--allow-host", "--token-file", "--fake-time",
+                               "--log-level", "--version"})
+        EXPECT_NE(text.find(option), std::string::npos) << option;
+    Child version(OSTREL_TVD_PROGRAM, {"--version"});
+    EXPECT_FALSE(version.readOutput().empty());
+    EXPECT_EQ(version.wait(), 0);
+}
+
+TEST(HostTest, FakeTimeStartsAtMiddayInTheMiddleOfTheGuide) {
+    struct Way {
+        Arguments options, environment;
+        bool fake;
+    };
+    constexpr std::int64_t midday = 1318766400; // 2011-10-16 12:00 UTC
+    constexpr std::int64_t day = 86400;
+    for (const Way& way : {Way{{}, {"TZ=UTC"}, false}, Way{{"--fake-time"}, {"TZ=UTC"}, true},
+                           Way{{"--fake-time", "--fake-time=false"}, {"TZ=UTC"}, false},
+                           Way{{}, {"TZ=UTC", "DUMMYFAKETIME="}, true}}) {
+        RunningHost host(way.options, way.environment);
+        const auto seconds = timeOf(host);
+        EXPECT_EQ(seconds >= midday && seconds < midday + day, way.fake) << seconds;
+    }
+}
+
+TEST(HostTest, NothingIsServedWhenOneAddressCannotBe) {
+    RunningHost running;
+    const TempDirectory directory;
+    const auto path = directory.file("socket");
+    EXPECT_EQ(runHost({"--listen", "unix:" + path, "--listen", running.address().toString()}).status, 1);
+    running.child().terminate();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+/// A pipe for the host's standard error.
+class LogPipe {
+public:
+    LogPipe() {
+        EXPECT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+        end_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    }
+    ~LogPipe() { closeReader(); }
+
+    LogPipe(const LogPipe&) = delete;
+    LogPipe& operator=(const LogPipe&) = delete;
+
+    void closeReader() {
+        if (end_ >= 0)
+            ::close(std::exchange(end_, -1));
+    }
+
+    /// A host that writes its log there.
+    RunningHost startHost() const {
+        return RunningHost(
+            "/bin/sh", {"-c", "exec \"$0\" --listen 127.0.0.1:0 2>\"$1\"", OSTREL_TVD_PROGRAM, path_}, {});
+    }
+
+private:
+    const TempDirectory directory_;
+    const std::string path_ = directory_.file("log");
+    int end_ = -1;
+};
+
+/// Calls what is refused, which writes two lines each time.
+void expectRefusals(RunningHost& host, int count) {
+    WireClient client(host.address());
+    client.upgrade();
+    for (int i = 0; i < count; ++i)
+        EXPECT_NE(
+            client
+                .call(R"({"jsonrpc":"2.0","id":1,"method":"ITVService::utcTimeGet","params":{"context":1}})")
+                .find("Invalid parameter"),
+            std::string::npos);
+    host.child().terminate();
+    EXPECT_EQ(host.child().wait(), 0);
+}
+
+TEST(HostTest, LogThatNobodyReadsHoldsUpNothing) {
+    const LogPipe pipe;
+    auto host = pipe.startHost();
+    expectRefusals(host, 3000); // far more lines than a pipe holds
+}
+
+TEST(HostTest, LogWhoseReaderHasGoneHoldsUpNothing) {
+    LogPipe pipe;
+    auto host = pipe.startHost();
+    pipe.closeReader();
+    expectRefusals(host, 10);
+}
+
+TEST(HostTest, EndsUnderLoad) {
+    RunningHost running;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&, i] {
+            try {
+                WireClient client(running.address());
+                client.upgrade();
+                for (;;) {
+                    client.sendText(R"({"jsonrpc":"2.0","id":1,"method":"ITVService::createContext"})");
+                    if (i % 2 == 0) // the others never read
+                        client.readReply();
+                }
+            } catch (const std::runtime_error&) {
+                // The host has gone.
+            }
+        });
+    WireClient idle(running.address());
+    WireClient slow(running.address());
+    slow.send("POST /rpc/TV HTT");
+    idle.upgrade();
+    EXPECT_NE(idle.call("{}").find("-32600"), std::string::npos);
+    running.child().terminate();
+    EXPECT_EQ(running.child().wait(), 0);
+    EXPECT_EQ(idle.readFrame().closeCode(), 1001);
+    for (auto& thread : threads)
+        thread.join();
+}
+
+} // namespace
+} // namespace Ostrel::Test

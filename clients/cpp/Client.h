@@ -1,0 +1,156 @@
+#pragma once
+
+#include "clients/cpp/Errors.h"
+#include "clients/cpp/Notification.h"
+#include "clients/cpp/Records.h"
+#include "clients/cpp/Url.h"
+
+#include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel::Client {
+
+class Connection;
+
+struct ClientOptions {
+    std::string token; ///< sent as "Authorization: Bearer"; empty: none
+    std::chrono::milliseconds timeout{10000}; ///< for connecting, and for each reply
+    bool stopOnInterrupt = false; ///< every SIGINT ends one wait with Interrupted
+};
+
+/// Reads a token from a file that holds it as its only line.
+///
+/// @throws SettingsError  names the file and what is wrong with it
+std::string readToken(const std::string& path);
+
+/// Talks to one TV service over one WebSocket.
+///
+/// Calls block until their reply is there. Notifications that arrive meanwhile are kept
+/// for next(). Only inside these operations the service's pings are answered: a client
+/// that calls nothing for more than a minute is closed by the service.
+///
+/// Every operation may throw ConnectionLost and Interrupted; every call also TimedOut,
+/// ServiceError and BadReply. One client, one thread: not for sharing.
+class Client {
+public:
+    /// Where a seek counts from.
+    enum class Whence : std::uint32_t { Start = 0, Cursor = 1, End = 2 };
+
+    /// The newest notifications are kept, no more than this many.
+    static constexpr std::size_t keptNotifications = 10000;
+
+    /// @throws ConnectError, Interrupted
+    explicit Client(const Url& url, const ClientOptions& options = {});
+
+    /// Closes the connection. The context stays: the service releases it by itself, and
+    /// deleting one would end a scan that somebody else runs.
+    ~Client();
+
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    /// Sends one request as it stands and returns its result.
+    ///
+    /// @param params  the text of a JSON object; empty: none are sent
+    boost::json::value request(std::string_view method, std::string_view params = {});
+
+    /// Calls a method with this client's own context and returns its result.
+    ///
+    /// @param method   interface and operation, for example "ITVService::serviceListGet"
+    /// @param payload  the method's parameters as JSON text, sent as it stands; empty: none
+    boost::json::value call(std::string_view method, std::string_view payload = {});
+    boost::json::value call(std::string_view method, const boost::json::object& payload);
+
+    /// Returns this client's own context; the first use makes it.
+    std::uint32_t getContext();
+
+    /// Makes a further context.
+    std::uint32_t createContext();
+
+    /// Deletes a context. This ends a running scan, whoever started it.
+    void deleteContext(std::uint32_t context);
+
+    /// Returns the next notification, or nothing when none comes in time.
+    std::optional<Notification> next(std::chrono::milliseconds timeout);
+
+    /// Waits for the next notification.
+    Notification next();
+
+    /// Selects "all" services or the "new" ones of the latest scan; the cursor is at the start.
+    void selectList(std::string_view base);
+
+    /// Returns up to limit services from the cursor on and moves it behind them.
+    std::vector<ServiceInfo> read(std::uint32_t limit);
+
+    /// Returns up to limit services from the cursor on and leaves it.
+    std::vector<ServiceInfo> get(std::uint32_t limit);
+
+    /// The seeks move the cursor and return its new position, counted from 0.
+    std::uint32_t seek(std::int32_t offset, Whence whence);
+    std::uint32_t seekByUri(std::string_view uri);
+    std::uint32_t seekByChannelNumber(std::uint32_t channelNumber);
+
+    SignalStatus getSignalStatus(std::uint32_t sourceId);
+
+    /// Returns the service's time, seconds since 1970-01-01 UTC.
+    std::uint32_t getUtcTime();
+
+    std::vector<GenreStringMap> getGenres();
+
+    /// Returns what a service shows now and next; the id is ServiceInfo::id.
+    std::vector<EventInfo> getNowNext(std::uint32_t id);
+
+    /// Returns the events that a query finds. About 13 services fit into one query that has a
+    /// time range too; more are refused with "Not supported".
+    std::vector<EventInfo> queryEvents(const Query& query);
+
+    /// Returns a document for each event that an expression is true for, by start time.
+    ///
+    /// @param expression  in the service's query language; empty: every event
+    /// @param format      "quoriljson" or "quorilxml"
+    std::vector<std::string> query(std::string_view expression, std::string_view format);
+
+    /// Starts a scan over the transponder list. The module has one scan, shared by all clients;
+    /// it reports by the notifications ITVConfig::onScanStart, onScanProgress and onScanComplete,
+    /// the first two of which are there when this returns. A scan that somebody ends by deleting
+    /// a context reports no completion.
+    void startScan(std::uint32_t sourceId);
+
+    /// Starts a scan over every frequency of the band, likewise.
+    void startBlindScan(std::uint32_t sourceId);
+
+    /// Ends the running scan, whoever started it; returns whether there was one.
+    bool stopScan(std::uint32_t sourceId);
+
+    ScanInfo getScanInfo(std::uint32_t sourceId);
+
+    /// Adds a transponder, once more if it is known.
+    void addTransponder(std::uint32_t sourceId, std::uint32_t frequencyKHz);
+
+    /// Forgets all transponders and all services.
+    void clearTransponders(std::uint32_t sourceId);
+
+private:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    bool takeMessage(const std::string& text, std::int64_t id, boost::json::value& result);
+    std::optional<Notification> nextUntil(TimePoint deadline);
+
+    const std::chrono::milliseconds timeout_;
+    const std::unique_ptr<Connection> connection_;
+    std::deque<Notification> notifications_;
+    std::optional<std::uint32_t> context_;
+    std::int64_t lastId_ = 0;
+};
+
+} // namespace Ostrel::Client

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "clients/cpp/Client.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace Ostrel::Client {
+
+/// A WebSocket that one thread uses with blocking calls.
+///
+/// Everything happens inside these calls: while none runs, pings are not answered.
+class Connection {
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    static constexpr TimePoint never = TimePoint::max();
+
+    /// @throws ConnectError, Interrupted
+    Connection(const Url& url, const ClientOptions& options);
+
+    /// Says good-bye, for at most a second.
+    ~Connection();
+
+    /// Sends one message. When the deadline passes first, the connection is lost.
+    ///
+    /// @throws ConnectionLost, Interrupted
+    void send(const std::string& text, TimePoint deadline);
+
+    /// Returns the next message, or nothing when the deadline passes first.
+    ///
+    /// @throws ConnectionLost, Interrupted
+    std::optional<std::string> receive(TimePoint deadline);
+
+private:
+    class Socket;
+
+    std::unique_ptr<Socket> socket_;
+};
+
+} // namespace Ostrel::Client

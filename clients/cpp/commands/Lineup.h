@@ -1,0 +1,18 @@
+#pragma once
+
+#include "clients/cpp/Client.h"
+
+namespace Ostrel::Client::Tool {
+
+/// Returns up to limit services from the cursor of the selected list on.
+std::vector<ServiceInfo> readServices(Client& client, std::uint32_t limit);
+
+/// Returns all services, by channel number.
+std::vector<ServiceInfo> readLineup(Client& client);
+
+/// Returns those services that have a channel number.
+///
+/// @throws std::runtime_error  none has it
+std::vector<ServiceInfo> findChannel(const std::vector<ServiceInfo>& lineup, std::uint32_t channelNumber);
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Ostrel::Client::Tool {
+
+/// A time as people give it: "2011-10-12T20:00", "now", "+2h", "-1d12h".
+///
+/// ISO 8601 with a date alone, or to the minute or the second; local time unless "Z" or an
+/// offset such as "+01:00" ends it. Everything else counts from the service's clock, in d, h,
+/// m and s.
+class Moment {
+public:
+    /// @throws UsageError
+    explicit Moment(const std::string& text);
+
+    /// Whether getSeconds() wants to know what time it is.
+    bool needsNow() const { return isRelative_; }
+
+    /// Returns seconds since 1970-01-01 UTC.
+    ///
+    /// @param now  what time it is for the service
+    /// @throws UsageError  the time is before 1970 or after 2038-01-19, which no guide reaches
+    std::int32_t getSeconds(std::int64_t now) const;
+
+private:
+    std::string text_;
+    bool isRelative_ = false;
+    std::int64_t seconds_ = 0; ///< since 1970, or from now on
+};
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "clients/cpp/Client.h"
+
+#include <optional>
+#include <string>
+
+namespace Ostrel::Client::Tool {
+
+/// What the options that every command takes say, and the connection made from them.
+class Session {
+public:
+    std::string url = Url::defaultText;
+    std::string tokenFile; ///< empty: no token
+    double timeoutSeconds = 10;
+    bool json = false; ///< standard output is for a script
+
+    /// Connects at the first use.
+    ///
+    /// @throws SettingsError, ConnectError, Interrupted
+    Client& getClient();
+
+private:
+    std::optional<Client> client_;
+};
+
+} // namespace Ostrel::Client::Tool

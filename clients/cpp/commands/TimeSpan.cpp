@@ -1,0 +1,42 @@
+#include "clients/cpp/commands/TimeSpan.h"
+
+#include "clients/cpp/commands/Output.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+constexpr std::int64_t barWidth = 10; // columns between the brackets
+
+std::string formatLocal(const char* format, std::int32_t seconds) {
+    const std::time_t time = seconds;
+    std::tm local{};
+    localtime_r(&time, &local);
+    return formatTime(format, local);
+}
+
+} // namespace
+
+std::string formatSpan(const EventInfo& event) {
+    return formatLocal("%H:%M", event.startTime) + "-" + formatLocal("%H:%M", event.endTime);
+}
+
+std::string formatDayAndSpan(const EventInfo& event) {
+    return formatLocal("%a %d %b ", event.startTime) + formatSpan(event);
+}
+
+std::string formatTimeLeft(const EventInfo& event, std::int64_t now) {
+    const auto length = std::max<std::int64_t>(1, std::int64_t{event.endTime} - event.startTime);
+    const auto left = std::clamp<std::int64_t>(event.endTime - now, 0, length);
+    const auto filled = static_cast<std::size_t>((length - left) * barWidth / length);
+    const auto minutes = (left + 59) / 60; // the last one counts until it is over
+    std::string text = "[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + "] ";
+    if (minutes >= 60)
+        text += std::to_string(minutes / 60) + " h ";
+    return text + std::to_string(minutes % 60) + " min";
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,152 @@
+#include "clients/cpp/commands/Commands.h"
+#include "clients/cpp/commands/Output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+using namespace Ostrel::Client;
+using namespace Ostrel::Client::Tool;
+
+enum ExitStatus { Done = 0, Refused = 1, Usage = 2, NoConnection = 3, Stopped = 130 };
+
+void complain(const std::string& text) {
+    std::cerr << "ostrel-tv: " << printable(text) << std::endl;
+}
+
+std::string checkSeconds(const std::string& text) {
+    double seconds = 0;
+    const bool isGood = CLI::detail::lexical_cast(text, seconds) && seconds > 0;
+    return isGood ? "" : "\"" + text + "\" is no number above 0";
+}
+
+void addReminder(CLI::App& app) {
+    for (auto* command : app.get_subcommands({})) {
+        command->footer(command->get_footer() + "\n\nMore options, --json among them: ostrel-tv --help");
+        addReminder(*command);
+    }
+}
+
+void addEverything(CLI::App& app, Session& session, Action& action) {
+    app.name("ostrel-tv");
+    app.description("Reads and steers a TV service from the command line.");
+    app.set_version_flag("--version", "ostrel-tv " OSTREL_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.add_option("--url", session.url, "Where the service is: ws://HOST:PORT/PATH, HOST:PORT\nor unix:PATH")
+        ->envname("OSTREL_TV_URL")
+        ->type_name("URL")
+        ->capture_default_str();
+    app.add_option("--token-file", session.tokenFile, "Read the token that the service wants from this file")
+        ->envname("OSTREL_TV_TOKEN_FILE")
+        ->type_name("FILE");
+    app.add_flag("--json", session.json, "Print JSON for a script, and nothing else");
+    app.add_option("--timeout", session.timeoutSeconds, "How long to wait for the connection and each reply")
+        ->check(checkSeconds)
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    app.footer("The options above go before or after the command. ostrel-tv COMMAND --help tells more.\n"
+               "\n"
+               "Examples:\n"
+               "  ostrel-tv services --limit 5\n"
+               "  ostrel-tv services --channel 4 --json\n"
+               "  ostrel-tv now\n"
+               "  ostrel-tv guide --channel 1 --from now --to +6h\n"
+               "  ostrel-tv scan blind\n"
+               "  ostrel-tv --url unix:/run/ostrel.sock watch\n"
+               "  ostrel-tv call signalStatusGet '{\"sourceId\":1}'\n"
+               "\n"
+               "Exit status: 0 done, 1 refused by the service (or nowhere to write), 2 wrong usage,\n"
+               "3 no connection, or lost, or no answer, 130 interrupted.");
+    app.require_subcommand(1);
+    app.fallthrough(); // the commands inherit it
+    addServices(app, action);
+    addSignal(app, action);
+    addTime(app, action);
+    addGenres(app, action);
+    addNow(app, action);
+    addGuide(app, action);
+    addQuery(app, action);
+    addScan(app, action);
+    addTransponders(app, action);
+    addCall(app, action);
+    addWatch(app, action);
+    addReminder(app);
+}
+
+const char* getHint(ConnectError::Cause cause) {
+    switch (cause) {
+    case ConnectError::Cause::Unreachable:
+        return "; is ostrel-tvd running? choose another with --url";
+    case ConnectError::Cause::TokenRefused:
+        return "; name the file with its token with --token-file";
+    case ConnectError::Cause::Refused:
+        break;
+    }
+    return "";
+}
+
+int explain(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) // --help and --version
+        return app.exit(error);
+    complain(error.what());
+    std::string command = "ostrel-tv";
+    for (const auto* chosen : app.get_subcommands())
+        command += " " + chosen->get_name();
+    std::cerr << "Try: " << command << " --help" << std::endl;
+    return Usage;
+}
+
+int run(const Action& action, Session& session) {
+    try {
+        action(session);
+        return Done;
+    } catch (const OutputClosed&) {
+        return Done;
+    } catch (const Interrupted&) {
+        return Stopped;
+    } catch (const QueryError& error) {
+        complain(error.what());
+        std::cerr << error.getExcerpt() << std::flush;
+        return Refused;
+    } catch (const ServiceError& error) {
+        // The decoder's own texts say more than its name does.
+        const bool isNamed = error.returnCode && !error.name.empty();
+        complain(error.what() + (isNamed ? " (" + error.name + ")" : std::string()));
+        return Refused;
+    } catch (const UsageError& error) {
+        complain(error.what());
+        return Usage;
+    } catch (const SettingsError& error) {
+        complain(error.what());
+        return Usage;
+    } catch (const ConnectError& error) {
+        complain(error.what() + std::string(getHint(error.getCause())));
+        return NoConnection;
+    } catch (const Error& error) {
+        complain(error.what());
+        return NoConnection;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return Refused;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is noticed where we write
+
+    Session session;
+    Action action;
+    CLI::App app;
+    addEverything(app, session, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return explain(app, error);
+    }
+    return run(action, session);
+}

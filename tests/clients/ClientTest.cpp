@@ -1,0 +1,289 @@
+#include "clients/cpp/Client.h"
+
+#include "tests/support/FakeService.h"
+
+#include <boost/json/serialize.hpp>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Ostrel::Client;
+using Ostrel::Test::error;
+using Ostrel::Test::FakeService;
+using Ostrel::Test::result;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr const char* progress =
+    R"({"jsonrpc":"2.0","method":"ITVConfig::onScanProgress","params":{"sourceId":1,"percent":42}})";
+constexpr const char* started =
+    R"({"jsonrpc":"2.0","method":"ITVConfig::onScanStart","params":{"sourceId":1}})";
+
+ClientOptions impatient() {
+    ClientOptions options;
+    options.timeout = 20ms;
+    return options;
+}
+
+/// A TCP address where connections are taken and never answered.
+class Silence {
+public:
+    Silence() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address_;
+        auto* generic = reinterpret_cast<sockaddr*>(&address_);
+        EXPECT_EQ(::bind(socket_, generic, length), 0);
+        EXPECT_EQ(::getsockname(socket_, generic, &length), 0);
+    }
+    ~Silence() { ::close(socket_); }
+
+    void listen() { EXPECT_EQ(::listen(socket_, 8), 0); }
+    std::string getAddress() const { return "127.0.0.1:" + std::to_string(ntohs(address_.sin_port)); }
+
+private:
+    int socket_;
+    sockaddr_in address_{};
+};
+
+template <class Failure, class Action> std::string textOf(Action action) {
+    try {
+        action();
+    } catch (const Failure& failure) {
+        return failure.what();
+    } catch (const std::exception& other) {
+        return std::string("another exception: ") + other.what();
+    }
+    return "no exception";
+}
+
+TEST(ClientTest, TypedCallsTravelThus) {
+    const std::string service =
+        R"({"channelNumber":1,"name":"BBC ONE","uri":"dvb://233a..1041","id":7,"type":1,"provider":"BBC",)"
+        R"("scrambled":false,"highDefinition":false,"visible":true,"selectable":true})";
+    FakeService fake({
+        {"ITVService::serviceListSet", {result("true")}},
+        {"ITVService::serviceListRead", {result("[" + service + "]")}},
+        {"ITVService::serviceListGet", {result("[]")}},
+        {"ITVService::serviceListSeek", {result("94")}},
+        {"ITVService::serviceListSeekByUri", {result("0")}},
+        {"ITVService::serviceListSeekByChannelNumber", {result("3")}},
+        {"ITVService::signalStatusGet", {result(R"({"strength":5,"quality":6})")}},
+        {"ITVService::utcTimeGet", {result("1318248000")}},
+        {"ITVGuide::getGenreStringMapList", {result(R"([{"code":16,"text":"Film"}])")}},
+        {"ITVService::deleteContext", {result("null")}},
+    });
+    Client client(Url(fake.getAddress()));
+    client.selectList("all");
+    const auto services = client.read(1);
+    ASSERT_EQ(services.size(), 1U);
+    EXPECT_EQ(services[0].name, "BBC ONE");
+    EXPECT_EQ(services[0].id, 7U);
+    EXPECT_TRUE(client.get(2).empty());
+    EXPECT_EQ(client.seek(-2, Client::Whence::End), 94U);
+    EXPECT_EQ(client.seekByUri("dvb://233a..1041"), 0U);
+    EXPECT_EQ(client.seekByChannelNumber(4), 3U);
+    EXPECT_EQ(client.getSignalStatus(1), (SignalStatus{5, 6}));
+    EXPECT_EQ(client.getUtcTime(), 1318248000U);
+    EXPECT_EQ(client.getGenres(), (std::vector<GenreStringMap>{{16, "Film"}}));
+    client.deleteContext(client.getContext());
+
+    const std::vector<std::string> transcript = {
+        R"({"jsonrpc":"2.0","id":1,"method":"ITVService::createContext"})",
+        R"({"jsonrpc":"2.0","id":2,"method":"ITVService::serviceListSet","params":{"context":4711,"payload":{"base":"all"}}})",
+        R"({"jsonrpc":"2.0","id":3,"method":"ITVService::serviceListRead","params":{"context":4711,"payload":{"limit":1}}})",
+        R"({"jsonrpc":"2.0","id":4,"method":"ITVService::serviceListGet","params":{"context":4711,"payload":{"limit":2}}})",
+        R"({"jsonrpc":"2.0","id":5,"method":"ITVService::serviceListSeek","params":{"context":4711,"payload":{"offset":-2,"whence":2}}})",
+        R"({"jsonrpc":"2.0","id":6,"method":"ITVService::serviceListSeekByUri","params":{"context":4711,"payload":{"uri":"dvb://233a..1041"}}})",
+        R"({"jsonrpc":"2.0","id":7,"method":"ITVService::serviceListSeekByChannelNumber","params":{"context":4711,"payload":{"channelNumber":4}}})",
+        R"({"jsonrpc":"2.0","id":8,"method":"ITVService::signalStatusGet","params":{"context":4711,"payload":{"sourceId":1}}})",
+        R"({"jsonrpc":"2.0","id":9,"method":"ITVService::utcTimeGet","params":{"context":4711,"payload":{}}})",
+        R"({"jsonrpc":"2.0","id":10,"method":"ITVGuide::getGenreStringMapList","params":{"context":4711}})",
+        R"({"jsonrpc":"2.0","id":11,"method":"ITVService::deleteContext","params":{"context":4711}})",
+    };
+    EXPECT_EQ(fake.getRequests(), transcript);
+}
+
+TEST(ClientTest, RefusalCarriesEveryMember) {
+    FakeService fake({
+        {"invalid",
+         {error(
+             R"({"code":-32000,"message":"Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter"}})")}},
+        {"undecodable",
+         {error(
+             R"({"code":-32602,"message":"missing member \"limit\"","data":{"name":"DecodeError","member":"limit"}})")}},
+        {"unreadable", {R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"no JSON"}})"}},
+    });
+    Client client(Url(fake.getAddress()));
+    const auto refuse = [&client](const char* method) {
+        try {
+            client.request(method);
+        } catch (const ServiceError& error) {
+            return std::to_string(error.code) + "|" + error.what() + "|" +
+                   std::to_string(error.returnCode.value_or(-1)) + "|" + error.name + "|" + error.member;
+        }
+        return std::string("not refused");
+    };
+    EXPECT_EQ(refuse("invalid"), "-32000|Invalid parameter|1|InvalidParameter|");
+    EXPECT_EQ(refuse("undecodable"), "-32602|missing member \"limit\"|-1|DecodeError|limit");
+    EXPECT_EQ(refuse("unreadable"), "-32700|no JSON|-1||");
+}
+
+TEST(ClientTest, NotificationsBesideARepliesAreKeptInOrder) {
+    FakeService fake({{"scan", {started, progress, result("true"), progress}}});
+    Client client(Url(fake.getAddress()));
+    EXPECT_EQ(client.call("scan"), true);
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanStart");
+    const auto kept = client.next(0ms);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(boost::json::serialize(kept->params), R"({"sourceId":1,"percent":42})");
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanProgress"); // came after the reply
+    EXPECT_FALSE(client.next(1ms));
+    EXPECT_EQ(client.call("scan"), true); // a wait in vain harms nothing
+}
+
+TEST(ClientTest, NewestNotificationsAreKept) {
+    const auto numbered = [](std::size_t n) {
+        return R"({"jsonrpc":"2.0","method":"n","params":{"n":)" + std::to_string(n) + "}}";
+    };
+    FakeService::Frames atLimit;
+    for (std::size_t i = 1; i <= Client::keptNotifications; ++i)
+        atLimit.push_back(numbered(i));
+    auto pastIt = atLimit;
+    pastIt.push_back(numbered(pastIt.size() + 1));
+    atLimit.push_back(result("true"));
+    pastIt.push_back(result("true"));
+    FakeService fake({{"atLimit", atLimit}, {"pastIt", pastIt}});
+    for (const auto& [method, first] : {std::pair{"atLimit", 1}, {"pastIt", 2}}) {
+        Client client(Url(fake.getAddress()));
+        client.request(method);
+        EXPECT_EQ(client.next().params.at("n"), first) << method;
+    }
+}
+
+TEST(ClientTest, ReplyToAnotherRequestIsPassedOver) {
+    FakeService fake({{"m", {R"({"jsonrpc":"2.0","id":77,"result":"late"})", result("\"mine\"")}}});
+    Client client(Url(fake.getAddress()));
+    EXPECT_EQ(client.request("m"), "mine");
+}
+
+TEST(ClientTest, MissingReplyEndsTheWait) {
+    FakeService fake({});
+    Client client(Url(fake.getAddress()), impatient());
+    EXPECT_EQ(textOf<TimedOut>([&] { client.request("silent"); }), "no reply to silent within 0.02 s");
+}
+
+TEST(ClientTest, LargeReplyArrivesWhole) {
+    const std::string text(20U << 20, 'x'); // past the WebSocket library's own default
+    FakeService fake({{"m", {result('"' + text + '"')}}});
+    Client client(Url(fake.getAddress()));
+    EXPECT_EQ(client.request("m").as_string().size(), text.size());
+}
+
+TEST(ClientTest, LostConnectionSaysWhy) {
+    FakeService fake({{"close", {"CLOSE"}}, {"drop", {"DROP"}}, {"last", {started, "CLOSE"}}});
+    const auto lose = [&fake](const char* method) {
+        Client client{Url(fake.getAddress())};
+        return textOf<ConnectionLost>([&] { client.request(method); });
+    };
+    const auto lost = "lost the connection to " + fake.getAddress() + ": ";
+    EXPECT_EQ(lose("close"), lost + "the service closed it with 1001 (going away)");
+    EXPECT_EQ(lose("drop"), lost + "the other side closed it");
+
+    Client client{Url(fake.getAddress())};
+    EXPECT_THROW(client.request("last"), ConnectionLost);
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanStart"); // what came before is not lost
+    EXPECT_THROW(client.next(), ConnectionLost);
+    EXPECT_THROW(client.request("again"), ConnectionLost);
+}
+
+TEST(ClientTest, OddRepliesAreNamed) {
+    FakeService fake({{"text", {"hello"}}, {"array", {"[]"}}, {"empty", {R"({"id":$ID})"}}});
+    Client client(Url(fake.getAddress()));
+    EXPECT_THROW(client.request("text"), BadReply);
+    EXPECT_EQ(textOf<BadReply>([&] { client.request("array"); }),
+              "the service sent what is no JSON-RPC message");
+    EXPECT_EQ(textOf<BadReply>([&] { client.request("empty"); }),
+              "the service sent a reply without a result");
+}
+
+TEST(ClientTest, NobodyThere) {
+    const Silence closed; // bound, so that nobody else gets it
+    EXPECT_EQ(textOf<ConnectError>([&] { Client client{Url(closed.getAddress())}; }),
+              "cannot connect to " + closed.getAddress() + ": Connection refused");
+    EXPECT_EQ(textOf<ConnectError>([] { Client client{Url("unix:/nonexistent/socket")}; }),
+              "cannot connect to unix:/nonexistent/socket: No such file or directory");
+}
+
+TEST(ClientTest, NobodyAnswers) {
+    Silence silence;
+    silence.listen();
+    EXPECT_EQ(textOf<ConnectError>([&] { Client client(Url(silence.getAddress()), impatient()); }),
+              "cannot connect to " + silence.getAddress() + ": Connection timed out");
+}
+
+TEST(ClientTest, RefusedHandshakeShowsTheFirstLineOfTheAnswer) {
+    FakeService fake({});
+    fake.refuseWith(403, "add --allow-host box\nmore\n");
+    EXPECT_EQ(textOf<ConnectError>([&] { Client client{Url(fake.getAddress())}; }),
+              "cannot connect to " + fake.getAddress() + ": 403 Forbidden: add --allow-host box");
+    fake.refuseWith(401, "");
+    try {
+        Client client{Url(fake.getAddress())};
+        ADD_FAILURE() << "connected";
+    } catch (const ConnectError& refusal) {
+        EXPECT_EQ(refusal.getCause(), ConnectError::Cause::TokenRefused);
+    }
+}
+
+TEST(ClientTest, InterruptEndsAWait) {
+    FakeService fake({});
+    ClientOptions options;
+    options.stopOnInterrupt = true;
+    Client client(Url(fake.getAddress()), options);
+    std::raise(SIGINT);
+    EXPECT_THROW(client.next(), Interrupted);
+}
+
+class TokenTest : public testing::Test {
+protected:
+    TokenTest() { ::close(::mkstemp(path_.data())); }
+    ~TokenTest() override { std::remove(path_.c_str()); }
+
+    std::string read(const std::string& content) {
+        std::ofstream(path_, std::ios::trunc) << content;
+        return readToken(path_);
+    }
+
+    std::string path_ = testing::TempDir() + "token.XXXXXX";
+};
+
+TEST_F(TokenTest, IsTheOnlyLineAndTravelsAsBearer) {
+    EXPECT_EQ(read("abc-_019\n"), "abc-_019");
+    EXPECT_EQ(read("abc"), "abc");
+    EXPECT_EQ(read("abc\r\n"), "abc");
+
+    FakeService fake({});
+    ClientOptions options;
+    options.token = "abc";
+    { const Client client(Url(fake.getAddress()), options); }
+    EXPECT_EQ(fake.getRequests(), std::vector<std::string>{"Authorization: Bearer abc"});
+}
+
+TEST_F(TokenTest, AnythingElseIsRefused) {
+    for (const char* content : {"", "\n", "a b\n", "abc\ndef\n", "\xc3\xa4\n"})
+        EXPECT_THROW(read(content), SettingsError) << content;
+    EXPECT_EQ(textOf<SettingsError>([] { readToken("/nonexistent/token"); }),
+              "cannot read a token from /nonexistent/token: No such file or directory");
+}
+
+} // namespace

@@ -1,0 +1,325 @@
+#include "bench/GuideBench.h"
+
+#include "TV/server/dummy/DummyTVModuleContext.h"
+#include "TV/server/dummy/EntryFormat.h"
+#include "TV/server/dummy/EventQuery.h"
+#include "TV/server/dummy/NowNext.h"
+#include "TV/server/dummy/QuorilQuery.h"
+#include "TV/server/dummy/StartTimeIndex.h"
+#include "bench/Bench.h"
+#include "bench/Database.h"
+#include "bench/Yardsticks.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Ostrel::Bench {
+
+using namespace TV;
+
+namespace {
+
+constexpr unsigned noLimit = 4294967295u;
+constexpr std::int32_t noon = 1318762800; // 2011-10-16 11:00 UTC
+constexpr std::int32_t threeHours = 3 * 3600;
+constexpr std::int32_t late = 1318748400;
+constexpr std::int32_t firstService = 1000, secondService = 1043;
+
+const char* const rarePhrase = "lighthouse keeper";
+const char* const frequentWord = "News";
+
+DummyTVModule& module() {
+    static DummyTVModule theModule;
+    return theModule;
+}
+
+DummyTVModuleContext& context() {
+    static DummyTVModuleContext theContext(&module());
+    return theContext;
+}
+
+Database& database() {
+    static Database theDatabase;
+    return theDatabase;
+}
+
+const Columns& columns() {
+    static const Columns theColumns = makeColumns();
+    return theColumns;
+}
+
+ITVGuide::Query makeQuery(const std::string& text) {
+    Deserializer deserializer(text);
+    return ITVGuide::Query(deserializer);
+}
+
+/// What is measured must say the same.
+void expectEqual(std::size_t ours, std::size_t theirs, const std::string& what) {
+    if (ours != theirs || ours == 0)
+        throw std::logic_error(what + ": " + std::to_string(ours) + " and " + std::to_string(theirs));
+}
+
+using Documents = VectorObject<std::string>;
+
+Documents queryAll(const char* format) {
+    return context().query("", "quoril", format);
+}
+
+template <typename Write> std::vector<std::string> writeAll(Write write) {
+    std::vector<std::string> documents;
+    documents.reserve(columns().rows.size());
+    for (const epgentry* row : columns().rows)
+        documents.push_back(write(*row));
+    return documents;
+}
+
+void addDocuments() {
+    const auto json = queryAll("quoriljson"), xml = queryAll("quorilxml");
+    const auto straightJson = writeAll(writeJsonDocument), straightXml = writeAll(writeXmlDocument);
+    if (!std::equal(json.begin(), json.end(), straightJson.begin(), straightJson.end()) ||
+        !std::equal(xml.begin(), xml.end(), straightXml.begin(), straightXml.end()))
+        throw std::logic_error("the straight writers write something else");
+
+    compare({"the whole guide as JSON documents", "straight-line writer", 1.2,
+             [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
+             [] { benchmark::DoNotOptimize(writeAll(writeJsonDocument)); }});
+    compare({"the whole guide as XML documents", "straight-line writer", 1.2,
+             [] { benchmark::DoNotOptimize(queryAll("quorilxml")); },
+             [] { benchmark::DoNotOptimize(writeAll(writeXmlDocument)); }});
+
+    const auto statement = std::make_shared<Database::Statement>(
+        database(),
+        "SELECT json_object('progSchedule', json_object('ServiceId', ServiceId, 'Content', "
+        "json_array(Content),"
+        " 'CridData', json(CridData), 'CridType', json(CridType), 'CridImi', CridImi,"
+        " 'DataFromCurrentTs', DataFromCurrentTs, 'Description', Description, 'DvbOid', DvbOid,"
+        " 'DvbSid', DvbSid, 'DvbTid', DvbTid, 'End', End, 'Guidance', Guidance, 'IsHd', IsHd,"
+        " 'LinkedHdProgs', LinkedHdProgs, 'LinkedHdSimulcastProgs', LinkedHdSimulcastProgs, 'Next', 0,"
+        " 'Now', 0, 'PreferredServiceNameId', PreferredServiceNameId, 'ProgId', ProgId,"
+        " 'ScheduleVersion', ScheduleVersion, 'ServicePosition', ServicePosition, 'Start', Start,"
+        " 'Title', Title, 'UnsuitableBeforeWatershed', UnsuitableBeforeWatershed)) FROM guide ORDER BY "
+        "Start");
+    compare({"the whole guide as JSON documents", "SQLite json_object", 0.1,
+             [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
+             [statement] {
+                 std::vector<std::string> documents;
+                 while (statement->step())
+                     documents.emplace_back(statement->text(), static_cast<std::size_t>(statement->bytes()));
+                 benchmark::DoNotOptimize(documents);
+             }});
+
+    compare({"reply text of the whole guide", "the documents and one fast escape", 1.2,
+             [] { benchmark::DoNotOptimize(queryAll("quoriljson").SerialObject::serialize()); },
+             [] {
+                 const auto documents = writeAll(writeJsonDocument);
+                 std::size_t size = 2;
+                 for (const auto& document : documents)
+                     size += document.size() + 3;
+                 std::string text;
+                 text.reserve(size + size / 4);
+                 text += '[';
+                 for (const auto& document : documents) {
+                     if (text.size() > 1)
+                         text += ',';
+                     text += '"';
+                     appendJsonText(text, document);
+                     text += '"';
+                 }
+                 text += ']';
+                 benchmark::DoNotOptimize(text);
+             }});
+}
+
+std::size_t filter(const std::string& expression) {
+    QuorilQuery rows;
+    rows.init(expression, 0, noLimit);
+    std::size_t count = 0;
+    while (const epgentry* row = rows.next()) {
+        benchmark::DoNotOptimize(row);
+        ++count;
+    }
+    return count;
+}
+
+/// The same condition, compiled.
+template <typename Condition> std::size_t filterColumns(Condition condition) {
+    const Columns& all = columns();
+    std::size_t count = 0;
+    for (std::size_t i = 0; i != all.rows.size(); ++i) {
+        if (condition(all.serviceIds[i], all.starts[i], all.ends[i])) {
+            benchmark::DoNotOptimize(all.rows[i]);
+            ++count;
+        }
+    }
+    return count;
+}
+
+std::size_t countRows(Database::Statement& statement) {
+    std::size_t count = 0;
+    while (statement.step())
+        ++count;
+    return count;
+}
+
+void addFilters() {
+    const std::string expression = "(ServiceId in (" + std::to_string(firstService) + ", " +
+                                   std::to_string(secondService) + ")) && End > " + std::to_string(late);
+    const auto loop = [] {
+        return filterColumns([](std::int32_t service, std::int32_t, std::int32_t end) {
+            return (service == firstService || service == secondService) && end > late;
+        });
+    };
+    const auto statement = std::make_shared<Database::Statement>(
+        database(), "SELECT rowid FROM guide WHERE ServiceId IN (" + std::to_string(firstService) + "," +
+                        std::to_string(secondService) + ") AND End > " + std::to_string(late));
+    expectEqual(filter(expression), loop(), expression);
+    expectEqual(filter(expression), countRows(*statement), expression);
+    compare({expression, "compiled loop over the columns", 1.5,
+             [=] { benchmark::DoNotOptimize(filter(expression)); },
+             [=] { benchmark::DoNotOptimize(loop()); }});
+    compare({expression, "SQLite with an index", 0.5, [=] { benchmark::DoNotOptimize(filter(expression)); },
+             [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
+
+    // Nothing here tells of which services the rows may be.
+    const std::string wide = "End > " + std::to_string(late) + " && Start < " + std::to_string(late + 3600);
+    const auto wideLoop = [] {
+        return filterColumns([](std::int32_t, std::int32_t start, std::int32_t end) {
+            return end > late && start < late + 3600;
+        });
+    };
+    expectEqual(filter(wide), wideLoop(), wide);
+    compare({wide, "compiled loop over the columns", 1.5, [=] { benchmark::DoNotOptimize(filter(wide)); },
+             [=] { benchmark::DoNotOptimize(wideLoop()); }});
+}
+
+std::size_t sizeOfEvents(const ITVGuide::Query& query) {
+    VectorObject<ITVGuide::EventInfo> events;
+    EventQuery(query).run(events);
+    return events.SerialObject::serialize().size();
+}
+
+void addPage() {
+    const auto query = std::make_shared<ITVGuide::Query>(makeQuery(
+        R"({"serviceIdList":[1000,1004,1010,1016,1020,1033,1040,1043,1050,1060],"timeRange":{"base":)" +
+        std::to_string(noon) + R"(,"limit":)" + std::to_string(noon + threeHours) +
+        R"(},"orderByServiceIdPriority":0,"orderByStartTimePriority":1})"));
+    const auto walk = [] {
+        const Columns& all = columns();
+        constexpr std::int32_t services[] = {1000, 1004, 1010, 1016, 1020, 1033, 1040, 1043, 1050, 1060};
+        std::vector<const epgentry*> found;
+        for (std::size_t i = 0; i != all.rows.size(); ++i)
+            if (all.ends[i] > noon && all.starts[i] < noon + threeHours &&
+                std::find(std::begin(services), std::end(services), all.serviceIds[i]) != std::end(services))
+                found.push_back(all.rows[i]);
+        std::sort(found.begin(), found.end(), [](const epgentry* a, const epgentry* b) {
+            return std::pair(a->ServiceId, a->Start) < std::pair(b->ServiceId, b->Start);
+        });
+        std::string text = "[";
+        for (const epgentry* row : found) {
+            if (text.size() > 1)
+                text += ',';
+            appendRecord(text, *row);
+        }
+        text += ']';
+        return text.size();
+    };
+    const auto statement = std::make_shared<Database::Statement>(
+        database(),
+        "SELECT json_object('serviceId', ServiceId, 'startTime', Start, 'endTime', End, 'title', Title,"
+        " 'description', Description, 'highDefinition', IsHd, 'extra', 0, 'genres', json_array(Content & "
+        "255))"
+        " FROM guide WHERE ServiceId IN (1000,1004,1010,1016,1020,1033,1040,1043,1050,1060) AND End > " +
+            std::to_string(noon) + " AND Start < " + std::to_string(noon + threeHours) +
+            " ORDER BY ServiceId, Start");
+    expectEqual(sizeOfEvents(*query), walk(), "guide page");
+    compare({"a guide page: 10 services, 3 hours", "linear walk over the columns", 2,
+             [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
+             [=] { benchmark::DoNotOptimize(walk()); }});
+    compare({"a guide page: 10 services, 3 hours", "SQLite with an index", 0.15,
+             [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
+             [=] {
+                 std::string text;
+                 while (statement->step())
+                     text.append(statement->text(), static_cast<std::size_t>(statement->bytes()));
+                 benchmark::DoNotOptimize(text);
+             }});
+}
+
+std::size_t countEvents(const ITVGuide::Query& query) {
+    VectorObject<ITVGuide::EventInfo> events;
+    EventQuery(query).run(events);
+    return events.size();
+}
+
+void addTexts() {
+    const auto rare = std::make_shared<ITVGuide::Query>(
+        makeQuery(std::string(R"({"stringMatchDescription":true,"stringList":[")") + rarePhrase + "\"]}"));
+    const auto pass = [] {
+        std::size_t hits = 0;
+        std::string_view texts = startTimeIndex.texts();
+        const std::size_t size = std::strlen(rarePhrase);
+        while (const void* hit = memmem(texts.data(), texts.size(), rarePhrase, size)) {
+            ++hits;
+            texts.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(hit) - texts.data()) +
+                                size);
+        }
+        return hits;
+    };
+    compare({"a rare phrase in titles and descriptions", "one memmem pass over the texts", 2,
+             [=] { benchmark::DoNotOptimize(countEvents(*rare)); },
+             [=] { benchmark::DoNotOptimize(pass()); }});
+
+    const auto frequent = std::make_shared<ITVGuide::Query>(
+        makeQuery(std::string(R"({"orderByServiceIdPriority":0,"orderByStartTimePriority":1,)"
+                              R"("sliceRange":{"limit":20},"stringList":[")") +
+                  frequentWord + "\"]}"));
+    const auto statement = std::make_shared<Database::Statement>(
+        database(), std::string("SELECT Title, Description, Start, End FROM guide WHERE instr(Title, '") +
+                        frequentWord + "') > 0 ORDER BY ServiceId, Start LIMIT 20");
+    expectEqual(countEvents(*frequent), countRows(*statement), "frequent word");
+    compare({"a frequent word, by service, first 20", "SQLite instr in index order", 1,
+             [=] { benchmark::DoNotOptimize(countEvents(*frequent)); },
+             [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
+}
+
+void addNowNext() {
+    const auto service = static_cast<unsigned>(secondService);
+    // The rows of one service by start, as a program that knew only this question would hold them.
+    const auto rows = std::make_shared<std::vector<const epgentry*>>();
+    for (const epgentry* row : columns().rows)
+        if (row->ServiceId == secondService)
+            rows->push_back(row);
+    module().timeOffset = static_cast<std::int32_t>(noon - std::time(nullptr));
+    expectEqual(context().nowNextGet(service, "quoriljson").size(), 2, "now and next");
+    compare({"now and next of one service", "binary search and straight-line writer", 5,
+             [=] { benchmark::DoNotOptimize(context().nowNextGet(service, "quoriljson")); },
+             [=] {
+                 const auto behind = std::partition_point(
+                     rows->begin(), rows->end(), [](const epgentry* row) { return row->Start <= noon; });
+                 std::vector<std::string> documents;
+                 documents.push_back(writeJsonDocument(*behind[-1]));
+                 documents.push_back(writeJsonDocument(**behind));
+                 benchmark::DoNotOptimize(documents);
+             }});
+}
+
+} // namespace
+
+void addGuideComparisons() {
+    if (startTimeIndex.size() == 0)
+        startTimeIndex.addGuide();
+    addDocuments();
+    addFilters();
+    addPage();
+    addTexts();
+    addNowNext();
+}
+
+} // namespace Ostrel::Bench

@@ -151,6 +151,19 @@ bool isWebSocketKey(std::string_view key) {
     return key.size() == 24 && key.ends_with("==") && std::all_of(key.begin(), key.end() - 2, isBase64);
 }
 
+/// Whether a text that is UTF-8 so far lacks the rest of its last character. Beast checks every
+/// byte as it comes, but not that the text is whole when its last frame is empty.
+bool endsInsideCharacter(std::string_view text) {
+    for (std::size_t length = 1; length <= 3 && length <= text.size(); ++length) {
+        const auto byte = static_cast<unsigned char>(text[text.size() - length]);
+        if (byte >= 0xc0)
+            return length < (byte >= 0xf0 ? 4U : byte >= 0xe0 ? 3U : 2U);
+        if (byte < 0x80)
+            return false;
+    }
+    return false;
+}
+
 std::string_view view(beast::string_view text) {
     return {text.data(), text.size()};
 }
@@ -389,25 +402,26 @@ private:
     }
 
     void refuseRequest(error_code failure) {
-        if (failure == http::error::header_limit || failure == http::error::buffer_overflow)
+        if (failure == http::error::header_limit || failure == http::error::buffer_overflow) {
             answer({http::status::request_header_fields_too_large,
                     "the request's line and headers are too long\n"},
                    false);
-        else if (failure == http::error::body_limit)
+        } else if (failure == http::error::body_limit) {
+            judgeOrigin(); // a page that may call is told, too
             answer({http::status::payload_too_large, "the request's body is too long\n"}, false);
-        else if (failure.category() == http::make_error_code(http::error::bad_method).category() &&
-                 failure != http::error::end_of_stream && failure != http::error::partial_message)
+        } else if (failure.category() == http::make_error_code(http::error::bad_method).category() &&
+                   failure != http::error::end_of_stream && failure != http::error::partial_message) {
             answer({http::status::bad_request, "not an HTTP/1.1 request: " + failure.message() + '\n'},
                    false);
-        else
+        } else {
             close();
+        }
     }
 
     void readBody() {
         const auto& request = parser_->get();
         keepAlive_ = request.keep_alive();
-        origin_ = std::string(request[http::field::origin]);
-        originIs_ = hub_.getAdmission().judge(origin_, view(request[http::field::host]));
+        judgeOrigin();
         if (auto refusal = judgeHead(request)) {
             answer(std::move(*refusal), false);
             return;
@@ -421,6 +435,12 @@ private:
                              else
                                  route();
                          }));
+    }
+
+    void judgeOrigin() {
+        const auto& request = parser_->get();
+        origin_ = std::string(request[http::field::origin]);
+        originIs_ = hub_.getAdmission().judge(origin_, view(request[http::field::host]));
     }
 
     /// What is wrong with a request whatever it asks for; nothing when it may go on.
@@ -645,7 +665,12 @@ private:
             return;
         }
         const auto bytes = buffer_.cdata();
-        carryOut(*server_, {static_cast<const char*>(bytes.data()), bytes.size()}, [this](std::string reply) {
+        const std::string_view text(static_cast<const char*>(bytes.data()), bytes.size());
+        if (endsInsideCharacter(text)) {
+            closeWebSocket(websocket::close_code::bad_payload);
+            return;
+        }
+        carryOut(*server_, text, [this](std::string reply) {
             takeNotifications();
             send(std::move(reply));
             buffer_.clear();

@@ -143,6 +143,7 @@ const HttpRow httpRows[] = {
     {"ShortKey", get("/rpc/Test", upgradeHeaders + "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25j\r\n"), "HTTP/1.1 400 Bad Request", {"16 bytes"}},
     {"OldVersion", get("/rpc/Test", "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 8\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"), "HTTP/1.1 426 Upgrade Required", {"Sec-WebSocket-Version: 13"}},
     {"LongHead", get("/healthz", "X: " + std::string(17000, 'x') + "\r\n"), "HTTP/1.1 431 Request Header Fields Too Large", {}},
+    {"LongBodyOfAPage", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nOrigin: http://localhost:3000\r\nContent-Type: application/json\r\nContent-Length: 1048577\r\n\r\n", "HTTP/1.1 413 Payload Too Large", {"Access-Control-Allow-Origin: http://localhost:3000\r\n", "Vary: Origin\r\n"}},
     {"LongBody", "POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\nContent-Length: 1048577\r\n\r\n", "HTTP/1.1 413 Payload Too Large", {}},
 };
 // clang-format on
@@ -281,6 +282,22 @@ TEST_F(ListenerTest, WhatIsNoTextClosesTheConnection) {
     auto notUtf8 = webSocket();
     notUtf8.sendFrame(1, "\"\xff\"");
     EXPECT_EQ(notUtf8.readFrame().closeCode(), 1007);
+
+    // A whole character in two frames is one; without its end it is none, even if all is said.
+    const auto sendInTwo = [](WireClient& client, const std::string& first, const std::string& second) {
+        auto opening = frame(1, first);
+        opening[0] = 1; // more is to come
+        client.send(opening);
+        client.sendFrame(0, second);
+    };
+    auto divided = webSocket();
+    sendInTwo(divided, "[\"\xe2\x82", "\xac\"]");
+    EXPECT_TRUE(divided.readReply().starts_with(R"([{"jsonrpc":"2.0","id":null,"error":{"code":-32600)"));
+    for (const char* part : {"\xc3", "\xe2\x82", "\xf0\x9f\x98"}) {
+        auto unfinished = webSocket();
+        sendInTwo(unfinished, part, "");
+        EXPECT_EQ(unfinished.readFrame().closeCode(), 1007);
+    }
 
     auto unmasked = webSocket();
     unmasked.send(std::string("\x81\x02{}", 4));

@@ -201,6 +201,8 @@ TEST(ExcerptTest, IsAtMost64BytesOfWholeCharacters) {
 
 TEST(ExcerptTest, EscapesControlCharacters) {
     EXPECT_EQ(excerpt(std::string_view("a\x00\n\x1f\x7f\"\\ z", 9)), R"(a\x00\x0a\x1f\x7f"\ z)");
+    // U+0080 to U+009F too, and no other letter that begins with their first byte.
+    EXPECT_EQ(excerpt("a\u0080\u009f\u00a0"), "a\\xc2\\x80\\xc2\\x9f\u00a0");
 }
 
 TEST(ExcerptTest, TakesTextsThatAreNoUtf8) {

@@ -59,6 +59,9 @@ const Row rows[] = {
     {"MostParens",      repeat("(", 256) + "1<2" + repeat(")", 256), ""},
     {"OneParenTooMany", repeat("(", 257) + "1<2" + repeat(")", 257),
      "(1<2)))): no more than 256 parentheses may be open at once"},
+    {"MostParensAndAList", repeat("(", 255) + "1 in (2)" + repeat(")", 255), ""},
+    {"ListPastTheParens",  repeat("(", 256) + "1 in (2)" + repeat(")", 256),
+     "(2)))))): no more than 256 parentheses may be open at once"},
 };
 // clang-format on
 

@@ -220,7 +220,7 @@ Expression::Node* Expression::parsecomparison() {
 
 Expression::Node* Expression::parselist() {
     Node* list = take(List);
-    if (!list || current_.type() != Token::LeftParen)
+    if (!list || current_.type() != Token::LeftParen || openParentheses_ == parenthesisLimit)
         return nullptr;
     for (;;) {
         advance();

@@ -24,9 +24,10 @@ constexpr const char* ellipsis = "\u2026";
 
 /// Goes through an expression as Expression::parse() does, rule by rule, and throws the first
 /// mistake. Nodes are counted when that takes them, so that the same one is the first too many.
-class Reader {
+class ExpressionReader {
 public:
-    explicit Reader(const std::string& expression) : expression_(expression), tokenizer_(expression) {}
+    explicit ExpressionReader(const std::string& expression)
+        : expression_(expression), tokenizer_(expression) {}
 
     void read() {
         advance();
@@ -73,9 +74,7 @@ private:
     }
 
     void readParentheses() {
-        if (openParentheses_ == Expression::parenthesisLimit)
-            fail("no more than " + std::to_string(Expression::parenthesisLimit) +
-                 " parentheses may be open at once");
+        checkParentheses();
         ++openParentheses_;
         advance();
         readAny();
@@ -85,10 +84,17 @@ private:
         advance();
     }
 
+    void checkParentheses() const {
+        if (openParentheses_ == Expression::parenthesisLimit)
+            fail("no more than " + std::to_string(Expression::parenthesisLimit) +
+                 " parentheses may be open at once");
+    }
+
     void readList() {
         take(tokenizer_.position());
         if (!is(Token::LeftParen))
             fail("a list such as (1000, 1001) is expected");
+        checkParentheses();
         do {
             advance();
             if (is(Token::Identifier))
@@ -176,7 +182,7 @@ std::string cutFront(std::string text, std::size_t columns) {
 
 std::optional<QueryMistake> findQueryMistake(const std::string& expression) {
     try {
-        Reader(expression).read();
+        ExpressionReader(expression).read();
         return std::nullopt;
     } catch (const QueryMistake& mistake) {
         return mistake;

@@ -166,8 +166,8 @@ bool parses(const std::string& text) {
     return Expression().parse(text);
 }
 
-std::string nested(unsigned depth) {
-    return std::string(depth, '(') + "1 == 1" + std::string(depth, ')');
+std::string nested(unsigned depth, const std::string& inside = "1 == 1") {
+    return std::string(depth, '(') + inside + std::string(depth, ')');
 }
 
 } // namespace
@@ -189,10 +189,12 @@ TEST(ExpressionTest, TwentyOneNodesDoNotParse) {
 TEST(ExpressionTest, Opens256Parentheses) {
     EXPECT_TRUE(parses(nested(256)));
     EXPECT_TRUE(parses(nested(256) + " && " + nested(256)));
+    EXPECT_TRUE(parses(nested(255, "1 in (1, 2)") + " && " + nested(255, "1 in (1)")));
 }
 
 TEST(ExpressionTest, RefusesMoreOpenParentheses) {
     EXPECT_FALSE(parses(nested(257)));
+    EXPECT_FALSE(parses(nested(256, "1 in (1)"))); // a list's parenthesis counts
     EXPECT_FALSE(parses(nested(100000)));
     EXPECT_FALSE(parses(std::string(1000000, '(')));
 }

@@ -78,6 +78,7 @@ protected:
 
     const std::vector<Exchange> transcript_ = readTranscript(GetParam());
     const LogCapture log_;
+    const FakeTime time_{1318762900}; ///< a hundred seconds into an hour of 16 October 2011
     Host& host_ = theHost();
 };
 
@@ -98,7 +99,8 @@ TEST_P(TranscriptTest, OverPost) {
     }).play(transcript_);
 }
 
-INSTANTIATE_TEST_SUITE_P(Transcripts, TranscriptTest, testing::Values("navigation", "refusals", "scan"),
+INSTANTIATE_TEST_SUITE_P(Transcripts, TranscriptTest,
+                         testing::Values("guide", "navigation", "refusals", "scan"),
                          [](const auto& row) { return std::string(row.param); });
 
 } // namespace

@@ -211,6 +211,12 @@ TEST_F(EventQueryTest, TwoWaysToSlice) {
     EXPECT_EQ(slice(service, R"("limit":0)"), part(byService, 0, 0));
     EXPECT_EQ(slice("", R"("limit":0)"), part(inOrder, 0, 0));
     EXPECT_EQ(slice("", R"("valid":false,"base":5,"limit":3)"), inOrder);
+
+    // The start alone does not sort, so that it slices as no order does; the service alone sorts.
+    const std::string start = R"("orderByStartTimePriority":0,)";
+    EXPECT_EQ(slice(start, R"("base":2,"limit":10)"), part(inOrder, 2, 10));
+    EXPECT_EQ(slice(start, R"("base":5,"limit":3)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice(R"("orderByServiceIdPriority":0,)", R"("base":5,"limit":3)").size(), 3u);
 }
 
 TEST_F(EventQueryTest, GenresAreComparedAsNumbers) {
@@ -238,6 +244,14 @@ TEST_F(EventQueryTest, TextsAreAllOrAny) {
     EXPECT_GT(weather, 0u);
     EXPECT_EQ(both + either, news + weather);
     EXPECT_GT(count(R"({"stringList":["News"],"stringMatchDescription":true})"), news);
+    const auto inEither = [](const epgentry& row, const char* text) {
+        return holds(row.Title, text) || holds(row.Description, text);
+    };
+    const auto newsAndThe =
+        rowsWith([&](const epgentry& row) { return inEither(row, "News") && inEither(row, "the"); });
+    EXPECT_GT(newsAndThe.size(), count(R"({"stringList":["News","the"],"stringAnd":true})"));
+    EXPECT_EQ(count(R"({"stringList":["News","the"],"stringAnd":true,"stringMatchDescription":true})"),
+              newsAndThe.size());
     EXPECT_EQ(count(R"({"stringList":[""]})"), 11658u);
     EXPECT_EQ(count(R"({"stringList":["","no such text"]})"), 11658u);
     EXPECT_EQ(count(R"({"stringList":["","no such text"],"stringAnd":true})"), 0u);

@@ -23,10 +23,10 @@ namespace {
 /// More services and a time do not fit into one query, see Client::queryEvents().
 constexpr std::size_t mostServicesAsked = 13;
 
-constexpr std::size_t titleColumn = 3;
+constexpr std::size_t guideTitleColumn = 3;
 constexpr std::size_t genreColumn = 4;
 
-struct Options {
+struct GuideOptions {
     std::vector<std::int32_t> services;
     std::vector<std::uint32_t> channels;
     std::optional<std::string> from;
@@ -82,7 +82,7 @@ std::vector<std::uint8_t> findGenres(Client& client, const std::vector<std::stri
     return codes;
 }
 
-std::optional<Query::TimeRange> findTimeRange(Client& client, const Options& options) {
+std::optional<Query::TimeRange> findTimeRange(Client& client, const GuideOptions& options) {
     if (!options.from && !options.to)
         return std::nullopt;
     std::optional<Moment> from;
@@ -103,7 +103,7 @@ std::optional<Query::TimeRange> findTimeRange(Client& client, const Options& opt
 }
 
 /// A slice of so many events. Its end is where numbers end when nothing is said about it.
-std::optional<Query::SliceRange> findSlice(const Options& options) {
+std::optional<Query::SliceRange> findSlice(const GuideOptions& options) {
     if (!options.offset && !options.count)
         return std::nullopt;
     Query::SliceRange slice;
@@ -113,7 +113,7 @@ std::optional<Query::SliceRange> findSlice(const Options& options) {
     return slice;
 }
 
-Query makeQuery(Client& client, const Options& options) {
+Query makeQuery(Client& client, const GuideOptions& options) {
     Query query;
     query.timeRange = findTimeRange(client, options);
     query.genreList = findGenres(client, options.genres);
@@ -129,7 +129,7 @@ Query makeQuery(Client& client, const Options& options) {
     return query;
 }
 
-std::set<std::int32_t> chooseServices(const std::vector<ServiceInfo>& lineup, const Options& options) {
+std::set<std::int32_t> chooseServices(const std::vector<ServiceInfo>& lineup, const GuideOptions& options) {
     std::set<std::int32_t> ids(options.services.begin(), options.services.end());
     for (const auto channel : options.channels) {
         for (const auto& service : findChannel(lineup, channel))
@@ -184,12 +184,12 @@ std::string formatTable(const std::vector<EventInfo>& events, const std::vector<
     }
     if (::isatty(STDOUT_FILENO) != 0) {
         table.fit(genreColumn, getTerminalWidth());
-        table.fit(titleColumn, getTerminalWidth());
+        table.fit(guideTitleColumn, getTerminalWidth());
     }
     return table.format();
 }
 
-void showGuide(Session& session, const Options& options) {
+void showGuide(Session& session, const GuideOptions& options) {
     auto& client = session.getClient();
     const bool needsLineup = !session.json || !options.channels.empty();
     const auto lineup = needsLineup ? readLineup(client) : std::vector<ServiceInfo>();
@@ -206,7 +206,7 @@ void showGuide(Session& session, const Options& options) {
 }
 
 /// Refuses what no service need be asked about.
-void checkOptions(const Options& options) {
+void checkOptions(const GuideOptions& options) {
     if (options.strict && !options.from && !options.to)
         throw UsageError("--strict goes with --from or --to");
     for (const auto& time : {options.from, options.to}) {
@@ -217,7 +217,7 @@ void checkOptions(const Options& options) {
         throw UsageError("--sort names " + options.sort[0] + " twice");
 }
 
-void addFilters(CLI::App& command, Options& options) {
+void addFilters(CLI::App& command, GuideOptions& options) {
     command
         .add_option("--service", options.services, "Only the service with this guide id; may be given again")
         ->check(CLI::NonNegativeNumber.description(""))
@@ -247,7 +247,7 @@ void addFilters(CLI::App& command, Options& options) {
 
 void addGuide(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("guide", "Find events in the guide");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<GuideOptions>();
     addFilters(*command, *options);
     command->add_option("--sort", options->sort, "Sort by service, start, or both in either order [start]")
         ->delimiter(',')

@@ -17,9 +17,9 @@ constexpr std::int64_t hour = 60 * minute;
 constexpr std::int64_t day = 24 * hour;
 
 /// Reads a text from left to right. What is not there is left where it is.
-class Reader {
+class MomentReader {
 public:
-    explicit Reader(std::string_view text) : rest_(text) {}
+    explicit MomentReader(std::string_view text) : rest_(text) {}
 
     bool atEnd() const { return rest_.empty(); }
 
@@ -46,7 +46,7 @@ private:
     std::string_view rest_;
 };
 
-std::optional<std::int64_t> readUnit(Reader& reader) {
+std::optional<std::int64_t> readUnit(MomentReader& reader) {
     if (reader.take("d"))
         return day;
     if (reader.take("h"))
@@ -59,7 +59,7 @@ std::optional<std::int64_t> readUnit(Reader& reader) {
 }
 
 /// Reads "", "+2h", "-1h30m".
-std::optional<std::int64_t> readOffset(Reader reader) {
+std::optional<std::int64_t> readOffset(MomentReader reader) {
     if (reader.atEnd())
         return 0;
     const bool isNegative = reader.take("-");
@@ -76,7 +76,7 @@ std::optional<std::int64_t> readOffset(Reader reader) {
     return isNegative ? -seconds : seconds;
 }
 
-bool readClock(Reader& reader, std::tm& time) {
+bool readClock(MomentReader& reader, std::tm& time) {
     const auto hours = reader.takeNumber(2, 2);
     if (!hours || *hours > 23 || !reader.take(":"))
         return false;
@@ -93,7 +93,7 @@ bool readClock(Reader& reader, std::tm& time) {
 }
 
 /// Reads "Z", "+01:00" or "-0330": how far a clock is ahead of UTC.
-std::optional<std::int64_t> readZone(Reader& reader) {
+std::optional<std::int64_t> readZone(MomentReader& reader) {
     if (reader.take("Z"))
         return 0;
     const bool isBehind = reader.take("-");
@@ -108,7 +108,7 @@ std::optional<std::int64_t> readZone(Reader& reader) {
     return isBehind ? -ahead : ahead;
 }
 
-std::optional<std::int64_t> readCalendar(Reader reader) {
+std::optional<std::int64_t> readCalendar(MomentReader reader) {
     const auto year = reader.takeNumber(4, 4);
     const bool hasMonth = year && reader.take("-");
     const auto month = hasMonth ? reader.takeNumber(2, 2) : std::nullopt;
@@ -140,7 +140,7 @@ std::optional<std::int64_t> readCalendar(Reader reader) {
 } // namespace
 
 Moment::Moment(const std::string& text) : text_(text) {
-    Reader reader(text);
+    MomentReader reader(text);
     isRelative_ = reader.take("now") || text.starts_with('+') || text.starts_with('-');
     const auto seconds = isRelative_ ? readOffset(reader) : readCalendar(reader);
     if (!seconds)

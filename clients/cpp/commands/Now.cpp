@@ -18,9 +18,9 @@ namespace Ostrel::Client::Tool {
 namespace {
 
 constexpr std::size_t firstPage = 20; // services that a terminal shows at once
-constexpr std::size_t titleColumn = 3;
+constexpr std::size_t nowTitleColumn = 3;
 
-struct Options {
+struct NowOptions {
     std::optional<std::uint32_t> channel;
     bool all = false;
 };
@@ -31,7 +31,7 @@ struct Showing {
     std::vector<EventInfo> events;
 };
 
-std::vector<ServiceInfo> chooseServices(const std::vector<ServiceInfo>& lineup, const Options& options) {
+std::vector<ServiceInfo> chooseServices(const std::vector<ServiceInfo>& lineup, const NowOptions& options) {
     if (options.channel)
         return findChannel(lineup, *options.channel);
     if (options.all)
@@ -43,7 +43,7 @@ std::vector<ServiceInfo> chooseServices(const std::vector<ServiceInfo>& lineup, 
 }
 
 /// Leaves out services with nothing on air.
-std::vector<Showing> findShowings(Client& client, const Options& options) {
+std::vector<Showing> findShowings(Client& client, const NowOptions& options) {
     const auto most = options.channel || options.all ? std::numeric_limits<std::size_t>::max() : firstPage;
     std::vector<Showing> showings;
     for (const auto& service : chooseServices(readLineup(client), options)) {
@@ -64,18 +64,18 @@ std::string formatTable(const std::vector<Showing>& showings, std::int64_t now) 
             table.add({"", "", formatSpan(events[1]), events[1].title, ""});
     }
     if (::isatty(STDOUT_FILENO) != 0)
-        table.fit(titleColumn, getTerminalWidth());
+        table.fit(nowTitleColumn, getTerminalWidth());
     return table.format();
 }
 
-boost::json::value toJson(const Showing& showing) {
+boost::json::value showingToJson(const Showing& showing) {
     boost::json::object members{{"service", encode(showing.service)}, {"now", encode(showing.events[0])}};
     members["next"] =
         showing.events.size() > 1 ? boost::json::value(encode(showing.events[1])) : boost::json::value();
     return members;
 }
 
-std::string describeSilence(const Options& options, std::int64_t now) {
+std::string describeSilence(const NowOptions& options, std::int64_t now) {
     const auto time = static_cast<std::time_t>(now);
     std::tm local{};
     localtime_r(&time, &local);
@@ -83,13 +83,13 @@ std::string describeSilence(const Options& options, std::int64_t now) {
            (options.channel ? ", on channel " + std::to_string(*options.channel) : "") + ".\n";
 }
 
-void showNow(Session& session, const Options& options) {
+void showNow(Session& session, const NowOptions& options) {
     auto& client = session.getClient();
     const auto showings = findShowings(client, options);
     if (session.json) {
         boost::json::array array;
         for (const auto& showing : showings)
-            array.push_back(toJson(showing));
+            array.push_back(showingToJson(showing));
         printJson(array);
         return;
     }
@@ -101,7 +101,7 @@ void showNow(Session& session, const Options& options) {
 
 void addNow(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("now", "Show what is on, and what comes next");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<NowOptions>();
     auto* channel =
         command->add_option("CHANNEL", options->channel, "Only the service with this channel number")
             ->type_name("");

@@ -1,4 +1,5 @@
 #include "clients/cpp/commands/Commands.h"
+#include "clients/cpp/commands/Lineup.h"
 #include "clients/cpp/commands/Output.h"
 #include "clients/cpp/commands/ScanProgress.h"
 
@@ -6,6 +7,7 @@
 
 #include <chrono>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -16,8 +18,6 @@
 namespace Ostrel::Client::Tool {
 
 namespace {
-
-constexpr std::uint32_t sliceSize = 500; // services per reply
 
 /// A scan that goes unannounced for so long is asked about: deleting a context ends it in silence.
 constexpr std::chrono::seconds patience{2};
@@ -134,7 +134,7 @@ private:
             progress_.percent = static_cast<std::uint32_t>(percent->get_int64());
         }
         if (isProgress || isComplete)
-            readServices();
+            countServices();
         if (isProgress)
             display_.show(progress_);
         if (isComplete)
@@ -154,16 +154,11 @@ private:
     }
 
     /// The service answers only when the services of the last event are in the list.
-    void readServices() {
+    void countServices() {
         if (!display_.wantsServices())
             return;
-        std::size_t count = sliceSize;
-        while (count == sliceSize) {
-            const auto services = client_.read(sliceSize);
-            count = services.size();
-            for (const auto& service : services)
-                progress_.count(service);
-        }
+        for (const auto& service : readServices(client_, std::numeric_limits<std::uint32_t>::max()))
+            progress_.count(service);
     }
 
     void stop() {

@@ -7,12 +7,6 @@
 
 namespace Ostrel::Client::Tool {
 
-namespace {
-
-constexpr std::size_t barWidth = 25; // columns between the brackets
-
-} // namespace
-
 void ScanProgress::count(const ServiceInfo& service) {
     if (service.type == ServiceInfo::Type::Television)
         ++television;
@@ -49,9 +43,7 @@ std::string ScanProgress::formatLine() const {
 }
 
 std::string ScanProgress::formatBar(std::size_t columns) const {
-    const auto filled = std::min<std::size_t>(percent, 100) * barWidth / 100;
-    return cut("[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + "] " + formatLine(),
-               columns);
+    return cut(drawBar(percent, 100, 25) + " " + formatLine(), columns);
 }
 
 } // namespace Ostrel::Client::Tool

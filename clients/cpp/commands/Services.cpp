@@ -14,7 +14,7 @@ namespace Ostrel::Client::Tool {
 
 namespace {
 
-struct Options {
+struct ServicesOptions {
     std::string list = "all";
     std::optional<std::int32_t> from;
     std::optional<std::uint32_t> limit;
@@ -34,7 +34,7 @@ template <class Seek> void seekOrExplain(const std::string& what, Seek seek) {
     }
 }
 
-void moveCursor(Client& client, const Options& options) {
+void moveCursor(Client& client, const ServicesOptions& options) {
     if (options.channel) {
         seekOrExplain("no service has the channel number " + std::to_string(*options.channel),
                       [&] { client.seekByChannelNumber(*options.channel); });
@@ -86,7 +86,7 @@ std::string formatTable(const std::vector<ServiceInfo>& services) {
     return table.format();
 }
 
-void showServices(Session& session, const Options& options) {
+void showServices(Session& session, const ServicesOptions& options) {
     auto& client = session.getClient();
     client.selectList(options.list);
     moveCursor(client, options);
@@ -107,7 +107,7 @@ void showServices(Session& session, const Options& options) {
 
 void addServices(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("services", "Show the services (channels)");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ServicesOptions>();
     command->add_option("--list", options->list, "Which list: all services, or the new ones of the last scan")
         ->check(CLI::IsMember({"all", "new"}).description(""))
         ->type_name("all|new")

@@ -70,6 +70,11 @@ std::string cut(std::string text, std::size_t columns) {
     return text;
 }
 
+std::string drawBar(std::size_t part, std::size_t whole, std::size_t width) {
+    const auto filled = std::min(part, whole) * width / whole;
+    return "[" + std::string(filled, '#') + std::string(width - filled, '.') + "]";
+}
+
 Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
     auto& titles = rows_.emplace_back();
     for (const auto& column : columns_)

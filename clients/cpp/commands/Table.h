@@ -12,6 +12,12 @@ std::size_t getWidth(std::string_view text);
 /// Cuts a UTF-8 text to a number of columns, between two letters.
 std::string cut(std::string text, std::size_t columns);
 
+/// Returns a bar that is filled in part: "[###.......]".
+///
+/// @param part   0 to whole; more counts as whole
+/// @param width  columns between the brackets
+std::string drawBar(std::size_t part, std::size_t whole, std::size_t width);
+
 /// Lays out rows in columns for a terminal, a header above them.
 class Table {
 public:

@@ -1,6 +1,7 @@
 #include "clients/cpp/commands/TimeSpan.h"
 
 #include "clients/cpp/commands/Output.h"
+#include "clients/cpp/commands/Table.h"
 
 #include <algorithm>
 #include <ctime>
@@ -8,8 +9,6 @@
 namespace Ostrel::Client::Tool {
 
 namespace {
-
-constexpr std::int64_t barWidth = 10; // columns between the brackets
 
 std::string formatLocal(const char* format, std::int32_t seconds) {
     const std::time_t time = seconds;
@@ -31,9 +30,9 @@ std::string formatDayAndSpan(const EventInfo& event) {
 std::string formatTimeLeft(const EventInfo& event, std::int64_t now) {
     const auto length = std::max<std::int64_t>(1, std::int64_t{event.endTime} - event.startTime);
     const auto left = std::clamp<std::int64_t>(event.endTime - now, 0, length);
-    const auto filled = static_cast<std::size_t>((length - left) * barWidth / length);
     const auto minutes = (left + 59) / 60; // the last one counts until it is over
-    std::string text = "[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + "] ";
+    std::string text =
+        drawBar(static_cast<std::size_t>(length - left), static_cast<std::size_t>(length), 10) + " ";
     if (minutes >= 60)
         text += std::to_string(minutes / 60) + " h ";
     return text + std::to_string(minutes % 60) + " min";

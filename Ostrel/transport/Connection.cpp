@@ -2,13 +2,13 @@
 
 #include "Ostrel/os/DebugPrint.h"
 #include "Ostrel/serialization/Serializer.h"
+#include "Ostrel/transport/Answer.h"
 #include "Ostrel/transport/Outbox.h"
+#include "Ostrel/transport/WebSocketFrame.h"
+#include "Ostrel/transport/WebSocketLayer.h"
 
-#include <boost/asio/bind_executor.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/beast/core/bind_handler.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
-#include <boost/beast/core/error.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
@@ -19,10 +19,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cctype>
 #include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -39,142 +37,11 @@ namespace {
 
 constexpr const char* rpcPath = "/rpc/";
 
-/// The connection as the layer below its WebSocket sees it.
-class Wire {
-public:
-    virtual Socket& getSocket() = 0;
-    virtual void pushBytes(std::string bytes) = 0;
-    virtual void closeWire() noexcept = 0;
-
-protected:
-    ~Wire() = default;
-};
-
-/// What Beast takes for the socket below a WebSocket. Reads go to the socket, after the bytes
-/// that were read behind the upgrade request; writes go to the outbox, where Beast's pongs
-/// and close frames queue up with our messages instead of cutting into them.
-class WebSocketLayer {
-public:
-    using executor_type = Socket::executor_type;
-
-    WebSocketLayer(Wire& wire, std::string early) : wire_(wire), early_(std::move(early)) {}
-
-    executor_type get_executor() const noexcept { return wire_.getSocket().get_executor(); }
-
-    template <class Buffers, class Handler> auto async_read_some(const Buffers& buffers, Handler&& handler) {
-        return asio::async_initiate<Handler, void(error_code, std::size_t)>(
-            [this](auto&& done, const Buffers& where) {
-                if (early_.empty()) {
-                    wire_.getSocket().async_read_some(where, std::forward<decltype(done)>(done));
-                    return;
-                }
-                const auto size = asio::buffer_copy(where, asio::buffer(early_));
-                early_.erase(0, size);
-                complete(std::forward<decltype(done)>(done), size);
-            },
-            handler, buffers);
-    }
-
-    template <class Buffers, class Handler> auto async_write_some(const Buffers& buffers, Handler&& handler) {
-        return asio::async_initiate<Handler, void(error_code, std::size_t)>(
-            [this](auto&& done, const Buffers& what) {
-                complete(std::forward<decltype(done)>(done), push(what));
-            },
-            handler, buffers);
-    }
-
-    // accept() is given the request and writes its answer; it reads nothing.
-    template <class Buffers> std::size_t read_some(const Buffers&) {
-        throw std::logic_error("never read here");
-    }
-    template <class Buffers> std::size_t read_some(const Buffers&, error_code& failure) {
-        failure = asio::error::operation_not_supported;
-        return 0;
-    }
-    template <class Buffers> std::size_t write_some(const Buffers& buffers) { return push(buffers); }
-    template <class Buffers> std::size_t write_some(const Buffers& buffers, error_code& failure) {
-        failure = {};
-        return push(buffers);
-    }
-
-    friend void beast_close_socket(WebSocketLayer& layer) { layer.wire_.closeWire(); }
-
-    // The connection ends the socket itself, when the outbox is empty.
-    [[maybe_unused]] friend void teardown(beast::role_type, WebSocketLayer&, error_code& failure) {
-        failure = {};
-    }
-    template <class Handler>
-    friend void async_teardown(beast::role_type, WebSocketLayer& layer, Handler&& handler) {
-        asio::post(layer.get_executor(),
-                   beast::bind_front_handler(std::forward<Handler>(handler), error_code()));
-    }
-
-private:
-    template <class Buffers> std::size_t push(const Buffers& buffers) {
-        auto bytes = beast::buffers_to_string(buffers);
-        const auto size = bytes.size();
-        wire_.pushBytes(std::move(bytes));
-        return size;
-    }
-
-    template <class Handler> void complete(Handler&& handler, std::size_t size) {
-        asio::post(get_executor(),
-                   beast::bind_front_handler(std::forward<Handler>(handler), error_code(), size));
-    }
-
-    Wire& wire_;
-    std::string early_;
-};
-
 using WebSocket = websocket::stream<WebSocketLayer, false>;
-
-/// The head of an unmasked text frame (RFC 6455, section 5.2).
-std::string frameHead(std::size_t size) {
-    std::string head(1, '\x81');
-    const auto append = [&](char length, int bytes) {
-        head += length;
-        for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-            head += char((std::uint64_t(size) >> shift) & 0xff);
-    };
-    if (size < 126)
-        head += char(size);
-    else if (size <= 0xffff)
-        append(126, 2);
-    else
-        append(127, 8);
-    return head;
-}
-
-/// A WebSocket key is 16 bytes in base64 (RFC 6455, section 4.1).
-bool isWebSocketKey(std::string_view key) {
-    const auto isBase64 = [](unsigned char byte) { return std::isalnum(byte) || byte == '+' || byte == '/'; };
-    return key.size() == 24 && key.ends_with("==") && std::all_of(key.begin(), key.end() - 2, isBase64);
-}
-
-/// Whether a text that is UTF-8 so far lacks the rest of its last character. Beast checks every
-/// byte as it comes, but not that the text is whole when its last frame is empty.
-bool endsInsideCharacter(std::string_view text) {
-    for (std::size_t length = 1; length <= 3 && length <= text.size(); ++length) {
-        const auto byte = static_cast<unsigned char>(text[text.size() - length]);
-        if (byte >= 0xc0)
-            return length < (byte >= 0xf0 ? 4U : byte >= 0xe0 ? 3U : 2U);
-        if (byte < 0x80)
-            return false;
-    }
-    return false;
-}
 
 std::string_view view(beast::string_view text) {
     return {text.data(), text.size()};
 }
-
-/// An answer to one HTTP request.
-struct Answer {
-    http::status status;
-    std::string body = {};
-    const char* type = "text/plain; charset=utf-8";
-    std::string headers = {}; ///< further ones, each with its line end
-};
 
 class ConnectionImpl final : public Connection,
                              public std::enable_shared_from_this<ConnectionImpl>,
@@ -573,24 +440,10 @@ private:
     void answer(Answer what) { answer(std::move(what), keepAlive_); }
 
     void answer(Answer what, bool keepAlive) {
-        const bool hasBody = what.type != nullptr;
-        std::string head = "HTTP/1.1 " + std::to_string(unsigned(what.status)) + ' ';
-        head += view(http::obsolete_reason(what.status));
-        head += "\r\nX-Content-Type-Options: nosniff\r\n";
-        if (hasBody) {
-            head += "Content-Type: ";
-            head += what.type;
-            head += "\r\nContent-Length: " + std::to_string(what.body.size()) + "\r\n";
-        }
-        if (originIs_ == Admission::Origin::Other)
-            head += "Access-Control-Allow-Origin: " + origin_ + "\r\nVary: Origin\r\n";
-        head += what.headers;
-        if (!keepAlive)
-            head += "Connection: close\r\n";
-        else if (parser_ && parser_->get().version() < 11)
-            head += "Connection: keep-alive\r\n";
-        head += "\r\n";
-
+        const bool isOld = parser_ && parser_->get().version() < 11;
+        const char* connection = !keepAlive ? "close" : isOld ? "keep-alive" : "";
+        auto head =
+            formatHead(what, originIs_ == Admission::Origin::Other ? origin_ : std::string(), connection);
         const bool isHead = parser_ && parser_->get().method() == http::verb::head;
         push(std::move(head), isHead ? std::string() : std::move(what.body));
         if (closed_)
@@ -683,7 +536,7 @@ private:
 
     template <class Text> void sendText(Text text, std::size_t size) {
         if (size > 0 && !saidGoodbye_ && !ending_ && !closed_)
-            push(frameHead(size), std::move(text));
+            push(textFrameHead(size), std::move(text));
     }
     void send(std::string text) {
         const auto size = text.size();

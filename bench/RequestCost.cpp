@@ -7,9 +7,11 @@
 #include "tests/support/WireClient.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -74,8 +76,8 @@ Served startBare(const std::string& replyText) {
     name.sin_family = AF_INET;
     name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof name;
-    bind(listener, reinterpret_cast<sockaddr*>(&name), size);
-    listen(listener, 1);
+    if (bind(listener, reinterpret_cast<sockaddr*>(&name), size) != 0 || listen(listener, 1) != 0)
+        throw std::system_error(errno, std::generic_category(), "the bare server has no port");
     getsockname(listener, reinterpret_cast<sockaddr*>(&name), &size);
     const std::string reply = std::string("\x81", 1) + char(replyText.size()) + replyText;
     const auto process = fork();

@@ -10,6 +10,7 @@ namespace {
 
 std::vector<Address> parseAll(const std::vector<std::string>& texts) {
     std::vector<Address> addresses;
+    addresses.reserve(texts.size());
     for (const auto& text : texts)
         addresses.push_back(Address::parse(text));
     return addresses;

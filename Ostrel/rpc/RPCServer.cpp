@@ -95,6 +95,7 @@ std::vector<RPCServer*> RPCServer::running() {
     auto& [mutex, servers] = registry();
     const std::lock_guard lock(mutex);
     std::vector<RPCServer*> result;
+    result.reserve(servers.size());
     for (const auto& [name, server] : servers)
         result.push_back(server);
     return result;

@@ -37,7 +37,7 @@ constexpr std::array<char, 256> escapes = [] {
 
 constexpr std::size_t longestEscape = 6; ///< bytes
 
-constexpr int blockSize = 16; ///< bytes looked at together
+constexpr std::ptrdiff_t blockSize = 16; ///< bytes looked at together
 
 /// A bit for each byte of a block that needs an escape.
 unsigned findEscapes(const char* block) {
@@ -62,7 +62,7 @@ char* escape(char* to, char byte) {
     const auto code = static_cast<unsigned char>(byte);
     const char sign = escapes[code];
     if (sign == 'u') {
-        std::memcpy(to, "\\u00", 4);
+        std::string_view("\\u00").copy(to, 4);
         to[4] = digits[code >> 4];
         to[5] = digits[code & 15];
         return to + 6;

@@ -16,7 +16,7 @@ public:
     class ScanInfo;
     class TuningParams;
 
-    virtual ~ITVConfig() = default;
+    ~ITVConfig() override = default;
 
     /// Forgets all transponders and the services found on them. Always true.
     virtual bool transponderListDeleteAll(const unsigned& sourceId) = 0;

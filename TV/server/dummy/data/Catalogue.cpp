@@ -199,6 +199,7 @@ std::vector<std::pair<const Programme*, std::size_t>> Catalogue::deal(const std:
     std::stable_sort(places.begin(), places.end(),
                      [](const Place& a, const Place& b) { return a.above * b.below < b.above * a.below; });
     std::vector<std::pair<const Programme*, std::size_t>> dealt;
+    dealt.reserve(places.size());
     for (const Place& place : places)
         dealt.emplace_back(place.programme, place.episode);
     return dealt;

@@ -204,6 +204,7 @@ std::string writeTable(const std::vector<GuideFile>& guide) {
 
 void run(const std::string& output, const std::vector<std::string>& files) {
     std::vector<GuideFile> guide;
+    guide.reserve(files.size());
     for (const std::string& file : files)
         guide.push_back(readGuide(file));
     checkGuide(guide);

@@ -182,8 +182,8 @@ std::int64_t parseTime(const TextLine& line, const std::string& text) {
         6)
         line.fail("\"" + text + "\" is not a time like 2011-10-14T17:45:00Z");
     const year_month_day date{std::chrono::year{year}, std::chrono::month{month}, std::chrono::day{day}};
-    const std::int64_t utc =
-        sys_seconds{sys_days{date}}.time_since_epoch().count() + hour * 3600 + minute * 60 + second;
+    const sys_seconds time = sys_days{date} + hours{hour} + minutes{minute} + seconds{second};
+    const std::int64_t utc = time.time_since_epoch().count();
     if (!date.ok() || formatTime(utc) != text)
         line.fail("\"" + text + "\" is not a time like 2011-10-14T17:45:00Z");
     return utc;

@@ -60,8 +60,9 @@ constexpr std::int64_t londonTimeOfDay(std::int64_t utc) {
 
 /// From 21:00 to 05:30 in London what is unsuitable for children may start.
 constexpr bool afterWatershed(std::int64_t utc) {
-    const std::int64_t time = londonTimeOfDay(utc);
-    return time >= 21 * 3600 || time < 5 * 3600 + 1800;
+    constexpr std::int64_t hour = 3600;
+    const auto time = londonTimeOfDay(utc);
+    return time >= 21 * hour || time < 5 * hour + hour / 2;
 }
 
 /// A time as "2011-10-14T17:45:00Z", and back; the line is blamed for a bad one.

@@ -49,7 +49,7 @@ private:
             const auto& slots = catalogue_.days[static_cast<std::size_t>((firstWeekday + number) % 7)];
             const int first = slots.front().minute;
             for (const Slot& slot : slots) {
-                const int minute = slot.minute + (slot.minute < first ? 24 * 60 : 0);
+                const std::int64_t minute = slot.minute + (slot.minute < first ? 24 * 60 : 0);
                 slots_.push_back(
                     {firstMidnight + number * day + minute * 60, 0, &slot, false, nullptr, 0, slug_});
             }

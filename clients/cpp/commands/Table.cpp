@@ -19,24 +19,20 @@ constexpr std::size_t leastCut = 12; // columns that a cell keeps, however narro
 /// Makes this thread's characters UTF-8 for a while, whatever the user's locale is.
 class Utf8Locale {
 public:
-    Utf8Locale() : locale_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
-        if (locale_ != nullptr)
-            previous_ = uselocale(locale_);
-    }
-
-    ~Utf8Locale() {
-        if (locale_ != nullptr) {
-            uselocale(previous_);
-            freelocale(locale_);
-        }
-    }
+    Utf8Locale() : previous_(uselocale(get())) {}
+    ~Utf8Locale() { uselocale(previous_); }
 
     Utf8Locale(const Utf8Locale&) = delete;
     Utf8Locale& operator=(const Utf8Locale&) = delete;
 
 private:
-    locale_t locale_;
-    locale_t previous_ = nullptr;
+    /// Made once: it is asked for by every cell of a table, and making it reads files.
+    static locale_t get() {
+        static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        return locale; // null where there is none: uselocale() then changes nothing
+    }
+
+    const locale_t previous_;
 };
 
 } // namespace

@@ -511,6 +511,15 @@ const UsageRow wrongUsages[] = {
     {"NegativeLimit", {"services", "--limit", "-1"}},
     {"LimitTooLarge", {"services", "--limit", "4294967296"}},
     {"NegativeFrom", {"services", "--from", "-1"}},
+    {"NoCount", {"guide", "--count", ""}},
+    {"NoChannel", {"now", ""}},
+    {"HexadecimalChannel", {"now", "0x4"}},
+    {"BlankBeforeTheNumber", {"now", " 4"}},
+    {"TextIsNotUtf8", {"guide", "--text", "\xff"}},
+    {"TextIsASurrogate", {"guide", "--text", "\xed\xa0\x80"}},
+    {"QueryIsNotUtf8", {"query", "End > \xff"}},
+    {"UriIsNotUtf8", {"services", "--uri", "\xff"}},
+    {"MethodIsNotUtf8", {"call", "A::\xff"}},
     {"TwoWaysToFind", {"services", "--channel", "1", "--uri", "x"}},
     {"ZeroTimeout", {"time", "--timeout", "0"}},
     {"BadUrl", {"time", "--url", "wss://box"}},
@@ -535,6 +544,20 @@ const UsageRow wrongUsages[] = {
 
 INSTANTIATE_TEST_SUITE_P(Usage, WrongUsage, testing::ValuesIn(wrongUsages),
                          [](const auto& row) { return row.param.name; });
+
+TEST(ToolTest, WrongNumberIsNamedWithItsBounds) {
+    EXPECT_EQ(run({"guide", "--service", "x"}).errors,
+              "ostrel-tv: --service: \"x\" is no whole number from 0 to 2147483647\n"
+              "Try: ostrel-tv guide --help\n");
+    EXPECT_EQ(run({"transponders", "add", "4294968"}).errors,
+              "ostrel-tv: MHZ: \"4294968\" is no whole number from 0 to 4294967\n"
+              "Try: ostrel-tv transponders --help\n");
+}
+
+TEST(ToolTest, NumberWithZerosInFrontIsDecimal) {
+    FakeService fake({{"ITVConfig::transponderListAdd", {result("true")}}});
+    EXPECT_EQ(run({"transponders", "add", "0690"}, fake.getAddress()).output, "Added 690 MHz.\n");
+}
 
 TEST(ToolTest, HelpAndVersionAreOutput) {
     const auto help = run({"--help"});

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Output.h"
 
@@ -132,6 +133,7 @@ void addCall(CLI::App& app, Action& action) {
     const auto payload = std::make_shared<std::string>();
     command->add_option("METHOD", *method, "ITVService::serviceListGet, or short serviceListGet")
         ->required()
+        ->check(utf8())
         ->type_name("");
     command
         ->add_option("PAYLOAD", *payload, "The parameters as a JSON object; - reads them from standard input")

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Lineup.h"
 #include "clients/cpp/commands/Moment.h"
@@ -220,10 +221,11 @@ void checkOptions(const GuideOptions& options) {
 void addFilters(CLI::App& command, GuideOptions& options) {
     command
         .add_option("--service", options.services, "Only the service with this guide id; may be given again")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->transform(wholeNumber(std::numeric_limits<std::int32_t>::max()))
         ->allow_extra_args(false)
         ->type_name("ID");
     command.add_option("--channel", options.channels, "Only the service with this channel number, likewise")
+        ->transform(wholeNumber())
         ->allow_extra_args(false)
         ->type_name("N");
     command.add_option("--from", options.from, "Only what is on after this time")->type_name("TIME");
@@ -237,6 +239,7 @@ void addFilters(CLI::App& command, GuideOptions& options) {
     command
         .add_option("--text", options.texts,
                     "Only with this text in the title, letter by letter;\nwhen given again, with one of them")
+        ->check(utf8())
         ->allow_extra_args(false)
         ->type_name("TEXT");
     command.add_flag("--all-texts", options.allTexts, "Only with all these texts");
@@ -255,8 +258,12 @@ void addGuide(CLI::App& app, Action& action) {
         ->allow_extra_args(false)
         ->check(CLI::IsMember({"service", "start"}).description(""))
         ->type_name("KEY[,KEY]");
-    command->add_option("--offset", options->offset, "Leave out so many of the events found")->type_name("N");
-    command->add_option("--count", options->count, "Show at most so many events")->type_name("N");
+    command->add_option("--offset", options->offset, "Leave out so many of the events found")
+        ->transform(wholeNumber())
+        ->type_name("N");
+    command->add_option("--count", options->count, "Show at most so many events")
+        ->transform(wholeNumber())
+        ->type_name("N");
     command->footer("TIME is 2011-10-12, 2011-10-12T20:00 (local; Z or +01:00 behind it for another zone),\n"
                     "now, or +2h, -30m, +1d12h from now on. Now is what the service's clock says.\n"
                     "\n"

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Lineup.h"
 #include "clients/cpp/commands/Output.h"
@@ -104,6 +105,7 @@ void addNow(CLI::App& app, Action& action) {
     const auto options = std::make_shared<NowOptions>();
     auto* channel =
         command->add_option("CHANNEL", options->channel, "Only the service with this channel number")
+            ->transform(wholeNumber())
             ->type_name("");
     command->add_flag("--all", options->all, "Show every service, also those that channel lists leave out")
         ->excludes(channel);

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Output.h"
 #include "clients/cpp/commands/QueryMistake.h"
@@ -47,6 +48,7 @@ void addQuery(CLI::App& app, Action& action) {
     const auto format = std::make_shared<std::string>("json");
     command->add_option("EXPRESSION", *expression, "What must be true of an event; '' is true of each")
         ->required()
+        ->check(utf8())
         ->type_name("");
     command->add_option("--format", *format, "How the documents are written")
         ->check(CLI::IsMember({"json", "xml"}).description(""))

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Lineup.h"
 #include "clients/cpp/commands/Output.h"
@@ -216,6 +217,7 @@ void add(CLI::App& scan, Action& action, const char* name, const char* descripti
     auto* command = scan.add_subcommand(name, description);
     const auto source = std::make_shared<std::uint32_t>(0);
     command->add_option("--source", *source, "The tuner, its source id")
+        ->transform(wholeNumber())
         ->type_name("N")
         ->capture_default_str();
     command->footer(footer);

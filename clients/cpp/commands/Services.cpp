@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Lineup.h"
 #include "clients/cpp/commands/Output.h"
@@ -114,15 +115,19 @@ void addServices(CLI::App& app, Action& action) {
         ->capture_default_str();
     auto* from =
         command->add_option("--from", options->from, "Begin at this position of the list, counted from 0")
-            ->check(CLI::Range(0, std::numeric_limits<std::int32_t>::max()).description(""))
+            ->transform(wholeNumber(std::numeric_limits<std::int32_t>::max()))
             ->type_name("N");
-    command->add_option("--limit", options->limit, "Show at most so many services")->type_name("N");
+    command->add_option("--limit", options->limit, "Show at most so many services")
+        ->transform(wholeNumber())
+        ->type_name("N");
     auto* channel = command
                         ->add_option("--channel", options->channel,
                                      "Find the service with this channel number;\n"
                                      "with --limit also those that follow it in the list")
+                        ->transform(wholeNumber())
                         ->type_name("N");
     auto* uri = command->add_option("--uri", options->uri, "Find the service with this URI, likewise")
+                    ->check(utf8())
                     ->type_name("URI");
     channel->excludes(from)->excludes(uri);
     uri->excludes(from);

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Output.h"
 
@@ -24,6 +25,7 @@ void addSignal(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("signal", "Show how well a tuner receives");
     const auto source = std::make_shared<std::uint32_t>(0);
     command->add_option("--source", *source, "The tuner, its source id")
+        ->transform(wholeNumber())
         ->type_name("N")
         ->capture_default_str();
     command->footer("Example:\n  ostrel-tv signal --source 1");

@@ -1,3 +1,4 @@
+#include "clients/cpp/commands/Arguments.h"
 #include "clients/cpp/commands/Commands.h"
 #include "clients/cpp/commands/Output.h"
 
@@ -61,18 +62,21 @@ void clearTransponders(Session& session, const ClearOptions& options) {
 }
 
 void addSource(CLI::App& command, std::uint32_t& source) {
-    command.add_option("--source", source, "The tuner, its source id")->type_name("N")->capture_default_str();
+    command.add_option("--source", source, "The tuner, its source id")
+        ->transform(wholeNumber())
+        ->type_name("N")
+        ->capture_default_str();
 }
 
 void addAdd(CLI::App& transponders, Action& action) {
     auto* command = transponders.add_subcommand("add", "Add a frequency to the list");
     const auto options = std::make_shared<AddOptions>();
-    auto* mega = command->add_option("MHZ", options->frequencyMHz, "The frequency, in whole MHz")
-                     ->check(CLI::Range(std::uint32_t{0},
-                                        std::numeric_limits<std::uint32_t>::max() / kiloHertzPerMegaHertz)
-                                 .description(""))
-                     ->type_name("");
+    auto* mega =
+        command->add_option("MHZ", options->frequencyMHz, "The frequency, in whole MHz")
+            ->transform(wholeNumber(std::numeric_limits<std::uint32_t>::max() / kiloHertzPerMegaHertz))
+            ->type_name("");
     command->add_option("--khz", options->frequencyKHz, "The same in kHz; the service takes whole MHz of it")
+        ->transform(wholeNumber())
         ->type_name("N")
         ->excludes(mega);
     addSource(*command, options->source);

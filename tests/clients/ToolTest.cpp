@@ -196,6 +196,21 @@ TEST(ToolTest, GuideOptionsBecomeAQuery) {
     // clang-format on
 }
 
+TEST(ToolTest, SortedEventsAreLeftOutHere) {
+    const auto events = {makeEvent(1, 1, 2, "a"), makeEvent(2, 1, 2, "b")};
+    FakeService fake(guideAnswers(makeList(events)));
+    const auto guideFrom = [&](const char* offset) {
+        return run({"guide", "--sort", "service", "--offset", offset, "--count", "3", "--json"},
+                   fake.getAddress())
+            .output;
+    };
+    EXPECT_EQ(guideFrom("1"), makeList({makeEvent(2, 1, 2, "b")}) + "\n");
+    EXPECT_EQ(guideFrom("2"), "[]\n") << "the service would give both";
+    const auto payloads = payloadsOf(fake, "ITVGuide::queryEventInfo");
+    EXPECT_EQ(payloads.at(1),
+              R"({"query":{"orderByServiceIdPriority":0,"sliceRange":{"base":0,"limit":5}}})");
+}
+
 TEST(ToolTest, ManyServicesAreAskedForWithoutAFilter) {
     const auto events = {makeEvent(1, 1, 2, "a"), makeEvent(99, 1, 2, "b"), makeEvent(2, 1, 2, "c"),
                          makeEvent(3, 1, 2, "d")};

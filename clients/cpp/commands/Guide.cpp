@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include <unistd.h>
 
@@ -139,6 +140,10 @@ std::set<std::int32_t> chooseServices(const std::vector<ServiceInfo>& lineup, co
     return ids;
 }
 
+void dropFirst(std::vector<EventInfo>& events, std::uint32_t count) {
+    events.erase(events.begin(), events.begin() + std::min<std::ptrdiff_t>(count, std::ssize(events)));
+}
+
 /// Asks for the events of all services and keeps those of some.
 std::vector<EventInfo> findAmongAll(Client& client, Query query, const std::set<std::int32_t>& ids) {
     const auto slice = query.sliceRange.value_or(Query::SliceRange());
@@ -149,7 +154,7 @@ std::vector<EventInfo> findAmongAll(Client& client, Query query, const std::set<
     });
     if (slice.limit < events.size())
         events.resize(slice.limit);
-    events.erase(events.begin(), events.begin() + std::min<std::ptrdiff_t>(slice.base, std::ssize(events)));
+    dropFirst(events, slice.base);
     return events;
 }
 
@@ -157,7 +162,13 @@ std::vector<EventInfo> findEvents(Client& client, Query query, const std::set<st
     if (ids.size() > mostServicesAsked)
         return findAmongAll(client, std::move(query), ids);
     query.serviceIdList.assign(ids.begin(), ids.end());
-    return client.queryEvents(query);
+    // Once it has sorted, the service answers a slice past the end with all that there is:
+    // docs/oddities.md, "Two ways to slice".
+    const bool isSorted = query.orderByServiceIdPriority >= 0;
+    const auto dropped = isSorted && query.sliceRange ? std::exchange(query.sliceRange->base, 0) : 0;
+    auto events = client.queryEvents(query);
+    dropFirst(events, dropped);
+    return events;
 }
 
 std::string describeGenres(const EventInfo& event, const std::vector<GenreStringMap>& genres) {

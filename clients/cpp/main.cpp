@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <sstream>
 
 namespace {
 
@@ -88,14 +89,49 @@ const char* getHint(ConnectError::Cause cause) {
     return "";
 }
 
+/// Returns the innermost command that was given.
+const CLI::App& findCommand(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? app : findCommand(*chosen.front());
+}
+
+std::string getPath(const CLI::App& command) {
+    const auto* parent = command.get_parent();
+    return parent != nullptr ? getPath(*parent) + " " + command.get_name() : command.get_name();
+}
+
+std::string describeStray(const CLI::App& command, const std::string& argument) {
+    const auto quoted = "\"" + argument + "\"";
+    if (argument.starts_with('-')) {
+        const auto* option = command.get_option_no_throw(argument.substr(0, argument.find('=')));
+        return option != nullptr ? quoted + " goes behind the command" : "there is no option " + quoted;
+    }
+    if (!command.get_subcommands({}).empty())
+        return "there is no command " + quoted;
+    if (command.get_name() == "query")
+        return quoted + " is one argument too many; put the expression in quotation marks";
+    return quoted + " is one argument too many";
+}
+
+std::string describeMistake(const CLI::App& app, const CLI::ParseError& error) {
+    const auto isA = [&](CLI::ExitCodes code) { return error.get_exit_code() == static_cast<int>(code); };
+    std::string text = error.what();
+    const auto option = text.substr(0, text.find(':'));
+    const auto strays = app.remaining(true);
+    // What is missing is often missing because of what is there and unknown.
+    if (!strays.empty() && (isA(CLI::ExitCodes::ExtrasError) || isA(CLI::ExitCodes::RequiredError)))
+        return describeStray(findCommand(app), strays.front());
+    if (isA(CLI::ExitCodes::ArgumentMismatch))
+        return text.ends_with("missing") ? option + " wants a value"
+                                         : option + " has more values than it takes";
+    if (isA(CLI::ExitCodes::RequiredError) && !findCommand(app).get_subcommands({}).empty())
+        return "a command is missing";
+    return text;
+}
+
 int explain(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) // --help and --version
-        return app.exit(error);
-    complain(error.what());
-    std::string command = "ostrel-tv";
-    for (const auto* chosen : app.get_subcommands())
-        command += " " + chosen->get_name();
-    std::cerr << "Try: " << command << " --help" << std::endl;
+    complain(describeMistake(app, error));
+    std::cerr << "Try: " << getPath(findCommand(app)) << " --help" << std::endl;
     return Usage;
 }
 
@@ -145,6 +181,10 @@ int main(int argc, char** argv) {
     addEverything(app, session, action);
     try {
         app.parse(argc, argv);
+    } catch (const CLI::Success& asked) { // --help and --version
+        std::ostringstream text;
+        app.exit(asked, text);
+        action = [text = text.str()](Session&) { print(text); };
     } catch (const CLI::ParseError& error) {
         return explain(app, error);
     }

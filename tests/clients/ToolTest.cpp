@@ -560,13 +560,37 @@ const UsageRow wrongUsages[] = {
 INSTANTIATE_TEST_SUITE_P(Usage, WrongUsage, testing::ValuesIn(wrongUsages),
                          [](const auto& row) { return row.param.name; });
 
+TEST(ToolTest, WhatTheParserCannotPlaceIsNamed) {
+    const auto complaint = [](const std::vector<std::string>& arguments) { return run(arguments).errors; };
+    EXPECT_EQ(complaint({"channels"}),
+              "ostrel-tv: there is no command \"channels\"\nTry: ostrel-tv --help\n");
+    EXPECT_EQ(complaint({"scan", "bli"}),
+              "ostrel-tv: there is no command \"bli\"\nTry: ostrel-tv scan --help\n");
+    EXPECT_EQ(complaint({"scan"}), "ostrel-tv: a command is missing\nTry: ostrel-tv scan --help\n");
+    EXPECT_EQ(complaint({"query", "--bogus"}),
+              "ostrel-tv: there is no option \"--bogus\"\nTry: ostrel-tv query --help\n");
+    EXPECT_EQ(complaint({"guide", "--off", "1"}),
+              "ostrel-tv: there is no option \"--off\"\nTry: ostrel-tv guide --help\n");
+    EXPECT_EQ(complaint({"--count=1", "guide"}),
+              "ostrel-tv: \"--count=1\" goes behind the command\nTry: ostrel-tv guide --help\n");
+    EXPECT_EQ(complaint({"scan", "info", "now"}),
+              "ostrel-tv: \"now\" is one argument too many\nTry: ostrel-tv scan info --help\n");
+    EXPECT_EQ(complaint({"query", "End", "==", "5"}),
+              "ostrel-tv: \"==\" is one argument too many; put the expression in quotation marks\n"
+              "Try: ostrel-tv query --help\n");
+    EXPECT_EQ(complaint({"guide", "--count"}),
+              "ostrel-tv: --count wants a value\nTry: ostrel-tv guide --help\n");
+    EXPECT_EQ(complaint({"guide", "--count", "1", "--count", "2"}),
+              "ostrel-tv: --count has more values than it takes\nTry: ostrel-tv guide --help\n");
+}
+
 TEST(ToolTest, WrongNumberIsNamedWithItsBounds) {
     EXPECT_EQ(run({"guide", "--service", "x"}).errors,
               "ostrel-tv: --service: \"x\" is no whole number from 0 to 2147483647\n"
               "Try: ostrel-tv guide --help\n");
     EXPECT_EQ(run({"transponders", "add", "4294968"}).errors,
               "ostrel-tv: MHZ: \"4294968\" is no whole number from 0 to 4294967\n"
-              "Try: ostrel-tv transponders --help\n");
+              "Try: ostrel-tv transponders add --help\n");
 }
 
 TEST(ToolTest, NumberWithZerosInFrontIsDecimal) {

@@ -7,6 +7,9 @@
 #include <iostream>
 #include <sstream>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 using namespace Ostrel::Client;
@@ -170,9 +173,19 @@ int run(const Action& action, Session& session) {
     }
 }
 
+/// Puts something in the place of a standard stream that is closed, before a socket takes it and
+/// gets what is written there. Using the stream still fails.
+void fillStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1)
+            ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    fillStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away is noticed where we write
 
     Session session;

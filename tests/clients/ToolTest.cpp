@@ -607,4 +607,17 @@ TEST(ToolTest, HelpAndVersionAreOutput) {
     EXPECT_TRUE(version.output.starts_with("ostrel-tv ")) << version.output;
 }
 
+TEST(ToolTest, NowhereToWriteIsAFailure) {
+    FakeService fake({{"ITVGuide::getGenreStringMapList", {result(R"([{"code":1,"text":"Film"}])")}}});
+    for (const std::string line :
+         {"\"$0\" --help >/dev/full", "\"$0\" genres >/dev/full", "\"$0\" genres >&-"}) {
+        Child child("/bin/sh", {"-c", line, OSTREL_TV_PROGRAM}, {}, {"OSTREL_TV_URL=" + fake.getAddress()});
+        EXPECT_EQ(child.wait(), 1) << line;
+        const auto errors = child.readErrors();
+        EXPECT_TRUE(errors.starts_with("ostrel-tv: cannot write: ")) << line << ": " << errors;
+    }
+    for (const auto& request : fake.getRequests())
+        EXPECT_EQ(request.find("Film"), std::string::npos) << "what was to be read went to the service";
+}
+
 } // namespace

@@ -83,8 +83,12 @@ bool readClock(MomentReader& reader, std::tm& time) {
     const auto minutes = reader.takeNumber(2, 2);
     if (!minutes || *minutes > 59)
         return false;
-    const auto seconds = reader.take(":") ? reader.takeNumber(2, 2) : 0;
+    const bool hasSeconds = reader.take(":");
+    const auto seconds = hasSeconds ? reader.takeNumber(2, 2) : 0;
     if (!seconds || *seconds > 59)
+        return false;
+    const bool hasFraction = hasSeconds && (reader.take(".") || reader.take(","));
+    if (hasFraction && !reader.takeNumber(1, 9)) // the guide knows whole seconds
         return false;
     time.tm_hour = *hours;
     time.tm_min = *minutes;
@@ -92,7 +96,7 @@ bool readClock(MomentReader& reader, std::tm& time) {
     return true;
 }
 
-/// Reads "Z", "+01:00" or "-0330": how far a clock is ahead of UTC.
+/// Reads "Z", "+01:00", "-0330" or "+01": how far a clock is ahead of UTC.
 std::optional<std::int64_t> readZone(MomentReader& reader) {
     if (reader.take("Z"))
         return 0;
@@ -100,8 +104,8 @@ std::optional<std::int64_t> readZone(MomentReader& reader) {
     if (!isBehind && !reader.take("+"))
         return std::nullopt;
     const auto hours = reader.takeNumber(2, 2);
-    reader.take(":");
-    const auto minutes = reader.takeNumber(2, 2);
+    const bool hasMinutes = reader.take(":") || !reader.atEnd();
+    const auto minutes = hasMinutes ? reader.takeNumber(2, 2) : 0;
     if (!hours || *hours > 23 || !minutes || *minutes > 59)
         return std::nullopt;
     const auto ahead = *hours * hour + *minutes * minute;

@@ -229,9 +229,23 @@ TEST(ToolTest, ManyServicesAreAskedForWithoutAFilter) {
 
 TEST(ToolTest, UnknownGenreIsRefused) {
     FakeService fake(guideAnswers("[]"));
-    const auto refused = run({"guide", "--genre", "opera"}, fake.getAddress());
+    for (const std::string genre : {"opera", "", "256", "0x1G", "-1"}) {
+        const auto refused = run({"guide", "--genre", genre}, fake.getAddress());
+        EXPECT_EQ(refused.status, 2);
+        EXPECT_EQ(refused.errors,
+                  "ostrel-tv: no genre is called \"" + genre + "\"; ostrel-tv genres lists them\n");
+    }
+}
+
+TEST(ToolTest, TimesThatEndBeforeTheyBeginAreRefused) {
+    FakeService fake(guideAnswers("[]"));
+    const auto refused = run({"guide", "--from", "+2h", "--to", "now"}, fake.getAddress());
     EXPECT_EQ(refused.status, 2);
-    EXPECT_EQ(refused.errors, "ostrel-tv: no genre is called \"opera\"; ostrel-tv genres lists them\n");
+    EXPECT_EQ(refused.errors, "ostrel-tv: --from +2h is later than --to now\n");
+    EXPECT_EQ(run({"guide", "--from", "+2h", "--to", "+2h"}, fake.getAddress()).status, 0);
+    EXPECT_EQ(run({"guide", "--from", "--to", "+2h"}).errors,
+              "ostrel-tv: --from: \"--to\" is no time; try 2011-10-12T20:00, now, +2h or -30m\n"
+              "Try: ostrel-tv guide --help\n");
 }
 
 TEST(ToolTest, QueryPrintsOneDocumentALine) {
@@ -546,6 +560,8 @@ const UsageRow wrongUsages[] = {
     {"NowChannelAndAll", {"now", "4", "--all"}},
     {"NoTime", {"guide", "--from", "tomorrow"}},
     {"StrictWithoutTimes", {"guide", "--strict"}},
+    {"NoTexts", {"guide", "--all-texts"}},
+    {"NoTextForTheDescription", {"guide", "--in-description"}},
     {"SortTwice", {"guide", "--sort", "start,start"}},
     {"SortByTitle", {"guide", "--sort", "title"}},
     {"NoExpression", {"query"}},

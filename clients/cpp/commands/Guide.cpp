@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
 #include <memory>
 #include <set>
@@ -45,8 +46,11 @@ struct GuideOptions {
 
 std::optional<std::uint8_t> readGenreCode(const std::string& text) {
     unsigned code = 0;
-    const bool isNumber = !text.empty() && text[0] >= '0' && text[0] <= '9';
-    if (!isNumber || !CLI::detail::lexical_cast(text, code) || code > 255)
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const auto* end = text.data() + text.size();
+    const auto [stop, error] =
+        std::from_chars(text.data() + (isHexadecimal ? 2 : 0), end, code, isHexadecimal ? 16 : 10);
+    if (error != std::errc() || stop != end || code > 255)
         return std::nullopt;
     return static_cast<std::uint8_t>(code);
 }
@@ -63,7 +67,7 @@ std::vector<std::uint8_t> findGenre(const std::vector<GenreStringMap>& genres, c
         if (text.find(word) != std::string::npos)
             similar.push_back(static_cast<std::uint8_t>(genre.code));
     }
-    if (similar.empty())
+    if (word.empty() || similar.empty())
         throw UsageError("no genre is called \"" + wanted + "\"; ostrel-tv genres lists them");
     return same.empty() ? similar : same;
 }
@@ -101,6 +105,8 @@ std::optional<Query::TimeRange> findTimeRange(Client& client, const GuideOptions
         range.base = from->getSeconds(now);
     if (to)
         range.limit = to->getSeconds(now);
+    if (range.base > range.limit)
+        throw UsageError("--from " + *options.from + " is later than --to " + *options.to);
     return range;
 }
 
@@ -217,14 +223,19 @@ void showGuide(Session& session, const GuideOptions& options) {
                          : formatTable(events, lineup, client.getGenres()));
 }
 
+std::string checkTime(const std::string& text) {
+    try {
+        [[maybe_unused]] const Moment moment(text);
+        return "";
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+}
+
 /// Refuses what no service need be asked about.
 void checkOptions(const GuideOptions& options) {
     if (options.strict && !options.from && !options.to)
         throw UsageError("--strict goes with --from or --to");
-    for (const auto& time : {options.from, options.to}) {
-        if (time)
-            Moment{*time}; // throws
-    }
     if (options.sort.size() > 1 && options.sort[0] == options.sort[1])
         throw UsageError("--sort names " + options.sort[0] + " twice");
 }
@@ -239,22 +250,29 @@ void addFilters(CLI::App& command, GuideOptions& options) {
         ->transform(wholeNumber())
         ->allow_extra_args(false)
         ->type_name("N");
-    command.add_option("--from", options.from, "Only what is on after this time")->type_name("TIME");
-    command.add_option("--to", options.to, "Only what begins before this time")->type_name("TIME");
+    command.add_option("--from", options.from, "Only what is on after this time")
+        ->check(checkTime)
+        ->type_name("TIME");
+    command.add_option("--to", options.to, "Only what begins before this time")
+        ->check(checkTime)
+        ->type_name("TIME");
     command.add_flag("--strict", options.strict, "Only what begins and ends between these times");
     command
         .add_option("--genre", options.genres,
                     "Only this genre, by its code or its text or a part\nof it; may be given again")
         ->allow_extra_args(false)
         ->type_name("GENRE");
-    command
-        .add_option("--text", options.texts,
-                    "Only with this text in the title, letter by letter;\nwhen given again, with one of them")
-        ->check(utf8())
-        ->allow_extra_args(false)
-        ->type_name("TEXT");
-    command.add_flag("--all-texts", options.allTexts, "Only with all these texts");
-    command.add_flag("--in-description", options.inDescription, "Look for the texts in the description too");
+    auto* text =
+        command
+            .add_option(
+                "--text", options.texts,
+                "Only with this text in the title, letter by letter;\nwhen given again, with one of them")
+            ->check(utf8())
+            ->allow_extra_args(false)
+            ->type_name("TEXT");
+    command.add_flag("--all-texts", options.allTexts, "Only with all these texts")->needs(text);
+    command.add_flag("--in-description", options.inDescription, "Look for the texts in the description too")
+        ->needs(text);
 }
 
 } // namespace

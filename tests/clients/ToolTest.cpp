@@ -385,7 +385,17 @@ TEST(ToolTest, ScanThatIsRefused) {
               R"({"code":-32000,"message":"Not supported","data":{"returnCode":4,"name":"NotSupported"}})")}}});
     const auto refused = run({"scan", "start"}, fake.getAddress());
     EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.errors, "ostrel-tv: Not supported (NotSupported)\n");
+    EXPECT_EQ(refused.errors, "ostrel-tv: a scan is running already; ostrel-tv scan stop ends it\n");
+}
+
+TEST(ToolTest, ScanInfoBeforeAnyScan) {
+    FakeService fake(
+        {{"ITVConfig::scanInfoGet",
+          {error(
+              R"({"code":-32000,"message":"Invalid state","data":{"returnCode":2,"name":"InvalidState"}})")}}});
+    const auto refused = run({"scan", "info"}, fake.getAddress());
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.errors, "ostrel-tv: no scan has run yet; ostrel-tv scan blind starts one\n");
 }
 
 TEST(ToolTest, ScanStopAndInfo) {

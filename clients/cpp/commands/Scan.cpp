@@ -25,6 +25,21 @@ constexpr std::chrono::seconds patience{2};
 
 enum class Kind { Blind, Listed };
 
+// The return codes that a start answers while a scan runs, and a look at the scan before any has.
+constexpr std::int64_t scanRuns = 4;
+constexpr std::int64_t noScanYet = 2;
+
+/// Makes a call whose refusal with this return code has one reason.
+template <class Call> auto explaining(std::int64_t returnCode, const char* reason, Call call) {
+    try {
+        return call();
+    } catch (const ServiceError& error) {
+        if (error.returnCode != returnCode)
+            throw;
+        throw std::runtime_error(reason);
+    }
+}
+
 /// How a scan came to its end.
 enum class End { Complete, Stopped, Silent };
 
@@ -71,10 +86,12 @@ public:
         : client_(session.getClient()), display_(session.json), source_(source) {}
 
     void start(Kind kind) {
-        if (kind == Kind::Blind)
-            client_.startBlindScan(source_);
-        else
-            client_.startScan(source_);
+        explaining(scanRuns, "a scan is running already; ostrel-tv scan stop ends it", [&] {
+            if (kind == Kind::Blind)
+                client_.startBlindScan(source_);
+            else
+                client_.startScan(source_);
+        });
         if (display_.wantsServices())
             client_.selectList("new");
         skipEarlierScans();
@@ -198,7 +215,8 @@ void stopScan(Session& session, std::uint32_t source) {
 }
 
 void showScan(Session& session, std::uint32_t source) {
-    const auto info = session.getClient().getScanInfo(source);
+    const auto info = explaining(noScanYet, "no scan has run yet; ostrel-tv scan blind starts one",
+                                 [&] { return session.getClient().getScanInfo(source); });
     if (session.json) {
         printJson(encode(info));
         return;

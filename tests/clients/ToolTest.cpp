@@ -64,6 +64,14 @@ TEST(ToolTest, ServicesAsATableAndAsJson) {
     EXPECT_EQ(run({"services", "--json"}, fake.getAddress()).output, list + "\n");
 }
 
+TEST(ToolTest, ListWithoutServicesSaysSo) {
+    FakeService fake(
+        {{"ITVService::serviceListSet", {result("true")}}, {"ITVService::serviceListRead", {result("[]")}}});
+    EXPECT_EQ(run({"services", "--list", "new"}, fake.getAddress()).output,
+              "The list has no such service.\n");
+    EXPECT_EQ(run({"services", "--list", "new", "--json"}, fake.getAddress()).output, "[]\n");
+}
+
 TEST(ToolTest, ServicesAreReadInSlicesUntilAShortOne) {
     const auto slice = makeList(std::vector<std::string>(500, makeService(1, "A", usual)));
     FakeService fake(
@@ -148,6 +156,18 @@ TEST(ToolTest, NowShowsTwoEventsAndTheTimeLeft) {
     const auto refused = run({"now", "5"}, fake.getAddress());
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.errors, "ostrel-tv: no service has the channel number 5\n");
+}
+
+TEST(ToolTest, NowSaysThatThereIsMore) {
+    auto answers = guideAnswers(makeList({news}));
+    const std::string last = "These are the first 20; ostrel-tv now --all shows every service.\n";
+    for (const std::size_t count : {19U, 20U}) {
+        const std::vector<std::string> lineup(count, makeService(4, "Four", usual));
+        answers["ITVService::serviceListRead"] = {result(makeList(lineup))};
+        FakeService fake(answers);
+        EXPECT_EQ(run({"now"}, fake.getAddress()).output.ends_with(last), count == 20) << count;
+        EXPECT_FALSE(run({"now", "--all"}, fake.getAddress()).output.ends_with(last));
+    }
 }
 
 TEST(ToolTest, NowWithoutAnythingOnSaysSo) {

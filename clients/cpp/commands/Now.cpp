@@ -84,6 +84,13 @@ std::string describeSilence(const NowOptions& options, std::int64_t now) {
            (options.channel ? ", on channel " + std::to_string(*options.channel) : "") + ".\n";
 }
 
+std::string describeRest(const std::vector<Showing>& showings, const NowOptions& options) {
+    if (options.all || options.channel || showings.size() < firstPage)
+        return "";
+    return "These are the first " + std::to_string(firstPage) +
+           "; ostrel-tv now --all shows every service.\n";
+}
+
 void showNow(Session& session, const NowOptions& options) {
     auto& client = session.getClient();
     const auto showings = findShowings(client, options);
@@ -95,7 +102,8 @@ void showNow(Session& session, const NowOptions& options) {
         return;
     }
     const auto now = client.getUtcTime();
-    print(showings.empty() ? describeSilence(options, now) : formatTable(showings, now));
+    print(showings.empty() ? describeSilence(options, now)
+                           : formatTable(showings, now) + describeRest(showings, options));
 }
 
 } // namespace

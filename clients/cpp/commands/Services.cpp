@@ -11,9 +11,14 @@
 #include <limits>
 #include <memory>
 
+#include <unistd.h>
+
 namespace Ostrel::Client::Tool {
 
 namespace {
+
+constexpr std::size_t nameColumn = 1;
+constexpr std::size_t providerColumn = 5;
 
 struct ServicesOptions {
     std::string list = "all";
@@ -84,6 +89,10 @@ std::string formatTable(const std::vector<ServiceInfo>& services) {
         table.add({std::to_string(service.channelNumber), service.name, describe(service.type),
                    std::to_string(service.id), service.uri, service.provider, describeFlags(service)});
     }
+    if (::isatty(STDOUT_FILENO) != 0) {
+        table.fit(providerColumn, getTerminalWidth());
+        table.fit(nameColumn, getTerminalWidth());
+    }
     return table.format();
 }
 
@@ -95,7 +104,7 @@ void showServices(Session& session, const ServicesOptions& options) {
     const auto all = std::numeric_limits<std::uint32_t>::max();
     const auto services = readServices(client, options.limit.value_or(findsOne ? 1 : all));
     if (!session.json) {
-        print(formatTable(services));
+        print(services.empty() ? "The list has no such service.\n" : formatTable(services));
         return;
     }
     boost::json::array array;

@@ -46,7 +46,9 @@ const Row rows[] = {
     {"Text",            "Title == \"a\"",         "\"a\": a field or a number is expected"},
     {"TextWithoutEnd",  "Title == \"a",           "\"a: the text in quotation marks has no end"},
     {"Not",             "!End",                   "!End: there is no \"not\" in the query language"},
-    {"Tab",             "\tEnd > 1",              "\tEnd > 1: the query language does not have this character"},
+    {"Tab",             "\tEnd > 1",              "\tEnd > 1: only blanks may stand between words, no tabs and line breaks"},
+    {"LineBreak",       "End > 1\n",              "\n: only blanks may stand between words, no tabs and line breaks"},
+    {"Bracket",         "[End > 1]",              "[End > 1: the query language does not have this character"},
     {"NoRightParen",    "(End > 1",               ": &&, || or ) is expected"},
     {"NothingInParens", "()",                     "): a field or a number is expected"},
     {"NoList",          "End in 1",               "1: a list such as (1000, 1001) is expected"},
@@ -85,6 +87,16 @@ TEST(QueryMistakeTest, AgreesWithTheModule) {
         ASSERT_EQ(findQueryMistake(text).has_value(), !isGood) << text;
     }
     EXPECT_GT(good, 1000);
+}
+
+// The module and the command line have the same fields.
+TEST(QueryMistakeTest, FieldIsUnknownWhereTheModuleDoesNotKnowIt) {
+    EXPECT_EQ(findUnknownField("ServiceId in (1) && (Start > 2 || Title == 5)"), "Title");
+    Ostrel::TV::Expression expression;
+    for (const std::string name : {"ServiceId", "Start", "End", "serviceid", "START", "Title", "_"}) {
+        ASSERT_TRUE(expression.parse("1 < " + name));
+        EXPECT_EQ(findUnknownField("1 < " + name).has_value(), expression.filter() == nullptr) << name;
+    }
 }
 
 TEST(PointAtTest, PutsTheCaretBelowThePlace) {

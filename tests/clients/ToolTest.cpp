@@ -278,6 +278,16 @@ TEST(ToolTest, QueryPrintsOneDocumentALine) {
                   R"({"expression":"End > 1","expressionFormat":"quoril","outputFormat":"quorilxml"})"}));
 }
 
+TEST(ToolTest, QueryForAnUnknownFieldSaysWhyNothingIsFound) {
+    FakeService fake({{"ITVGuide::query", {result("[]")}}});
+    const auto shown = run({"query", "Title == 5"}, fake.getAddress());
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_EQ(shown.output, "");
+    EXPECT_EQ(shown.errors,
+              "ostrel-tv: nothing matches: there is no field Title, only ServiceId, Start and End\n");
+    EXPECT_EQ(run({"query", "End == 5"}, fake.getAddress()).errors, "");
+}
+
 TEST(ToolTest, RefusedQueryIsShownWithACaret) {
     FakeService fake({{"ITVGuide::query",
                        {error(R"({"code":-32000,"message":"Not supported",)"

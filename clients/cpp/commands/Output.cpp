@@ -90,9 +90,9 @@ std::string printable(std::string_view text) {
     return result;
 }
 
-std::size_t getTerminalWidth() {
+std::size_t getTerminalWidth(int descriptor) {
     winsize size{};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+    if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
         return 80;
     return size.ws_col;
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include <unistd.h>
+
 namespace Ostrel::Client::Tool {
 
 /// Nobody reads standard output any more, as after "| head".
@@ -31,8 +33,8 @@ std::string indented(const boost::json::value& value);
 /// Replaces control characters, which could play tricks on a terminal.
 std::string printable(std::string_view text);
 
-/// Returns how many columns the terminal has, 80 where standard output is none.
-std::size_t getTerminalWidth();
+/// Returns how many columns the terminal behind a descriptor has, 80 where it is none.
+std::size_t getTerminalWidth(int descriptor = STDOUT_FILENO);
 
 /// Formats a time with strftime().
 std::string formatTime(const char* format, const struct tm& time);

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <iostream>
 #include <memory>
 
 #include <unistd.h>
@@ -25,7 +26,7 @@ std::vector<std::string> findDocuments(Client& client, const std::string& expres
         if (!mistake)
             throw;
         throw QueryError("the query is refused: " + mistake->reason,
-                         pointAt(expression, mistake->position, getTerminalWidth()));
+                         pointAt(expression, mistake->position, getTerminalWidth(STDERR_FILENO)));
     }
 }
 
@@ -34,9 +35,15 @@ void showDocuments(Session& session, const std::string& expression, const std::s
         throw UsageError("--json and --format xml do not go together");
     const bool isTerminal = ::isatty(STDOUT_FILENO) != 0;
     std::string text;
-    for (const auto& document : findDocuments(session.getClient(), expression, format))
+    const auto documents = findDocuments(session.getClient(), expression, format);
+    for (const auto& document : documents)
         text.append(isTerminal ? printable(document) : document).append("\n");
     print(text);
+    if (const auto stranger = findUnknownField(expression); stranger && documents.empty()) {
+        std::cerr << "ostrel-tv: nothing matches: there is no field " + *stranger +
+                         ", only ServiceId, Start and End\n"
+                  << std::flush;
+    }
 }
 
 } // namespace

@@ -10,6 +10,8 @@
 #include "TV/server/dummy/Tokenizer.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
 namespace Ostrel::Client::Tool {
 
@@ -18,6 +20,8 @@ namespace {
 using TV::Expression;
 using TV::Tokenizer;
 using Token = TV::Tokenizer::Token;
+
+constexpr std::string_view fields[] = {"ServiceId", "Start", "End"};
 
 constexpr std::size_t indent = 2;
 constexpr const char* ellipsis = "\u2026";
@@ -146,6 +150,10 @@ private:
             return "a digit from 0 to 8 is expected behind the minus sign";
         case '"':
             return "the text in quotation marks has no end";
+        case '\t':
+        case '\n':
+        case '\r':
+            return "only blanks may stand between words, no tabs and line breaks";
         case '!':
             return "there is no \"not\" in the query language";
         default:
@@ -187,6 +195,17 @@ std::optional<QueryMistake> findQueryMistake(const std::string& expression) {
     } catch (const QueryMistake& mistake) {
         return mistake;
     }
+}
+
+std::optional<std::string> findUnknownField(const std::string& expression) {
+    Tokenizer tokenizer(expression);
+    for (auto token = tokenizer.next(); token.type() != Token::End && token.type() != Token::Error;
+         token = tokenizer.next()) {
+        if (token.type() == Token::Identifier &&
+            std::count(std::begin(fields), std::end(fields), token.string()) == 0)
+            return token.string();
+    }
+    return std::nullopt;
 }
 
 std::string pointAt(const std::string& expression, std::size_t position, std::size_t columns) {

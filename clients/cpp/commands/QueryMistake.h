@@ -15,6 +15,10 @@ struct QueryMistake {
 /// Returns the first mistake of an expression, nothing when it is one that the service takes.
 std::optional<QueryMistake> findQueryMistake(const std::string& expression);
 
+/// Returns the first name in an expression that is no field; such an expression is taken and finds
+/// nothing.
+std::optional<std::string> findUnknownField(const std::string& expression);
+
 /// Returns two lines: the expression, or what of it is near the place, and a caret below the place.
 ///
 /// @param position  in bytes, up to the end of the expression

@@ -46,7 +46,9 @@ json::object objectAt(const json::object& members, std::string_view key) {
 }
 
 ServiceError makeError(const json::object& error) {
-    ServiceError made(numberAt(error, "code").value_or(0), textAt(error, "message"));
+    const auto message = textAt(error, "message");
+    ServiceError made(numberAt(error, "code").value_or(0),
+                      message.empty() ? "the service refused and gave no reason" : message);
     const auto data = objectAt(error, "data");
     made.returnCode = numberAt(data, "returnCode");
     made.name = textAt(data, "name");

@@ -154,7 +154,7 @@ private:
         if (!error)
             return;
         if (error != websocket::error::upgrade_declined)
-            refuse(ConnectError::Cause::Refused, error.message());
+            refuse(ConnectError::Cause::Unreachable, error.message()); // what answers there is something else
 
         std::string text = std::to_string(answer.result_int()) + " " + std::string(answer.reason());
         if (const auto reason = firstLine(answer.body()); !reason.empty())

@@ -24,9 +24,9 @@ class ConnectError : public Error {
 public:
     /// What would help.
     enum class Cause {
-        Unreachable, ///< nobody answers at the address
+        Unreachable, ///< nobody answers at the address, or nobody who speaks WebSocket
         TokenRefused, ///< the service wants a token, or another one
-        Refused, ///< something answers there and says no
+        Refused, ///< something answers there in HTTP and says no
     };
 
     ConnectError(Cause cause, const std::string& text);

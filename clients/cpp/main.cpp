@@ -164,6 +164,9 @@ int run(const Action& action, Session& session) {
     } catch (const ConnectError& error) {
         complain(error.what() + std::string(getHint(error.getCause())));
         return NoConnection;
+    } catch (const TimedOut& error) {
+        complain(error.what() + std::string("; wait longer with --timeout"));
+        return NoConnection;
     } catch (const Error& error) {
         complain(error.what());
         return NoConnection;

@@ -504,6 +504,13 @@ TEST(ToolTest, RefusalsEndWithStatusOne) {
     EXPECT_EQ(undecodable.errors, "ostrel-tv: missing member \"limit\"\n");
 }
 
+TEST(ToolTest, RefusalWithoutAReasonIsALine) {
+    FakeService fake({{"ITVService::utcTimeGet", {error("{}")}}});
+    const auto refused = run({"time"}, fake.getAddress());
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.errors, "ostrel-tv: the service refused and gave no reason\n");
+}
+
 TEST(ToolTest, WatchPrintsUntilInterrupted) {
     const std::string progress =
         R"({"jsonrpc":"2.0","method":"ITVConfig::onScanProgress","params":{"sourceId":1,"percent":42}})";
@@ -555,7 +562,8 @@ TEST(ToolTest, NoReplyEndsWithStatusThree) {
     FakeService fake({});
     const auto failed = run({"time", "--timeout", "0.05"}, fake.getAddress());
     EXPECT_EQ(failed.status, 3);
-    EXPECT_EQ(failed.errors, "ostrel-tv: no reply to ITVService::utcTimeGet within 0.05 s\n");
+    EXPECT_EQ(failed.errors, "ostrel-tv: no reply to ITVService::utcTimeGet within 0.05 s; "
+                             "wait longer with --timeout\n");
 }
 
 struct UsageRow {

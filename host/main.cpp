@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
         "  ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example\n"
         "\n"
         "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable\n"
-        "by its owner alone:  (umask 077; head -c 32 /dev/urandom | basenc --base64url -w 0 > token)\n");
+        "by its owner alone:  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n");
 
     Ostrel::HostOptions options;
     auto logLevel = DebugLevel::Information;

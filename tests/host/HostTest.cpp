@@ -120,6 +120,22 @@ TEST(HostTest, HelpAndVersion) {
     EXPECT_EQ(version.wait(), 0);
 }
 
+TEST(HostTest, HelpMakesATokenThatIsTaken) {
+    Child help(OSTREL_TVD_PROGRAM, {"--help"});
+    const auto text = help.readOutput();
+    EXPECT_EQ(help.wait(), 0);
+    const auto begin = text.find("(umask");
+    ASSERT_NE(begin, std::string::npos);
+    const auto command = text.substr(begin, text.find('\n', begin) - begin);
+
+    const TempDirectory directory;
+    Child maker("/bin/sh", {"-c", "cd \"$0\" && " + command, directory.file("")});
+    ASSERT_EQ(maker.wait(), 0) << maker.readErrors();
+    RunningHost running({"--token-file", directory.file("token")});
+    running.child().interrupt();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
 TEST(HostTest, FakeTimeStartsAtMiddayInTheMiddleOfTheGuide) {
     struct Way {
         Arguments options, environment;

@@ -61,10 +61,12 @@ int main(int argc, char** argv) {
         "  ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example\n"
         "\n"
         "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable\n"
-        "by its owner alone:  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n");
+        "by its owner alone:  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n"
+        "\n"
+        "Exit status: 0 stopped by Ctrl-C or SIGTERM, 1 not started; one line on standard error says why.\n");
 
     Ostrel::HostOptions options;
-    auto logLevel = DebugLevel::Information;
+    std::string logLevel = "information";
     app.add_option(
            "--listen", options.listen,
            "Address to serve on: HOST:PORT (port 0: the system chooses) or unix:PATH; may be repeated")
@@ -79,7 +81,7 @@ int main(int argc, char** argv) {
                  "Start the clock at midday of the day in the middle of the built-in guide, "
                  "as DUMMYFAKETIME in the environment does");
     app.add_option("--log-level", logLevel, "What goes to standard error")
-        ->transform(CLI::CheckedTransformer(logLevels, CLI::ignore_case))
+        ->transform(CLI::IsMember(logLevels, CLI::ignore_case))
         ->option_text("error|warning|information|progress [information]");
 
     try {
@@ -91,7 +93,7 @@ int main(int argc, char** argv) {
     }
     if (options.listen.empty())
         options.listen = {"127.0.0.1:8480"};
-    Ostrel::setDebugLevel(logLevel);
+    Ostrel::setDebugLevel(logLevels.at(logLevel));
 
     // A reader of our output that goes away must not take the service along.
     std::signal(SIGPIPE, SIG_IGN);

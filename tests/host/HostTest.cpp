@@ -102,7 +102,8 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
     expectOneLine(runHost({"--listen", "tv.example:1"}), "tv.example:1");
     expectOneLine(runHost({"--listen", "unix:" + directory.file("no/such/directory")}),
                   "No such file or directory");
-    expectOneLine(runHost({"--log-level", "loud"}), "--log-level");
+    expectOneLine(runHost({"--log-level", "loud"}),
+                  "--log-level: loud not in {error,information,progress,warning}");
     expectOneLine(runHost({"--lissen", "127.0.0.1:0"}), "--help");
     running.child().interrupt();
     EXPECT_EQ(running.child().wait(), 0);

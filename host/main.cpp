@@ -9,6 +9,9 @@
 #include <iostream>
 #include <map>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 using Ostrel::DebugLevel;
@@ -19,6 +22,15 @@ const std::map<std::string, DebugLevel> logLevels = {
     {"information", DebugLevel::Information},
     {"progress", DebugLevel::Progress},
 };
+
+/// Puts something in the place of a standard stream that is closed, before the listener's own
+/// descriptors take it and the log is written to them.
+void fillStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1)
+            ::open("/dev/null", O_RDWR);
+    }
+}
 
 /// Keeps the signals that end the host away from every thread, so that waitForEnd() gets them.
 sigset_t takeEndSignals() {
@@ -50,6 +62,8 @@ int complain(const std::string& what) {
 } // namespace
 
 int main(int argc, char** argv) {
+    fillStandardStreams();
+
     CLI::App app("Serves the simulated TV module over JSON-RPC 2.0 on WebSocket and HTTP.", "ostrel-tvd");
     app.set_version_flag("--version", OSTREL_VERSION);
     app.footer(

@@ -137,6 +137,17 @@ TEST(HostTest, HelpMakesATokenThatIsTaken) {
     EXPECT_EQ(running.child().wait(), 0);
 }
 
+TEST(HostTest, ClosedStandardStreamsAreFilled) {
+    RunningHost running("/bin/sh", {"-c", "exec \"$0\" --listen 127.0.0.1:0 <&- 2>&-", OSTREL_TVD_PROGRAM},
+                        {});
+    for (const std::string stream : {"0", "2"}) {
+        const auto link = "/proc/" + std::to_string(running.child().id()) + "/fd/" + stream;
+        EXPECT_EQ(std::filesystem::read_symlink(link), "/dev/null");
+    }
+    running.child().interrupt();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
 TEST(HostTest, FakeTimeStartsAtMiddayInTheMiddleOfTheGuide) {
     struct Way {
         Arguments options, environment;

@@ -21,6 +21,8 @@ public:
     /// Returns the next line of standard output with its newline, or what is left at the end.
     std::string readLine();
 
+    pid_t id() const { return process_; }
+
     void closeOutput(); ///< stops reading, as "| head" does
     void interrupt(); ///< sends SIGINT
     void terminate(); ///< sends SIGTERM

@@ -9,6 +9,8 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace Ostrel::Client::Tool {
 
@@ -50,17 +52,16 @@ constexpr const char* methods[] = {
 std::string findMethod(const std::string& name) {
     if (name.find_first_of(":.") != std::string::npos)
         return name;
-    std::string found;
+    std::vector<std::string> found;
     for (const std::string method : methods) {
-        if (method.substr(method.find("::") + 2) != name)
-            continue;
-        if (!found.empty())
-            throw UsageError("\"" + name + "\" may be " + found + " or " + method);
-        found = method;
+        if (method.substr(method.find("::") + 2) == name)
+            found.push_back(method);
     }
     if (found.empty())
         throw UsageError("there is no method \"" + name + "\"; ostrel-tv call --help lists them");
-    return found;
+    if (found.size() > 1)
+        throw UsageError("\"" + name + "\" may be " + found[0] + " or " + found[1]);
+    return found.front();
 }
 
 std::string listMethods() {

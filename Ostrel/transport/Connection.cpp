@@ -519,6 +519,8 @@ private:
         }
         const auto bytes = buffer_.cdata();
         const std::string_view text(static_cast<const char*>(bytes.data()), bytes.size());
+        // Beast checks every byte as it comes, but not that the text is whole when its last
+        // frame is empty.
         if (endsInsideCharacter(text)) {
             closeWebSocket(websocket::close_code::bad_payload);
             return;

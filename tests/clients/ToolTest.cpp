@@ -408,24 +408,21 @@ TEST(ToolTest, StartOfAnotherScanEndsOurs) {
               "  0 %  0 new services\n  7 %  0 new services\nScan ended at 7 %, 0 new services\n");
 }
 
-TEST(ToolTest, ScanThatIsRefused) {
-    FakeService fake(
-        {{"ITVConfig::scanStart",
-          {error(
-              R"({"code":-32000,"message":"Not supported","data":{"returnCode":4,"name":"NotSupported"}})")}}});
-    const auto refused = run({"scan", "start"}, fake.getAddress());
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.errors, "ostrel-tv: a scan is running already; ostrel-tv scan stop ends it\n");
-}
-
-TEST(ToolTest, ScanInfoBeforeAnyScan) {
-    FakeService fake(
-        {{"ITVConfig::scanInfoGet",
-          {error(
-              R"({"code":-32000,"message":"Invalid state","data":{"returnCode":2,"name":"InvalidState"}})")}}});
-    const auto refused = run({"scan", "info"}, fake.getAddress());
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.errors, "ostrel-tv: no scan has run yet; ostrel-tv scan blind starts one\n");
+TEST(ToolTest, ScanThatIsRefusedIsExplained) {
+    FakeService fake({
+        {"ITVConfig::scanStart",
+         {error(
+             R"({"code":-32000,"message":"Not supported","data":{"returnCode":4,"name":"NotSupported"}})")}},
+        {"ITVConfig::scanInfoGet",
+         {error(
+             R"({"code":-32000,"message":"Invalid state","data":{"returnCode":2,"name":"InvalidState"}})")}},
+    });
+    const auto start = run({"scan", "start"}, fake.getAddress());
+    EXPECT_EQ(start.status, 1);
+    EXPECT_EQ(start.errors, "ostrel-tv: a scan is running already; ostrel-tv scan stop ends it\n");
+    const auto info = run({"scan", "info"}, fake.getAddress());
+    EXPECT_EQ(info.status, 1);
+    EXPECT_EQ(info.errors, "ostrel-tv: no scan has run yet; ostrel-tv scan blind starts one\n");
 }
 
 TEST(ToolTest, ScanStopAndInfo) {

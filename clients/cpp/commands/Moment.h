@@ -7,9 +7,9 @@ namespace Ostrel::Client::Tool {
 
 /// A time as people give it: "2011-10-12T20:00", "now", "+2h", "-1d12h".
 ///
-/// ISO 8601 with a date alone, or to the minute or the second (a fraction of it is dropped); local time unless "Z" or an
-/// offset such as "+01:00" ends it. Everything else counts from the service's clock, in d, h,
-/// m and s.
+/// ISO 8601 with a date alone, or to the minute or the second (a fraction of it is dropped);
+/// local time unless "Z" or an offset such as "+01:00" ends it. Everything else counts from the
+/// service's clock, in d, h, m and s.
 class Moment {
 public:
     /// @throws UsageError

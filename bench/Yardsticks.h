@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/GuideTable.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include <cstdint>
 #include <string>

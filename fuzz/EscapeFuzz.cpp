@@ -1,8 +1,8 @@
 // Any bytes: both escapers and the reply's keep what they promise.
 
 #include "Ostrel/serialization/Serializer.h"
-#include "TV/server/dummy/JsonGenerator.h"
-#include "TV/server/dummy/XmlGenerator.h"
+#include "TV/server/dummy/documents/JsonGenerator.h"
+#include "TV/server/dummy/documents/XmlGenerator.h"
 
 #include <cstdlib>
 #include <cstring>

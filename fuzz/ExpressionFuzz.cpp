@@ -1,8 +1,8 @@
 // Any text: it parses or it does not, and where it does all ways of asking agree.
 
-#include "TV/server/dummy/Expression.h"
-#include "TV/server/dummy/QuorilQuery.h"
-#include "TV/server/dummy/StartTimeIndex.h"
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/query/QuorilQuery.h"
+#include "TV/server/dummy/quoril/Expression.h"
 
 #include <cstdlib>
 #include <string>

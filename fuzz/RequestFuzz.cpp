@@ -1,8 +1,8 @@
 // Any payload of an event query: it is decoded or refused, and what is decoded is answered.
 
 #include "Ostrel/serialization/DecodeError.h"
-#include "TV/server/dummy/EventQuery.h"
-#include "TV/server/dummy/StartTimeIndex.h"
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/query/EventQuery.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,6 +1,7 @@
 #include "host/Host.h"
 
-#include "Ostrel/os/Task.h"
+#include "Ostrel/runtime/Task.h"
+#include "Ostrel/transport/StartError.h"
 
 #include <cstdlib>
 

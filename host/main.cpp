@@ -1,6 +1,6 @@
 #include "host/Host.h"
 
-#include "Ostrel/os/DebugPrint.h"
+#include "Ostrel/runtime/DebugPrint.h"
 
 #include <CLI/CLI.hpp>
 

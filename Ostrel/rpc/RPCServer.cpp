@@ -1,6 +1,7 @@
 #include "Ostrel/rpc/RPCServer.h"
 
-#include "Ostrel/os/Mutex.h"
+#include "Ostrel/runtime/Mutex.h"
+#include "Ostrel/text/Printable.h"
 
 #include <mutex>
 

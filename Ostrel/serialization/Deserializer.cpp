@@ -1,7 +1,7 @@
 #include "Ostrel/serialization/Deserializer.h"
 
 #include "Ostrel/serialization/Json.h"
-#include "Ostrel/serialization/Serializer.h"
+#include "Ostrel/text/Printable.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/monotonic_resource.hpp>

@@ -1,7 +1,5 @@
 #include "Ostrel/serialization/Serializer.h"
 
-#include "Ostrel/os/Printable.h"
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -18,7 +16,6 @@ namespace Ostrel {
 namespace {
 
 constexpr std::size_t pieceSize = 4096; ///< bytes escaped between two looks at the limit
-constexpr std::size_t excerptSize = 64; ///< bytes
 
 /// For each byte what follows the backslash in its escape; 0 for those that need none.
 constexpr std::array<char, 256> escapes = [] {
@@ -72,10 +69,6 @@ char* escape(char* to, char byte) {
     to += sign != 0;
     to[0] = sign != 0 ? sign : byte;
     return to + 1;
-}
-
-bool continuesCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
 } // namespace
@@ -210,18 +203,6 @@ void appendEscaped(std::string& out, std::string_view text) {
             to = escape(to, *from);
         out.append(room, to);
     }
-}
-
-std::string excerpt(std::string_view text) {
-    if (text.size() > excerptSize) {
-        auto size = excerptSize;
-        while (size > excerptSize - 4 && continuesCharacter(text[size]))
-            --size;
-        text = text.substr(0, size);
-    }
-    std::string out;
-    appendPrintable(out, text);
-    return out;
 }
 
 } // namespace Ostrel

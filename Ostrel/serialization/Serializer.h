@@ -78,8 +78,4 @@ void serialize(std::string_view key, const char* value, Serializer& serializer) 
 /// escaped, everything else as it stands.
 OSTREL_API void appendEscaped(std::string& out, std::string_view text);
 
-/// What a message may repeat of a client's own text: the first 64 bytes, cut between UTF-8
-/// characters, control characters escaped as \xNN.
-OSTREL_API std::string excerpt(std::string_view text);
-
 } // namespace Ostrel

@@ -1,5 +1,7 @@
 #include "Ostrel/transport/Address.h"
 
+#include "Ostrel/transport/StartError.h"
+
 #include <boost/asio/ip/address.hpp>
 
 #include <charconv>

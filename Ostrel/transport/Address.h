@@ -3,17 +3,10 @@
 #include "Ostrel/Export.h"
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace Ostrel {
-
-/// Something keeps the host from starting; the text is one line for the person who starts it.
-class OSTREL_API StartError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// Where a listener listens: an IP address with a port, or the path of a Unix domain socket.
 struct OSTREL_API Address {

@@ -1,6 +1,7 @@
 #include "Ostrel/transport/Admission.h"
 
 #include "Ostrel/transport/Address.h"
+#include "Ostrel/transport/StartError.h"
 
 #include <algorithm>
 #include <cctype>

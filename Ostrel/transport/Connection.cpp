@@ -1,7 +1,7 @@
 #include "Ostrel/transport/Connection.h"
 
-#include "Ostrel/os/DebugPrint.h"
-#include "Ostrel/serialization/Serializer.h"
+#include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/text/Printable.h"
 #include "Ostrel/transport/Answer.h"
 #include "Ostrel/transport/Outbox.h"
 #include "Ostrel/transport/WebSocketFrame.h"

@@ -1,7 +1,7 @@
 #include "Ostrel/transport/Lanes.h"
 
-#include "Ostrel/os/DebugPrint.h"
-#include "Ostrel/os/Turn.h"
+#include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Turn.h"
 
 #include <boost/asio/post.hpp>
 

@@ -1,8 +1,9 @@
 #include "Ostrel/transport/Listener.h"
 
-#include "Ostrel/os/DebugPrint.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/transport/Connection.h"
 #include "Ostrel/transport/Lanes.h"
+#include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/v6_only.hpp>

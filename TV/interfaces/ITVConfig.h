@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Ostrel/serialization/Deserializer.h"
-#include "TV/interfaces/Listener.h"
-#include "TV/interfaces/VectorObject.h"
+#include "Ostrel/serialization/Listener.h"
+#include "Ostrel/serialization/VectorObject.h"
 
 #include <cstdint>
 

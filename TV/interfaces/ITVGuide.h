@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Ostrel/serialization/Deserializer.h"
-#include "TV/interfaces/VectorObject.h"
+#include "Ostrel/serialization/VectorObject.h"
 
 #include <cstddef>
 #include <cstdint>

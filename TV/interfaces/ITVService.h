@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/interfaces/VectorObject.h"
+#include "Ostrel/serialization/VectorObject.h"
 
 #include <cstdint>
 #include <ctime>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Ostrel/os/Mutex.h"
-#include "TV/interfaces/ComplexObject.h"
+#include "Ostrel/runtime/Mutex.h"
+#include "Ostrel/serialization/ComplexObject.h"
 #include "TV/interfaces/ITVConfig.h"
 
 #include <vector>

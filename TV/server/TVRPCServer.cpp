@@ -1,7 +1,7 @@
 #include "TV/server/TVRPCServer.h"
 
-#include "Ostrel/os/DebugPrint.h"
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/server/TVModule.h"
 #include "TV/server/TVModuleContext.h"

@@ -1,6 +1,6 @@
 #include "TV/server/TVServer.h"
 
-#include "Ostrel/os/DebugPrint.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "TV/server/TVModule.h"
 
 namespace Ostrel::TV {

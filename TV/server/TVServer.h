@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/interfaces/ComplexObject.h"
+#include "Ostrel/serialization/ComplexObject.h"
 #include "TV/interfaces/ITVConfig.h"
 
 namespace Ostrel::TV {

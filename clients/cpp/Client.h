@@ -1,5 +1,6 @@
 #pragma once
 
+#include "clients/cpp/ClientOptions.h"
 #include "clients/cpp/Errors.h"
 #include "clients/cpp/Notification.h"
 #include "clients/cpp/Records.h"
@@ -21,17 +22,6 @@
 namespace Ostrel::Client {
 
 class Connection;
-
-struct ClientOptions {
-    std::string token; ///< sent as "Authorization: Bearer"; empty: none
-    std::chrono::milliseconds timeout{10000}; ///< for connecting, and for each reply
-    bool stopOnInterrupt = false; ///< every SIGINT ends one wait with Interrupted
-};
-
-/// Reads a token from a file that holds it as its only line.
-///
-/// @throws SettingsError  names the file and what is wrong with it
-std::string readToken(const std::string& path);
 
 /// Talks to one TV service over one WebSocket.
 ///

@@ -1,5 +1,7 @@
 #include "clients/cpp/Connection.h"
 
+#include "clients/cpp/Errors.h"
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/io_context.hpp>

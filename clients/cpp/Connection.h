@@ -1,6 +1,7 @@
 #pragma once
 
-#include "clients/cpp/Client.h"
+#include "clients/cpp/ClientOptions.h"
+#include "clients/cpp/Url.h"
 
 #include <chrono>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ostrel/os/DebugPrint.h"
+#include "Ostrel/runtime/DebugPrint.h"
 
 #include <mutex>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Ostrel/os/Mutex.h"
 #include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/runtime/Mutex.h"
 
 #include <atomic>
 #include <functional>

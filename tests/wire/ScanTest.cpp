@@ -1,5 +1,5 @@
-#include "Ostrel/os/DebugPrint.h"
-#include "Ostrel/os/Task.h"
+#include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/TaskStepper.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/WireClient.h"
 #include "tests/wire/TheHost.h"

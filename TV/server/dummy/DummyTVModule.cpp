@@ -1,11 +1,11 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/GenreList.h"
-#include "TV/server/dummy/GuideTable.h"
-#include "TV/server/dummy/Lineup.h"
-#include "TV/server/dummy/StartTimeIndex.h"
-#include "TV/server/dummy/TransponderInfo.h"
+#include "TV/server/dummy/guide/GenreList.h"
+#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/lineup/Lineup.h"
+#include "TV/server/dummy/lineup/TransponderInfo.h"
 
 #include <algorithm>
 #include <cstdlib>

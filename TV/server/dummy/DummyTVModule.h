@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Ostrel/os/Mutex.h"
-#include "Ostrel/os/Task.h"
+#include "Ostrel/runtime/Mutex.h"
+#include "Ostrel/runtime/Task.h"
 #include "TV/interfaces/ITVService.h"
 #include "TV/server/TVModule.h"
 

@@ -2,8 +2,8 @@
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
 
-#include "Ostrel/os/DebugPrint.h"
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/DebugPrint.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 // The context's guide operations. They only read, and take no lock.
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/EntryFormat.h"
-#include "TV/server/dummy/EventQuery.h"
-#include "TV/server/dummy/GenreList.h"
-#include "TV/server/dummy/NowNext.h"
-#include "TV/server/dummy/QuorilQuery.h"
+#include "TV/server/dummy/documents/EntryFormat.h"
+#include "TV/server/dummy/guide/GenreList.h"
+#include "TV/server/dummy/guide/NowNext.h"
+#include "TV/server/dummy/query/EventQuery.h"
+#include "TV/server/dummy/query/QuorilQuery.h"
 
 #include <limits>
 

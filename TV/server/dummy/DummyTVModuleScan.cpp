@@ -1,7 +1,7 @@
 // The scan: it plays back the transponder store, one second for each frequency.
 
 #include "TV/server/dummy/DummyTVModule.h"
-#include "TV/server/dummy/TransponderInfo.h"
+#include "TV/server/dummy/lineup/TransponderInfo.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
-#include "Ostrel/os/Mutex.h"
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Mutex.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestServer.h"

@@ -1,4 +1,5 @@
 #include "Ostrel/transport/Admission.h"
+#include "Ostrel/transport/StartError.h"
 
 #include "Ostrel/transport/Address.h"
 #include "tests/support/TempDirectory.h"

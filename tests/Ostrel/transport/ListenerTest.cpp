@@ -1,6 +1,7 @@
 #include "Ostrel/transport/Listener.h"
+#include "Ostrel/transport/StartError.h"
 
-#include "Ostrel/os/Turn.h"
+#include "Ostrel/runtime/Turn.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/TestServer.h"

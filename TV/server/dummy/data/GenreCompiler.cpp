@@ -36,7 +36,7 @@ void run(const std::string& output, const std::string& input) {
 
     writeTextFile(output,
                   "// Made from the genre texts; changes here are lost.\n\n"
-                  "#include \"TV/server/dummy/GenreTable.h\"\n\n"
+                  "#include \"TV/server/dummy/guide/GenreTable.h\"\n\n"
                   "namespace Ostrel::TV {\n\n"
                   "namespace {\n\n"
                   "constexpr std::size_t rowCount = " +

@@ -175,7 +175,7 @@ std::string writeTable(const std::vector<GuideFile>& guide) {
     }
 
     return "// Made from the guide files; changes here are lost.\n\n"
-           "#include \"TV/server/dummy/GuideTable.h\"\n\n"
+           "#include \"TV/server/dummy/guide/GuideTable.h\"\n\n"
            "namespace Ostrel::TV {\n\n" +
            pool.write() +
            "\nnamespace {\n\n"

@@ -92,7 +92,7 @@ void run(const std::string& output, const std::string& input) {
         throw TextFileError(input + ":0: there is no service");
 
     writeTextFile(output, "// Made from the line-up; changes here are lost.\n\n"
-                          "#include \"TV/server/dummy/Lineup.h\"\n\n"
+                          "#include \"TV/server/dummy/lineup/Lineup.h\"\n\n"
                           "namespace Ostrel::TV {\n\n"
                           "LineupRow lineup[] = {\n" +
                               made +

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "TV/server/dummy/GenreList.h"
-#include "TV/server/dummy/Lineup.h"
-#include "TV/server/dummy/StartTimeIndex.h"
-#include "TV/server/dummy/TransponderInfo.h"
+#include "TV/server/dummy/guide/GenreList.h"
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/lineup/Lineup.h"
+#include "TV/server/dummy/lineup/TransponderInfo.h"
 
 /// Takes back what init() has written for the whole process, so that another module may run it.
 inline void forgetBuiltInData() {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TV/interfaces/ITVGuide.h"
-#include "TV/server/dummy/StartTimeIndex.h"
+#include "TV/server/dummy/guide/StartTimeIndex.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-#include "Ostrel/os/Turn.h"
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/TaskStepper.h"
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "tests/TV/server/dummy/BuiltInData.h"

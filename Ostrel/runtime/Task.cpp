@@ -1,0 +1,219 @@
+#include "Ostrel/runtime/Task.h"
+
+#include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Mutex.h"
+#include "Ostrel/runtime/TaskStepper.h"
+#include "Ostrel/runtime/Turn.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <climits>
+#include <condition_variable>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <thread>
+
+namespace Ostrel {
+
+/// A task's thread and what it runs. What stands before finished is written before the thread starts.
+struct TaskIdentity {
+    std::string name;
+    TaskBody body;
+    void* param;
+    pthread_t thread{};
+    bool finished = false; ///< the thread does nothing more but return; under Tasks::mutex
+    bool awaitsStep = false; ///< of a TaskStepper; under Tasks::mutex
+    unsigned delayMsec = 0; ///< of the sleep that awaits a step; under Tasks::mutex
+};
+
+namespace {
+
+constexpr std::size_t minimumStack = 256u << 10; ///< bytes; less is not enough for a sanitizer's frames
+constexpr std::size_t nameLimit = 15; ///< bytes of a thread's name that the system takes
+
+struct Tasks {
+    std::mutex mutex;
+    std::condition_variable wake; ///< sleeping tasks wait for it
+    std::condition_variable quiet; ///< a task has ended, or awaits a step
+    std::list<std::unique_ptr<TaskIdentity>> all; ///< the finished ones too, until they are joined
+    unsigned alive = 0;
+    unsigned stopping = 0; ///< calls of stopTasks() under way
+    bool stepped = false; ///< a TaskStepper lives
+};
+
+/// Never destroyed: tasks may outlive the static objects.
+Tasks& tasks() {
+    static auto& instance = *new Tasks;
+    return instance;
+}
+
+thread_local TaskIdentity* currentTask = nullptr;
+
+/// Joins the tasks that have finished; they no longer want the lock.
+void reapUnderLock(Tasks& state) {
+    state.all.remove_if([](const std::unique_ptr<TaskIdentity>& task) {
+        return task->finished && pthread_join(task->thread, nullptr) == 0;
+    });
+}
+
+void runBody(const TaskIdentity& task) {
+    const Turn::Hold turn;
+    try {
+        task.body(task.param);
+    } catch (const TaskUnwind&) {
+        // The host is stopping.
+    } catch (...) {
+        ostrelDebugPrint(DebugLevel::Error, "Task", "Task", __LINE__, "%s ended by an exception\n",
+                         task.name.c_str());
+    }
+    Mutex::releaseHeld(task.name);
+}
+
+/// Returns whether the host is stopping.
+bool awaitStep(TaskIdentity& task, std::unique_lock<std::mutex>& lock) {
+    auto& state = tasks();
+    state.wake.wait(lock, [&] { return !task.awaitsStep || state.stopping > 0; });
+    return state.stopping > 0;
+}
+
+void* runTask(void* identity) {
+    auto& task = *static_cast<TaskIdentity*>(identity);
+    currentTask = &task;
+    pthread_setname_np(pthread_self(), task.name.substr(0, nameLimit).c_str());
+
+    auto& state = tasks();
+    std::unique_lock lock(state.mutex);
+    if (!task.awaitsStep || !awaitStep(task, lock)) {
+        lock.unlock();
+        runBody(task);
+        lock.lock();
+    }
+    task.finished = true;
+    --state.alive;
+    state.quiet.notify_all();
+    return nullptr;
+}
+
+bool startThread(TaskIdentity& task, std::size_t stackSize) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    stackSize = std::max({stackSize, minimumStack, static_cast<std::size_t>(PTHREAD_STACK_MIN)});
+    stackSize = (stackSize + page - 1) / page * page;
+
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) != 0)
+        return false;
+    const bool started = pthread_attr_setstacksize(&attributes, stackSize) == 0 &&
+                         pthread_create(&task.thread, &attributes, runTask, &task) == 0;
+    pthread_attr_destroy(&attributes);
+    return started;
+}
+
+} // namespace
+
+TaskHandle OS_TaskSpawnParam(const char* name, int, unsigned stackSize, TaskBody body, void* param,
+                             unsigned) try {
+    auto& state = tasks();
+    const std::lock_guard lock(state.mutex);
+    reapUnderLock(state);
+    if (state.stopping > 0 || state.alive >= taskLimit)
+        return nullptr;
+    state.all.push_back(std::make_unique<TaskIdentity>(TaskIdentity{name, body, param}));
+    auto& task = *state.all.back();
+    task.awaitsStep = state.stepped;
+    if (!startThread(task, stackSize)) {
+        state.all.pop_back();
+        return nullptr;
+    }
+    ++state.alive;
+    return &task;
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+void OS_TaskDelayMsec(unsigned delayMsec) {
+    const auto delay = std::chrono::milliseconds(delayMsec);
+    if (!currentTask) {
+        std::this_thread::sleep_for(delay);
+        return;
+    }
+    Mutex::releaseHeld(currentTask->name);
+    Turn::give();
+    auto& state = tasks();
+    bool stopped = false;
+    {
+        std::unique_lock lock(state.mutex);
+        if (state.stepped) {
+            currentTask->awaitsStep = true;
+            currentTask->delayMsec = delayMsec;
+            state.quiet.notify_all();
+            stopped = awaitStep(*currentTask, lock);
+        } else {
+            stopped = state.wake.wait_for(lock, delay, [&] { return state.stopping > 0; });
+        }
+    }
+    // What unwinds is module code as well.
+    Turn::take();
+    if (stopped)
+        throw TaskUnwind();
+}
+
+void stopTasks() {
+    auto& state = tasks();
+    std::unique_lock lock(state.mutex);
+    ++state.stopping;
+    state.wake.notify_all();
+    state.quiet.wait(lock, [&] { return state.alive == 0; });
+    reapUnderLock(state);
+    --state.stopping;
+}
+
+unsigned countTasks() {
+    auto& state = tasks();
+    const std::lock_guard lock(state.mutex);
+    return state.alive;
+}
+
+TaskStepper::TaskStepper() {
+    auto& state = tasks();
+    const std::lock_guard lock(state.mutex);
+    state.stepped = true;
+}
+
+TaskStepper::~TaskStepper() {
+    stopTasks();
+    auto& state = tasks();
+    const std::lock_guard lock(state.mutex);
+    state.stepped = false;
+}
+
+std::vector<TaskHandle> TaskStepper::getTasks() const {
+    auto& state = tasks();
+    const std::lock_guard lock(state.mutex);
+    std::vector<TaskHandle> alive;
+    for (const auto& task : state.all)
+        if (!task->finished)
+            alive.push_back(task.get());
+    return alive;
+}
+
+std::optional<unsigned> TaskStepper::step(TaskHandle handle) {
+    auto& state = tasks();
+    std::unique_lock lock(state.mutex);
+    const auto found = std::find_if(state.all.begin(), state.all.end(),
+                                    [&](const auto& task) { return task.get() == handle; });
+    if (found == state.all.end() || (*found)->finished)
+        return std::nullopt;
+    auto& task = **found;
+    task.awaitsStep = false;
+    state.wake.notify_all();
+    state.quiet.wait(lock, [&] { return task.awaitsStep || task.finished; });
+    return task.finished ? std::nullopt : std::optional(task.delayMsec);
+}
+
+} // namespace Ostrel

@@ -1,0 +1,26 @@
+#include "TV/server/dummy/guide/NowNext.h"
+
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+
+#include <algorithm>
+
+namespace Ostrel::TV {
+
+// The events of a service do not overlap (the build sees to it), so that of those that have
+// started the last one alone can still be on air.
+NowNext findNowNext(unsigned serviceId, std::int64_t time) {
+    const StartTimeIndex& index = startTimeIndex;
+    const auto positions = index.positionsOf(serviceId);
+    const auto behind = std::partition_point(positions.begin(), positions.end(), [&](std::uint32_t position) {
+        return index.starts()[position] <= time;
+    });
+    NowNext found;
+    if (behind == positions.begin() || index.ends()[behind[-1]] <= time)
+        return found;
+    found.now = index[behind[-1]];
+    if (behind != positions.end() && index.starts()[*behind] == found.now->End)
+        found.next = index[*behind];
+    return found;
+}
+
+} // namespace Ostrel::TV

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "TV/server/dummy/guide/GuideTable.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel::TV {
+
+/// The rows of the guide in the order of their start, and the columns of them that queries read.
+///
+/// A position is a place in that order. Rows of equal start stand in the order of their
+/// services. Columns are packed, and 64 rows longer than the guide, so that a filter runs over
+/// them in words of 64 rows from wherever it likes; behind the last row they hold zeros.
+///
+/// It is filled before anything reads it, and only read from then on, by any number of threads.
+class StartTimeIndex {
+public:
+    /// Adds the whole built-in guide. A second call adds it a second time.
+    void addGuide();
+
+    /// Forgets every row.
+    void clear();
+
+    /// What expressions can ask for.
+    struct Columns {
+        std::vector<std::int32_t> serviceIds, starts, ends;
+    };
+
+    std::size_t size() const { return rows_.size(); }
+    const epgentry* operator[](std::size_t position) const { return rows_[position]; }
+
+    const std::int32_t* serviceIds() const { return byStart_.serviceIds.data(); }
+    const std::int32_t* starts() const { return byStart_.starts.data(); }
+    const std::int32_t* ends() const { return byStart_.ends.data(); }
+    /// Where titles and descriptions stand among the guide's texts.
+    const std::uint32_t* titles() const { return titles_.data(); }
+    const std::uint32_t* descriptions() const { return descriptions_.data(); }
+
+    /// All titles and descriptions, each ended by a NUL, behind the empty text; among them are
+    /// other texts of the guide. Offsets count from its start.
+    std::string_view texts() const;
+
+    /// The first position whose start, taken as an unsigned number, is not less than this.
+    std::size_t firstFrom(std::uint32_t start) const;
+
+    /// The positions of a service's rows, ascending; empty for a service without any.
+    std::span<const std::uint32_t> positionsOf(std::int64_t serviceId) const;
+
+    /// All positions in the order of the services, those of one service ascending; what
+    /// positionsOf() returns is a part of it.
+    std::span<const std::uint32_t> byService() const { return byService_; }
+
+    /// The columns in the order of the positions, and in that of byService().
+    const Columns& columns() const { return byStart_; }
+    const Columns& columnsByService() const { return byServiceAndStart_; }
+
+private:
+    struct Service {
+        std::int32_t id;
+        std::uint32_t first, count; ///< in byService_
+    };
+
+    void fillColumns();
+    void fillTexts();
+    void fillServices();
+
+    std::vector<const epgentry*> rows_;
+    Columns byStart_, byServiceAndStart_;
+    std::vector<std::uint32_t> titles_, descriptions_;
+    std::size_t textsSize_ = 0;
+    std::vector<std::uint32_t> byService_;
+    std::vector<Service> services_; ///< ascending by id
+};
+
+/// The index of the built-in guide, one for all modules of the process. Empty until
+/// DummyTVModule::init().
+extern StartTimeIndex startTimeIndex;
+
+} // namespace Ostrel::TV

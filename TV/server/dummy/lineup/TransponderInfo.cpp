@@ -1,0 +1,7 @@
+#include "TV/server/dummy/lineup/TransponderInfo.h"
+
+namespace Ostrel::TV {
+
+std::vector<TransponderInfo> transponderStore;
+
+} // namespace Ostrel::TV

@@ -1,0 +1,168 @@
+#include "TV/server/dummy/query/EventQuery.h"
+
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/query/Less.h"
+#include "TV/server/dummy/query/QuorilQuery.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace Ostrel::TV {
+
+namespace {
+
+/// The keys to sort by.
+std::vector<std::int32_t> chooseKeys(std::int32_t service, std::int32_t start) {
+    if (service >= 0 && (start < 0 || service < start))
+        return start < 0 ? std::vector<std::int32_t>{Less::ServiceId}
+                         : std::vector<std::int32_t>{Less::ServiceId, Less::StartTime};
+    if (start >= 0 && (service < 0 || start < service))
+        return service < 0 ? std::vector<std::int32_t>{Less::StartTime}
+                           : std::vector<std::int32_t>{Less::StartTime, Less::ServiceId};
+    // Neither is wanted, or both are wanted equally.
+    // Meant so: docs/oddities.md, "Equal priorities do not sort".
+    return {};
+}
+
+std::string makeText(const char* text) {
+    return text ? text : "";
+}
+
+} // namespace
+
+void appendEvent(VectorObject<ITVGuide::EventInfo>& events, const epgentry& row) {
+    constexpr unsigned noExtra = 0;
+    VectorObject<unsigned char> genres;
+    // Meant so: docs/oddities.md, "A genre for every event".
+    genres.push_back(static_cast<unsigned char>(row.Content));
+    events.emplace_back(static_cast<unsigned>(row.ServiceId), long{row.Start}, long{row.End},
+                        makeText(row.Title), makeText(row.Description), row.IsHd, noExtra, std::move(genres));
+}
+
+std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode) {
+    std::string text;
+    const auto add = [&](const std::string& condition) {
+        if (!text.empty())
+            text += " && ";
+        text += condition;
+    };
+
+    const auto& ids = query.getServiceIdList();
+    if (ids.size() == 1) {
+        add("ServiceId == " + std::to_string(ids.front()));
+    } else if (!ids.empty()) {
+        std::string list;
+        for (const int id : ids) {
+            if (!list.empty())
+                list += ", ";
+            list += std::to_string(id);
+        }
+        add("(ServiceId in (" + list + "))");
+    }
+
+    if (mode == EndsBefore)
+        add("End <= " + std::to_string(query.getTimeRange().getLimit()));
+    else if (mode == EndsAfter)
+        add("End > " + std::to_string(query.getTimeRange().getBase()));
+    return text;
+}
+
+EventQuery::EventQuery(const ITVGuide::Query& query)
+    : query_(query),
+      keys_(chooseKeys(query.getOrderByServiceIdPriority(), query.getOrderByStartTimePriority())) {}
+
+/// Which of the events that come along are wanted, and when no more are.
+///
+/// Events that come in their order are sliced while they come: base and limit are positions. An
+/// order that is made afterwards cuts the end first, and then the start only if that leaves any.
+/// Meant so: docs/oddities.md, "Two ways to slice".
+class EventQuery::Slice {
+public:
+    Slice(const ITVGuide::Query::SliceRange& range, bool sorts)
+        : base_(range.getValid() ? range.getBase() : 0),
+          limit_(range.getValid() ? range.getLimit() : std::numeric_limits<std::size_t>::max()),
+          sorts_(sorts) {}
+
+    bool isFull() const { return seen_ >= limit_; }
+
+    /// Counts the next event.
+    bool wants() { return seen_++ >= base_ || sorts_; }
+
+    void cut(VectorObject<ITVGuide::EventInfo>& events) const {
+        if (sorts_ && base_ < events.size())
+            events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(base_));
+    }
+
+private:
+    const std::size_t base_;
+    const std::size_t limit_; ///< the position behind the last one
+    const bool sorts_;
+    std::size_t seen_ = 0;
+};
+
+bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
+    constexpr unsigned fewRows = 1024;
+    constexpr unsigned noLimit = std::numeric_limits<unsigned>::max();
+    const auto& range = query_.getTimeRange();
+    const bool strict = range.getValid() && range.getStrict();
+    const unsigned mode = !range.getValid() ? AnyTime : strict ? EndsBefore : EndsAfter;
+
+    QuorilQuery rows;
+    if (!rows.init(buildQueryExpression(query_, mode), strict ? static_cast<unsigned>(range.getBase()) : 0,
+                   range.getValid() ? static_cast<unsigned>(range.getLimit()) : noLimit))
+        return false;
+
+    const bool sorts = keys_.size() > 1 || (keys_.size() == 1 && keys_.front() != Less::StartTime);
+    const bool sliced = query_.getSliceRange().getValid();
+    // A slice may be full after a few rows. Without one all will be looked at.
+    const unsigned patience = sliced || rows.count() <= fewRows ? fewRows : 0;
+    for (const std::string& wanted : query_.getStringList())
+        searches_.emplace_back(wanted, query_.getStringMatchDescription(), patience);
+    const bool anyGenre = query_.getGenreList().empty();
+    Slice slice(query_.getSliceRange(), sorts);
+    const auto consider = [&](std::uint32_t position) {
+        const epgentry& row = *startTimeIndex[position];
+        if (hasTexts(position) && (anyGenre || hasGenre(row)) && slice.wants())
+            appendEvent(events, row);
+    };
+
+    if (sliced && sorts && keys_.front() == Less::ServiceId) {
+        // The events come in the order that is wanted, so that the first ones are enough.
+        for (const std::uint32_t position : startTimeIndex.byService()) {
+            if (slice.isFull())
+                break;
+            if (rows.matches(position))
+                consider(position);
+        }
+    } else {
+        if (!sliced && searches_.empty() && anyGenre)
+            events.reserve(rows.count());
+        while (!slice.isFull()) {
+            const auto position = rows.nextPosition();
+            if (!position)
+                break;
+            consider(*position);
+        }
+    }
+    if (sorts)
+        sortEvents(events, Less(keys_));
+    slice.cut(events);
+    return true;
+}
+
+bool EventQuery::hasGenre(const epgentry& row) const {
+    const auto& genres = query_.getGenreList();
+    return std::find(genres.begin(), genres.end(), row.Content) != genres.end();
+}
+
+bool EventQuery::hasTexts(std::uint32_t position) {
+    // One text decides: of all that must be there the first one missed, of any the first found.
+    const bool all = query_.getStringAnd();
+    for (TextSearch& search : searches_)
+        if (search.occursAt(position) != all)
+            return !all;
+    return all || searches_.empty();
+}
+
+} // namespace Ostrel::TV

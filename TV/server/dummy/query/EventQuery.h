@@ -1,0 +1,49 @@
+#pragma once
+
+#include "TV/interfaces/ITVGuide.h"
+#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/query/TextSearch.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Ostrel::TV {
+
+/// Appends a row as an event. Its genres are the one byte that the low bits of Content are,
+/// also where there is no Content.
+void appendEvent(VectorObject<ITVGuide::EventInfo>& events, const epgentry& row);
+
+/// What an event's time must be like, see buildQueryExpression().
+enum ExpressionMode : unsigned {
+    AnyTime = 0,
+    EndsBefore = 1, ///< it is over at the end of the range
+    EndsAfter = 2, ///< it goes on beyond the start of the range
+};
+
+/// Returns the services and the times of a query as the text of an Expression; an empty text
+/// is for every row.
+std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode);
+
+/// Carries out one structured query. One request makes one.
+class EventQuery {
+public:
+    /// @param query  must stay where it is
+    explicit EventQuery(const ITVGuide::Query& query);
+
+    /// Finds, orders and slices.
+    /// @returns false when services and times do not make an expression
+    bool run(VectorObject<ITVGuide::EventInfo>& events);
+
+private:
+    class Slice;
+
+    bool hasGenre(const epgentry& row) const;
+    bool hasTexts(std::uint32_t position);
+
+    const ITVGuide::Query& query_;
+    std::vector<std::int32_t> keys_; ///< of Less
+    std::vector<TextSearch> searches_;
+};
+
+} // namespace Ostrel::TV

@@ -1,0 +1,41 @@
+#include "clients/tool/Commands.h"
+#include "clients/tool/Output.h"
+#include "clients/tool/Table.h"
+
+#include <boost/json/array.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+void showGenres(Session& session) {
+    const auto genres = session.getClient().getGenres();
+    if (session.json) {
+        boost::json::array array;
+        for (const auto& genre : genres)
+            array.push_back(encode(genre));
+        printJson(array);
+        return;
+    }
+    Table table({{"Code"}, {"Genre"}});
+    for (const auto& genre : genres) {
+        char code[16];
+        std::snprintf(code, sizeof code, "0x%02X", static_cast<unsigned>(genre.code));
+        table.add({code, genre.text});
+    }
+    print(table.format());
+}
+
+} // namespace
+
+void addGenres(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("genres", "Show the genre codes and what they mean");
+    command->footer("Example:\n  ostrel-tv genres | grep -i sport");
+    command->callback([&action] { action = showGenres; });
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,312 @@
+#include "clients/tool/Arguments.h"
+#include "clients/tool/Commands.h"
+#include "clients/tool/Lineup.h"
+#include "clients/tool/Moment.h"
+#include "clients/tool/Output.h"
+#include "clients/tool/Table.h"
+#include "clients/tool/TimeSpan.h"
+
+#include <boost/json/array.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+/// More services and a time do not fit into one query, see Client::queryEvents().
+constexpr std::size_t mostServicesAsked = 13;
+
+constexpr std::size_t guideTitleColumn = 3;
+constexpr std::size_t genreColumn = 4;
+
+struct GuideOptions {
+    std::vector<std::int32_t> services;
+    std::vector<std::uint32_t> channels;
+    std::optional<std::string> from;
+    std::optional<std::string> to;
+    bool strict = false;
+    std::vector<std::string> genres;
+    std::vector<std::string> texts;
+    bool allTexts = false;
+    bool inDescription = false;
+    std::vector<std::string> sort;
+    std::optional<std::uint32_t> offset;
+    std::optional<std::uint32_t> count;
+};
+
+std::optional<std::uint8_t> readGenreCode(const std::string& text) {
+    unsigned code = 0;
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const auto* end = text.data() + text.size();
+    const auto [stop, error] =
+        std::from_chars(text.data() + (isHexadecimal ? 2 : 0), end, code, isHexadecimal ? 16 : 10);
+    if (error != std::errc() || stop != end || code > 255)
+        return std::nullopt;
+    return static_cast<std::uint8_t>(code);
+}
+
+/// Returns the codes whose text is this one, or else those whose text it is a part of.
+std::vector<std::uint8_t> findGenre(const std::vector<GenreStringMap>& genres, const std::string& wanted) {
+    const auto word = CLI::detail::to_lower(wanted);
+    std::vector<std::uint8_t> same;
+    std::vector<std::uint8_t> similar;
+    for (const auto& genre : genres) {
+        const auto text = CLI::detail::to_lower(genre.text);
+        if (text == word)
+            same.push_back(static_cast<std::uint8_t>(genre.code));
+        if (text.find(word) != std::string::npos)
+            similar.push_back(static_cast<std::uint8_t>(genre.code));
+    }
+    if (word.empty() || similar.empty())
+        throw UsageError("no genre is called \"" + wanted + "\"; ostrel-tv genres lists them");
+    return same.empty() ? similar : same;
+}
+
+std::vector<std::uint8_t> findGenres(Client& client, const std::vector<std::string>& wanted) {
+    std::vector<std::uint8_t> codes;
+    std::vector<GenreStringMap> genres;
+    for (const auto& text : wanted) {
+        if (const auto code = readGenreCode(text)) {
+            codes.push_back(*code);
+            continue;
+        }
+        if (genres.empty())
+            genres = client.getGenres();
+        const auto found = findGenre(genres, text);
+        codes.insert(codes.end(), found.begin(), found.end());
+    }
+    return codes;
+}
+
+std::optional<Query::TimeRange> findTimeRange(Client& client, const GuideOptions& options) {
+    if (!options.from && !options.to)
+        return std::nullopt;
+    std::optional<Moment> from;
+    std::optional<Moment> to;
+    if (options.from)
+        from.emplace(*options.from);
+    if (options.to)
+        to.emplace(*options.to);
+    const bool needsNow = (from && from->needsNow()) || (to && to->needsNow());
+    const std::int64_t now = needsNow ? client.getUtcTime() : 0;
+    Query::TimeRange range;
+    range.strict = options.strict;
+    if (from)
+        range.base = from->getSeconds(now);
+    if (to)
+        range.limit = to->getSeconds(now);
+    if (range.base > range.limit)
+        throw UsageError("--from " + *options.from + " is later than --to " + *options.to);
+    return range;
+}
+
+/// A slice of so many events. Its end is where numbers end when nothing is said about it.
+std::optional<Query::SliceRange> findSlice(const GuideOptions& options) {
+    if (!options.offset && !options.count)
+        return std::nullopt;
+    Query::SliceRange slice;
+    slice.base = options.offset.value_or(0);
+    if (options.count)
+        slice.limit = slice.base + std::min(*options.count, slice.limit - slice.base);
+    return slice;
+}
+
+Query makeQuery(Client& client, const GuideOptions& options) {
+    Query query;
+    query.timeRange = findTimeRange(client, options);
+    query.genreList = findGenres(client, options.genres);
+    query.stringList = options.texts;
+    query.stringAnd = options.allTexts;
+    query.stringMatchDescription = options.inDescription;
+    for (std::size_t i = 0; i < options.sort.size(); ++i) {
+        auto& priority =
+            options.sort[i] == "service" ? query.orderByServiceIdPriority : query.orderByStartTimePriority;
+        priority = static_cast<std::int32_t>(i);
+    }
+    query.sliceRange = findSlice(options);
+    return query;
+}
+
+std::set<std::int32_t> chooseServices(const std::vector<ServiceInfo>& lineup, const GuideOptions& options) {
+    std::set<std::int32_t> ids(options.services.begin(), options.services.end());
+    for (const auto channel : options.channels) {
+        for (const auto& service : findChannel(lineup, channel))
+            ids.insert(static_cast<std::int32_t>(service.id));
+    }
+    return ids;
+}
+
+void dropFirst(std::vector<EventInfo>& events, std::uint32_t count) {
+    events.erase(events.begin(), events.begin() + std::min<std::ptrdiff_t>(count, std::ssize(events)));
+}
+
+/// Asks for the events of all services and keeps those of some.
+std::vector<EventInfo> findAmongAll(Client& client, Query query, const std::set<std::int32_t>& ids) {
+    const auto slice = query.sliceRange.value_or(Query::SliceRange());
+    query.sliceRange.reset();
+    auto events = client.queryEvents(query);
+    std::erase_if(events, [&](const EventInfo& event) {
+        return ids.count(static_cast<std::int32_t>(event.serviceId)) == 0;
+    });
+    if (slice.limit < events.size())
+        events.resize(slice.limit);
+    dropFirst(events, slice.base);
+    return events;
+}
+
+std::vector<EventInfo> findEvents(Client& client, Query query, const std::set<std::int32_t>& ids) {
+    if (ids.size() > mostServicesAsked)
+        return findAmongAll(client, std::move(query), ids);
+    query.serviceIdList.assign(ids.begin(), ids.end());
+    // Once it has sorted, the service answers a slice past the end with all that there is:
+    // docs/oddities.md, "Two ways to slice".
+    const bool isSorted = query.orderByServiceIdPriority >= 0;
+    const auto dropped = isSorted && query.sliceRange ? std::exchange(query.sliceRange->base, 0) : 0;
+    auto events = client.queryEvents(query);
+    dropFirst(events, dropped);
+    return events;
+}
+
+std::string describeGenres(const EventInfo& event, const std::vector<GenreStringMap>& genres) {
+    std::string text;
+    for (const auto code : event.genres) {
+        const auto genre = std::find_if(genres.begin(), genres.end(),
+                                        [&](const GenreStringMap& each) { return each.code == code; });
+        if (genre != genres.end())
+            text.append(text.empty() ? "" : ", ").append(genre->text);
+    }
+    return text;
+}
+
+std::string formatTable(const std::vector<EventInfo>& events, const std::vector<ServiceInfo>& lineup,
+                        const std::vector<GenreStringMap>& genres) {
+    Table table({{"No.", Table::Align::Right}, {"Name"}, {"Time"}, {"Title"}, {"Genre"}});
+    for (const auto& event : events) {
+        const auto service = std::find_if(lineup.begin(), lineup.end(), [&](const ServiceInfo& each) {
+            return each.id == event.serviceId;
+        });
+        const bool isKnown = service != lineup.end();
+        table.add({isKnown ? std::to_string(service->channelNumber) : "",
+                   isKnown ? service->name : "service " + std::to_string(event.serviceId),
+                   formatDayAndSpan(event), event.title, describeGenres(event, genres)});
+    }
+    if (::isatty(STDOUT_FILENO) != 0) {
+        table.fit(genreColumn, getTerminalWidth());
+        table.fit(guideTitleColumn, getTerminalWidth());
+    }
+    return table.format();
+}
+
+void showGuide(Session& session, const GuideOptions& options) {
+    auto& client = session.getClient();
+    const bool needsLineup = !session.json || !options.channels.empty();
+    const auto lineup = needsLineup ? readLineup(client) : std::vector<ServiceInfo>();
+    const auto events = findEvents(client, makeQuery(client, options), chooseServices(lineup, options));
+    if (session.json) {
+        boost::json::array array;
+        for (const auto& event : events)
+            array.push_back(encode(event));
+        printJson(array);
+        return;
+    }
+    print(events.empty() ? "The guide has no such event.\n"
+                         : formatTable(events, lineup, client.getGenres()));
+}
+
+std::string checkTime(const std::string& text) {
+    try {
+        [[maybe_unused]] const Moment moment(text);
+        return "";
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+}
+
+/// Refuses what no service need be asked about.
+void checkOptions(const GuideOptions& options) {
+    if (options.strict && !options.from && !options.to)
+        throw UsageError("--strict goes with --from or --to");
+    if (options.sort.size() > 1 && options.sort[0] == options.sort[1])
+        throw UsageError("--sort names " + options.sort[0] + " twice");
+}
+
+void addFilters(CLI::App& command, GuideOptions& options) {
+    command
+        .add_option("--service", options.services, "Only the service with this guide id; may be given again")
+        ->transform(wholeNumber(std::numeric_limits<std::int32_t>::max()))
+        ->allow_extra_args(false)
+        ->type_name("ID");
+    command.add_option("--channel", options.channels, "Only the service with this channel number, likewise")
+        ->transform(wholeNumber())
+        ->allow_extra_args(false)
+        ->type_name("N");
+    command.add_option("--from", options.from, "Only what is on after this time")
+        ->check(checkTime)
+        ->type_name("TIME");
+    command.add_option("--to", options.to, "Only what begins before this time")
+        ->check(checkTime)
+        ->type_name("TIME");
+    command.add_flag("--strict", options.strict, "Only what begins and ends between these times");
+    command
+        .add_option("--genre", options.genres,
+                    "Only this genre, by its code or its text or a part\nof it; may be given again")
+        ->allow_extra_args(false)
+        ->type_name("GENRE");
+    auto* text =
+        command
+            .add_option(
+                "--text", options.texts,
+                "Only with this text in the title, letter by letter;\nwhen given again, with one of them")
+            ->check(utf8())
+            ->allow_extra_args(false)
+            ->type_name("TEXT");
+    command.add_flag("--all-texts", options.allTexts, "Only with all these texts")->needs(text);
+    command.add_flag("--in-description", options.inDescription, "Look for the texts in the description too")
+        ->needs(text);
+}
+
+} // namespace
+
+void addGuide(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("guide", "Find events in the guide");
+    const auto options = std::make_shared<GuideOptions>();
+    addFilters(*command, *options);
+    command->add_option("--sort", options->sort, "Sort by service, start, or both in either order [start]")
+        ->delimiter(',')
+        ->expected(1, 2)
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember({"service", "start"}).description(""))
+        ->type_name("KEY[,KEY]");
+    command->add_option("--offset", options->offset, "Leave out so many of the events found")
+        ->transform(wholeNumber())
+        ->type_name("N");
+    command->add_option("--count", options->count, "Show at most so many events")
+        ->transform(wholeNumber())
+        ->type_name("N");
+    command->footer("TIME is 2011-10-12, 2011-10-12T20:00 (local; Z or +01:00 behind it for another zone),\n"
+                    "now, or +2h, -30m, +1d12h from now on. Now is what the service's clock says.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  ostrel-tv guide --channel 1 --from now --to +6h\n"
+                    "  ostrel-tv guide --genre comedy --from now --to +1d --sort service,start\n"
+                    "  ostrel-tv guide --text News --text Weather --all-texts --in-description --count 10\n"
+                    "  ostrel-tv guide --service 1043 --json | jq -r '.[].title'");
+    command->callback([&action, options] {
+        action = [options](Session& session) {
+            checkOptions(*options);
+            showGuide(session, *options);
+        };
+    });
+}
+
+} // namespace Ostrel::Client::Tool

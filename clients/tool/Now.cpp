@@ -1,0 +1,131 @@
+#include "clients/tool/Arguments.h"
+#include "clients/tool/Commands.h"
+#include "clients/tool/Lineup.h"
+#include "clients/tool/Output.h"
+#include "clients/tool/Table.h"
+#include "clients/tool/TimeSpan.h"
+
+#include <boost/json/array.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <limits>
+#include <memory>
+
+#include <unistd.h>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+constexpr std::size_t firstPage = 20; // services that a terminal shows at once
+constexpr std::size_t nowTitleColumn = 3;
+
+struct NowOptions {
+    std::optional<std::uint32_t> channel;
+    bool all = false;
+};
+
+/// A service and what it shows: the event on air and, where it follows at once, the next one.
+struct Showing {
+    ServiceInfo service;
+    std::vector<EventInfo> events;
+};
+
+std::vector<ServiceInfo> chooseServices(const std::vector<ServiceInfo>& lineup, const NowOptions& options) {
+    if (options.channel)
+        return findChannel(lineup, *options.channel);
+    if (options.all)
+        return lineup;
+    std::vector<ServiceInfo> listed;
+    std::copy_if(lineup.begin(), lineup.end(), std::back_inserter(listed),
+                 [](const ServiceInfo& service) { return service.visible; });
+    return listed;
+}
+
+/// Leaves out services with nothing on air.
+std::vector<Showing> findShowings(Client& client, const NowOptions& options) {
+    const auto most = options.channel || options.all ? std::numeric_limits<std::size_t>::max() : firstPage;
+    std::vector<Showing> showings;
+    for (const auto& service : chooseServices(readLineup(client), options)) {
+        if (showings.size() == most)
+            break;
+        if (auto events = client.getNowNext(service.id); !events.empty())
+            showings.push_back({service, std::move(events)});
+    }
+    return showings;
+}
+
+std::string formatTable(const std::vector<Showing>& showings, std::int64_t now) {
+    Table table({{"No.", Table::Align::Right}, {"Name"}, {"Time"}, {"Title"}, {"Left"}});
+    for (const auto& [service, events] : showings) {
+        table.add({std::to_string(service.channelNumber), service.name, formatSpan(events[0]),
+                   events[0].title, formatTimeLeft(events[0], now)});
+        if (events.size() > 1)
+            table.add({"", "", formatSpan(events[1]), events[1].title, ""});
+    }
+    if (::isatty(STDOUT_FILENO) != 0)
+        table.fit(nowTitleColumn, getTerminalWidth());
+    return table.format();
+}
+
+boost::json::value showingToJson(const Showing& showing) {
+    boost::json::object members{{"service", encode(showing.service)}, {"now", encode(showing.events[0])}};
+    members["next"] =
+        showing.events.size() > 1 ? boost::json::value(encode(showing.events[1])) : boost::json::value();
+    return members;
+}
+
+std::string describeSilence(const NowOptions& options, std::int64_t now) {
+    const auto time = static_cast<std::time_t>(now);
+    std::tm local{};
+    localtime_r(&time, &local);
+    return "The guide has nothing for " + formatTime("%Y-%m-%d %H:%M", local) + ", the service's time" +
+           (options.channel ? ", on channel " + std::to_string(*options.channel) : "") + ".\n";
+}
+
+std::string describeRest(const std::vector<Showing>& showings, const NowOptions& options) {
+    if (options.all || options.channel || showings.size() < firstPage)
+        return "";
+    return "These are the first " + std::to_string(firstPage) +
+           "; ostrel-tv now --all shows every service.\n";
+}
+
+void showNow(Session& session, const NowOptions& options) {
+    auto& client = session.getClient();
+    const auto showings = findShowings(client, options);
+    if (session.json) {
+        boost::json::array array;
+        for (const auto& showing : showings)
+            array.push_back(showingToJson(showing));
+        printJson(array);
+        return;
+    }
+    const auto now = client.getUtcTime();
+    print(showings.empty() ? describeSilence(options, now)
+                           : formatTable(showings, now) + describeRest(showings, options));
+}
+
+} // namespace
+
+void addNow(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("now", "Show what is on, and what comes next");
+    const auto options = std::make_shared<NowOptions>();
+    auto* channel =
+        command->add_option("CHANNEL", options->channel, "Only the service with this channel number")
+            ->transform(wholeNumber())
+            ->type_name("");
+    command->add_flag("--all", options->all, "Show every service, also those that channel lists leave out")
+        ->excludes(channel);
+    command->footer("Without a channel the first 20 services with something on air. Times are local; the\n"
+                    "bar fills as time passes, and what is left of it stands behind.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  ostrel-tv now\n"
+                    "  ostrel-tv now 4\n"
+                    "  ostrel-tv now --all --json | jq -r '.[] | .service.name + \": \" + .now.title'");
+    command->callback(
+        [&action, options] { action = [options](Session& session) { showNow(session, *options); }; });
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,105 @@
+#include "clients/tool/Output.h"
+
+#include <boost/json/serialize.hpp>
+
+#include <cerrno>
+#include <ctime>
+#include <system_error>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+namespace json = boost::json;
+
+void append(std::string& text, const json::value& value, std::size_t depth) {
+    const auto newLine = [&text](std::size_t level) { text.append("\n").append(2 * level, ' '); };
+    const char* separator = "";
+    if (const auto* array = value.if_array(); array != nullptr && !array->empty()) {
+        text += '[';
+        for (const auto& element : *array) {
+            text += separator;
+            newLine(depth + 1);
+            append(text, element, depth + 1);
+            separator = ",";
+        }
+        newLine(depth);
+        text += ']';
+    } else if (const auto* object = value.if_object(); object != nullptr && !object->empty()) {
+        text += '{';
+        for (const auto& member : *object) {
+            text += separator;
+            newLine(depth + 1);
+            text.append(json::serialize(member.key())).append(": ");
+            append(text, member.value(), depth + 1);
+            separator = ",";
+        }
+        newLine(depth);
+        text += '}';
+    } else {
+        text += json::serialize(value);
+    }
+}
+
+} // namespace
+
+void print(std::string_view text) {
+    while (!text.empty()) {
+        const auto written = ::write(STDOUT_FILENO, text.data(), text.size());
+        if (written >= 0)
+            text.remove_prefix(static_cast<std::size_t>(written));
+        else if (errno == EPIPE)
+            throw OutputClosed();
+        else if (errno != EINTR)
+            throw std::system_error(errno, std::generic_category(), "cannot write");
+    }
+}
+
+void printJson(const json::value& value) {
+    print(json::serialize(value) + "\n");
+}
+
+json::value toJson(const Notification& notification) {
+    return {{"method", notification.method}, {"params", notification.params}};
+}
+
+std::string indented(const json::value& value) {
+    std::string text;
+    append(text, value, 0);
+    return text;
+}
+
+std::string printable(std::string_view text) {
+    constexpr const char* replacement = "\uFFFD";
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto following = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
+        if (byte < 0x20 || byte == 0x7f) {
+            result += replacement;
+        } else if (byte == 0xc2 && following >= 0x80 && following < 0xa0) { // U+0080 to U+009F
+            result += replacement;
+            ++i;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+std::size_t getTerminalWidth(int descriptor) {
+    winsize size{};
+    if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return 80;
+    return size.ws_col;
+}
+
+std::string formatTime(const char* format, const std::tm& time) {
+    char text[64];
+    return {text, std::strftime(text, sizeof text, format, &time)};
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,40 @@
+#include "clients/tool/Commands.h"
+#include "clients/tool/Output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <ctime>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+void showTime(Session& session) {
+    const auto seconds = session.getClient().getUtcTime();
+    if (session.json) {
+        printJson(boost::json::object{{"time", seconds}});
+        return;
+    }
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm utc{};
+    std::tm local{};
+    gmtime_r(&time, &utc);
+    localtime_r(&time, &local);
+    print("UTC      " + formatTime("%Y-%m-%dT%H:%M:%SZ", utc) + "\n" + //
+          "local    " + formatTime("%Y-%m-%d %H:%M:%S %Z", local) + "\n" + //
+          "seconds  " + std::to_string(seconds) + "\n");
+}
+
+} // namespace
+
+void addTime(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("time", "Show what time it is for the service");
+    command->footer("The service's clock may be set to a day of its guide on purpose.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  ostrel-tv time\n"
+                    "  ostrel-tv time --json | jq .time");
+    command->callback([&action] { action = showTime; });
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,51 @@
+#include "clients/tool/Commands.h"
+#include "clients/tool/Output.h"
+
+#include <boost/json/serialize.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <ctime>
+
+namespace Ostrel::Client::Tool {
+
+namespace {
+
+std::string describe(const Notification& notification) {
+    const auto now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::string line = formatTime("%Y-%m-%d %H:%M:%S", local) + "  " + notification.method;
+    const char* separator = "  ";
+    for (const auto& member : notification.params) {
+        line += separator + std::string(member.key()) + " " + boost::json::serialize(member.value());
+        separator = ", ";
+    }
+    return printable(line) + "\n";
+}
+
+[[noreturn]] void watch(Session& session) {
+    auto& client = session.getClient();
+    while (true) {
+        const auto notification = client.next();
+        if (session.json)
+            printJson(toJson(notification));
+        else
+            print(describe(notification));
+    }
+}
+
+} // namespace
+
+void addWatch(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("watch", "Print notifications as they come, until Ctrl-C");
+    command->footer("With --json every line is one object. The exit status is 130 after Ctrl-C and 3\n"
+                    "when the connection is lost.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  ostrel-tv watch\n"
+                    "  ostrel-tv watch --json | jq --unbuffered .params.percent");
+    command->callback([&action] { action = watch; });
+}
+
+} // namespace Ostrel::Client::Tool

@@ -1,0 +1,497 @@
+#include "TV/server/dummy/query/EventQuery.h"
+
+#include "TV/server/dummy/guide/NowNext.h"
+#include "TV/server/dummy/query/Less.h"
+#include "tests/TV/server/dummy/GuideFixture.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <random>
+
+using namespace Ostrel;
+using namespace Ostrel::TV;
+
+using EventInfo = ITVGuide::EventInfo;
+
+namespace {
+
+std::string describe(const EventInfo& event) {
+    return event.SerialObject::serialize();
+}
+
+class EventQueryTest : public GuideFixture {
+protected:
+    static VectorObject<EventInfo> run(const std::string& text) {
+        const auto query = makeQuery(text);
+        VectorObject<EventInfo> events;
+        EXPECT_TRUE(EventQuery(query).run(events)) << text;
+        return events;
+    }
+
+    static bool isRefused(const std::string& text) {
+        const auto query = makeQuery(text);
+        VectorObject<EventInfo> events;
+        return !EventQuery(query).run(events);
+    }
+
+    /// "service@start" of each event.
+    static std::vector<std::string> places(const VectorObject<EventInfo>& events) {
+        std::vector<std::string> found;
+        for (const EventInfo& event : events)
+            found.push_back(std::to_string(event.getServiceId()) + "@" +
+                            std::to_string(event.getStartTime()));
+        return found;
+    }
+
+    static std::vector<std::string> placesOf(const std::string& text) { return places(run(text)); }
+
+    static std::vector<std::string> part(const std::vector<std::string>& all, std::size_t from,
+                                         std::size_t to) {
+        return {all.begin() + static_cast<std::ptrdiff_t>(from),
+                all.begin() + static_cast<std::ptrdiff_t>(to)};
+    }
+};
+
+bool holds(const char* text, const std::string& wanted) {
+    return text && std::string(text).find(wanted) != std::string::npos;
+}
+
+/// What a query gives, step by step.
+std::vector<const epgentry*> runPlainly(const ITVGuide::Query& query) {
+    const auto& ids = query.getServiceIdList();
+    const auto& range = query.getTimeRange();
+    const auto& slice = query.getSliceRange();
+    const bool strict = range.getValid() && range.getStrict();
+    const std::uint32_t base = strict ? static_cast<std::uint32_t>(range.getBase()) : 0;
+    const std::uint32_t limit = range.getValid() ? static_cast<std::uint32_t>(range.getLimit()) : 4294967295u;
+    const auto s = query.getOrderByServiceIdPriority(), t = query.getOrderByStartTimePriority();
+    std::vector<int> keys;
+    if (s >= 0 && (t < 0 || s < t)) {
+        keys.push_back(0);
+        if (t >= 0)
+            keys.push_back(1);
+    } else if (t >= 0 && (s < 0 || t < s)) {
+        keys.push_back(1);
+        if (s >= 0)
+            keys.push_back(0);
+    }
+    const bool sortAfter = keys.size() >= 2 || (keys.size() == 1 && keys[0] != 1);
+
+    std::vector<const epgentry*> result;
+    std::uint32_t n = 0;
+    for (std::size_t position = 0; position != startTimeIndex.size(); ++position) {
+        const epgentry* row = startTimeIndex[position];
+        const auto start = static_cast<std::uint32_t>(row->Start);
+        if (start < base || start >= limit)
+            continue;
+        if (!ids.empty() && std::find(ids.begin(), ids.end(), row->ServiceId) == ids.end())
+            continue;
+        if (range.getValid() && (strict ? row->End > range.getLimit() : row->End <= range.getBase()))
+            continue;
+        const auto& genres = query.getGenreList();
+        if (!genres.empty() && std::none_of(genres.begin(), genres.end(),
+                                            [&](unsigned char genre) { return genre == row->Content; }))
+            continue;
+        if (!query.getStringList().empty()) {
+            unsigned found = 0, missed = 0;
+            for (const auto& text : query.getStringList())
+                ++(holds(row->Title, text) ||
+                           (query.getStringMatchDescription() && holds(row->Description, text))
+                       ? found
+                       : missed);
+            if (found == 0 || (query.getStringAnd() && missed != 0))
+                continue;
+        }
+        if (!sortAfter && slice.getValid() && (n < slice.getBase() || n >= slice.getLimit())) {
+            ++n;
+            continue;
+        }
+        result.push_back(row);
+        ++n;
+    }
+    if (sortAfter) {
+        std::stable_sort(result.begin(), result.end(), [&](const epgentry* a, const epgentry* b) {
+            for (const int key : keys) {
+                if (key == 0 && a->ServiceId != b->ServiceId)
+                    return a->ServiceId < b->ServiceId;
+                if (key == 1 && a->Start != b->Start)
+                    return a->Start < b->Start;
+            }
+            return false;
+        });
+        if (slice.getValid()) {
+            if (slice.getLimit() < result.size())
+                result.resize(slice.getLimit());
+            if (slice.getBase() < result.size())
+                result.erase(result.begin(), result.begin() + slice.getBase());
+        }
+    }
+    return result;
+}
+
+constexpr const char* range = R"("timeRange":{"base":1318752000,"limit":1318762800})";
+
+} // namespace
+
+TEST_F(EventQueryTest, AnEmptyQueryGivesEveryEventInOrder) {
+    const auto events = run("{}");
+    ASSERT_EQ(events.size(), 11658u);
+    EXPECT_TRUE(std::is_sorted(events.begin(), events.end(), [](const EventInfo& a, const EventInfo& b) {
+        return a.getStartTime() < b.getStartTime();
+    }));
+}
+
+TEST_F(EventQueryTest, AMomentGivesTheEventOnAir) {
+    const auto on = run(R"({"serviceIdList":[1043],"timeRange":{"base":1318759201,"limit":1318759201}})");
+    ASSERT_EQ(on.size(), 1u);
+    EXPECT_LT(on[0].getStartTime(), 1318759201);
+    EXPECT_GT(on[0].getEndTime(), 1318759201);
+    EXPECT_TRUE(
+        run(R"({"serviceIdList":[1043],"timeRange":{"strict":true,"base":1318759201,"limit":1318759201}})")
+            .empty());
+}
+
+TEST_F(EventQueryTest, AStrictRangeHoldsEventsAsAWhole) {
+    const auto touching = run(std::string("{") + range + "}");
+    const auto whole = run(R"({"timeRange":{"strict":true,"base":1318752000,"limit":1318762800}})");
+    EXPECT_GT(touching.size(), whole.size());
+    EXPECT_FALSE(whole.empty());
+    for (const EventInfo& event : whole)
+        EXPECT_TRUE(event.getStartTime() >= 1318752000 && event.getEndTime() <= 1318762800);
+    for (const EventInfo& event : touching)
+        EXPECT_TRUE(event.getStartTime() < 1318762800 && event.getEndTime() > 1318752000);
+}
+
+TEST_F(EventQueryTest, ARangeThatIsNotValidDoesNotCount) {
+    EXPECT_EQ(run(R"({"timeRange":{"valid":false,"strict":true,"base":7,"limit":8}})").size(), 11658u);
+}
+
+TEST_F(EventQueryTest, EqualPrioritiesDoNotSort) {
+    const auto inOrder = placesOf(std::string("{") + range + "}");
+    for (const char* priority : {"0", "7", "-1", "2147483647"})
+        EXPECT_EQ(placesOf(std::string(R"({"orderByServiceIdPriority":)") + priority +
+                           R"(,"orderByStartTimePriority":)" + priority + "," + range + "}"),
+                  inOrder);
+    EXPECT_EQ(placesOf(std::string(R"({"orderByStartTimePriority":0,)") + range + "}"), inOrder);
+    EXPECT_NE(placesOf(std::string(R"({"orderByServiceIdPriority":0,)") + range + "}"), inOrder);
+}
+
+TEST_F(EventQueryTest, TheSmallerPriorityRanksFirst) {
+    const auto byService =
+        run(std::string(R"({"orderByServiceIdPriority":0,"orderByStartTimePriority":1,)") + range + "}");
+    EXPECT_TRUE(std::is_sorted(byService.begin(), byService.end(), [](const auto& a, const auto& b) {
+        return std::pair(a.getServiceId(), a.getStartTime()) < std::pair(b.getServiceId(), b.getStartTime());
+    }));
+    const auto byStart =
+        run(std::string(R"({"orderByServiceIdPriority":5,"orderByStartTimePriority":3,)") + range + "}");
+    EXPECT_TRUE(std::is_sorted(byStart.begin(), byStart.end(), [](const auto& a, const auto& b) {
+        return std::pair(a.getStartTime(), a.getServiceId()) < std::pair(b.getStartTime(), b.getServiceId());
+    }));
+    EXPECT_EQ(byService.size(), byStart.size());
+}
+
+TEST_F(EventQueryTest, TwoWaysToSlice) {
+    const std::string service = R"("orderByServiceIdPriority":0,"orderByStartTimePriority":1,)";
+    const auto slice = [&](const std::string& order, const char* bounds) {
+        return placesOf("{" + order + R"("sliceRange":{)" + bounds + "}}");
+    };
+    const auto inOrder = placesOf("{}");
+    const auto byService = placesOf("{" + service + R"("stringList":[]})");
+    EXPECT_EQ(slice("", R"("base":2,"limit":10)"), part(inOrder, 2, 10));
+    EXPECT_EQ(slice(service, R"("base":2,"limit":10)"), part(byService, 2, 10));
+    EXPECT_EQ(slice("", R"("base":5,"limit":3)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice(service, R"("base":5,"limit":3)"), part(byService, 0, 3));
+    EXPECT_EQ(slice("", R"("base":3,"limit":3)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice(service, R"("base":3,"limit":3)"), part(byService, 0, 3));
+    EXPECT_EQ(slice("", R"("base":11657)"), part(inOrder, 11657, 11658));
+    EXPECT_EQ(slice("", R"("base":11658)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice(service, R"("base":11657)"), part(byService, 11657, 11658));
+    EXPECT_EQ(slice(service, R"("base":11658)"), byService);
+    EXPECT_EQ(slice(service, R"("limit":0)"), part(byService, 0, 0));
+    EXPECT_EQ(slice("", R"("limit":0)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice("", R"("valid":false,"base":5,"limit":3)"), inOrder);
+
+    // The start alone does not sort, so that it slices as no order does; the service alone sorts.
+    const std::string start = R"("orderByStartTimePriority":0,)";
+    EXPECT_EQ(slice(start, R"("base":2,"limit":10)"), part(inOrder, 2, 10));
+    EXPECT_EQ(slice(start, R"("base":5,"limit":3)"), part(inOrder, 0, 0));
+    EXPECT_EQ(slice(R"("orderByServiceIdPriority":0,)", R"("base":5,"limit":3)").size(), 3u);
+}
+
+TEST_F(EventQueryTest, GenresAreComparedAsNumbers) {
+    const auto news = run(R"({"genreList":[32]})");
+    EXPECT_EQ(news.size(), rowsWith([](const epgentry& row) { return row.Content == 32; }).size());
+    EXPECT_FALSE(news.empty());
+    const auto none = rowsWith([](const epgentry& row) { return row.Content == 255; });
+    ASSERT_FALSE(rowsWith([](const epgentry& row) { return row.Content == -1; }).empty());
+    EXPECT_EQ(run(R"({"genreList":[255]})").size(), none.size());
+    const auto wide = rowsWith([](const epgentry& row) { return row.Content > 255; });
+    ASSERT_EQ(wide.size(), 7u);
+    const auto low = std::to_string(wide[0]->Content & 255);
+    for (const EventInfo& event : run(R"({"genreList":[)" + low + "]}"))
+        EXPECT_FALSE(event.getServiceId() == static_cast<unsigned>(wide[0]->ServiceId) &&
+                     event.getStartTime() == wide[0]->Start);
+}
+
+TEST_F(EventQueryTest, TextsAreAllOrAny) {
+    const auto count = [](const std::string& text) { return run(text).size(); };
+    const auto news = count(R"({"stringList":["News"]})");
+    const auto weather = count(R"({"stringList":["Weather"]})");
+    const auto both = count(R"({"stringList":["News","Weather"],"stringAnd":true})");
+    const auto either = count(R"({"stringList":["News","Weather"]})");
+    EXPECT_GT(news, 0u);
+    EXPECT_GT(weather, 0u);
+    EXPECT_EQ(both + either, news + weather);
+    EXPECT_GT(count(R"({"stringList":["News"],"stringMatchDescription":true})"), news);
+    const auto inEither = [](const epgentry& row, const char* text) {
+        return holds(row.Title, text) || holds(row.Description, text);
+    };
+    const auto newsAndThe =
+        rowsWith([&](const epgentry& row) { return inEither(row, "News") && inEither(row, "the"); });
+    EXPECT_GT(newsAndThe.size(), count(R"({"stringList":["News","the"],"stringAnd":true})"));
+    EXPECT_EQ(count(R"({"stringList":["News","the"],"stringAnd":true,"stringMatchDescription":true})"),
+              newsAndThe.size());
+    EXPECT_EQ(count(R"({"stringList":[""]})"), 11658u);
+    EXPECT_EQ(count(R"({"stringList":["","no such text"]})"), 11658u);
+    EXPECT_EQ(count(R"({"stringList":["","no such text"],"stringAnd":true})"), 0u);
+    EXPECT_EQ(count(R"({"stringList":["NEWS AT"]})"), 0u);
+    EXPECT_EQ(count(R"({"stringList":["New\u0000"]})"), 0u);
+}
+
+TEST_F(EventQueryTest, MinusNineIsRefused) {
+    EXPECT_TRUE(isRefused(R"({"timeRange":{"base":-90}})"));
+    EXPECT_FALSE(isRefused(R"({"timeRange":{"base":-80}})"));
+    EXPECT_TRUE(isRefused(R"({"timeRange":{"strict":true,"limit":-9}})"));
+    EXPECT_FALSE(isRefused(R"({"timeRange":{"strict":true,"base":-9,"limit":-8}})"));
+    EXPECT_TRUE(isRefused(R"({"serviceIdList":[-95]})"));
+    EXPECT_FALSE(isRefused(R"({"serviceIdList":[-85]})"));
+}
+
+TEST_F(EventQueryTest, MoreServicesThanFitAreRefused) {
+    EXPECT_FALSE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17]})"));
+    EXPECT_TRUE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18]})"));
+    // With a range there is room for less.
+    EXPECT_FALSE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13],"timeRange":{}})"));
+    EXPECT_TRUE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13,14],"timeRange":{}})"));
+}
+
+TEST_F(EventQueryTest, RandomQueriesGiveWhatThePlainWayGives) {
+    std::mt19937 random(1043);
+    const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+    const char* const texts[] = {"News", "the", "Weather", "e", "", "Film", "no such text", "The ", "\xC3"};
+    std::size_t most = 0;
+    for (unsigned round = 0; round != 500; ++round) {
+        std::string text = R"({"serviceIdList":[)";
+        if (below(3) == 0)
+            for (unsigned i = 0, count = 1 + below(8); i != count; ++i)
+                text += (i ? "," : "") + std::to_string(998 + below(90));
+        text += "]";
+        if (below(2) == 0) {
+            const auto base = 1318366800 + below(760000);
+            text += R"(,"timeRange":{"strict":)" + std::string(below(2) ? "true" : "false") + R"(,"base":)" +
+                    std::to_string(base) + R"(,"limit":)" + std::to_string(base + below(90000)) + "}";
+        }
+        if (below(4) == 0)
+            text += R"(,"genreList":[)" + std::to_string(16 * (1 + below(10))) + ",21]";
+        if (below(3) == 0) {
+            text += R"(,"stringList":[)";
+            for (unsigned i = 0, count = 1 + below(3); i != count; ++i)
+                text += (i ? ",\"" : "\"") + std::string(texts[below(8)]) + "\"";
+            text += R"(],"stringAnd":)" + std::string(below(2) ? "true" : "false");
+            text += R"(,"stringMatchDescription":)" + std::string(below(2) ? "true" : "false");
+        }
+        text += R"(,"orderByServiceIdPriority":)" + std::to_string(static_cast<int>(below(4)) - 1);
+        text += R"(,"orderByStartTimePriority":)" + std::to_string(static_cast<int>(below(4)) - 1);
+        if (below(2) == 0)
+            text += R"(,"sliceRange":{"base":)" + std::to_string(below(30)) + R"(,"limit":)" +
+                    std::to_string(below(60)) + "}";
+        text += "}";
+
+        const auto query = makeQuery(text);
+        VectorObject<EventInfo> wanted, events;
+        for (const epgentry* row : runPlainly(query))
+            appendEvent(wanted, *row);
+        ASSERT_TRUE(EventQuery(query).run(events)) << text;
+        ASSERT_EQ(places(events), places(wanted)) << text;
+        most = std::max(most, events.size());
+    }
+    EXPECT_GT(most, 5000u);
+}
+
+TEST_F(EventQueryTest, ComposesTheseExpressions) {
+    const auto compose = [](const std::string& text, unsigned mode) {
+        return buildQueryExpression(makeQuery(text), mode);
+    };
+    EXPECT_EQ(compose("{}", AnyTime), "");
+    EXPECT_EQ(compose(R"({"serviceIdList":[1043]})", AnyTime), "ServiceId == 1043");
+    EXPECT_EQ(compose(R"({"serviceIdList":[1043,-7,1043]})", AnyTime), "(ServiceId in (1043, -7, 1043))");
+    EXPECT_EQ(compose(R"({"serviceIdList":[1043],"timeRange":{"limit":1318500000}})", EndsBefore),
+              "ServiceId == 1043 && End <= 1318500000");
+    EXPECT_EQ(compose(R"({"serviceIdList":[1000,1001],"timeRange":{"base":1318615200}})", EndsAfter),
+              "(ServiceId in (1000, 1001)) && End > 1318615200");
+    EXPECT_EQ(compose(R"({"timeRange":{"base":-90}})", EndsAfter), "End > -90");
+    EXPECT_EQ(compose(R"({"timeRange":{"limit":-5}})", EndsBefore), "End <= -5");
+}
+
+TEST_F(EventQueryTest, AGenreForEveryEvent) {
+    const auto genres = [](std::int32_t content) {
+        epgentry row = guideRows()[0];
+        row.Content = content;
+        VectorObject<EventInfo> events;
+        appendEvent(events, row);
+        const auto& list = events.at(0).getGenres();
+        return list.size() == 1 ? static_cast<int>(list[0]) : -1;
+    };
+    EXPECT_EQ(genres(-1), 255);
+    EXPECT_EQ(genres(0), 0);
+    EXPECT_EQ(genres(32), 32);
+    EXPECT_EQ(genres(0x1234), 0x34);
+}
+
+TEST_F(EventQueryTest, AnEventSaysWhatItsRowSays) {
+    for (const epgentry& row : guideRows()) {
+        VectorObject<EventInfo> events;
+        appendEvent(events, row);
+        ASSERT_EQ(
+            describe(events.at(0)),
+            describe(EventInfo(static_cast<unsigned>(row.ServiceId), row.Start, row.End,
+                               std::string(row.Title), row.Description ? row.Description : "", row.IsHd, 0,
+                               VectorObject<unsigned char>{static_cast<unsigned char>(row.Content)})));
+    }
+}
+
+namespace {
+
+EventInfo makeEvent(unsigned serviceId, long start, const std::string& title = "") {
+    return EventInfo(serviceId, start, start + 60, title, "", false, 0, VectorObject<unsigned char>{16});
+}
+
+} // namespace
+
+TEST(LessTest, ComparesByItsKeys) {
+    const std::vector<std::int32_t> keys{0, 1};
+    const Less less(keys);
+    EXPECT_TRUE(less(makeEvent(1, 9), makeEvent(2, 3)));
+    EXPECT_FALSE(less(makeEvent(2, 3), makeEvent(1, 9)));
+    EXPECT_TRUE(less(makeEvent(1, -3), makeEvent(1, 2)));
+    EXPECT_FALSE(less(makeEvent(1, 2), makeEvent(1, -3)));
+    EXPECT_TRUE(less(makeEvent(1, 2), makeEvent(4000000000u, 2)));
+}
+
+TEST(LessTest, LessForEquals) {
+    const std::vector<std::int32_t> both{0, 1}, service{0}, none, unknown{7, 0}, late{0, 7, 1};
+    EXPECT_TRUE(Less(both)(makeEvent(1, 2), makeEvent(1, 2)));
+    EXPECT_TRUE(Less(service)(makeEvent(1, 9), makeEvent(1, 2)));
+    EXPECT_TRUE(Less(none)(makeEvent(2, 9), makeEvent(1, 2)));
+    EXPECT_TRUE(Less(unknown)(makeEvent(2, 9), makeEvent(1, 2)));
+    EXPECT_TRUE(Less(late)(makeEvent(1, 9), makeEvent(1, 2)));
+    EXPECT_FALSE(Less(late)(makeEvent(2, 2), makeEvent(1, 2)));
+}
+
+TEST(LessTest, KeepsOnlyAReferenceToItsKeys) {
+    std::vector<std::int32_t> keys{0};
+    const Less less(keys);
+    EXPECT_FALSE(less(makeEvent(2, 1), makeEvent(1, 2)));
+    keys = {1};
+    EXPECT_TRUE(less(makeEvent(2, 1), makeEvent(1, 2)));
+}
+
+TEST(SortEventsTest, EqualsKeepTheirOrder) {
+    const std::vector<std::int32_t> keys{0};
+    for (const unsigned size : {0u, 1u, 2u, 3u, 7u, 64u, 65u, 1000u}) {
+        std::mt19937 random(size);
+        VectorObject<EventInfo> events;
+        for (unsigned i = 0; i != size; ++i)
+            events.push_back(makeEvent(static_cast<unsigned>(random() % 5), 0, std::to_string(i)));
+        auto wanted = events;
+        std::stable_sort(wanted.begin(), wanted.end(), [](const EventInfo& a, const EventInfo& b) {
+            return a.getServiceId() < b.getServiceId();
+        });
+        sortEvents(events, Less(keys));
+        ASSERT_EQ(events.size(), size);
+        for (unsigned i = 0; i != size; ++i)
+            EXPECT_EQ(describe(events[i]), describe(wanted[i]));
+    }
+}
+
+TEST(SortEventsTest, AllEqualStayWhereTheyAre) {
+    const std::vector<std::int32_t> unknown{99};
+    VectorObject<EventInfo> events;
+    for (unsigned i = 0; i != 500; ++i)
+        events.push_back(makeEvent(500 - i, 0, std::to_string(i)));
+    sortEvents(events, Less(unknown));
+    for (unsigned i = 0; i != 500; ++i)
+        EXPECT_EQ(events[i].getTitle(), std::to_string(i));
+}
+
+using TextSearchTest = GuideFixture;
+
+TEST_F(TextSearchTest, FindsTheSameBeforeAndAfterItsPatienceEnds) {
+    for (const std::string& wanted : {std::string("News"), std::string("e"), std::string("the"),
+                                      std::string("no such text"), std::string("\xC3\xA9"), std::string("."),
+                                      std::string(" of the "), std::string(), std::string("a\0b", 3)}) {
+        TextSearch titles(wanted, false, 0), both(wanted, true, 500);
+        for (unsigned round = 0; round != 2; ++round) {
+            for (std::uint32_t position = 0; position != startTimeIndex.size(); ++position) {
+                const epgentry& row = *startTimeIndex[position];
+                ASSERT_EQ(titles.occursAt(position), holds(row.Title, wanted)) << wanted;
+                ASSERT_EQ(both.occursAt(position), holds(row.Title, wanted) || holds(row.Description, wanted))
+                    << wanted;
+            }
+        }
+    }
+}
+
+TEST_F(TextSearchTest, NothingOccursInAnAbsentText) {
+    const auto without = rowsWith([](const epgentry& row) { return row.Description == nullptr; });
+    ASSERT_FALSE(without.empty());
+    const std::string title = static_cast<const char*>(without[0]->Title);
+    const std::string unlike = title + "!";
+    TextSearch search(unlike, true, 0);
+    for (std::uint32_t position = 0; position != startTimeIndex.size(); ++position)
+        if (startTimeIndex[position] == without[0]) {
+            EXPECT_FALSE(search.occursAt(position));
+        }
+}
+
+using NowNextTest = GuideFixture;
+
+TEST_F(NowNextTest, FindsWhatAWalkOfTheTableFinds) {
+    unsigned none = 0, alone = 0, both = 0;
+    for (int service = 998; service != 1090; ++service) {
+        for (std::int64_t time = 1318366000; time < 1319140000; time += 17771) {
+            const epgentry *now = nullptr, *next = nullptr;
+            for (const epgentry& row : guideRows())
+                if (!now && row.ServiceId == service && row.Start <= time && time < row.End)
+                    now = &row;
+            if (now)
+                for (const epgentry& row : guideRows())
+                    if (!next && row.ServiceId == service && row.Start == now->End)
+                        next = &row;
+            const NowNext found = findNowNext(static_cast<unsigned>(service), time);
+            ASSERT_EQ(found.now, now) << service << " at " << time;
+            ASSERT_EQ(found.next, next) << service << " at " << time;
+            ++(!now ? none : !next ? alone : both);
+        }
+    }
+    EXPECT_GT(none, 0u);
+    EXPECT_GT(alone, 0u);
+    EXPECT_GT(both, 0u);
+}
+
+TEST_F(NowNextTest, AnEventStartsAtItsStartAndIsOverAtItsEnd) {
+    const epgentry& row = guideRows()[10];
+    const auto service = static_cast<unsigned>(row.ServiceId);
+    EXPECT_EQ(findNowNext(service, row.Start).now, &row);
+    EXPECT_EQ(findNowNext(service, row.End - 1).now, &row);
+    EXPECT_NE(findNowNext(service, row.End).now, &row);
+    EXPECT_NE(findNowNext(service, row.Start - 1).now, &row);
+}
+
+TEST_F(NowNextTest, NoTimeIsTooFar) {
+    for (const std::int64_t time : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{1} << 40})
+        EXPECT_EQ(findNowNext(1043, time).now, nullptr);
+    EXPECT_EQ(findNowNext(0, 1318748400).now, nullptr);
+    EXPECT_EQ(findNowNext(4294967295u, 1318748400).now, nullptr);
+}

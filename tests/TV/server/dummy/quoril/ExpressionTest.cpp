@@ -1,0 +1,427 @@
+#include "TV/server/dummy/quoril/Expression.h"
+
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace Ostrel::TV;
+using Value = Expression::Value;
+
+namespace {
+
+epgentry makeRow(int serviceId, int start, int end) {
+    epgentry row{};
+    row.ServiceId = serviceId;
+    row.Start = start;
+    row.End = end;
+    return row;
+}
+
+std::string describe(const Value& value) {
+    switch (value.type()) {
+    case Value::Integer:
+        return std::to_string(value.integer());
+    case Value::Boolean:
+        return value.boolean() ? "true" : "false";
+    case Value::Name:
+        return value.string();
+    case Value::Invalid:
+        break;
+    }
+    return "invalid";
+}
+
+/// What an expression says of the row 1000, 100, 200; "refused" when it does not parse.
+std::string evaluate(const std::string& text) {
+    Expression expression;
+    const epgentry row = makeRow(1000, 100, 200);
+    return expression.parse(text) ? describe(expression.evaluate(&row)) : "refused";
+}
+
+struct Row {
+    const char* name;
+    const char* text;
+    const char* result;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class ExpressionTable : public testing::TestWithParam<Row> {};
+
+// clang-format off
+const Row rows[] = {
+    {"Empty",               "",                                    "true"},
+    {"Blanks",              "   ",                                 "true"},
+    {"Equal",               "ServiceId == 1000",                   "true"},
+    {"NotEqual",            "ServiceId == 1001",                   "false"},
+    {"NumberFirst",         "1000 == ServiceId",                   "true"},
+    {"LessThan",            "Start < 100",                         "false"},
+    {"LessThanMore",        "Start < 101",                         "true"},
+    {"LessOrEqual",         "Start <= 100",                        "true"},
+    {"GreaterThan",         "End > 200",                           "false"},
+    {"GreaterOrEqual",      "End >= 200",                          "true"},
+    {"MirroredLess",        "99 < Start",                          "true"},
+    {"MirroredLessEqual",   "101 <= Start",                        "false"},
+    {"MirroredGreater",     "101 > Start",                         "true"},
+    {"MirroredGreaterEqual","99 >= Start",                         "false"},
+    {"TwoFields",           "Start < End",                         "true"},
+    {"TwoFieldsNot",        "Start >= End",                        "false"},
+    {"FieldItself",         "End == End",                          "true"},
+    {"TwoNumbers",          "1 < 2",                               "true"},
+    {"TwoNumbersNot",       "2 <= 1",                              "false"},
+    {"SmallestNumber",      "Start < 9223372036854775808",         "false"},
+    {"LargestNumber",       "Start > 9223372036854775807",         "false"},
+    {"LargestNumberLess",   "Start < 9223372036854775807",         "true"},
+    {"SmallestNumberMore",  "Start >= 9223372036854775808",        "true"},
+    {"WrappedNumber",       "Start == 18446744073709551716",       "true"},
+    {"NumberPast32Bits",    "Start == 4294967396",                 "false"},
+    {"In",                  "ServiceId in (999, 1000)",            "true"},
+    {"NotIn",               "ServiceId in (999, 1001)",            "false"},
+    {"InOne",               "ServiceId in (1000)",                 "true"},
+    {"StartIn",             "Start in (1, 100, 3)",                "true"},
+    {"NumberIn",            "3 in (1, 2, 3)",                      "true"},
+    {"NumberNotIn",         "4 in (1, 2, 3)",                      "false"},
+    {"InNothing",           "ServiceId in ()",                     "refused"},
+    {"InAField",            "ServiceId in (1000, Start)",          "refused"},
+    {"InWithoutList",       "ServiceId in 1000",                   "refused"},
+    {"InOpenList",          "ServiceId in (1000",                  "refused"},
+    {"InCommaAtTheEnd",     "ServiceId in (1000,)",                "refused"},
+    {"InWithoutComma",      "ServiceId in (1000 1001)",            "refused"},
+    {"InNestedList",        "ServiceId in ((1000))",               "refused"},
+    {"AndBindsTighter",     "ServiceId == 1000 || ServiceId == 1001 && Start > 5000", "true"},
+    {"AndBindsTighterLeft", "Start > 5000 && ServiceId == 1001 || ServiceId == 1000", "true"},
+    {"ParenthesesFirst",    "(ServiceId == 1000 || ServiceId == 1001) && Start > 5000", "false"},
+    {"And",                 "1 == 1 && 2 == 2",                    "true"},
+    {"AndNot",              "1 == 1 && 2 == 3",                    "false"},
+    {"Or",                  "1 == 2 || 2 == 2",                    "true"},
+    {"OrNot",               "1 == 2 || 2 == 3",                    "false"},
+    {"ThreeAnds",           "1 == 1 && 2 == 2 && 3 == 4",          "false"},
+    {"ThreeOrs",            "1 == 2 || 2 == 3 || 4 == 4",          "true"},
+    {"Parentheses",         "(ServiceId == 1000)",                 "true"},
+    {"ManyParentheses",     "(((ServiceId == 1000)))",             "true"},
+    {"UnknownField",        "Title == 5",                          "invalid"},
+    {"UnknownFieldIn",      "Title in (5)",                        "invalid"},
+    {"UnknownFieldRight",   "5 == Title",                          "invalid"},
+    {"CaseMatters",         "servicEid == 1000",                   "invalid"},
+    {"InvalidOrTrue",       "Title == 5 || 1 == 1",                "invalid"},
+    {"TrueOrInvalid",       "1 == 1 || Title == 5",                "invalid"},
+    {"FalseAndInvalid",     "1 == 2 && Title == 5",                "invalid"},
+    {"FieldAlone",          "ServiceId",                           "refused"},
+    {"FieldInParentheses",  "(ServiceId) == 1000",                 "refused"},
+    {"NumberAlone",         "1",                                   "refused"},
+    {"TrailingNumber",      "ServiceId == 1000 1001",              "refused"},
+    {"TrailingParenthesis", "ServiceId == 1000)",                  "refused"},
+    {"OpenParenthesis",     "(ServiceId == 1000",                  "refused"},
+    {"ParenthesisAlone",    "(",                                   "refused"},
+    {"EmptyParentheses",    "()",                                  "refused"},
+    {"OperatorFirst",       "== 1000",                             "refused"},
+    {"OperatorLast",        "ServiceId ==",                        "refused"},
+    {"AndLast",             "1 == 1 &&",                           "refused"},
+    {"OrLast",              "1 == 1 ||",                           "refused"},
+    {"AndAlone",            "&&",                                  "refused"},
+    {"NoString",            "ServiceId == \"1000\"",               "refused"},
+    {"NoNotEqual",          "ServiceId != 1000",                   "refused"},
+    {"NoNegation",          "!(ServiceId == 1000)",                "refused"},
+    {"NoChain",             "1 < 2 < 3",                           "refused"},
+    {"MinusNine",           "Start > -9",                          "refused"},
+    {"MinusEight",          "Start > -8",                          "true"},
+    {"ErrorAtTheEnd",       "1 == 1 \t",                           "refused"},
+};
+// clang-format on
+
+} // namespace
+
+TEST_P(ExpressionTable, SaysThisOfTheRow) {
+    EXPECT_EQ(evaluate(GetParam().text), GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, ExpressionTable, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
+
+namespace {
+
+/// "ServiceId in (1, 2, ..., count)".
+std::string inList(unsigned count) {
+    std::string text = "ServiceId in (1";
+    for (unsigned i = 2; i <= count; ++i)
+        text += ", " + std::to_string(i);
+    return text + ")";
+}
+
+std::string repeat(unsigned count, const std::string& part, const std::string& separator) {
+    std::string text = part;
+    for (unsigned i = 1; i < count; ++i)
+        text += separator + part;
+    return text;
+}
+
+bool parses(const std::string& text) {
+    return Expression().parse(text);
+}
+
+std::string nested(unsigned depth, const std::string& inside = "1 == 1") {
+    return std::string(depth, '(') + inside + std::string(depth, ')');
+}
+
+} // namespace
+
+TEST(ExpressionTest, TwentyNodesAreEnough) {
+    EXPECT_TRUE(parses(inList(17))); // the field, the list, the numbers and the operator
+    EXPECT_TRUE(parses(repeat(5, "1 == 1", " && "))); // 19 nodes
+    EXPECT_TRUE(parses("1 in (1) && " + repeat(4, "1 == 1", " && "))); // 20 nodes
+}
+
+TEST(ExpressionTest, TwentyOneNodesDoNotParse) {
+    EXPECT_FALSE(parses(inList(18)));
+    EXPECT_FALSE(parses("1 in (1, 2) && " + repeat(4, "1 == 1", " && "))); // 21 nodes
+    EXPECT_FALSE(parses(repeat(6, "1 == 1", " && "))); // 23 nodes
+    EXPECT_FALSE(parses(repeat(6, "1 == 1", " || ")));
+    EXPECT_FALSE(parses(inList(100000)));
+}
+
+TEST(ExpressionTest, Opens256Parentheses) {
+    EXPECT_TRUE(parses(nested(256)));
+    EXPECT_TRUE(parses(nested(256) + " && " + nested(256)));
+    EXPECT_TRUE(parses(nested(255, "1 in (1, 2)") + " && " + nested(255, "1 in (1)")));
+}
+
+TEST(ExpressionTest, RefusesMoreOpenParentheses) {
+    EXPECT_FALSE(parses(nested(257)));
+    EXPECT_FALSE(parses(nested(256, "1 in (1)"))); // a list's parenthesis counts
+    EXPECT_FALSE(parses(nested(100000)));
+    EXPECT_FALSE(parses(std::string(1000000, '(')));
+}
+
+TEST(ExpressionTest, ParsesAgain) {
+    Expression expression;
+    const epgentry row = makeRow(1002, 100, 200);
+    ASSERT_TRUE(expression.parse("ServiceId in (1000, 1001, 1002)"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "true");
+    ASSERT_TRUE(expression.parse("ServiceId in (1000, 1001)"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "false");
+    // Where the list was there is a number now, and the other way about.
+    ASSERT_TRUE(expression.parse("1002 == ServiceId && ServiceId in (1002, 5)"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "true");
+    ASSERT_TRUE(expression.parse("Start in (7) || ServiceId in (8)"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "false");
+    EXPECT_FALSE(expression.parse("Title =="));
+    ASSERT_TRUE(expression.parse("Title == 1"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "invalid");
+    ASSERT_TRUE(expression.parse(""));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "true");
+}
+
+TEST(ExpressionTest, EmptyDoesNotLookAtTheRow) {
+    Expression expression;
+    EXPECT_EQ(describe(expression.evaluate(nullptr)), "true");
+    ASSERT_TRUE(expression.parse(" "));
+    EXPECT_EQ(describe(expression.evaluate(nullptr)), "true");
+}
+
+TEST(ExpressionTest, FieldsAreWidenedByTheirSign) {
+    Expression expression;
+    const epgentry row = makeRow(-1, -2, -3);
+    ASSERT_TRUE(expression.parse("ServiceId == 4294967295 && Start == -2 && End == -3"));
+    EXPECT_EQ(describe(expression.evaluate(&row)), "true");
+}
+
+TEST(ValueTest, HoldsWhatItWasMadeOf) {
+    EXPECT_EQ(Value().type(), Value::Invalid);
+    EXPECT_FALSE(Value().boolean());
+    EXPECT_EQ(Value(true).type(), Value::Boolean);
+    EXPECT_EQ(Value(true).integer(), 1);
+    EXPECT_FALSE(Value(false).boolean());
+    EXPECT_EQ(Value(7ll).type(), Value::Integer);
+    EXPECT_EQ(Value(7ll).integer(), 7);
+    EXPECT_TRUE(Value(7ll).boolean());
+    const Value name(Value::Name, "Start");
+    EXPECT_EQ(name.type(), 3);
+    EXPECT_EQ(name.string(), "Start");
+    EXPECT_EQ(name.integer(), 0);
+}
+
+// Random expressions against an evaluator that follows the language's words.
+
+namespace {
+
+struct Tree {
+    std::string sign; ///< an operator, "in", or empty for an element
+    std::string element;
+    std::unique_ptr<Tree> left, right;
+    std::vector<long long> list;
+
+    unsigned nodes() const {
+        if (sign.empty())
+            return 1;
+        const auto rest = sign == "in" ? 1 + list.size() : right->nodes();
+        return 1 + left->nodes() + static_cast<unsigned>(rest);
+    }
+
+    bool joins() const { return sign == "&&" || sign == "||"; }
+
+    std::string print() const {
+        if (sign.empty())
+            return element;
+        if (sign == "in") {
+            std::string text = left->print() + " in (";
+            for (std::size_t i = 0; i != list.size(); ++i)
+                text += (i ? ", " : "") + std::to_string(list[i]);
+            return text + ")";
+        }
+        const auto side = [](const Tree& tree) {
+            return tree.joins() ? "(" + tree.print() + ")" : tree.print();
+        };
+        return side(*left) + " " + sign + " " + side(*right);
+    }
+
+    /// A truth value as 0 or 1; false when the value is invalid.
+    bool evaluate(const epgentry& row, long long& value) const {
+        if (sign.empty()) {
+            if (element == "ServiceId")
+                value = static_cast<std::uint32_t>(row.ServiceId);
+            else if (element == "Start")
+                value = row.Start;
+            else if (element == "End")
+                value = row.End;
+            else if (std::isalpha(element[0]))
+                return false;
+            else
+                value = std::stoll(element);
+            return true;
+        }
+        long long a = 0, b = 0;
+        if (!left->evaluate(row, a))
+            return false;
+        if (sign == "in") {
+            value = std::count(list.begin(), list.end(), a) != 0;
+            return true;
+        }
+        if (!right->evaluate(row, b))
+            return false;
+        value = sign == "=="   ? a == b
+                : sign == "<"  ? a < b
+                : sign == "<=" ? a <= b
+                : sign == ">"  ? a > b
+                : sign == ">=" ? a >= b
+                : sign == "&&" ? a && b
+                               : a || b;
+        return true;
+    }
+};
+
+class Gardener {
+public:
+    explicit Gardener(unsigned seed) : random_(seed) {}
+
+    std::unique_ptr<Tree> grow(unsigned depth) {
+        auto tree = std::make_unique<Tree>();
+        if (depth != 0 && below(3) != 0) {
+            tree->sign = below(2) ? "&&" : "||";
+            tree->left = grow(depth - 1);
+            tree->right = grow(depth - 1);
+            return tree;
+        }
+        tree->left = element();
+        if (below(4) == 0) {
+            tree->sign = "in";
+            for (unsigned i = 0; i <= below(4); ++i)
+                tree->list.push_back(number());
+            return tree;
+        }
+        const char* const signs[] = {"==", "<", "<=", ">", ">="};
+        tree->sign = signs[below(5)];
+        tree->right = element();
+        return tree;
+    }
+
+    epgentry row() {
+        const auto start = static_cast<int>(below(2) ? 1318366800 + below(700000) : below(5));
+        return makeRow(static_cast<int>(1000 + below(85)), start, start + static_cast<int>(below(90000)));
+    }
+
+    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+
+private:
+    std::unique_ptr<Tree> element() {
+        auto tree = std::make_unique<Tree>();
+        const char* const names[] = {"ServiceId", "Start", "End"};
+        if (below(60) == 0)
+            tree->element = "Title";
+        else
+            tree->element = below(2) ? names[below(3)] : std::to_string(number());
+        return tree;
+    }
+
+    /// Never one that starts with "-9".
+    long long number() {
+        switch (below(6)) {
+        case 0:
+            return -static_cast<long long>(below(80)) / 10;
+        case 1:
+            return 9223372036854775807ll;
+        case 2:
+            return 2147483647ll + below(3) * 2147483648ll;
+        case 3:
+            return 1318366800 + below(700000);
+        default:
+            return 1000 + below(85);
+        }
+    }
+
+    std::mt19937 random_;
+};
+
+} // namespace
+
+TEST(ExpressionPropertyTest, RandomTreesMeanWhatAPlainEvaluatorSays) {
+    Gardener gardener(20111011);
+    unsigned parsed = 0, refused = 0, invalid = 0, truths = 0;
+    startTimeIndex.clear();
+    startTimeIndex.addGuide();
+    for (unsigned round = 0; round != 3000; ++round) {
+        const auto tree = gardener.grow(3);
+        const std::string text = tree->print();
+        Expression expression;
+        ASSERT_EQ(expression.parse(text), tree->nodes() <= Expression::nodeLimit) << text;
+        if (tree->nodes() > Expression::nodeLimit) {
+            ++refused;
+            continue;
+        }
+        ++parsed;
+        for (unsigned i = 0; i != 20; ++i) {
+            const epgentry row = gardener.row();
+            long long truth = 0;
+            const bool valid = tree->evaluate(row, truth);
+            ASSERT_EQ(describe(expression.evaluate(&row)), !valid  ? "invalid"
+                                                           : truth ? "true"
+                                                                   : "false")
+                << text << " of " << row.ServiceId << ", " << row.Start << ", " << row.End;
+            invalid += !valid;
+            truths += valid && truth;
+        }
+
+        // The same for many rows at once.
+        if (round % 10 != 0)
+            continue;
+        std::vector<std::uint64_t> bits(startTimeIndex.size() / 64 + 1);
+        if (expression.filter())
+            expression.filter()->select(startTimeIndex, 0, startTimeIndex.size(), bits);
+        for (std::size_t position = 0; position != startTimeIndex.size(); ++position) {
+            long long truth = 0;
+            const bool valid = tree->evaluate(*startTimeIndex[position], truth);
+            ASSERT_EQ(bits[position / 64] >> position % 64 & 1, valid && truth) << text << " at " << position;
+        }
+    }
+    startTimeIndex.clear();
+    EXPECT_GT(parsed, 1500u);
+    EXPECT_GT(refused, 100u);
+    EXPECT_GT(invalid, 500u);
+    EXPECT_GT(truths, 5000u);
+}

@@ -5,21 +5,19 @@
 #include "TV/server/dummy/guide/GuideTable.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/lineup/Lineup.h"
-#include "TV/server/dummy/lineup/TransponderInfo.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <sstream>
+#include <vector>
 
 namespace Ostrel::TV {
 
 namespace {
 
-/// What the line-up and the clock take from the guide as a whole.
+/// What the clock takes from the guide as a whole.
 struct GuideSummary {
-    std::int32_t largestServiceId = 0;
     std::int32_t earliestStart = 0; ///< seconds since 1970-01-01 UTC
     std::int32_t latestEnd = 0;
 };
@@ -27,7 +25,6 @@ struct GuideSummary {
 GuideSummary summarizeGuide() {
     GuideSummary guide;
     for (const epgentry& row : guideRows()) {
-        guide.largestServiceId = std::max(guide.largestServiceId, row.ServiceId);
         if (guide.earliestStart == 0 || row.Start < guide.earliestStart)
             guide.earliestStart = row.Start;
         guide.latestEnd = std::max(guide.latestEnd, row.End);
@@ -35,63 +32,13 @@ GuideSummary summarizeGuide() {
     return guide;
 }
 
-/// Gives the services that the guide knows their guide service ids.
-void linkLineupToGuide() {
+/// The services that the guide has events of.
+std::vector<Lineup::GuideLink> makeGuideLinks() {
+    std::vector<Lineup::GuideLink> links;
     // One row stands for all of its service: they carry the same DVB service id.
-    for (const GuideServiceRows& service : guideServices()) {
-        const epgentry& row = guideRows()[service.first];
-        // Where the line-up has a DVB service id twice, the first one alone gets the guide.
-        // Meant so: docs/oddities.md, "The first one gets the guide".
-        for (LineupRow* known = lineup; known->channelNumber > 0; ++known) {
-            if (known->dvbServiceId == row.DvbSid) {
-                known->guideServiceId = static_cast<std::uint32_t>(row.ServiceId);
-                break;
-            }
-        }
-    }
-}
-
-/// Numbers the services that the guide has not numbered.
-/// @param largest  the largest guide service id in use
-void giveGuideServiceIds(std::uint32_t largest) {
-    for (LineupRow* row = lineup; row->channelNumber > 0; ++row)
-        if (row->guideServiceId == 0)
-            row->guideServiceId = ++largest;
-}
-
-// The transport stream id is left out.
-// Meant so: docs/oddities.md, "Two dots in the URI".
-std::string makeUri(const LineupRow& row) {
-    std::ostringstream uri;
-    uri << "dvb://" << std::hex << row.originalNetworkId << ".." << row.dvbServiceId;
-    return uri.str();
-}
-
-ITVService::ServiceInfo makeServiceInfo(const LineupRow& row) {
-    return {static_cast<unsigned>(row.channelNumber),
-            row.name,
-            makeUri(row),
-            row.guideServiceId,
-            static_cast<ITVService::ServiceInfo::Type>(row.type),
-            row.provider,
-            row.scrambled,
-            row.highDefinition,
-            row.visible,
-            row.selectable};
-}
-
-/// The frequency alone decides on which transponder a service is, not its stream.
-void fillTransponderStore() {
-    for (const LineupRow* row = lineup; row->channelNumber > 0; ++row) {
-        const auto known = std::find_if(transponderStore.begin(), transponderStore.end(),
-                                        [&](const TransponderInfo& transponder) {
-                                            return transponder.frequencyMHz == row->frequencyMHz;
-                                        });
-        TransponderInfo& transponder =
-            known != transponderStore.end() ? *known : transponderStore.emplace_back();
-        transponder.frequencyMHz = row->frequencyMHz;
-        transponder.services.push_back(makeServiceInfo(*row));
-    }
+    for (const GuideServiceRows& service : guideServices())
+        links.push_back({guideRows()[service.first].DvbSid, static_cast<std::uint32_t>(service.serviceId)});
+    return links;
 }
 
 /// Returns what has to be added to the system's clock, in seconds.
@@ -119,16 +66,13 @@ DummyTVModule::~DummyTVModule() {
 
 void DummyTVModule::uninit() {}
 
-// Runs before there is anybody to lock out. A second call would double everything.
+// Runs before there is anybody to lock out. A second call adds everything to what is there.
 // Meant so: docs/oddities.md, "Init once".
 bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     magic = 42;
-    const GuideSummary guide = summarizeGuide();
-    linkLineupToGuide();
     startTimeIndex.addGuide();
-    giveGuideServiceIds(static_cast<std::uint32_t>(guide.largestServiceId));
-    timeOffset = chooseTimeOffset(guide);
-    fillTransponderStore();
+    timeOffset = chooseTimeOffset(summarizeGuide());
+    builtInLineup().load(makeGuideLinks());
     fillServices();
     fillGenreList();
     scanState.scanning = false;
@@ -137,7 +81,7 @@ bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    for (const TransponderInfo& transponder : transponderStore) {
+    for (const TransponderInfo& transponder : builtInLineup().getTransponders()) {
         transponders.push_back(transponder.frequencyMHz);
         for (const ITVService::ServiceInfo& service : transponder.services) {
             const auto behind =

@@ -1,7 +1,7 @@
-// The scan: it plays back the transponder store, one second for each frequency.
+// The scan: it plays back what the line-up has on the air, one second for each frequency.
 
 #include "TV/server/dummy/DummyTVModule.h"
-#include "TV/server/dummy/lineup/TransponderInfo.h"
+#include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -50,10 +50,8 @@ bool DummyTVModule::updateScanUnderLock(bool stop) {
 }
 
 void DummyTVModule::mergeTransponderUnderLock(std::uint32_t frequencyMHz) {
-    const auto found = std::find_if(
-        transponderStore.begin(), transponderStore.end(),
-        [&](const TransponderInfo& transponder) { return transponder.frequencyMHz == frequencyMHz; });
-    if (found == transponderStore.end())
+    const TransponderInfo* const found = builtInLineup().findTransponder(frequencyMHz);
+    if (found == nullptr)
         return;
     for (const ITVService::ServiceInfo& service : found->services)
         mergeServiceUnderLock(service);

@@ -92,12 +92,15 @@ void run(const std::string& output, const std::string& input) {
         throw TextFileError(input + ":0: there is no service");
 
     writeTextFile(output, "// Made from the line-up; changes here are lost.\n\n"
-                          "#include \"TV/server/dummy/lineup/Lineup.h\"\n\n"
+                          "#include \"TV/server/dummy/lineup/LineupRow.h\"\n\n"
                           "namespace Ostrel::TV {\n\n"
-                          "LineupRow lineup[] = {\n" +
+                          "static LineupRow rows[] = {\n" +
                               made +
                               "    {0, 0, 0, nullptr, 0, 0, 0, 0, nullptr, false, false, false, false},\n"
                               "};\n\n"
+                              "std::span<LineupRow> lineupRows() noexcept {\n"
+                              "    return std::span(rows).first(std::size(rows) - 1);\n"
+                              "}\n\n"
                               "} // namespace Ostrel::TV\n");
 }
 

@@ -1,27 +1,53 @@
 #pragma once
 
+#include "TV/server/dummy/lineup/LineupRow.h"
+#include "TV/server/dummy/lineup/TransponderInfo.h"
+
 #include <cstdint>
+#include <span>
+#include <vector>
 
 namespace Ostrel::TV {
 
-/// One service of the built-in line-up.
-struct LineupRow {
-    std::uint32_t frequencyMHz; ///< of its transponder
-    std::int32_t channelNumber; ///< as shown to the viewer; 0 or less ends the table
-    std::uint32_t type; ///< ITVService::ServiceInfo::Type
-    const char* name;
-    std::uint32_t originalNetworkId; ///< DVB original_network_id
-    std::uint32_t transportStreamId; ///< DVB transport_stream_id; carried, used nowhere
-    std::uint32_t dvbServiceId; ///< DVB service_id
-    std::uint32_t guideServiceId; ///< 0 until DummyTVModule::init() gives one
-    const char* provider; ///< may be empty
-    bool scrambled;
-    bool highDefinition;
-    bool visible;
-    bool selectable;
+/// What is on the air: the services of a table, and the transponders that carry them.
+///
+/// load() comes before anything is asked; from then on it is only read, by any thread and
+/// without a lock.
+class Lineup {
+public:
+    /// A service that the guide has events of: its DVB service_id and the id that they bear.
+    struct GuideLink {
+        std::uint32_t dvbServiceId, guideServiceId;
+    };
+
+    /// @param rows  stay where they are, and are written by load()
+    explicit Lineup(std::span<LineupRow> rows) : rows_(rows) {}
+
+    /// Gives every row its guide service id, and puts every service on its transponder.
+    ///
+    /// A row that the guide does not know is numbered on from the largest id of the guide, in the
+    /// order of the table. A second call puts every service there a second time.
+    /// @throws std::bad_alloc
+    void load(std::span<const GuideLink> guide);
+
+    std::span<const LineupRow> getRows() const { return rows_; }
+
+    /// In the order in which the table names them; none before load().
+    const std::vector<TransponderInfo>& getTransponders() const { return transponders_; }
+
+    /// Returns null where nothing is sent. The pointer is good until the next load().
+    const TransponderInfo* findTransponder(std::uint32_t frequencyMHz) const;
+
+private:
+    void linkToGuide(std::span<const GuideLink> guide);
+    void numberTheRest(std::uint32_t largest);
+    void fillTransponders();
+
+    std::span<LineupRow> rows_;
+    std::vector<TransponderInfo> transponders_;
 };
 
-/// The line-up, one table for all modules of the process. An all-zero row ends it.
-extern LineupRow lineup[];
+/// The built-in line-up, one for all modules of the process. DummyTVModule::init() loads it.
+Lineup& builtInLineup();
 
 } // namespace Ostrel::TV

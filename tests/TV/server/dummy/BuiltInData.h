@@ -3,14 +3,13 @@
 #include "TV/server/dummy/guide/GenreList.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/lineup/Lineup.h"
-#include "TV/server/dummy/lineup/TransponderInfo.h"
 
 /// Takes back what init() has written for the whole process, so that another module may run it.
 inline void forgetBuiltInData() {
     using namespace Ostrel::TV;
-    for (LineupRow* row = lineup; row->channelNumber > 0; ++row)
-        row->guideServiceId = 0;
-    transponderStore.clear();
+    for (LineupRow& row : lineupRows())
+        row.guideServiceId = 0;
+    builtInLineup() = Lineup(lineupRows());
     startTimeIndex.clear();
     genreList.clear();
 }

@@ -203,7 +203,7 @@ TEST_F(ScanTest, ScanOfAnEmptyListEndsAtTheFirstStep) {
     EXPECT_EQ(countTasks(), 0u);
 }
 
-TEST_F(ScanTest, ScanOfAnEmptyListSurvivesAClockSetBack) {
+TEST_F(ScanTest, ScanOfAnEmptyListSurvivesTimeBeforeTheStartCountsAsTheStart) {
     context.transponderListDeleteAll(1);
     context.scanStart(3, 0);
     time.set(start - 1000);
@@ -361,13 +361,12 @@ TEST_F(ScanTest, CountedTwice) {
 }
 
 TEST_F(ScanTest, DataServicesAreCountedApartAndOthersNowhere) {
-    using Type = ITVService::ServiceInfo::Type;
-    const auto service = [](unsigned number, Type type) {
-        return ITVService::ServiceInfo(number, "S", "dvb://1..1", 1, type, "", false, false, true, true);
+    const auto row = [](int channelNumber, unsigned type) {
+        return LineupRow{474, channelNumber, type, "S", 1, 1, 1, 0, "", false, false, true, true};
     };
-    transponderStore.push_back({474, {}});
-    transponderStore.back().services = {service(801, Type::Data), service(802, static_cast<Type>(4)),
-                                        service(801, Type::Data)};
+    std::vector<LineupRow> rows{row(801, 3), row(802, 4), row(801, 3)};
+    builtInLineup() = Lineup(rows);
+    builtInLineup().load({});
     context.scanBlindStart(1, 0);
     time.advance(1);
     context.scanStop(1);

@@ -1,4 +1,4 @@
-// What init() makes of the guide: the index, the ids of the line-up, the clock and the genres.
+// What init() makes of the guide: the index, the clock and the genres.
 
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/DummyTVModule.h"
@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -114,53 +113,6 @@ TEST(CompareStartTimesTest, LooksAtTheStartAlone) {
     late.Start = early.Start;
     EXPECT_FALSE(compareStartTimes()(&early, &late));
     EXPECT_FALSE(compareStartTimes()(&late, &early));
-}
-
-TEST_F(GuideInitTest, LineUpTakesTheIdsOfTheGuide) {
-    module.init();
-    std::map<std::uint32_t, std::int32_t> known;
-    for (const epgentry& row : guideRows())
-        known[row.DvbSid] = row.ServiceId;
-    std::map<std::string, std::uint32_t> ids;
-    unsigned linked = 0;
-    for (const LineupRow* row = lineup; row->channelNumber > 0; ++row) {
-        ids[row->name] = row->guideServiceId;
-        const auto found = known.find(row->dvbServiceId);
-        if (found == known.end())
-            continue;
-        ++linked;
-        EXPECT_EQ(static_cast<std::int32_t>(row->guideServiceId), found->second) << row->name;
-    }
-    EXPECT_EQ(linked, 74u);
-    EXPECT_EQ(ids["BBC HD"], 1000u);
-    EXPECT_EQ(ids["ITV1"], 1033u);
-    EXPECT_EQ(ids["BBC ONE"], 1043u);
-}
-
-TEST_F(GuideInitTest, ServicesWithoutAGuideFollowInTheOrderOfTheLineUp) {
-    module.init();
-    std::vector<std::pair<std::uint32_t, std::string>> without;
-    for (const LineupRow* row = lineup; row->channelNumber > 0; ++row)
-        if (row->guideServiceId > 1084)
-            without.emplace_back(row->guideServiceId, row->name);
-    ASSERT_EQ(without.size(), 22u);
-    for (std::size_t index = 0; index != without.size(); ++index)
-        EXPECT_EQ(without[index].first, 1085 + index) << without[index].second;
-    EXPECT_EQ(without.front().second, "ITV3");
-    EXPECT_EQ(without[20].second, "Television X");
-    EXPECT_EQ(without[21].second, "Daystar");
-}
-
-TEST_F(GuideInitTest, TheFirstOneGetsTheGuide) {
-    LineupRow& first = lineup[0];
-    LineupRow* const second = std::find_if(
-        lineup, lineup + 96, [](const LineupRow& row) { return row.name == std::string("BBC ONE"); });
-    const std::uint32_t own = first.dvbServiceId;
-    first.dvbServiceId = second->dvbServiceId;
-    module.init();
-    first.dvbServiceId = own;
-    EXPECT_EQ(first.guideServiceId, 1043u);
-    EXPECT_EQ(second->guideServiceId, 1105u); // one without a guide, before Daystar
 }
 
 TEST_F(GuideInitTest, WithoutAFakeClockItIsTheSystems) {

@@ -5,8 +5,10 @@
 #include "TV/interfaces/ITVService.h"
 #include "TV/server/TVModule.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <optional>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -37,22 +39,48 @@ public:
     /// Adds a frequency behind its equals; a duplicate is kept. Always true.
     bool addTransponderUnderLock(unsigned frequencyMHz) OSTREL_REQUIRES(mutex);
 
-    /// One step of the scan, from the wall clock.
-    /// @returns whether it goes on
+    /// Starts a scan over the transponder list and tells the listeners: its start, and its 0
+    /// percent. A task takes it from there. The later events bear the source of the latest blind
+    /// scan, not this one.
+    /// @returns false, and nothing has changed, while a scan runs
+    /// @throws std::bad_alloc
+    bool startScanUnderLock(const unsigned& sourceId) OSTREL_REQUIRES(mutex);
+
+    /// The same over every frequency of the band, and the source is kept for the later events.
+    bool startBlindScanUnderLock(const unsigned& sourceId) OSTREL_REQUIRES(mutex);
+
+    /// What the scan's task does twice a second: updateScanUnderLock(false), with the lock.
+    /// @returns whether there is a scan to come back for
     bool updateScan();
 
-    /// Tells the listeners how far a running scan has got, and adds the services of the
-    /// transponders that it has reached.
+    /// Takes a running scan on to where the clock says it is, and ends it when that is its end.
     ///
-    /// The events come before the services of this step, with the lock held: whoever asks
-    /// because of one waits for the lock and finds them all.
+    /// What has changed is raised first and merged afterwards, all with the lock held: a listener
+    /// that sends somebody to look makes them wait for this step's services.
     ///
     /// @param stop  ends the scan, wherever it is
     /// @returns whether a scan was running
     bool updateScanUnderLock(bool stop) OSTREL_REQUIRES(mutex);
 
-    /// How far the scan has got that runs or ran last.
+    /// The scan that runs, or the one that ran last. All contexts share it.
     struct ScanState {
+        /// Starts over: one second for each frequency, in this order.
+        void begin(std::vector<std::uint32_t> wanted);
+
+        /// Moves to the percentage that the clock says; at the end the scan no longer runs.
+        /// @returns whether the percentage has changed
+        bool step();
+
+        /// Ends the scan where it is.
+        /// @returns whether it was running
+        bool stop();
+
+        /// How many of the frequencies have been visited, to the nearest whole one.
+        std::size_t countVisited() const;
+
+        /// @returns nothing before the first scan
+        std::optional<ITVConfig::ScanInfo> describe() const;
+
         bool scanning = false;
         bool infoValid = false; ///< some scan has been started since init()
         std::uint32_t progress = 0; ///< whole percent, 0 to 100
@@ -80,6 +108,9 @@ public:
 private:
     void fillServices();
 
+    /// Tells what begins, and gives it a task.
+    void beginScanUnderLock(const unsigned& sourceId, std::vector<std::uint32_t> frequencies)
+        OSTREL_REQUIRES(mutex);
     void mergeTransponderUnderLock(std::uint32_t frequencyMHz) OSTREL_REQUIRES(mutex);
     void mergeServiceUnderLock(const ITVService::ServiceInfo& service) OSTREL_REQUIRES(mutex);
 };

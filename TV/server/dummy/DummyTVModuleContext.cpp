@@ -26,7 +26,7 @@ DummyTVModuleContext::~DummyTVModuleContext() {
 // Any context that goes ends the scan, whoever started it, without the lock and without an event.
 // Meant so: docs/oddities.md, "Deleting a context ends the scan".
 void DummyTVModuleContext::uninit() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    module->scanState.scanning = false;
+    module->scanState.stop();
 }
 
 void DummyTVModuleContext::fail(const char* operation, ReturnCode code, int line) {
@@ -49,24 +49,26 @@ bool DummyTVModuleContext::serviceListSet(const std::string& base) {
     return true;
 }
 
-VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListGet(const unsigned& count) {
+VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListGet(const unsigned& limit) {
     if (!listSelected)
         fail("serviceListGet", ReturnCode::InvalidState, __LINE__);
     // A sum past 4294967295 wraps, and then there is nothing to give.
-    // Meant so: docs/oddities.md, "A count that wraps".
-    const std::uint32_t wanted = position + count;
+    // Meant so: docs/oddities.md, "A limit that wraps".
+    const std::uint32_t wanted = position + limit;
 
     const Mutex::Hold hold(module->mutex);
-    const auto& list = selectedListUnderLock();
-    const auto end = std::min<std::size_t>(wanted, list.size());
+    const auto& selected = selectedListUnderLock();
+    const auto end = std::min<std::size_t>(wanted, selected.size());
     VectorObject<ServiceInfo> slice;
     for (std::size_t index = position; index < end; ++index)
-        slice.push_back(list[index]);
+        slice.push_back(selected[index]);
     return slice;
 }
 
-VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListRead(const unsigned& count) {
-    auto slice = serviceListGet(count);
+VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListRead(const unsigned& limit) {
+    auto slice = serviceListGet(limit);
+    // The lock is back by now: the cursor belongs to one client, which waits for its answer.
+    // Meant so: docs/oddities.md, "Cursor moved outside the lock".
     position += static_cast<std::uint32_t>(slice.size());
     return slice;
 }
@@ -105,11 +107,11 @@ unsigned DummyTVModuleContext::serviceListSeek(const int& offset,
 
 template <typename Matches> bool DummyTVModuleContext::seekFirst(Matches matches) {
     const Mutex::Hold hold(module->mutex);
-    const auto& list = selectedListUnderLock();
-    const auto found = std::find_if(list.begin(), list.end(), matches);
-    if (found == list.end())
+    const auto& selected = selectedListUnderLock();
+    const auto found = std::find_if(selected.begin(), selected.end(), matches);
+    if (found == selected.end())
         return false;
-    position = static_cast<std::uint32_t>(found - list.begin());
+    position = static_cast<std::uint32_t>(found - selected.begin());
     return true;
 }
 
@@ -132,12 +134,12 @@ unsigned DummyTVModuleContext::serviceListSeekByChannelNumber(const unsigned& ch
 // Unlike its neighbours this operation takes no lock; the turn keeps two deletes apart.
 // Meant so: docs/oddities.md, "Delete without the lock".
 bool DummyTVModuleContext::serviceListDelete() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    auto& list = module->services;
+    auto& services = module->services;
     if (!listSelected || !listIsAll)
         fail("serviceListDelete", ReturnCode::InvalidState, __LINE__);
-    if (position >= list.size())
+    if (position >= services.size())
         fail("serviceListDelete", ReturnCode::InvalidState, __LINE__);
-    list.erase(list.begin() + position);
+    services.erase(services.begin() + position);
     return true;
 }
 

@@ -30,8 +30,8 @@ public:
     unsigned serviceListSeekByUri(const std::string& uri) override;
     unsigned serviceListSeekByChannelNumber(const unsigned& channelNumber) override;
     bool serviceListSet(const std::string& base) override;
-    VectorObject<ServiceInfo> serviceListRead(const unsigned& count) override;
-    VectorObject<ServiceInfo> serviceListGet(const unsigned& count) override;
+    VectorObject<ServiceInfo> serviceListRead(const unsigned& limit) override;
+    VectorObject<ServiceInfo> serviceListGet(const unsigned& limit) override;
     unsigned serviceListSeek(const int& offset, const unsigned& whence) override;
     VectorObject<std::string> nowNextGet(const unsigned& id, const std::string& outputFormat) override;
     SignalStatus signalStatusGet(const unsigned& sourceId) override;
@@ -65,16 +65,12 @@ private:
     /// @returns false when none does
     template <typename Matches> bool seekFirst(Matches matches);
 
-    /// Prepares a scan over the frequencies and announces it. The caller starts its task.
-    void beginScanUnderLock(const unsigned& sourceId, std::vector<std::uint32_t> frequencies)
-        OSTREL_REQUIRES(module->mutex);
-    void spawnScannerUnderLock() OSTREL_REQUIRES(module->mutex);
     bool updateScanUnderLock(bool stop) OSTREL_REQUIRES(module->mutex);
 
     DummyTVModule* module;
     bool listIsAll = false; ///< services is selected, otherwise scannedServices
     bool listSelected = false;
-    std::uint32_t position = 0; ///< index of the next service; the list's size at the end
+    std::uint32_t position = 0; ///< the cursor: index in the selected list, its size at the end
 };
 
 } // namespace Ostrel::TV

@@ -1,12 +1,68 @@
-// The scan: it plays back what the line-up has on the air, one second for each frequency.
+// The scan, from its start to its end: it plays back what the line-up has on the air, one second
+// for each frequency.
 
 #include "TV/server/dummy/DummyTVModule.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <utility>
 
 namespace Ostrel::TV {
+
+namespace {
+
+constexpr std::uint32_t bandStartMHz = 474;
+constexpr std::uint32_t bandEndMHz = 851;
+constexpr std::uint32_t bandStepMHz = 8;
+
+constexpr unsigned stepMsec = 500;
+constexpr int scannerPriority = 128;
+constexpr unsigned scannerStack = 4u << 20; // bytes
+
+std::vector<std::uint32_t> makeBand() {
+    std::vector<std::uint32_t> frequencies;
+    for (auto frequencyMHz = bandStartMHz; frequencyMHz < bandEndMHz; frequencyMHz += bandStepMHz)
+        frequencies.push_back(frequencyMHz);
+    return frequencies;
+}
+
+int runScanner(void* module) {
+    while (static_cast<DummyTVModule*>(module)->updateScan())
+        OS_TaskDelayMsec(stepMsec);
+    return 0;
+}
+
+} // namespace
+
+bool DummyTVModule::startBlindScanUnderLock(const unsigned& sourceId) {
+    if (scanState.scanning)
+        return false;
+    scanState.sourceId = sourceId;
+    beginScanUnderLock(sourceId, makeBand());
+    return true;
+}
+
+// The source is not kept: after the first two events those of the latest blind scan bear its own.
+// Meant so: docs/oddities.md, "Source of the latest blind scan".
+bool DummyTVModule::startScanUnderLock(const unsigned& sourceId) {
+    if (scanState.scanning)
+        return false;
+    beginScanUnderLock(sourceId, transponders);
+    return true;
+}
+
+// A stopped scan's task may still sleep; then both step the new scan. So quick starts and stops
+// gather tasks, up to the platform's limit; a start that gets none is stepped by those.
+//
+// Without any task the scan runs until somebody stops it.
+// Meant so: docs/oddities.md, "Scan without a task".
+void DummyTVModule::beginScanUnderLock(const unsigned& sourceId, std::vector<std::uint32_t> frequencies) {
+    scanState.begin(std::move(frequencies));
+    scannedServices.clear();
+    onScanStart(sourceId);
+    onScanProgress(sourceId, 0);
+    scanState.task = OS_TaskSpawnParam("scanner", scannerPriority, scannerStack, runScanner, this, 0);
+}
 
 bool DummyTVModule::updateScan() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     {
@@ -17,35 +73,19 @@ bool DummyTVModule::updateScan() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 bool DummyTVModule::updateScanUnderLock(bool stop) {
-    ScanState& scan = scanState;
-    if (!scan.scanning)
+    if (!scanState.scanning)
         return false;
 
-    // The clock may be set back while a scan runs: the time before its start counts as the start.
-    const auto now = std::max(std::time(nullptr), scan.startTime);
-    if (now < scan.endTime) {
-        const auto percent =
-            static_cast<std::uint32_t>((now - scan.startTime) * 100 / (scan.endTime - scan.startTime));
-        if (percent != scan.progress) {
-            scan.progress = percent;
-            onScanProgress(scan.sourceId, scan.progress);
-        }
-    } else {
-        scan.scanning = false;
-        if (scan.progress != 100) {
-            scan.progress = 100;
-            onScanProgress(scan.sourceId, scan.progress);
-        }
-        onScanComplete(scan.sourceId);
-    }
-    if (stop && scan.scanning) {
-        scan.scanning = false;
-        onScanComplete(scan.sourceId);
-    }
+    const bool moved = scanState.step();
+    const bool ended = !scanState.scanning;
+    if (moved)
+        onScanProgress(scanState.sourceId, scanState.progress);
+    if (ended || (stop && scanState.stop()))
+        onScanComplete(scanState.sourceId);
 
-    const auto reached = (scan.frequencies.size() * scan.progress + 50) / 100; // the nearest transponder
-    for (; scan.nextIndex < reached; ++scan.nextIndex)
-        mergeTransponderUnderLock(scan.frequencies[scan.nextIndex]);
+    const auto visited = scanState.countVisited();
+    for (; scanState.nextIndex < visited; ++scanState.nextIndex)
+        mergeTransponderUnderLock(scanState.frequencies[scanState.nextIndex]);
     return true;
 }
 
@@ -86,6 +126,45 @@ void DummyTVModule::mergeServiceUnderLock(const ITVService::ServiceInfo& service
         ++scanState.type3Services;
         break;
     }
+}
+
+void DummyTVModule::ScanState::begin(std::vector<std::uint32_t> wanted) {
+    scanning = true;
+    infoValid = true;
+    progress = 0;
+    servicesFound = 0;
+    tvServices = 0;
+    radioServices = 0;
+    type3Services = 0;
+    nextIndex = 0;
+    frequencies = std::move(wanted);
+    startTime = std::time(nullptr);
+    endTime = startTime + static_cast<std::time_t>(frequencies.size());
+}
+
+bool DummyTVModule::ScanState::step() {
+    // The clock may be set back while a scan runs: the time before its start counts as the start.
+    // Meant so: docs/oddities.md, "A clock set back".
+    const auto now = std::max(std::time(nullptr), startTime);
+    scanning = now < endTime;
+    const auto percent =
+        scanning ? static_cast<std::uint32_t>((now - startTime) * 100 / (endTime - startTime)) : 100;
+    return std::exchange(progress, percent) != percent;
+}
+
+bool DummyTVModule::ScanState::stop() {
+    return std::exchange(scanning, false);
+}
+
+std::size_t DummyTVModule::ScanState::countVisited() const {
+    return (frequencies.size() * progress + 50) / 100;
+}
+
+std::optional<ITVConfig::ScanInfo> DummyTVModule::ScanState::describe() const {
+    if (!infoValid)
+        return std::nullopt;
+    return ITVConfig::ScanInfo(scanning, progress, 0, 0, 0, 0, 0, servicesFound, tvServices, radioServices,
+                               type3Services, 0, 0);
 }
 
 } // namespace Ostrel::TV

@@ -203,7 +203,7 @@ TEST_F(ScanTest, ScanOfAnEmptyListEndsAtTheFirstStep) {
     EXPECT_EQ(countTasks(), 0u);
 }
 
-TEST_F(ScanTest, ScanOfAnEmptyListSurvivesTimeBeforeTheStartCountsAsTheStart) {
+TEST_F(ScanTest, ScanOfAnEmptyListSurvivesAClockSetBack) {
     context.transponderListDeleteAll(1);
     context.scanStart(3, 0);
     time.set(start - 1000);
@@ -432,7 +432,7 @@ TEST_F(ScanTest, FrequencyWithoutATransponderIsPassedOver) {
     EXPECT_EQ(newCount(), 4u);
 }
 
-TEST_F(ScanTest, TimeBeforeTheStartCountsAsTheStart) {
+TEST_F(ScanTest, AClockSetBack) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(1, 0);
     recorder.take();

@@ -24,10 +24,10 @@ protected:
     void SetUp() override { module.init(); }
     void TearDown() override { forgetBuiltInData(); }
 
-    /// The channel numbers of a list, as text.
-    static std::string numbers(const VectorObject<ITVService::ServiceInfo>& list) {
+    /// The channel numbers of these services, as text.
+    static std::string numbers(const VectorObject<ITVService::ServiceInfo>& services) {
         std::string text;
-        for (const auto& service : list) {
+        for (const auto& service : services) {
             if (!text.empty())
                 text += ' ';
             text += std::to_string(service.getChannelNumber());
@@ -123,7 +123,7 @@ TEST_F(ServiceListTest, GetEndsWithTheList) {
     EXPECT_EQ(position(), 96u);
 }
 
-TEST_F(ServiceListTest, ACountThatWraps) {
+TEST_F(ServiceListTest, ALimitThatWraps) {
     context.serviceListSet("all");
     EXPECT_EQ(context.serviceListGet(4294967295u).size(), 96u);
     context.serviceListSeek(5, 0);
@@ -322,6 +322,31 @@ TEST_F(ServiceListTest, CursorsAreTheContextsOwn) {
     context.serviceListRead(3);
     EXPECT_EQ(numbers(other.serviceListRead(2)), "1 2");
     EXPECT_EQ(numbers(context.serviceListRead(1)), "4");
+}
+
+/// Gives one service without a look at the module, so that reading needs no lock for it.
+class LocklessContext : public DummyTVModuleContext {
+public:
+    using DummyTVModuleContext::DummyTVModuleContext;
+
+    VectorObject<ServiceInfo> serviceListGet(const unsigned&) override {
+        VectorObject<ServiceInfo> services;
+        services.emplace_back(1u, "S", "", 1u, ServiceInfo::Type::Television, "", false, false, true, true);
+        return services;
+    }
+};
+
+TEST_F(ServiceListTest, CursorMovedOutsideTheLock) {
+    LocklessContext reader(&module);
+    reader.serviceListSet("all");
+    std::future<VectorObject<ITVService::ServiceInfo>> read;
+    {
+        const Mutex::Hold hold(module.mutex);
+        read = std::async(std::launch::async, [&] { return reader.serviceListRead(5); });
+        EXPECT_EQ(read.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    }
+    EXPECT_EQ(read.get().size(), 1u) << "what the context's own serviceListGet gives";
+    EXPECT_EQ(reader.serviceListSeek(0, 1), 1u);
 }
 
 TEST_F(ServiceListTest, DeleteWithoutTheLock) {

@@ -93,6 +93,8 @@ bool TVRPCServer::init() {
     return TVServer::init() && RPCServer::init();
 }
 
+// This method and the next catch nothing: the platform answers what is thrown.
+// Meant so: docs/oddities.md, "A failure leaves the handler".
 std::string TVRPCServer::createContext(const Call& call) {
     const std::uint32_t identifier =
         contexts_.add([this] { return getModule()->createContext(); }, call.getPeer());

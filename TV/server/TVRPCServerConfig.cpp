@@ -41,6 +41,8 @@ std::string TVRPCServer::scanStop(const Call& call) {
         lines);
 }
 
+// The flag is read first and passed last.
+// Meant so: docs/oddities.md, "scanHomeStart reads the flag first".
 std::string TVRPCServer::scanHomeStart(const Call& call) {
     constexpr Lines lines{384, 393};
     return answer(

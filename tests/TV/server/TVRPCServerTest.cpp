@@ -242,7 +242,7 @@ TEST_F(TVRPCServerTest, DeletedContextIsUnknown) {
 }
 
 // Neither method that makes or deletes a context catches anything: the platform answers.
-TEST_F(TVRPCServerTest, RefusalOfDeleteContextLeavesTheHandler) {
+TEST_F(TVRPCServerTest, AFailureLeavesTheHandlerOfDeleteContext) {
     const auto context = createContext();
     for (const std::uint32_t stranger : {0u, context ^ 1u}) {
         LogCapture log;
@@ -253,7 +253,7 @@ TEST_F(TVRPCServerTest, RefusalOfDeleteContextLeavesTheHandler) {
     EXPECT_EQ(module.contexts, 1u);
 }
 
-TEST_F(TVRPCServerTest, ExceptionOfCreateContextLeavesTheHandler) {
+TEST_F(TVRPCServerTest, AFailureLeavesTheHandlerOfCreateContext) {
     module.onCall = [] { throw Exception(ReturnCode::OutOfMemory); };
     LogCapture log;
     EXPECT_EQ(call("ITVService", "createContext", "{}"),

@@ -15,6 +15,8 @@ NowNext findNowNext(unsigned serviceId, std::int64_t time) {
         return index.starts()[position] <= time;
     });
     NowNext found;
+    // What comes up is not looked for then.
+    // Meant so: docs/oddities.md, "No next without a now".
     if (behind == positions.begin() || index.ends()[behind[-1]] <= time)
         return found;
     found.now = index[behind[-1]];

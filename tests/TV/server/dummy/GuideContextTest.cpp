@@ -125,6 +125,17 @@ TEST_F(GuideContextTest, AServiceWithoutGuideHasNeitherNowNorNext) {
     EXPECT_FALSE(context.queryNowNextEventInfo(1043).empty());
 }
 
+TEST_F(GuideContextTest, NoNextWithoutANow) {
+    const epgentry& first = guideRows()[guideStartOrder().front()];
+    const auto service = static_cast<unsigned>(first.ServiceId);
+    FakeTime time(first.Start - 1);
+    EXPECT_TRUE(context.queryNowNextEventInfo(service).empty());
+    EXPECT_TRUE(context.nowNextGet(service, "quoriljson").empty());
+    time.advance(1);
+    EXPECT_FALSE(context.queryNowNextEventInfo(service).empty());
+    EXPECT_FALSE(context.nowNextGet(service, "quoriljson").empty());
+}
+
 TEST_F(GuideContextTest, NowNextKnowsTwoFormats) {
     FakeTime time(1318748400);
     for (const char* format : {"quoril", "", "QuorilXml", "quoriljson "})

@@ -4,8 +4,8 @@
 
 #include "TV/server/dummy/data/TextFile.h"
 
-#include <iostream>
 #include <string>
+#include <vector>
 
 namespace Ostrel::TV {
 
@@ -17,7 +17,8 @@ std::string nibbles(long code) {
     return std::to_string(code >> 4) + ", " + std::to_string(code & 0xF);
 }
 
-void run(const std::string& output, const std::string& input) {
+void run(const std::vector<std::string>& arguments) {
+    const std::string &output = arguments.at(0), &input = arguments.at(1);
     const auto lines = readTextFile(input);
     std::string rows;
     long before = -1;
@@ -55,14 +56,5 @@ void run(const std::string& output, const std::string& input) {
 } // namespace Ostrel::TV
 
 int main(int count, char** arguments) {
-    if (count != 3) {
-        std::cerr << "usage: GenreCompiler OUTPUT FILE\n";
-        return 1;
-    }
-    try {
-        Ostrel::TV::run(arguments[1], arguments[2]);
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return Ostrel::TV::runProgram(count, arguments, 2, "GenreCompiler OUTPUT FILE", Ostrel::TV::run);
 }

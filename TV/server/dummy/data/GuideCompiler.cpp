@@ -1,14 +1,14 @@
-// Makes the constant guide table from the guide files.
+// Makes the constant guide table from the guide files of the services.
 //
-//     GuideCompiler OUTPUT FILE...
+//     GuideCompiler OUTPUT DATA GUIDE
 //
 // Stops with "file:line: reason" at the first row that breaks a rule.
 
 #include "TV/server/dummy/data/GuideRules.h"
 #include "TV/server/dummy/data/GuideText.h"
+#include "TV/server/dummy/data/Services.h"
 
 #include <algorithm>
-#include <iostream>
 #include <numeric>
 #include <string>
 #include <unordered_map>
@@ -202,11 +202,11 @@ std::string writeTable(const std::vector<GuideFile>& guide) {
            "} // namespace Ostrel::TV\n";
 }
 
-void run(const std::string& output, const std::vector<std::string>& files) {
+void run(const std::vector<std::string>& arguments) {
+    const std::string &output = arguments.at(0), &data = arguments.at(1), &directory = arguments.at(2);
     std::vector<GuideFile> guide;
-    guide.reserve(files.size());
-    for (const std::string& file : files)
-        guide.push_back(readGuide(file));
+    for (const Service& service : readServices(data + "/services.txt", data + "/lineup.txt"))
+        guide.push_back(readGuide(directory + "/" + service.guideFile()));
     checkGuide(guide);
     writeTextFile(output, writeTable(guide));
 }
@@ -216,14 +216,5 @@ void run(const std::string& output, const std::vector<std::string>& files) {
 } // namespace Ostrel::TV
 
 int main(int count, char** arguments) {
-    if (count < 3) {
-        std::cerr << "usage: GuideCompiler OUTPUT FILE...\n";
-        return 1;
-    }
-    try {
-        Ostrel::TV::run(arguments[1], {arguments + 2, arguments + count});
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return Ostrel::TV::runProgram(count, arguments, 3, "GuideCompiler OUTPUT DATA GUIDE", Ostrel::TV::run);
 }

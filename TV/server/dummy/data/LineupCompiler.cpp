@@ -7,9 +7,9 @@
 #include "TV/server/dummy/data/TextFile.h"
 
 #include <cstdio>
-#include <iostream>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Ostrel::TV {
 
@@ -83,7 +83,8 @@ private:
     std::set<long> services_; ///< DVB service ids
 };
 
-void run(const std::string& output, const std::string& input) {
+void run(const std::vector<std::string>& arguments) {
+    const std::string &output = arguments.at(0), &input = arguments.at(1);
     Rows rows;
     std::string made;
     for (const TextLine& line : readTextFile(input))
@@ -109,14 +110,5 @@ void run(const std::string& output, const std::string& input) {
 } // namespace Ostrel::TV
 
 int main(int count, char** arguments) {
-    if (count != 3) {
-        std::cerr << "usage: LineupCompiler OUTPUT FILE\n";
-        return 1;
-    }
-    try {
-        Ostrel::TV::run(arguments[1], arguments[2]);
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return Ostrel::TV::runProgram(count, arguments, 2, "LineupCompiler OUTPUT FILE", Ostrel::TV::run);
 }

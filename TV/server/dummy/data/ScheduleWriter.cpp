@@ -279,14 +279,6 @@ void run(const std::vector<std::string>& arguments) {
 } // namespace Ostrel::TV
 
 int main(int count, char** arguments) {
-    if (count < 3) {
-        std::cerr << "usage: ScheduleWriter DATA GUIDE [SLUG...]\n";
-        return 1;
-    }
-    try {
-        Ostrel::TV::run({arguments + 1, arguments + count});
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << "\n";
-        return 1;
-    }
+    return Ostrel::TV::runProgram(count, arguments, 2, "ScheduleWriter DATA GUIDE [SLUG...]",
+                                  Ostrel::TV::run);
 }

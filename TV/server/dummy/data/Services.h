@@ -23,7 +23,7 @@ struct Service {
     std::string character;
     TextLine line;
 
-    /// The name of its file under guide/.
+    /// The name of its guide file.
     std::string guideFile() const { return std::to_string(id) + "-" + slug + ".txt"; }
 };
 

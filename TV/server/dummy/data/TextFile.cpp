@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <utility>
 
@@ -130,6 +131,21 @@ std::vector<std::string> splitText(std::string_view text, char separator) {
         if (end == std::string_view::npos)
             return parts;
         text.remove_prefix(end + 1);
+    }
+}
+
+int runProgram(int count, char** arguments, int least, const char* usage,
+               void (*run)(const std::vector<std::string>& arguments)) {
+    if (count <= least) {
+        std::cerr << "usage: " << usage << "\n";
+        return 1;
+    }
+    try {
+        run({arguments + 1, arguments + count});
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << "\n";
+        return 1;
     }
 }
 

@@ -56,4 +56,11 @@ void writeTextFile(const std::string& path, std::string_view bytes);
 /// Splits at a separator and takes the blanks off each part. An empty text has no parts.
 std::vector<std::string> splitText(std::string_view text, char separator);
 
+/// The main() of a program that works on data files: calls `run` with the arguments.
+///
+/// Returns the exit status. Fewer arguments than `least` get the usage, an exception its text
+/// on standard error.
+int runProgram(int count, char** arguments, int least, const char* usage,
+               void (*run)(const std::vector<std::string>& arguments));
+
 } // namespace Ostrel::TV

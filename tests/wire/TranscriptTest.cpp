@@ -1,3 +1,5 @@
+#include "tests/wire/Transcript.h"
+#include "Ostrel/runtime/TaskStepper.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WireClient.h"
@@ -5,103 +7,125 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Ostrel::Test {
 namespace {
 
-/// One message to the service and what comes back; an empty reply is none.
-struct Exchange {
-    std::string request;
-    std::string reply;
+/// A client's way to say a transcript's requests and to hear what is said to it.
+class Conversation {
+public:
+    virtual ~Conversation() = default;
+
+    virtual void say(const std::string& request) = 0;
+
+    /// The next reply or notification.
+    virtual std::string hear() = 0;
+
+    virtual bool hearsNotifications() const = 0;
 };
 
-/// Reads a transcript: "> " before a request, "< " before its reply, "#" before a comment.
-std::vector<Exchange> readTranscript(const std::string& name) {
-    std::ifstream file(OSTREL_TRANSCRIPTS "/" + name + ".txt");
-    std::vector<Exchange> exchanges;
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("> "))
-            exchanges.push_back({line.substr(2), {}});
-        else if (line.starts_with("< "))
-            exchanges.back().reply = line.substr(2);
-    }
-    return exchanges;
-}
-
-/// Plays a transcript. "$context" stands for the number that the service gave in its place.
-class Player {
+class WebSocketConversation final : public Conversation {
 public:
-    /// @param exchange  sends a request and returns the reply, or an empty text when none came
-    explicit Player(std::function<std::string(const Exchange&)> exchange) : exchange_(std::move(exchange)) {}
+    explicit WebSocketConversation(const Address& address) : client_(address) { client_.upgrade(); }
 
-    void play(const std::vector<Exchange>& transcript) {
-        for (const auto& each : transcript) {
-            const Exchange filled{fill(each.request), each.reply};
-            const auto reply = exchange_(filled);
-            if (const auto at = each.reply.find(variable); context_.empty() && at != std::string::npos)
-                context_ = reply.substr(at, reply.find_first_not_of("0123456789", at) - at);
-            EXPECT_EQ(reply, fill(each.reply)) << "after " << filled.request;
-        }
-    }
+    void say(const std::string& request) override { client_.sendText(request); }
+    std::string hear() override { return client_.readFrame().payload; }
+    bool hearsNotifications() const override { return true; }
 
 private:
-    static constexpr std::string_view variable = "$context";
+    WireClient client_;
+};
+
+class PostConversation final : public Conversation {
+public:
+    explicit PostConversation(const Address& address) : client_(address) {}
+
+    void say(const std::string& request) override {
+        EXPECT_EQ(body_, "") << "before " << request;
+        auto answer = client_.post("/rpc/TV", request);
+        EXPECT_EQ(answer.status, answer.body.empty() ? 204 : 200) << "after " << request;
+        body_ = std::move(answer.body);
+    }
+    std::string hear() override { return std::exchange(body_, {}); }
+    bool hearsNotifications() const override { return false; }
+
+private:
+    WireClient client_;
+    std::string body_; ///< of the latest answer, until it is heard
+};
+
+class TranscriptTest : public testing::TestWithParam<std::string> {
+protected:
+    void play(Conversation&& conversation) {
+        std::string request;
+        for (const auto& line : readTranscript(GetParam())) {
+            switch (line.mark) {
+            case TranscriptLine::Mark::Request:
+                request = fill(line.text);
+                conversation.say(request);
+                break;
+            case TranscriptLine::Mark::Notification:
+                if (!conversation.hearsNotifications())
+                    break;
+                [[fallthrough]];
+            case TranscriptLine::Mark::Reply: {
+                const auto heard = conversation.hear();
+                learnContext(line.text, heard);
+                EXPECT_EQ(heard, fill(line.text)) << "after " << request;
+                break;
+            }
+            case TranscriptLine::Mark::Clock:
+                time_.advance(std::stoi(line.text));
+                for (const TaskHandle task : tasks_.getTasks())
+                    tasks_.step(task);
+                break;
+            }
+        }
+        // Whatever came that the transcript does not know stands before this reply.
+        conversation.say("[]");
+        EXPECT_EQ(conversation.hear(),
+                  R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,"message":"the batch is empty"}})");
+    }
+
+    const std::vector<Address> addresses_ = theHost().getAddresses();
+
+private:
+    void learnContext(const std::string& expected, const std::string& heard) {
+        const auto at = expected.find(contextVariable);
+        if (context_.empty() && at < heard.size())
+            context_ = heard.substr(at, heard.find_first_not_of("0123456789", at) - at);
+    }
 
     std::string fill(std::string text) const {
-        for (std::size_t at = 0; !context_.empty() && (at = text.find(variable)) != std::string::npos;)
-            text.replace(at, variable.size(), context_);
+        for (std::size_t at = 0; !context_.empty() && (at = text.find(contextVariable)) != std::string::npos;)
+            text.replace(at, contextVariable.size(), context_);
         return text;
     }
 
-    std::function<std::string(const Exchange&)> exchange_;
-    std::string context_;
-};
-
-class TranscriptTest : public testing::TestWithParam<const char*> {
-protected:
-    void SetUp() override { ASSERT_FALSE(transcript_.empty()); }
-
-    void playOverWebSocket(const Address& address) {
-        WireClient client(address);
-        client.upgrade();
-        Player([&](const Exchange& each) {
-            client.sendText(each.request);
-            // Without a reply to wait for, the next one tells whether there was one after all.
-            return each.reply.empty() ? std::string() : client.readReply();
-        }).play(transcript_);
-    }
-
-    const std::vector<Exchange> transcript_ = readTranscript(GetParam());
     const LogCapture log_;
-    const FakeTime time_{1318762900}; ///< a hundred seconds into an hour of 16 October 2011
-    Host& host_ = theHost();
+    FakeTime time_{1318762900}; ///< a hundred seconds into an hour of 16 October 2011
+    TaskStepper tasks_;
+    std::string context_; ///< the number that stands for $context
 };
 
 TEST_P(TranscriptTest, OverAWebSocket) {
-    playOverWebSocket(host_.getAddresses()[0]);
+    play(WebSocketConversation(addresses_[0]));
 }
 
 TEST_P(TranscriptTest, OverAUnixDomainSocket) {
-    playOverWebSocket(host_.getAddresses()[1]);
+    play(WebSocketConversation(addresses_[1]));
 }
 
 TEST_P(TranscriptTest, OverPost) {
-    WireClient client(host_.getAddresses()[0]);
-    Player([&](const Exchange& each) {
-        const auto answer = client.post("/rpc/TV", each.request);
-        EXPECT_EQ(answer.status, each.reply.empty() ? 204 : 200);
-        return answer.body;
-    }).play(transcript_);
+    play(PostConversation(addresses_[0]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Transcripts, TranscriptTest,
-                         testing::Values("guide", "navigation", "refusals", "scan"),
-                         [](const auto& row) { return std::string(row.param); });
+INSTANTIATE_TEST_SUITE_P(Transcripts, TranscriptTest, testing::ValuesIn(findTranscripts()),
+                         [](const auto& row) { return row.param; });
 
 } // namespace
 } // namespace Ostrel::Test

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel::Test {
+
+/// What one line of a transcript says, and who says it.
+struct TranscriptLine {
+    enum class Mark : char {
+        Request = '>',
+        Reply = '<',
+        Notification = '!', ///< heard on a WebSocket alone
+        Clock = '@', ///< seconds that pass, "+12s"
+    };
+
+    Mark mark;
+    std::string text;
+};
+
+/// Stands in a transcript for the number that the service gives a context.
+constexpr std::string_view contextVariable = "$context";
+
+/// Reads tests/wire/NAME.txt: a line is a mark, a blank and what is said; "#" begins a comment.
+/// @throws std::runtime_error  a line is neither, or there are none
+inline std::vector<TranscriptLine> readTranscript(const std::string& name) {
+    std::ifstream file(OSTREL_TRANSCRIPTS "/" + name + ".txt");
+    std::vector<TranscriptLine> lines;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line.front() == '#')
+            continue;
+        if (line.size() < 3 || std::string_view("><!@").find(line[0]) == std::string_view::npos ||
+            line[1] != ' ')
+            throw std::runtime_error(name + ".txt has a line without a mark: " + line);
+        lines.push_back({TranscriptLine::Mark(line[0]), line.substr(2)});
+    }
+    if (lines.empty())
+        throw std::runtime_error(name + ".txt says nothing");
+    return lines;
+}
+
+/// The names of all transcripts.
+inline std::vector<std::string> findTranscripts() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(OSTREL_TRANSCRIPTS))
+        if (entry.path().extension() == ".txt" && entry.path().filename() != "CMakeLists.txt")
+            names.push_back(entry.path().stem().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace Ostrel::Test

@@ -1,10 +1,13 @@
-// What the documents quote of the wire is what the service says: it stands in a transcript.
+// The documents tell what is: what they quote of the wire stands in a transcript, and the files
+// that they name are there.
 
 #include "tests/wire/Transcript.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
+#include <regex>
 #include <string_view>
 
 namespace Ostrel::Test {
@@ -123,6 +126,39 @@ TEST(DocsTest, OnlyContextsAndIdsMayDiffer) {
     EXPECT_FALSE(
         isQuoted(R"(< {"jsonrpc":"2.0","id":12,"method":"m","params":{"context":27,"limit":5}})", line));
     EXPECT_FALSE(isQuoted(R"(> {"jsonrpc":"2.0","id":12,"method":"n…)", line));
+}
+
+/// The paths that a document names in backticks, from the root of the sources; of one with a "*"
+/// the directory.
+std::vector<std::string> readPaths(const std::filesystem::path& document, const std::filesystem::path& root) {
+    std::ifstream file(document);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    std::vector<std::string> paths;
+    const std::regex name("`([A-Za-z]+/[A-Za-z0-9_./*-]*)`");
+    for (std::sregex_iterator at(text.begin(), text.end(), name), end; at != end; ++at) {
+        std::string path = (*at)[1];
+        const auto room = path.substr(0, path.find('/'));
+        if (room == "build" || !std::filesystem::is_directory(root / room))
+            continue;
+        if (const auto star = path.find('*'); star != std::string::npos)
+            path.erase(path.rfind('/', star));
+        paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+TEST(DocsTest, FilesThatAreNamedExist) {
+    const auto root = std::filesystem::path(OSTREL_DOCS).parent_path();
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(OSTREL_DOCS)) {
+        if (entry.path().extension() != ".md")
+            continue;
+        for (const auto& path : readPaths(entry.path(), root)) {
+            ++count;
+            EXPECT_TRUE(std::filesystem::exists(root / path)) << entry.path().filename() << " names " << path;
+        }
+    }
+    EXPECT_GT(count, 0u);
 }
 
 } // namespace

@@ -17,7 +17,7 @@ namespace Ostrel::TV {
 /// is 0 to visit what was asked for alone, anything else to follow what the network information
 /// table (NIT) of ETSI EN 300 468 says of other transponders as well; a module that cannot ignores it.
 ///
-/// One that fails throws an Exception and changes nothing. Calls come one at a time for a context,
+/// An operation that fails throws an Exception and changes nothing. Calls come one at a time for a context,
 /// perhaps at once for several, with no lock held; the module takes what it needs. Arguments are
 /// not kept.
 class OSTREL_API ITVConfig : public virtual IObservable {
@@ -66,9 +66,9 @@ public:
 /// completion. A natural end is told as 100 percent before, a stop is not; a scan that ends
 /// because a context is deleted may have no completion at all.
 ///
-/// It is called on whatever thread drives the scan, with the module's lock held: it must return
-/// soon, and must not call the module's contexts. It may add and remove listeners. What it throws
-/// goes to whoever drives the scan.
+/// It is called on whatever thread drives the scan, mostly with the module's lock held: it must
+/// return soon, and must not call the module's contexts. It may add and remove listeners of the
+/// module. What it throws goes to whoever drives the scan.
 class OSTREL_API ITVConfig::ITVConfigListener : public virtual IListener {
 public:
     /// @param sourceId  the tuner; the later events of the same scan may name another one

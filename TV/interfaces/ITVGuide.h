@@ -14,8 +14,8 @@ namespace Ostrel::TV {
 /// The programme guide: what is broadcast when.
 ///
 /// The operations only read, and any number of threads may call them at once, also on one context
-/// and while its other operations run: they take no lock that somebody could wait for. One that
-/// fails throws an Exception. Arguments are not kept; what comes back is a copy and the caller's.
+/// and while operations of other interfaces run on it: a module must not need a lock for them. One
+/// that fails throws an Exception. Arguments are not kept; what comes back is a copy and the caller's.
 ///
 /// Services go by their guide service ids (ITVService::ServiceInfo::getId()). An id that nobody
 /// has is no error: there is nothing to be had.
@@ -52,7 +52,7 @@ public:
 };
 
 /// One programme in the guide: an event of the event information table (EIT) of ETSI EN 300 468.
-/// Times are seconds since 1970-01-01 UTC.
+/// Times are seconds since 1970-01-01 UTC and fit in 32 bits, signed.
 class OSTREL_API ITVGuide::EventInfo : public SerialObject {
 public:
     EventInfo(const unsigned& serviceId, const long& startTime, const long& endTime, const std::string& title,

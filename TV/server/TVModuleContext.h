@@ -14,6 +14,9 @@ class TVModule;
 /// TVModule::createContext() makes it and calls init(); TVModule::deleteContext() destroys it, once
 /// nobody uses it any more. In between the server calls ITVService and ITVConfig with the turn, so
 /// no two of these calls are ever at work at once, and ITVGuide from any number of threads.
+///
+/// What an operation throws is the client's error, and the server logs it: an Exception by its
+/// code, a std::exception (std::bad_alloc may come of any) by its text.
 class OSTREL_API TVModuleContext : public ComplexObject,
                                    public virtual ITVConfig,
                                    public virtual ITVService,

@@ -1,13 +1,17 @@
 #include "Ostrel/runtime/DebugPrint.h"
 
+#include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/text/Printable.h"
 
 #include <spdlog/logger.h>
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -58,18 +62,57 @@ bool takesLine() {
     return ::poll(&error, 1, 0) == 1 && (error.revents & POLLOUT) != 0;
 }
 
-void writeToStandardError(const DebugLine& line) {
-    if (!takesLine())
+/// Shows a level by the name that we have for it, where spdlog's pattern would show its own.
+class LevelName : public spdlog::custom_flag_formatter {
+public:
+    void format(const spdlog::details::log_msg& message, const std::tm&, spdlog::memory_buf_t& out) override {
+        const std::string_view name = nameOf(message.level);
+        out.append(name.data(), name.data() + name.size());
+    }
+    std::unique_ptr<custom_flag_formatter> clone() const override { return std::make_unique<LevelName>(); }
+
+private:
+    static std::string_view nameOf(spdlog::level::level_enum level) {
+        switch (level) {
+        case spdlog::level::err:
+            return "error";
+        case spdlog::level::warn:
+            return "warning";
+        case spdlog::level::info:
+            return "information";
+        default:
+            return "progress";
+        }
+    }
+};
+
+/// In colour when standard error is a terminal, unless NO_COLOR is set to something.
+std::unique_ptr<spdlog::logger> makeLogger() {
+    const char* const noColor = std::getenv("NO_COLOR");
+    auto sink = std::make_shared<spdlog::sinks::stderr_color_sink_mt>(
+        noColor != nullptr && *noColor != '\0' ? spdlog::color_mode::never : spdlog::color_mode::automatic);
+    auto formatter = std::make_unique<spdlog::pattern_formatter>();
+    formatter->add_flag<LevelName>('*').set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %^%*%$ %v");
+    auto logger = std::make_unique<spdlog::logger>("ostrel", std::move(sink));
+    logger->set_level(spdlog::level::trace); // lines have passed our own filter
+    logger->set_formatter(std::move(formatter));
+    return logger;
+}
+
+void writeToStandardError(const DebugLine& line, DebugLevel level) {
+    if (level > log().level.load(std::memory_order_relaxed) || !takesLine())
         return;
-    static auto& logger = [&]() -> spdlog::logger& {
-        auto made = std::make_unique<spdlog::logger>("ostrel",
-                                                     std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
-        made->set_level(spdlog::level::trace); // lines have passed our own filter
-        made->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %^%l%$ %v");
-        return *made.release();
-    }();
-    logger.log(severity(line.level), "[{}:{}] {}", line.module, line.line,
+    static auto& logger = *makeLogger().release();
+    logger.log(severity(level), "[{}:{}] {}", line.module, line.line,
                std::string_view(line.text).substr(0, longestLine));
+}
+
+/// The level at which standard error shows what is printed in that format.
+DebugLevel shownLevel(DebugLevel level, std::string_view format) {
+    const bool quiet =
+        QuietExceptions::areWanted() &&
+        (format == throwingException || format == caughtException || format == caughtUnknownException);
+    return quiet ? std::max(level, DebugLevel::Progress) : level;
 }
 
 /// Does what vsnprintf() does; an empty text when it fails.
@@ -94,19 +137,18 @@ std::string formatText(const char* format, std::va_list arguments) {
     return text;
 }
 
-void write(DebugLevel level, const char* module, int line, std::string_view raw) {
+void write(DebugLine line, std::string_view raw, DebugLevel shown) {
     if (raw.ends_with('\n'))
         raw.remove_suffix(1);
-    DebugLine entry{level, module, line, {}};
-    appendPrintable(entry.text, raw);
+    appendPrintable(line.text, raw);
 
     auto& state = log();
     const std::lock_guard lock(state.mutex);
     const SinkScope scope;
     if (state.sink)
-        state.sink(entry);
+        state.sink(line);
     else
-        writeToStandardError(entry);
+        writeToStandardError(line, shown);
 }
 
 } // namespace
@@ -118,7 +160,7 @@ void ostrelDebugPrint(DebugLevel level, const char* module, const char*, int lin
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        write(level, module, line, formatText(format, arguments));
+        write({level, module, line, {}}, formatText(format, arguments), shownLevel(level, format));
     } catch (...) {
         // The line is dropped: there is nowhere left to report it.
     }

@@ -7,7 +7,7 @@
 
 namespace Ostrel {
 
-/// How much a debug line matters: the lower, the more.
+/// How much a debug line matters: the lower, the more. The log shows the names in lower case.
 enum class DebugLevel : int {
     Error = 1,
     Warning = 3,
@@ -33,6 +33,12 @@ struct DebugLine {
 /// @param line       source line to show
 OSTREL_API void ostrelDebugPrint(DebugLevel level, const char* module, const char* component, int line,
                                  const char* format, ...) noexcept __attribute__((format(printf, 5, 6)));
+
+/// The formats of the lines that tell of an exception. The arguments are the operation's name
+/// and, but for the last, the exception's text.
+constexpr char throwingException[] = "%s(): throwing exception: %s\n";
+constexpr char caughtException[] = "%s(): caught exception: %s\n";
+constexpr char caughtUnknownException[] = "%s(): caught unknown exception\n";
 
 /// Lines above this level are dropped before they are formatted. At the start it is Information.
 OSTREL_API void setDebugLevel(DebugLevel level);

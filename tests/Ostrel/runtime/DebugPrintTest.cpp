@@ -1,15 +1,23 @@
 #include "Ostrel/runtime/DebugPrint.h"
+
+#include "Ostrel/runtime/QuietExceptions.h"
 #include "tests/support/LogCapture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <functional>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace Ostrel {
 namespace {
@@ -135,6 +143,111 @@ TEST(DebugPrintTest, WritesToStandardErrorByItself) {
         testing::internal::GetCapturedStderr(),
         testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}"
                               "[+-][0-9]{2}:[0-9]{2} warning \\[TVServer:7\\] \\{\\} is no format\n"));
+}
+
+/// What standard error shows of the lines that the function writes, each as "LEVEL TEXT".
+std::vector<std::string> shown(const std::function<void()>& writeLines) {
+    setDebugSink({});
+    testing::internal::CaptureStderr();
+    writeLines();
+    std::istringstream log(testing::internal::GetCapturedStderr());
+    std::vector<std::string> lines;
+    for (std::string time, level, place, text;
+         log >> time >> level >> place && std::getline(log >> std::ws, text);)
+        lines.push_back(level + ' ' + text);
+    return lines;
+}
+
+TEST(DebugPrintTest, StandardErrorHasOurNamesOfTheLevels) {
+    setDebugLevel(DebugLevel::Progress);
+    const auto lines = shown([] {
+        for (const int level : {0, 1, 2, 3, 4, 5, 6, 7})
+            ostrelDebugPrint(DebugLevel(level), "M", "M", 1, "%d", level);
+    });
+    setDebugLevel(DebugLevel::Information);
+    EXPECT_THAT(lines, ElementsAre("error 0", "error 1", "warning 2", "warning 3", "information 4",
+                                   "information 5", "progress 6", "progress 7"));
+}
+
+void tellOfExceptions() {
+    ostrelDebugPrint(DebugLevel::Error, "M", "M", 1, throwingException, "seek", "Invalid state");
+    ostrelDebugPrint(DebugLevel::Error, "M", "M", 1, caughtException, "seek", "Invalid state");
+    ostrelDebugPrint(DebugLevel::Error, "M", "M", 1, caughtUnknownException, "seek");
+}
+
+const auto exceptionsAt = [](const std::string& level) {
+    return ElementsAre(level + " seek(): throwing exception: Invalid state",
+                       level + " seek(): caught exception: Invalid state",
+                       level + " seek(): caught unknown exception");
+};
+
+TEST(QuietExceptionsTest, TheirLinesAreProgressOnStandardError) {
+    const QuietExceptions quiet;
+    EXPECT_THAT(shown(tellOfExceptions), IsEmpty());
+    setDebugLevel(DebugLevel::Progress);
+    EXPECT_THAT(shown(tellOfExceptions), exceptionsAt("progress"));
+    setDebugLevel(DebugLevel::Information);
+}
+
+TEST(QuietExceptionsTest, OtherLinesAndThreadsStayAsTheyAre) {
+    const QuietExceptions quiet;
+    EXPECT_THAT(shown([] { print("caught exception: none"); }), ElementsAre("error caught exception: none"));
+    EXPECT_THAT(shown([] { std::thread(tellOfExceptions).join(); }), exceptionsAt("error"));
+}
+
+TEST(QuietExceptionsTest, ASinkIsGivenWhatWasWritten) {
+    const QuietExceptions quiet;
+    const LogCapture log;
+    tellOfExceptions();
+    ASSERT_EQ(log.lines().size(), 3u);
+    for (const auto& line : log.lines())
+        EXPECT_EQ(line.level, DebugLevel::Error);
+}
+
+TEST(QuietExceptionsTest, LastAsLongAsTheOutermost) {
+    EXPECT_THAT(shown([] {
+                    const QuietExceptions outer;
+                    { const QuietExceptions inner; }
+                    tellOfExceptions();
+                }),
+                IsEmpty());
+    EXPECT_THAT(shown(tellOfExceptions), exceptionsAt("error"));
+}
+
+/// Ends the process with what it sees of a line on standard error, a terminal or a pipe: 1 when
+/// it is coloured, 0 when it is not.
+[[noreturn]] void exitWithColours(bool terminal) {
+    int ends[2];
+    if (terminal) {
+        ends[0] = ::posix_openpt(O_RDWR | O_NOCTTY);
+        if (::grantpt(ends[0]) != 0 || ::unlockpt(ends[0]) != 0)
+            std::_Exit(2);
+        ends[1] = ::open(::ptsname(ends[0]), O_RDWR | O_NOCTTY);
+    } else if (::pipe(ends) != 0) {
+        std::_Exit(2);
+    }
+    ::dup2(ends[1], STDERR_FILENO);
+    print("coloured?");
+    std::string line;
+    for (char c = 0; c != '\n'; line += c)
+        if (::read(ends[0], &c, 1) != 1)
+            std::_Exit(2);
+    if (line.find("coloured?") == std::string::npos)
+        std::_Exit(2);
+    std::_Exit(line.find('\x1b') == std::string::npos ? 0 : 1);
+}
+
+TEST(DebugPrintDeathTest, ColoursAreForTerminalsThatWantThem) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // the choice is made once in a process
+    ::setenv("TERM", "xterm", 1);
+    ::unsetenv("NO_COLOR");
+    EXPECT_EXIT(exitWithColours(true), testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(exitWithColours(false), testing::ExitedWithCode(0), "");
+    ::setenv("NO_COLOR", "", 1);
+    EXPECT_EXIT(exitWithColours(true), testing::ExitedWithCode(1), "");
+    ::setenv("NO_COLOR", "1", 1);
+    EXPECT_EXIT(exitWithColours(true), testing::ExitedWithCode(0), "");
+    ::unsetenv("NO_COLOR");
 }
 
 } // namespace

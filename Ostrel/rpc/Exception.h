@@ -4,9 +4,9 @@
 
 namespace Ostrel {
 
-/// An operation failed; the code says how. Thrown by value, caught by reference.
+/// An operation failed; the code says how. Throw it by value, catch it by reference.
 ///
-/// It is no std::exception: a handler catches the two separately.
+/// It is no std::exception: a handler has a catch clause for each.
 class OSTREL_API Exception {
 public:
     explicit Exception(const ReturnCode& code);

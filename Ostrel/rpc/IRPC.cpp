@@ -1,6 +1,7 @@
 #include "Ostrel/rpc/IRPC.h"
 
-#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/rpc/ParameterError.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/DecodeError.h"
 
 #include <exception>
@@ -10,6 +11,14 @@
 namespace Ostrel {
 
 namespace {
+
+constexpr const char* moduleName = "IRPC";
+
+/// The code as clients know it: what is none of the first six is a generic failure.
+ReturnCode known(ReturnCode code) {
+    return code < ReturnCode::Success || code > ReturnCode::GenericFailure ? ReturnCode::GenericFailure
+                                                                           : code;
+}
 
 /// Starts a reply: everything before the member that tells the outcome.
 void beginReply(Serializer& out, const std::string& id) {
@@ -49,25 +58,33 @@ std::string IRPC::RPCReturnObject::serialize() const {
 }
 
 IRPC::RPCErrorObject::RPCErrorObject(const RPCSynchronousMethodObject& method, const std::string& message)
-    : id_(method.getId()), code_(HandlerError), message_(message) {
-    classify();
-}
+    : RPCErrorObject(method, HandlerError, message) {}
 
 IRPC::RPCErrorObject::RPCErrorObject(std::string id, ErrorCode code, std::string message)
     : id_(std::move(id)), code_(code), message_(std::move(message)) {}
 
+IRPC::RPCErrorObject::RPCErrorObject(const RPCSynchronousMethodObject& method, ErrorCode code,
+                                     const std::string& message)
+    : RPCErrorObject(method.getId(), code, message) {
+    classify();
+    // A decoder's message names its member itself.
+    const auto member = code_ != InvalidParams && member_ ? " (" + *member_ + ')' : std::string();
+    ostrelDebugPrint(isRefusal() ? DebugLevel::Information : DebugLevel::Error, moduleName, moduleName,
+                     __LINE__, "%s::%s %s: %s%s\n", method.getInterfaceName().c_str(),
+                     method.getMethodName().c_str(), isRefusal() ? "refused" : "failed", message_.c_str(),
+                     member.c_str());
+}
+
 IRPC::RPCErrorObject IRPC::RPCErrorObject::forEscaped(const RPCSynchronousMethodObject& method) {
-    RPCErrorObject error(method.getId(), InternalError, "unknown");
     try {
         throw;
     } catch (const Exception& exception) {
-        error.message_ = exception.what();
+        return {method, InternalError, exception.what()};
     } catch (const std::exception& exception) {
-        error.message_ = exception.what();
+        return {method, InternalError, exception.what()};
     } catch (...) {
+        return {method, InternalError, "unknown"};
     }
-    error.classify();
-    return error;
 }
 
 void IRPC::RPCErrorObject::classify() {
@@ -77,14 +94,24 @@ void IRPC::RPCErrorObject::classify() {
         throw;
     } catch (const DecodeError& error) {
         code_ = InvalidParams;
-        decodeError_ = true;
         member_ = error.getMember();
     } catch (const TextTooLarge&) {
         code_ = ReplyTooLarge;
     } catch (const std::bad_alloc&) {
-        message_ = getMessage(ReturnCode::OutOfMemory);
+        returnCode_ = ReturnCode::OutOfMemory;
+        message_ = getMessage(returnCode_);
+    } catch (const ParameterError& error) {
+        returnCode_ = error.getCode();
+        member_ = error.getMember();
+    } catch (const Exception& exception) {
+        returnCode_ = known(exception.getCode());
     } catch (...) {
     }
+}
+
+bool IRPC::RPCErrorObject::isRefusal() const {
+    return code_ == InvalidParams || code_ == ReplyTooLarge || returnCode_ == ReturnCode::InvalidParameter ||
+           returnCode_ == ReturnCode::InvalidState || returnCode_ == ReturnCode::NotSupported;
 }
 
 std::string IRPC::RPCErrorObject::serialize() const {
@@ -95,18 +122,16 @@ std::string IRPC::RPCErrorObject::serialize() const {
     out.beginObject("error");
     out.write("code", std::int64_t(code_));
     out.write("message", std::string_view(message_));
-
-    const bool fromHandler = code_ == HandlerError || code_ == InternalError;
-    const auto returnCode = fromHandler ? findReturnCode(message_) : ReturnCode::Success;
-    if (decodeError_) {
+    if (returnCode_ != ReturnCode::Success || member_) {
         out.beginObject("data");
-        out.writeJson("name", "\"DecodeError\"");
-        out.write("member", std::string_view(member_));
-        out.endObject("data");
-    } else if (returnCode != ReturnCode::Success) {
-        out.beginObject("data");
-        out.write("returnCode", std::int64_t(returnCode));
-        out.write("name", std::string_view(getName(returnCode)));
+        if (returnCode_ != ReturnCode::Success) {
+            out.write("returnCode", std::int64_t(returnCode_));
+            out.write("name", std::string_view(getName(returnCode_)));
+        } else {
+            out.writeJson("name", "\"DecodeError\"");
+        }
+        if (member_)
+            out.write("member", std::string_view(*member_));
         out.endObject("data");
     }
     out.endObject("error");

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "Ostrel/Export.h"
+#include "Ostrel/rpc/ReturnCode.h"
 #include "Ostrel/serialization/SerialObject.h"
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Ostrel {
@@ -17,7 +19,7 @@ struct RPCPeer {};
 /// the text that travels.
 class OSTREL_API IRPC {
 public:
-    /// A call that waits for its reply.
+    /// A call on its way to its handler.
     class OSTREL_API RPCSynchronousMethodObject {
     public:
         /// @param id            the request's id as JSON text; empty when nobody wants a reply
@@ -48,7 +50,7 @@ public:
         std::size_t replyLimit_;
     };
 
-    /// The reply of a call that gives a value. Refers to both arguments.
+    /// The reply of a call that gives a value. Refers to both arguments, which must outlive it.
     class OSTREL_API RPCResultObject {
     public:
         RPCResultObject(const RPCSynchronousMethodObject& method, const SerialObject& value)
@@ -56,6 +58,7 @@ public:
 
         /// @returns the reply's text; empty when the client wants none
         /// @throws TextTooLarge  the reply would be over the method's limit
+        /// @throws std::bad_alloc
         std::string serialize() const;
 
     private:
@@ -63,7 +66,7 @@ public:
         const SerialObject& value_;
     };
 
-    /// The reply of a call that gives no value. Refers to its argument.
+    /// The reply of a call that gives no value. Refers to its argument, which must outlive it.
     class OSTREL_API RPCReturnObject {
     public:
         explicit RPCReturnObject(const RPCSynchronousMethodObject& method) : method_(method) {}
@@ -89,30 +92,44 @@ public:
     /// The reply of a call that failed.
     class OSTREL_API RPCErrorObject {
     public:
-        /// Made by a handler, in its catch clause: the exception being handled, if there is one,
-        /// decides the code. A decoder's refusal is InvalidParams, a reply over its limit
-        /// ReplyTooLarge, everything else HandlerError with the result code that the message
-        /// stands for.
+        /// Made by a handler in its catch clause, once for each call that fails.
+        ///
+        /// The exception being handled decides what the client is told beside the message. A
+        /// DecodeError is InvalidParams and names its member; TextTooLarge is ReplyTooLarge; all
+        /// else is HandlerError, with the result code of an Exception, and the member of a
+        /// ParameterError. Want of memory counts as an Exception with OutOfMemory, whatever the
+        /// message.
+        ///
+        /// Writes the log's line for the call: information when it was refused, which the first
+        /// two are and an Exception with InvalidParameter, InvalidState or NotSupported; else an
+        /// error.
         RPCErrorObject(const RPCSynchronousMethodObject& method, const std::string& message);
 
-        /// Made by the platform.
+        /// Made by the platform for what is not a call or never reaches a handler.
         /// @param id  as JSON text
         RPCErrorObject(std::string id, ErrorCode code, std::string message);
 
-        /// Made by the platform in a catch clause, when an exception has left the handler.
+        /// Made by the platform in a catch clause, when an exception has left the handler: as
+        /// from a handler with the exception's text, but InternalError instead of HandlerError.
         static RPCErrorObject forEscaped(const RPCSynchronousMethodObject& method);
 
         /// @returns the reply's text; empty when the client wants none
         std::string serialize() const;
 
     private:
+        RPCErrorObject(const RPCSynchronousMethodObject& method, ErrorCode code, const std::string& message);
+
+        /// Takes over what the exception being handled says.
         void classify();
+
+        /// Whether the call asked for what cannot be done; else the service failed.
+        bool isRefusal() const;
 
         std::string id_;
         ErrorCode code_;
         std::string message_;
-        std::string member_; ///< of a decoder's refusal
-        bool decodeError_ = false;
+        ReturnCode returnCode_ = ReturnCode::Success; ///< Success: none is told
+        std::optional<std::string> member_; ///< that was refused
     };
 
     /// A message that no one has asked for and no one answers.

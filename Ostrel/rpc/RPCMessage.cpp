@@ -21,19 +21,24 @@ std::string_view view(const json::string& text) {
     return {text.data(), text.size()};
 }
 
+bool isEmptyArray(const json::value* value) {
+    const auto* array = value != nullptr ? value->if_array() : nullptr;
+    return array != nullptr && array->empty();
+}
+
 std::string error(std::string id, IRPC::ErrorCode code, std::string message) {
     return IRPC::RPCErrorObject(std::move(id), code, std::move(message)).serialize();
 }
 
 } // namespace
 
-/// What one request of the message asks for.
-struct RPCMessage::Request {
+/// What stands around a request's params: whom it is for and what it is called.
+struct RPCMessage::Envelope {
     std::string refusal; ///< why it is no JSON-RPC 2.0 request; empty when it is one
     std::string id; ///< as JSON text; empty when no reply is wanted
     std::string_view interfaceName;
     std::string_view methodName;
-    const json::value* params = nullptr; ///< null when there are none
+    const json::value* params = nullptr; ///< null when there are none; an empty array is none
 };
 
 class RPCMessage::Parts {
@@ -52,14 +57,14 @@ public:
     bool isDone() const noexcept { return next_ == count_; }
 
     bool needsTurn() const noexcept {
-        return request_.refusal.empty() && !server_.isReadOnly(request_.interfaceName);
+        return envelope_.refusal.empty() && !server_.isReadOnly(envelope_.interfaceName);
     }
 
     void step() noexcept {
         try {
-            add(carryOut());
+            add(answer());
             if (++next_ < count_)
-                request_ = examine(batch_->at(next_));
+                envelope_ = examine(batch_->at(next_));
             else if (batch_ != nullptr && !reply_.empty())
                 reply_ += ']';
         } catch (...) {
@@ -77,7 +82,7 @@ private:
             reply_ = error("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
         } else if (const auto* batch = document.if_array(); batch == nullptr) {
             count_ = 1;
-            request_ = examine(document);
+            envelope_ = examine(document);
         } else if (batch->empty() || batch->size() > limits_.batch) {
             reply_ = error("null", IRPC::InvalidRequest,
                            batch->empty()
@@ -86,66 +91,68 @@ private:
         } else {
             batch_ = batch;
             count_ = batch->size();
-            request_ = examine(batch->front());
+            envelope_ = examine(batch->front());
         }
     }
 
-    static Request examine(const json::value& value) {
-        Request request;
+    static Envelope examine(const json::value& value) {
+        Envelope envelope;
         const auto* object = value.if_object();
         if (object == nullptr) {
-            request.id = "null";
-            request.refusal = "the message is not a JSON object";
-            return request;
+            envelope.id = "null";
+            envelope.refusal = "the message is not a JSON object";
+            return envelope;
         }
 
         const auto* id = object->if_contains("id");
         const bool idFits = id == nullptr || id->is_number() || id->is_string() || id->is_null();
         if (id != nullptr)
-            request.id = idFits ? json::serialize(*id) : "null";
+            envelope.id = idFits ? json::serialize(*id) : "null";
 
         const auto* version = object->if_contains("jsonrpc");
         const auto* method = object->if_contains("method");
-        request.params = object->if_contains("params");
+        envelope.params = object->if_contains("params");
+        if (isEmptyArray(envelope.params))
+            envelope.params = nullptr;
         if (!idFits)
-            request.refusal = "member \"id\" is not a number, a string or null";
+            envelope.refusal = "member \"id\" is not a number, a string or null";
         else if (version == nullptr || !version->is_string() || view(version->get_string()) != "2.0")
-            request.refusal = "member \"jsonrpc\" is not \"2.0\"";
+            envelope.refusal = "member \"jsonrpc\" is not \"2.0\"";
         else if (method == nullptr || !method->is_string())
-            request.refusal = "member \"method\" is not a string";
-        else if (request.params != nullptr && !request.params->is_structured())
-            request.refusal = "member \"params\" is not an object";
-        if (!request.refusal.empty()) {
+            envelope.refusal = "member \"method\" is not a string";
+        else if (envelope.params != nullptr && !envelope.params->is_structured())
+            envelope.refusal = "member \"params\" is not an object";
+        if (!envelope.refusal.empty()) {
             // What is no request cannot ask for silence either.
-            if (request.id.empty())
-                request.id = "null";
-            return request;
+            if (envelope.id.empty())
+                envelope.id = "null";
+            return envelope;
         }
 
         const auto name = view(method->get_string());
         const auto colons = name.find("::");
         if (colons == std::string_view::npos) {
-            request.methodName = name;
+            envelope.methodName = name;
         } else {
-            request.interfaceName = name.substr(0, colons);
-            request.methodName = name.substr(colons + 2);
+            envelope.interfaceName = name.substr(0, colons);
+            envelope.methodName = name.substr(colons + 2);
         }
-        return request;
+        return envelope;
     }
 
-    std::string carryOut() {
-        if (!request_.refusal.empty())
-            return error(request_.id, IRPC::InvalidRequest, request_.refusal);
-        if (request_.params != nullptr && request_.params->is_array())
-            return refuseList();
+    std::string answer() {
+        if (!envelope_.refusal.empty())
+            return error(envelope_.id, IRPC::InvalidRequest, envelope_.refusal);
+        const auto* params = envelope_.params;
         const auto budget = limits_.reply > reply_.size() ? limits_.reply - reply_.size() : 0;
-        return server_.handleRPCSynchronousMethod(IRPC::RPCSynchronousMethodObject(
-            std::string(request_.interfaceName), std::string(request_.methodName), std::move(request_.id),
-            request_.params == nullptr ? "{}" : json::serialize(*request_.params), peer_, budget));
+        const IRPC::RPCSynchronousMethodObject method(
+            std::string(envelope_.interfaceName), std::string(envelope_.methodName), std::move(envelope_.id),
+            params == nullptr ? "{}" : json::serialize(*params), peer_, budget);
+        return params != nullptr && params->is_array() ? refuseList(method)
+                                                       : server_.handleRPCSynchronousMethod(method);
     }
 
-    std::string refuseList() const {
-        const IRPC::RPCSynchronousMethodObject method("", "", request_.id, "");
+    static std::string refuseList(const IRPC::RPCSynchronousMethodObject& method) {
         try {
             throw DecodeError("params is not a JSON object", "params");
         } catch (const DecodeError& failure) {
@@ -180,7 +187,7 @@ private:
     const json::array* batch_ = nullptr; ///< null when the message is one request
     std::size_t count_ = 0; ///< requests in the message
     std::size_t next_ = 0;
-    Request request_; ///< the next one
+    Envelope envelope_; ///< of the next request
     std::string reply_;
 };
 

@@ -14,7 +14,7 @@ namespace Ostrel {
 ///
 /// Its requests are carried out one after another by step(); between two steps the message
 /// may move to another thread, which lets each request run where its interface wants it.
-class OSTREL_API RPCMessage {
+class RPCMessage {
 public:
     /// What a message may cost.
     struct Limits {
@@ -42,7 +42,7 @@ public:
     std::string takeReply();
 
 private:
-    struct Request;
+    struct Envelope;
     class Parts;
     std::unique_ptr<Parts> parts_;
 };

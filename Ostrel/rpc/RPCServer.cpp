@@ -1,6 +1,8 @@
 #include "Ostrel/rpc/RPCServer.h"
 
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Mutex.h"
+#include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/text/Printable.h"
 
 #include <mutex>
@@ -20,20 +22,23 @@ Registry& registry() {
     return instance;
 }
 
-/// Releases what a handler left locked, however the handler ends.
-class HandBack {
+/// Surrounds a handler: its exceptions are told by the error object that comes of them, and
+/// what it left locked is released, however it ends.
+class HandlerScope {
 public:
-    explicit HandBack(const std::string& methodName) : methodName_(methodName) {}
-    ~HandBack() { Mutex::releaseHeld(methodName_); }
+    explicit HandlerScope(const std::string& methodName) : methodName_(methodName) {}
+    ~HandlerScope() { Mutex::releaseHeld(methodName_); }
 
-    HandBack(const HandBack&) = delete;
-    HandBack& operator=(const HandBack&) = delete;
+    HandlerScope(const HandlerScope&) = delete;
+    HandlerScope& operator=(const HandlerScope&) = delete;
 
 private:
     const std::string& methodName_;
+    const QuietExceptions quiet_;
 };
 
 std::string refuse(const IRPC::RPCSynchronousMethodObject& method, const std::string& what) {
+    ostrelDebugPrint(DebugLevel::Information, "RPCServer", "RPCServer", __LINE__, "%s\n", what.c_str());
     return IRPC::RPCErrorObject(method.getId(), IRPC::MethodNotFound, what).serialize();
 }
 
@@ -75,7 +80,7 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     if (handler == interface->second.end())
         return refuse(method, "unknown method \"" + excerpt(interfaceName + "::" + methodName) + '"');
 
-    const HandBack handBack(methodName);
+    const HandlerScope scope(methodName);
     try {
         return (this->*handler->second)(method);
     } catch (...) {

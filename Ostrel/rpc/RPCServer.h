@@ -22,7 +22,10 @@ public:
     using Method = std::string (RPCServer::*)(const IRPC::RPCSynchronousMethodObject&);
     using MethodMap = std::map<std::string, Method>;
 
+    /// @param name  by which clients find it; what can stand in a URL's path
     explicit RPCServer(const std::string& name);
+
+    /// Leaves the registry if the server is still there.
     ~RPCServer() override;
 
     RPCServer(const RPCServer&) = delete;
@@ -36,17 +39,24 @@ public:
     /// under way when the server is destroyed.
     virtual void shutdown();
 
-    /// Where the server wants to be reached; empty leaves the choice to the host.
+    /// Where the server wants to be reached, as Address::parse() reads it; empty leaves the choice
+    /// to the host.
     virtual std::string getFixedRPCAddress() const;
 
     /// Carries out one call and returns the reply's text, which is empty when the client wants
     /// none. Unknown names are answered here; an exception that leaves the handler becomes an
     /// error reply; locks that the handler left held are released.
     ///
+    /// A call that fails has one line on standard error: information when the client asked for
+    /// what cannot be done, else an error. The handler's own lines about the exception are
+    /// progress there.
+    ///
     /// The caller holds the turn unless isReadOnly() of the method's interface.
+    /// @throws std::bad_alloc  there is no memory for the reply, not even for one that says so
     virtual std::string handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method);
 
-    /// Called now and then by the host, with the turn held, for what a server does by itself.
+    /// Called now and then by the host, with the turn held, for what a server does by itself;
+    /// what it throws is told in the log and ends this round. Nothing unless overridden.
     virtual void housekeep();
 
     /// Whether the handlers of that interface only read and may run without the turn, several
@@ -57,11 +67,11 @@ public:
 
     const std::string& getName() const { return name_; }
 
-    /// Finds a running server; null when there is none of that name. The host keeps servers
-    /// alive as long as its listener serves.
+    /// Finds a running server; null when nobody runs under that name. Any thread may call it.
+    /// The host keeps servers alive as long as its listener serves.
     static RPCServer* find(const std::string& name);
 
-    /// Returns all running servers.
+    /// Returns all running servers, by name. Any thread may call it.
     static std::vector<RPCServer*> running();
 
 protected:

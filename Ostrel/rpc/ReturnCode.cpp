@@ -35,11 +35,4 @@ const char* getName(ReturnCode code) {
     return rowOf(code).name;
 }
 
-ReturnCode findReturnCode(std::string_view message) {
-    for (std::int32_t value = 1; value <= 6; ++value)
-        if (message == rows[value].message)
-            return ReturnCode(value);
-    return ReturnCode::Success;
-}
-
 } // namespace Ostrel

@@ -3,7 +3,6 @@
 #include "Ostrel/Export.h"
 
 #include <cstdint>
-#include <string_view>
 
 namespace Ostrel {
 
@@ -24,8 +23,5 @@ OSTREL_API const char* getMessage(ReturnCode code);
 
 /// Returns the name that clients see beside the number, for example "InvalidParameter".
 OSTREL_API const char* getName(ReturnCode code);
-
-/// Finds the failure that has this message. Returns Success when the text is none's.
-OSTREL_API ReturnCode findReturnCode(std::string_view message);
 
 } // namespace Ostrel

@@ -48,6 +48,8 @@ struct Deserializer::Document {
     };
 
     Document(const std::string& text, const std::string& name) {
+        if (text.empty())
+            throw DecodeError("missing " + name, name);
         boost::system::error_code error;
         root = parseJson(text, &memory, error);
         if (error || !root.is_object())

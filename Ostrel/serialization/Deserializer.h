@@ -20,12 +20,12 @@ namespace Ostrel {
 /// nothing is rounded or wrapped. Every reader throws a DecodeError that names the member by
 /// its path and says what was expected. Members that nobody asks for are ignored.
 ///
-/// One text, one thread.
+/// What is read is the caller's and outlives the deserializer. One text, one thread.
 class OSTREL_API Deserializer {
 public:
     /// Copies what it needs of the text.
-    /// @param name  what the text is, for the message `NAME is not a JSON object`
-    /// @throws DecodeError  the text is not a JSON object
+    /// @param name  what the text is, for the messages `missing NAME` and `NAME is not a JSON object`
+    /// @throws DecodeError  the text is empty or no JSON object; NAME is the member
     explicit Deserializer(const std::string& text, const std::string& name = "payload");
 
     /// Makes the object under that key the one whose members are read, until leaveMember().
@@ -40,8 +40,10 @@ public:
     Deserializer(const Deserializer&) = delete;
     Deserializer& operator=(const Deserializer&) = delete;
 
+    /// Whether the current object has a member of that name, null included.
     bool has(const std::string& key) const;
 
+    /// Each reads a member of the current object, which must be there and of that type.
     bool readBool(const std::string& key) const;
     std::int32_t readInt(const std::string& key) const;
     std::uint32_t readUnsigned(const std::string& key) const;
@@ -49,10 +51,11 @@ public:
     std::vector<int> readIntList(const std::string& key) const;
     /// A list of integers from 0 to 255.
     std::vector<unsigned char> readByteList(const std::string& key) const;
+    /// @param limit  how many strings the list may have
     std::vector<std::string> readStringList(const std::string& key, std::size_t limit) const;
 
-    /// Reads a member that holds an object or the text of one: returns the text, which is not
-    /// looked into, or an empty text when there is no such member.
+    /// Reads a member that holds an object or the text of one: returns the text, or an empty text
+    /// when there is no such member. The text that a client gives as such is not looked into.
     std::string readObjectText(const std::string& key) const;
 
     /// For records whose members may be left out, where an unknown name is a typing error.
@@ -87,12 +90,14 @@ template <typename T> T deserialize(const std::string& key, Deserializer& deseri
 }
 
 /// Reads a whole record from the text of a method's params.
+/// @throws DecodeError  the text is no JSON object, or the record refuses a member
 template <typename T> T deserialize(const std::string& params) {
     Deserializer deserializer(params, "params");
     return T(deserializer);
 }
 
-/// Reads a record from the object under that key, which must be there. The caller owns it.
+/// Reads a record from the object under that key, which must be there. Never null; the caller
+/// deletes it.
 template <typename T> T* createSerialObject(const std::string& key, Deserializer& deserializer) {
     deserializer.enterMember(key);
     auto object = std::make_unique<T>(deserializer);

@@ -1,7 +1,8 @@
 #include "TV/server/TVRPCServer.h"
 
-#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/server/TVModule.h"
 #include "TV/server/TVModuleContext.h"
@@ -17,15 +18,15 @@ constexpr const char* moduleName = "TVRPCServer";
 /// Zero and an identifier that nobody has are refused alike.
 /// @param line  0 for this line
 [[noreturn]] void refuseContext(const char* name, int line) {
-    const Exception exception(ReturnCode::InvalidParameter);
+    const ParameterError error("context");
     ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, line != 0 ? line : __LINE__,
-                     "%s(): throwing exception: %s\n", name, exception.what());
-    throw exception;
+                     throwingException, name, error.what());
+    throw error;
 }
 
 void logCaught(const char* name, const char* what, int line) {
-    ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, line != 0 ? line : __LINE__,
-                     "%s(): caught exception: %s\n", name, what);
+    ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, line != 0 ? line : __LINE__, caughtException,
+                     name, what);
 }
 
 } // namespace
@@ -127,9 +128,7 @@ void TVRPCServer::housekeep() {
 }
 
 bool TVRPCServer::isScanRunning(TVModuleContext& context) const {
-    // Without a scan the question is an error that the module logs.
-    if (!scanHeard_)
-        return false;
+    const QuietExceptions quiet; // a module that has not scanned yet throws
     try {
         return context.scanInfoGet(0).getScanning();
     } catch (const Exception&) {
@@ -153,8 +152,7 @@ std::string TVRPCServer::answerGuarded(const Call& call, const char* name, Lines
         reply = IRPC::RPCErrorObject(call, exception.what()).serialize();
     } catch (...) {
         ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName,
-                         lines.catching != 0 ? lines.catching : __LINE__, "%s(): caught unknown exception\n",
-                         name);
+                         lines.catching != 0 ? lines.catching : __LINE__, caughtUnknownException, name);
         reply = IRPC::RPCErrorObject(call, "unknown").serialize();
     }
     return reply;

@@ -5,7 +5,7 @@
 #include "TV/server/ContextTable.h"
 #include "TV/server/TVServer.h"
 
-#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -27,7 +27,7 @@ public:
     class Request;
 
     /// @param module  not owned; must live longer than the server
-    /// @param clock   monotonic; tells when a context was last used
+    /// @param clock   tells when a context was last used; for tests
     explicit TVRPCServer(TVModule* module, ContextTable::Clock clock = &std::chrono::steady_clock::now);
 
     /// Gives the contexts that clients have left behind back to the module.
@@ -47,7 +47,7 @@ private:
     using Call = IRPC::RPCSynchronousMethodObject;
     using Handler = std::string (TVRPCServer::*)(const Call&);
 
-    /// Source lines that a handler's debug lines show; 0 shows the line of the print statement.
+    /// Source lines that a handler's debug lines show; 0 stands for where they are printed.
     struct Lines {
         int throwing;
         int catching;
@@ -104,7 +104,7 @@ private:
     void publish(const std::string& interfaceName, MethodMap& group,
                  std::initializer_list<std::pair<const char*, Handler>> handlers);
 
-    /// Returns false when there is no such context.
+    /// Gives a context back to the module; returns false when there is none.
     bool release(std::uint32_t identifier);
     bool isScanRunning(TVModuleContext& context) const;
 
@@ -112,7 +112,6 @@ private:
     MethodMap serviceMethods_;
     MethodMap guideMethods_;
     ContextTable contexts_;
-    std::atomic<bool> scanHeard_ = false; ///< a scan has started since init()
 };
 
 /// What every call carries that names a context.

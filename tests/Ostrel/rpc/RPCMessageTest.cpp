@@ -1,14 +1,16 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
-#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/Mutex.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestServer.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <new>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -76,6 +78,8 @@ const Row rows[] = {
     {"MethodNumber", R"({"jsonrpc":"2.0","id":1,"method":1})", error("1", -32600, "member \\\"method\\\" is not a string\"")},
     {"IdObject", R"({"jsonrpc":"2.0","id":{},"method":"Test::echo"})", error("null", -32600, "member \\\"id\\\" is not a number, a string or null\"")},
     {"ParamsNumber", R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":5})", error("1", -32600, "member \\\"params\\\" is not an object\"")},
+    {"ParamsEmptyListIsNone", R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":[]})",
+                   R"({"jsonrpc":"2.0","id":1,"result":"{}"})"},
     {"ParamsList", R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":[1]})",
                    error("1", -32602, R"(params is not a JSON object","data":{"name":"DecodeError","member":"params"})")},
 
@@ -132,7 +136,7 @@ TEST(RPCErrorTest, ResultCodeOfTheFrameworksException) {
     EXPECT_EQ(server.escaped(), error("1", -32603, rest));
 }
 
-TEST(RPCErrorTest, EveryFailureTextHasItsName) {
+TEST(RPCErrorTest, EveryResultCodeHasItsName) {
     const std::pair<int, const char*> codes[] = {
         {1, R"(Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter"})"},
         {2, R"(Invalid state","data":{"returnCode":2,"name":"InvalidState"})"},
@@ -145,6 +149,20 @@ TEST(RPCErrorTest, EveryFailureTextHasItsName) {
     };
     for (const auto& [code, rest] : codes)
         EXPECT_EQ(Throwing{Exception(ReturnCode(code))}.caught(), error("1", -32000, rest)) << code;
+}
+
+TEST(RPCErrorTest, NobodyElsesTextIsAResultCode) {
+    Throwing server{std::runtime_error("Invalid parameter")};
+    EXPECT_EQ(server.caught(), error("1", -32000, "Invalid parameter\""));
+    EXPECT_EQ(server.escaped(), error("1", -32603, "Invalid parameter\""));
+}
+
+TEST(RPCErrorTest, ParameterErrorNamesItsMember) {
+    Throwing server{ParameterError("context")};
+    const std::string rest =
+        R"(Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter","member":"context"})";
+    EXPECT_EQ(server.caught(), error("1", -32000, rest));
+    EXPECT_EQ(server.escaped(), error("1", -32603, rest));
 }
 
 TEST(RPCErrorTest, DecodersRefusalIsInvalidParamsWhicheverWayItComes) {
@@ -172,10 +190,74 @@ TEST(RPCErrorTest, WantOfMemoryHasItsCode) {
               error("1", -32603, R"(Out of memory","data":{"returnCode":3,"name":"OutOfMemory"})"));
 }
 
-TEST(RPCErrorTest, ResultCodeTextsOfThePlatformCarryNoResultCode) {
+/// The lines that "first" and "second" leave in the log, as "LEVEL TEXT".
+std::vector<std::string> outcomesOf(Throwing server) {
+    const LogCapture log;
+    server.escaped();
+    server.caught();
+    std::vector<std::string> outcomes;
+    for (const auto& line : log.lines())
+        outcomes.push_back(std::to_string(static_cast<int>(line.level)) + ' ' + line.text);
+    return outcomes;
+}
+
+// Whichever way it comes, information (5) is the client's mistake and error (1) the service's.
+TEST(RPCLogTest, EveryCallThatFailsIsToldOnce) {
+    const auto refused = [](const std::string& text) {
+        return std::vector{"5 Test::first refused: " + text, "5 Test::second refused: " + text};
+    };
+    const auto failed = [](const std::string& text) {
+        return std::vector{"1 Test::first failed: " + text, "1 Test::second failed: " + text};
+    };
+    EXPECT_EQ(outcomesOf(Throwing{DecodeError("missing payload", "payload")}), refused("missing payload"));
+    EXPECT_EQ(outcomesOf(Throwing{ParameterError("context")}), refused("Invalid parameter (context)"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::InvalidParameter)}), refused("Invalid parameter"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::InvalidState)}), refused("Invalid state"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::NotSupported)}), refused("Not supported"));
+    EXPECT_EQ(outcomesOf(Throwing{TextTooLarge(9)}), refused("the reply is larger than 9 bytes"));
+
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::Success)}), failed("Success"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::OutOfMemory)}), failed("Out of memory"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::TimedOut)}), failed("Timed out"));
+    EXPECT_EQ(outcomesOf(Throwing{Exception(ReturnCode::GenericFailure)}), failed("Generic failure"));
+    EXPECT_EQ(outcomesOf(Throwing{std::bad_alloc()}), failed("Out of memory"));
+    EXPECT_EQ(outcomesOf(Throwing{std::runtime_error("Invalid state")}), failed("Invalid state"));
+    EXPECT_EQ(outcomesOf(Throwing{42}), failed("unknown"));
+}
+
+TEST(RPCLogTest, UnknownNamesAreTheClientsMistake) {
+    const LogCapture log;
     TestServer server;
-    EXPECT_EQ(IRPC::RPCErrorObject("1", IRPC::MethodNotFound, "Invalid state").serialize(),
-              error("1", -32601, "Invalid state\""));
+    replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"Test::ecko"})");
+    ASSERT_EQ(log.texts(), std::vector<std::string>{R"(unknown method "Test::ecko")"});
+    EXPECT_EQ(log.lines()[0].level, DebugLevel::Information);
+}
+
+TEST(RPCLogTest, ParamsThatAreAListAreTheClientsMistake) {
+    const LogCapture log;
+    TestServer server;
+    replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":[1]})");
+    ASSERT_EQ(log.texts(), std::vector<std::string>{"Test::echo refused: params is not a JSON object"});
+    EXPECT_EQ(log.lines()[0].level, DebugLevel::Information);
+}
+
+TEST(RPCLogTest, StandardErrorShowsTheOutcomeAlone) {
+    TestServer server;
+    server.on("first", [](const Call& call) -> std::string {
+        const Exception exception(ReturnCode::InvalidState);
+        try {
+            ostrelDebugPrint(DebugLevel::Error, "M", "M", 1, throwingException, "first", exception.what());
+            throw exception;
+        } catch (const Exception& caught) {
+            ostrelDebugPrint(DebugLevel::Error, "M", "M", 2, caughtException, "first", caught.what());
+            return IRPC::RPCErrorObject(call, caught.what()).serialize();
+        }
+    });
+    setDebugSink({});
+    testing::internal::CaptureStderr();
+    replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"Test::first"})");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::MatchesRegex("[^\n]* information [^\n]* Test::first refused: Invalid state\n"));
 }
 
 TEST(RPCMessageTest, BatchAtItsLimitAndOnePast) {

@@ -94,7 +94,8 @@ void afterwards(Deserializer& payload) {
 
 // clang-format off
 const Row rows[] = {
-    {"EmptyText",        "",                   nothing,  "payload: payload is not a JSON object"},
+    {"EmptyText",        "",                   nothing,  "payload: missing payload"},
+    {"Blank",            " ",                  nothing,  "payload: payload is not a JSON object"},
     {"NotJson",          "{",                  nothing,  "payload: payload is not a JSON object"},
     {"Array",            "[]",                 nothing,  "payload: payload is not a JSON object"},
     {"NullText",         "null",               nothing,  "payload: payload is not a JSON object"},

@@ -27,8 +27,9 @@ std::string errorReply(const std::string& members) {
     return R"({"jsonrpc":"2.0","id":7,"error":{)" + members + "}}";
 }
 
-const std::string invalidParameter =
-    R"("message":"Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter"})";
+/// The members of the error that says that there is no such context.
+const std::string noContext =
+    R"("message":"Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter","member":"context"})";
 
 class TVRPCServerTest : public testing::Test {
 protected:
@@ -132,6 +133,12 @@ protected:
         else
             EXPECT_GT(line.line, 0);
     }
+
+    /// Checks the line in which the platform says how the call ended.
+    void expectOutcome(const DebugLine& line, DebugLevel level, const std::string& text) {
+        EXPECT_EQ(line.level, level);
+        EXPECT_EQ(line.text, GetParam().interface + std::string("::") + GetParam().method + text);
+    }
 };
 
 TEST_P(EveryMethod, CallsTheContextAndAnswers) {
@@ -146,11 +153,12 @@ TEST_P(EveryMethod, RefusesContextZeroAndStrangersAlike) {
     const auto context = createContext();
     for (const std::uint32_t stranger : {0u, context ^ 1u}) {
         LogCapture log;
-        EXPECT_EQ(callRow(stranger, GetParam().payload), errorReply(R"("code":-32000,)" + invalidParameter));
+        EXPECT_EQ(callRow(stranger, GetParam().payload), errorReply(R"("code":-32000,)" + noContext));
         const auto lines = log.take();
-        ASSERT_EQ(lines.size(), 2u);
+        ASSERT_EQ(lines.size(), 3u);
         expectLine(lines[0], "(): throwing exception: Invalid parameter", GetParam().throwLine);
         expectLine(lines[1], "(): caught exception: Invalid parameter", GetParam().catchLine);
+        expectOutcome(lines[2], DebugLevel::Information, " refused: Invalid parameter (context)");
     }
     EXPECT_TRUE(module.calls.empty());
 }
@@ -163,8 +171,9 @@ TEST_P(EveryMethod, AnswersTheModulesException) {
               errorReply(R"("code":-32000,"message":"Not supported",)"
                          R"("data":{"returnCode":4,"name":"NotSupported"})"));
     const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
+    ASSERT_EQ(lines.size(), 2u);
     expectLine(lines[0], "(): caught exception: Not supported", GetParam().catchLine);
+    expectOutcome(lines[1], DebugLevel::Information, " refused: Not supported");
 }
 
 TEST_P(EveryMethod, AnswersAStandardException) {
@@ -173,8 +182,9 @@ TEST_P(EveryMethod, AnswersAStandardException) {
     LogCapture log;
     EXPECT_EQ(callRow(context, GetParam().payload), errorReply(R"("code":-32000,"message":"something odd")"));
     const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
+    ASSERT_EQ(lines.size(), 2u);
     expectLine(lines[0], "(): caught exception: something odd", GetParam().catchLine);
+    expectOutcome(lines[1], DebugLevel::Error, " failed: something odd");
 }
 
 TEST_P(EveryMethod, AnswersAnythingElse) {
@@ -183,8 +193,9 @@ TEST_P(EveryMethod, AnswersAnythingElse) {
     LogCapture log;
     EXPECT_EQ(callRow(context, GetParam().payload), errorReply(R"("code":-32000,"message":"unknown")"));
     const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
+    ASSERT_EQ(lines.size(), 2u);
     expectLine(lines[0], "(): caught unknown exception", GetParam().catchLine);
+    expectOutcome(lines[1], DebugLevel::Error, " failed: unknown");
 }
 
 TEST_P(EveryMethod, NamesAMissingMember) {
@@ -200,8 +211,9 @@ TEST_P(EveryMethod, NamesAMissingMember) {
                                 R"(\"","data":{"name":"DecodeError","member":")" + missing + R"("})"));
     EXPECT_TRUE(module.calls.empty());
     const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
+    ASSERT_EQ(lines.size(), 2u);
     expectLine(lines[0], "(): caught exception: missing member \"" + missing + '"', GetParam().catchLine);
+    expectOutcome(lines[1], DebugLevel::Information, " refused: missing member \"" + missing + '"');
 }
 
 TEST_P(EveryMethod, NeedsAContext) {
@@ -238,7 +250,7 @@ TEST_F(TVRPCServerTest, DeletedContextIsUnknown) {
     const auto context = createContext();
     deleteContext(context);
     EXPECT_EQ(callWith(context, "ITVService", "serviceListDelete", "{}"),
-              errorReply(R"("code":-32000,)" + invalidParameter));
+              errorReply(R"("code":-32000,)" + noContext));
 }
 
 // Neither method that makes or deletes a context catches anything: the platform answers.
@@ -246,9 +258,10 @@ TEST_F(TVRPCServerTest, AFailureLeavesTheHandlerOfDeleteContext) {
     const auto context = createContext();
     for (const std::uint32_t stranger : {0u, context ^ 1u}) {
         LogCapture log;
-        EXPECT_EQ(deleteContext(stranger), errorReply(R"("code":-32603,)" + invalidParameter));
-        EXPECT_EQ(log.takeTexts(),
-                  (std::vector<std::string>{"deleteContext(): throwing exception: Invalid parameter"}));
+        EXPECT_EQ(deleteContext(stranger), errorReply(R"("code":-32603,)" + noContext));
+        EXPECT_EQ(log.takeTexts(), (std::vector<std::string>{
+                                       "deleteContext(): throwing exception: Invalid parameter",
+                                       "ITVService::deleteContext refused: Invalid parameter (context)"}));
     }
     EXPECT_EQ(module.contexts, 1u);
 }
@@ -259,7 +272,10 @@ TEST_F(TVRPCServerTest, AFailureLeavesTheHandlerOfCreateContext) {
     EXPECT_EQ(call("ITVService", "createContext", "{}"),
               errorReply(R"("code":-32603,"message":"Out of memory",)"
                          R"("data":{"returnCode":3,"name":"OutOfMemory"})"));
-    EXPECT_TRUE(log.take().empty());
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].level, DebugLevel::Error);
+    EXPECT_EQ(lines[0].text, "ITVService::createContext failed: Out of memory");
 }
 
 TEST_F(TVRPCServerTest, ContextPastTheLimitIsOutOfMemory) {
@@ -277,9 +293,10 @@ TEST_F(TVRPCServerTest, APayloadForTheTime) {
     const auto callWithoutPayload = [&](const std::string& method) {
         return call("ITVService", method, R"({"context":)" + std::to_string(context) + "}");
     };
-    EXPECT_NE(
-        callWithoutPayload("utcTimeGet").find(R"("code":-32602,"message":"payload is not a JSON object")"),
-        std::string::npos);
+    EXPECT_EQ(
+        callWithoutPayload("utcTimeGet"),
+        errorReply(
+            R"("code":-32602,"message":"missing payload","data":{"name":"DecodeError","member":"payload"})"));
     EXPECT_NE(callWith(context, "ITVService", "utcTimeGet", R"("[1]")").find(R"("code":-32602)"),
               std::string::npos);
     EXPECT_EQ(callWith(context, "ITVService", "utcTimeGet", R"("{}")"), resultReply("3000000000"));
@@ -372,11 +389,6 @@ class HousekeepingTest : public TVRPCServerTest {
 protected:
     void SetUp() override { server.init(); }
     void TearDown() override { server.uninit(); }
-
-    std::size_t scanQuestions() const {
-        return static_cast<std::size_t>(
-            std::count(module.calls.begin(), module.calls.end(), "scanInfoGet(0)"));
-    }
 };
 
 TEST_F(HousekeepingTest, ReleasesWhatNobodyUsesAnyMore) {
@@ -390,9 +402,9 @@ TEST_F(HousekeepingTest, ReleasesWhatNobodyUsesAnyMore) {
     now += 1ns;
     server.housekeep();
     EXPECT_EQ(module.contexts, 1u);
-    EXPECT_EQ(module.calls, (std::vector<std::string>{"deleteContext()"}));
+    EXPECT_EQ(module.calls, (std::vector<std::string>{"scanInfoGet(0)", "deleteContext()"}));
     EXPECT_EQ(callWith(kept, "ITVService", "serviceListDelete", "{}"), resultReply("false"));
-    EXPECT_EQ(deleteContext(abandoned), errorReply(R"("code":-32603,)" + invalidParameter));
+    EXPECT_EQ(deleteContext(abandoned), errorReply(R"("code":-32603,)" + noContext));
 }
 
 TEST_F(HousekeepingTest, UseKeepsAContextWhoseConnectionHasClosed) {
@@ -412,7 +424,6 @@ TEST_F(HousekeepingTest, UseKeepsAContextWhoseConnectionHasClosed) {
 TEST_F(HousekeepingTest, RunningScanKeepsEveryContext) {
     createContext();
     createContext();
-    module.onScanStart(1);
     module.scanning = true;
     now += 1000h;
     server.housekeep();
@@ -423,25 +434,24 @@ TEST_F(HousekeepingTest, RunningScanKeepsEveryContext) {
     EXPECT_EQ(module.contexts, 0u);
 }
 
-TEST_F(HousekeepingTest, DoesNotAskAboutAScanThatNeverWas) {
-    createContext();
-    now += 10min;
-    server.housekeep();
-    EXPECT_EQ(scanQuestions(), 0u);
-    EXPECT_EQ(module.contexts, 0u);
-}
-
 TEST_F(HousekeepingTest, ModuleThatKnowsNoScanRunsNone) {
-    createContext();
-    module.onScanStart(1);
+    for (int count = 0; count < 3; ++count)
+        createContext();
     module.onCall = [this] {
-        if (module.calls.back() == "scanInfoGet(0)")
+        if (module.calls.back() == "scanInfoGet(0)") {
+            ostrelDebugPrint(DebugLevel::Error, "M", "M", 1, throwingException, "scanInfoGet",
+                             "Invalid state");
             throw Exception(ReturnCode::InvalidState);
+        }
     };
     now += 10min;
+    testing::internal::CaptureStderr();
     server.housekeep();
-    EXPECT_EQ(scanQuestions(), 1u);
+    const auto log = testing::internal::GetCapturedStderr();
     EXPECT_EQ(module.contexts, 0u);
+    // One line for all of it.
+    EXPECT_NE(log.find("housekeep(): released 3 abandoned contexts\n"), std::string::npos);
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1) << log;
 }
 
 TEST_F(TVRPCServerTest, ScanEventsBecomeNotifications) {

@@ -18,12 +18,16 @@ public:
     /// @param name   the owning source file's path, as the log shows it
     /// @param flags  reserved; 0
     explicit Mutex(const std::string& name, unsigned short flags = 0);
+
+    /// May be held by the calling thread, which gives it back; by no other.
     ~Mutex();
 
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    /// Waits until no other thread holds the lock. The same thread may lock it again.
+    /// Waits until no other thread holds the lock. The same thread may lock it again; each lock()
+    /// wants its unlock().
+    /// @throws std::system_error  the thread has locked it more often than the system can count
     void lock() OSTREL_ACQUIRE();
 
     /// Gives back one lock(). The calling thread must be the owner.

@@ -16,13 +16,16 @@ class OSTREL_API TaskUnwind {};
 
 /// Starts a task, a thread that holds the turn whenever it runs module code.
 ///
-/// Any thread may call it, with or without the turn; the task begins when the turn is its.
+/// Any thread may call it, with or without the turn; the task begins when the turn is its. It
+/// ends by itself, or by a TaskUnwind; nobody waits for its result. What else leaves the body
+/// ends the task with one line in the log.
 ///
-/// @param name       for the log and the thread's name; the first 15 bytes count there
+/// @param name       for the log and the thread's name, which shows the first 15 bytes
 /// @param priority   0 (highest) to 255; kept for the framework's other hosts and not used here
 /// @param stackSize  bytes; raised to the system's minimum
+/// @param param      handed to the body; must live as long as the task needs it
 /// @param flags      reserved; 0
-/// @returns null when 256 tasks are alive, when the system refuses another thread, or while
+/// @returns the task, or null when 256 tasks are alive, when the system refuses another thread, or while
 ///          stopTasks() runs
 OSTREL_API TaskHandle OS_TaskSpawnParam(const char* name, int priority, unsigned stackSize, TaskBody body,
                                         void* param, unsigned flags);
@@ -39,7 +42,7 @@ OSTREL_API void OS_TaskDelayMsec(unsigned delayMsec);
 /// spawned meanwhile are refused. The caller must not hold the turn.
 OSTREL_API void stopTasks();
 
-/// How many tasks are alive now.
+/// How many tasks are alive now. For tests.
 OSTREL_API unsigned countTasks();
 
 /// How many tasks may be alive at once.

@@ -19,10 +19,10 @@ public:
     /// Takes the turn if nobody holds it or waits for it; returns whether it did.
     static bool tryTake();
 
-    /// Hands the turn on.
+    /// Hands the turn on. The calling thread must hold it.
     static void give();
 
-    /// How many wait for the turn now.
+    /// How many wait for the turn now. For tests.
     static unsigned countWaiting();
 
     /// Holds the turn for one scope.

@@ -13,7 +13,8 @@ public:
     virtual ~IListener() = default;
 };
 
-/// Keeps listeners, which it does not own.
+/// Keeps listeners, which it does not own: each must be removed before it goes away. Which
+/// threads may call, and when, its implementations say.
 class OSTREL_API IObservable {
 public:
     virtual void addListener(IListener* listener) = 0;
@@ -21,7 +22,8 @@ public:
     virtual ~IObservable() = default;
 };
 
-/// Appends a listener that is a T and not in the list yet. Returns whether it did.
+/// Appends a listener that is a T and not in the list yet. Returns whether it did. Null is no T.
+/// The caller keeps other threads away from the list.
 template <typename T> bool addListener(std::vector<T*>& list, IListener* listener) {
     T* const wanted = dynamic_cast<T*>(listener);
     if (wanted == nullptr || std::find(list.begin(), list.end(), wanted) != list.end())
@@ -31,6 +33,7 @@ template <typename T> bool addListener(std::vector<T*>& list, IListener* listene
 }
 
 /// Erases a listener from the list and keeps the others' order. Returns whether it was there.
+/// The caller keeps other threads away from the list.
 template <typename T> bool removeListener(std::vector<T*>& list, IListener* listener) {
     T* const unwanted = dynamic_cast<T*>(listener);
     const auto found = std::find(list.begin(), list.end(), unwanted);

@@ -19,16 +19,18 @@ public:
     /// Which JSON type the object is written as; Object unless overridden.
     virtual ObjectType getObjectType() const;
 
-    /// Returns a newly allocated copy, which the caller owns.
+    /// Makes a copy for the caller to delete.
     virtual SerialObject* clone() const = 0;
 
-    /// Writes the members of a record or the elements of a list, without what encloses them.
+    /// Writes what is inside: a record's members, a list's elements, or the plain value.
+    /// @throws TextTooLarge  the serializer's limit is reached; so do the others that are given one
     virtual void serialize(Serializer& serializer) const = 0;
 
     /// Returns the whole value as JSON text.
     virtual std::string serialize() const;
 
     /// Returns the whole value in the given jsoncpp style; for people and tools, not for speed.
+    /// @throws std::logic_error  what the object wrote is not JSON
     virtual std::string serialize(Json::Writer& writer) const;
 
     /// Writes the whole value under a key; an empty key writes a list's element.

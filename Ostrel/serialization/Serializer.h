@@ -33,6 +33,8 @@ public:
     /// @param limit  bytes; a text that would grow past it throws TextTooLarge
     explicit Serializer(std::size_t limit = std::numeric_limits<std::size_t>::max());
 
+    /// What is begun must be ended, under the same key. These and all that write below throw
+    /// TextTooLarge at the limit, and std::bad_alloc.
     void beginObject(std::string_view key);
     void endObject(std::string_view key);
     void beginList(std::string_view key);
@@ -44,7 +46,7 @@ public:
     /// A text is never meant as a truth value.
     void write(std::string_view key, const char* text) = delete;
 
-    /// Writes a value that is JSON text already, as it stands.
+    /// Writes a value that is JSON text already, as it stands; whether it is, is up to the caller.
     void writeJson(std::string_view key, std::string_view json);
 
     /// Makes room for that many bytes in all.
@@ -53,7 +55,8 @@ public:
     /// Makes room for that many bytes behind those that are there, within the limit.
     void reserveMore(std::size_t size);
 
-    /// Hands out the text; the serializer is empty afterwards.
+    /// Hands out the text, which is JSON once everything begun has been ended. The serializer is
+    /// empty afterwards.
     std::string generate();
 
 private:

@@ -11,14 +11,17 @@ namespace Ostrel {
 
 /// A list that can travel: the vector itself, written as a JSON array of its elements.
 ///
-/// T is std::string, unsigned char, or a record.
+/// T is std::string, unsigned char (written as a number), or a record. Like any vector it takes
+/// one thread at a time, or several that only read.
 template <typename T> class OSTREL_API VectorObject : public VectorBase, public std::vector<T> {
 public:
     using std::vector<T>::vector;
 
+    /// Makes a copy for the caller to delete.
     VectorObject<T>* clone() const override { return new VectorObject<T>(*this); }
 
     using VectorBase::serialize;
+    /// Writes the elements, each under an empty key.
     void serialize(Serializer& serializer) const override {
         if constexpr (std::is_same_v<T, std::string>) {
             // Growing a long text costs more than writing it.

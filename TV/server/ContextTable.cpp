@@ -7,7 +7,7 @@
 
 namespace Ostrel::TV {
 
-struct ContextTable::Entry {
+struct ContextTable::Slot {
     TVModuleContext* context = nullptr; ///< null while it is being made
     std::weak_ptr<RPCPeer> peer;
     TimePoint lastUse;
@@ -40,64 +40,64 @@ std::uint32_t ContextTable::add(const std::function<TVModuleContext*()>& make,
         return 0;
     }
     const Mutex::Hold hold(mutex_);
-    entries_.find(identifier)->second->context = context;
+    slots_.find(identifier)->second->context = context;
     return identifier;
 }
 
 std::uint32_t ContextTable::reserve(const std::shared_ptr<RPCPeer>& peer) {
-    const auto entry = std::make_shared<Entry>();
-    entry->peer = peer;
-    entry->lastUse = clock_();
+    const auto slot = std::make_shared<Slot>();
+    slot->peer = peer;
+    slot->lastUse = clock_();
 
     const Mutex::Hold hold(mutex_);
-    if (entries_.size() >= limit)
+    if (slots_.size() >= limit)
         throw Exception(ReturnCode::OutOfMemory);
     for (;;) {
         const std::uint32_t identifier = random_();
-        if (identifier != 0 && entries_.emplace(identifier, entry).second)
+        if (identifier != 0 && slots_.emplace(identifier, slot).second)
             return identifier;
     }
 }
 
 void ContextTable::cancel(std::uint32_t identifier) {
     const Mutex::Hold hold(mutex_);
-    entries_.erase(identifier);
+    slots_.erase(identifier);
 }
 
 ContextTable::Pin ContextTable::pin(std::uint32_t identifier) {
     const Mutex::Hold hold(mutex_);
-    const auto found = entries_.find(identifier);
-    if (found == entries_.end() || found->second->context == nullptr)
+    const auto found = slots_.find(identifier);
+    if (found == slots_.end() || found->second->context == nullptr)
         return Pin(nullptr);
-    const auto& entry = found->second;
-    entry->lastUse = clock_();
-    ++entry->pins;
-    return Pin(entry);
+    const auto& slot = found->second;
+    slot->lastUse = clock_();
+    ++slot->pins;
+    return Pin(slot);
 }
 
-TVModuleContext* ContextTable::take(std::uint32_t identifier) {
-    std::shared_ptr<Entry> entry;
+TVModuleContext* ContextTable::remove(std::uint32_t identifier) {
+    std::shared_ptr<Slot> slot;
     {
         const Mutex::Hold hold(mutex_);
-        const auto found = entries_.find(identifier);
-        if (found == entries_.end() || found->second->context == nullptr)
+        const auto found = slots_.find(identifier);
+        if (found == slots_.end() || found->second->context == nullptr)
             return nullptr;
-        entry = std::move(found->second);
-        entries_.erase(found);
+        slot = std::move(found->second);
+        slots_.erase(found);
     }
-    while (const unsigned pins = entry->pins.load())
-        entry->pins.wait(pins);
-    return entry->context;
+    while (const unsigned pins = slot->pins.load())
+        slot->pins.wait(pins);
+    return slot->context;
 }
 
 std::vector<ContextTable::Abandoned> ContextTable::findAbandoned() {
     std::vector<Abandoned> abandoned;
     const Mutex::Hold hold(mutex_);
     const TimePoint now = clock_();
-    for (const auto& [identifier, entry] : entries_) {
-        const bool idle = entry->pins.load() == 0 && now - entry->lastUse >= patience;
-        if (entry->context != nullptr && entry->peer.expired() && idle)
-            abandoned.push_back({identifier, entry->context});
+    for (const auto& [identifier, slot] : slots_) {
+        const bool idle = slot->pins.load() == 0 && now - slot->lastUse >= patience;
+        if (slot->context != nullptr && slot->peer.expired() && idle)
+            abandoned.push_back({identifier, slot->context});
     }
     return abandoned;
 }
@@ -105,18 +105,18 @@ std::vector<ContextTable::Abandoned> ContextTable::findAbandoned() {
 std::vector<std::uint32_t> ContextTable::getIdentifiers() {
     std::vector<std::uint32_t> identifiers;
     const Mutex::Hold hold(mutex_);
-    for (const auto& [identifier, entry] : entries_)
+    for (const auto& [identifier, slot] : slots_)
         identifiers.push_back(identifier);
     return identifiers;
 }
 
 ContextTable::Pin::~Pin() {
-    if (entry_ != nullptr && --entry_->pins == 0)
-        entry_->pins.notify_all();
+    if (slot_ != nullptr && --slot_->pins == 0)
+        slot_->pins.notify_all();
 }
 
 TVModuleContext& ContextTable::Pin::operator*() const {
-    return *entry_->context;
+    return *slot_->context;
 }
 
 } // namespace Ostrel::TV

@@ -19,7 +19,7 @@ class TVModuleContext;
 /// Knows the live contexts by the identifiers that clients have for them.
 ///
 /// Identifiers are random and never zero, so that clients do not stumble over each other. A
-/// context in use is pinned, and taking it out of the table waits for its pins: no context
+/// context in use is pinned, and its removal waits for its pins: no context
 /// is destroyed while somebody uses it.
 ///
 /// Any thread may call any operation. The table owns no context and never calls one.
@@ -41,6 +41,7 @@ public:
     /// A number from the system's random source.
     static std::uint32_t systemRandom();
 
+    /// The clock must never go back. Tests put their own in its place and the source's.
     explicit ContextTable(Clock clock = &std::chrono::steady_clock::now, Random random = &systemRandom);
     ~ContextTable();
 
@@ -56,18 +57,19 @@ public:
     /// Holds the context for a use. The pin is empty when there is no such context.
     Pin pin(std::uint32_t identifier);
 
-    /// Takes the context out of the table and waits until it is no longer pinned. The caller
+    /// From now on nobody finds the context; returns it when its last pin has gone. The caller
     /// must not have it pinned.
     /// @returns null when there is no such context
-    TVModuleContext* take(std::uint32_t identifier);
+    TVModuleContext* remove(std::uint32_t identifier);
 
     /// The contexts whose connection has closed and that nothing has used for some time.
     std::vector<Abandoned> findAbandoned();
 
+    /// Of all contexts, those that are being made included.
     std::vector<std::uint32_t> getIdentifiers();
 
 private:
-    struct Entry;
+    struct Slot;
 
     std::uint32_t reserve(const std::shared_ptr<RPCPeer>& peer);
     void cancel(std::uint32_t identifier);
@@ -75,7 +77,7 @@ private:
     const Clock clock_;
     const Random random_;
     Mutex mutex_;
-    std::unordered_map<std::uint32_t, std::shared_ptr<Entry>> entries_ OSTREL_GUARDED_BY(mutex_);
+    std::unordered_map<std::uint32_t, std::shared_ptr<Slot>> slots_ OSTREL_GUARDED_BY(mutex_);
 };
 
 /// Holds a context in use for one scope.
@@ -88,18 +90,18 @@ public:
     Pin& operator=(const Pin&) = delete;
     Pin& operator=(Pin&&) = delete;
 
-    explicit operator bool() const { return entry_ != nullptr; }
+    explicit operator bool() const { return slot_ != nullptr; }
     TVModuleContext& operator*() const;
 
 private:
     friend class ContextTable;
 
-    explicit Pin(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {}
+    explicit Pin(std::shared_ptr<Slot> slot) : slot_(std::move(slot)) {}
 
-    std::shared_ptr<Entry> entry_;
+    std::shared_ptr<Slot> slot_;
 };
 
-/// A context that may be released. The pointer is good as long as nobody takes the context.
+/// A context that may be released. The pointer is good until somebody removes the context.
 struct ContextTable::Abandoned {
     std::uint32_t identifier;
     TVModuleContext* context;

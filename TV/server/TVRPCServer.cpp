@@ -110,7 +110,7 @@ std::string TVRPCServer::deleteContext(const Call& call) {
 }
 
 bool TVRPCServer::release(std::uint32_t identifier) {
-    TVModuleContext* const context = contexts_.take(identifier);
+    TVModuleContext* const context = contexts_.remove(identifier);
     if (context == nullptr)
         return false;
     getModule()->deleteContext(context);

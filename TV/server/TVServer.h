@@ -12,7 +12,7 @@ class TVModule;
 ///
 /// A host brings things up in this order: the module, its init(), the server, its init();
 /// and down in reverse: the server's uninit(), the server, the module's uninit(), the module.
-/// No destructor calls uninit().
+/// Nothing makes up for an uninit() that was left out.
 class OSTREL_API TVServer : public ComplexObject, public ITVConfig::ITVConfigListener {
 public:
     /// @param module  not owned

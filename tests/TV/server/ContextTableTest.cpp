@@ -49,15 +49,15 @@ TEST_F(ContextTableTest, RefusesZeroAndStrangers) {
     const auto identifier = add();
     EXPECT_FALSE(table.pin(0));
     EXPECT_FALSE(table.pin(identifier + 1));
-    EXPECT_EQ(table.take(0), nullptr);
-    EXPECT_EQ(table.take(identifier + 1), nullptr);
+    EXPECT_EQ(table.remove(0), nullptr);
+    EXPECT_EQ(table.remove(identifier + 1), nullptr);
 }
 
-TEST_F(ContextTableTest, TakenContextIsGone) {
+TEST_F(ContextTableTest, RemovedContextIsGone) {
     const auto identifier = add();
-    EXPECT_EQ(table.take(identifier), &context);
+    EXPECT_EQ(table.remove(identifier), &context);
     EXPECT_FALSE(table.pin(identifier));
-    EXPECT_EQ(table.take(identifier), nullptr);
+    EXPECT_EQ(table.remove(identifier), nullptr);
     EXPECT_TRUE(table.getIdentifiers().empty());
 }
 
@@ -83,7 +83,7 @@ TEST_F(ContextTableTest, ContextIsUnknownWhileItIsMade) {
     const auto identifier = table.add(
         [this] {
             EXPECT_FALSE(table.pin(1));
-            EXPECT_EQ(table.take(1), nullptr);
+            EXPECT_EQ(table.remove(1), nullptr);
             return &context;
         },
         nullptr);
@@ -112,18 +112,18 @@ TEST_F(ContextTableTest, HoldsAsManyAsTheLimit) {
     }
     EXPECT_FALSE(made);
 
-    table.take(1);
+    table.remove(1);
     EXPECT_NO_THROW(addOneMore());
 }
 
-TEST_F(ContextTableTest, TakingWaitsForThePinsOfOthers) {
+TEST_F(ContextTableTest, RemovalWaitsForThePinsOfOthers) {
     const auto identifier = add();
     std::optional<ContextTable::Pin> first(table.pin(identifier));
     std::optional<ContextTable::Pin> second(table.pin(identifier));
     std::atomic<bool> pinned = true;
     bool takenWhilePinned = false;
     std::thread taker([&] {
-        EXPECT_EQ(table.take(identifier), &context);
+        EXPECT_EQ(table.remove(identifier), &context);
         takenWhilePinned = pinned;
     });
 
@@ -139,16 +139,16 @@ TEST_F(ContextTableTest, TakingWaitsForThePinsOfOthers) {
     EXPECT_FALSE(takenWhilePinned);
 }
 
-TEST_F(ContextTableTest, OthersAreServedWhileOneIsTaken) {
+TEST_F(ContextTableTest, OthersAreServedWhileOneIsRemoved) {
     const auto identifier = add();
     const auto other = add();
     std::optional<ContextTable::Pin> pin(table.pin(identifier));
-    std::thread taker([&] { table.take(identifier); });
+    std::thread taker([&] { table.remove(identifier); });
 
     while (table.pin(identifier))
         std::this_thread::yield();
     EXPECT_TRUE(table.pin(other));
-    EXPECT_EQ(table.take(other), &context);
+    EXPECT_EQ(table.remove(other), &context);
     EXPECT_NE(add(), 0u);
 
     pin.reset();
@@ -162,7 +162,7 @@ TEST_F(ContextTableTest, MovedPinReleasesOnce) {
         const auto moved = std::move(pin);
         EXPECT_TRUE(moved);
     }
-    EXPECT_EQ(table.take(identifier), &context);
+    EXPECT_EQ(table.remove(identifier), &context);
 }
 
 TEST_F(ContextTableTest, ContextIsAbandonedAfterTenMinutes) {

@@ -2,17 +2,14 @@
 
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Mutex.h"
-#include "Ostrel/runtime/TaskStepper.h"
+#include "Ostrel/runtime/Tasks.h"
 #include "Ostrel/runtime/Turn.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <climits>
-#include <condition_variable>
-#include <list>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -21,37 +18,10 @@
 
 namespace Ostrel {
 
-/// A task's thread and what it runs. What stands before finished is written before the thread starts.
-struct TaskIdentity {
-    std::string name;
-    TaskBody body;
-    void* param;
-    pthread_t thread{};
-    bool finished = false; ///< the thread does nothing more but return; under Tasks::mutex
-    bool awaitsStep = false; ///< of a TaskStepper; under Tasks::mutex
-    unsigned delayMsec = 0; ///< of the sleep that awaits a step; under Tasks::mutex
-};
-
 namespace {
 
 constexpr std::size_t minimumStack = 256u << 10; ///< bytes; less is not enough for a sanitizer's frames
 constexpr std::size_t nameLimit = 15; ///< bytes of a thread's name that the system takes
-
-struct Tasks {
-    std::mutex mutex;
-    std::condition_variable wake; ///< sleeping tasks wait for it
-    std::condition_variable quiet; ///< a task has ended, or awaits a step
-    std::list<std::unique_ptr<TaskIdentity>> all; ///< the finished ones too, until they are joined
-    unsigned alive = 0;
-    unsigned stopping = 0; ///< calls of stopTasks() under way
-    bool stepped = false; ///< a TaskStepper lives
-};
-
-/// Never destroyed: tasks may outlive the static objects.
-Tasks& tasks() {
-    static auto& instance = *new Tasks;
-    return instance;
-}
 
 thread_local TaskIdentity* currentTask = nullptr;
 
@@ -77,7 +47,7 @@ void runBody(const TaskIdentity& task) {
 
 /// Returns whether the host is stopping.
 bool awaitStep(TaskIdentity& task, std::unique_lock<std::mutex>& lock) {
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     state.wake.wait(lock, [&] { return !task.awaitsStep || state.stopping > 0; });
     return state.stopping > 0;
 }
@@ -87,7 +57,7 @@ void* runTask(void* identity) {
     currentTask = &task;
     pthread_setname_np(pthread_self(), task.name.substr(0, nameLimit).c_str());
 
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     std::unique_lock lock(state.mutex);
     if (!task.awaitsStep || !awaitStep(task, lock)) {
         lock.unlock();
@@ -118,7 +88,7 @@ bool startThread(TaskIdentity& task, std::size_t stackSize) {
 
 TaskHandle OS_TaskSpawnParam(const char* name, int, unsigned stackSize, TaskBody body, void* param,
                              unsigned) try {
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     const std::lock_guard lock(state.mutex);
     reapUnderLock(state);
     if (state.stopping > 0 || state.alive >= taskLimit)
@@ -144,7 +114,7 @@ void OS_TaskDelayMsec(unsigned delayMsec) {
     }
     Mutex::releaseHeld(currentTask->name);
     Turn::give();
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     bool stopped = false;
     {
         std::unique_lock lock(state.mutex);
@@ -164,7 +134,7 @@ void OS_TaskDelayMsec(unsigned delayMsec) {
 }
 
 void stopTasks() {
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     std::unique_lock lock(state.mutex);
     ++state.stopping;
     state.wake.notify_all();
@@ -174,46 +144,9 @@ void stopTasks() {
 }
 
 unsigned countTasks() {
-    auto& state = tasks();
+    auto& state = Tasks::instance();
     const std::lock_guard lock(state.mutex);
     return state.alive;
-}
-
-TaskStepper::TaskStepper() {
-    auto& state = tasks();
-    const std::lock_guard lock(state.mutex);
-    state.stepped = true;
-}
-
-TaskStepper::~TaskStepper() {
-    stopTasks();
-    auto& state = tasks();
-    const std::lock_guard lock(state.mutex);
-    state.stepped = false;
-}
-
-std::vector<TaskHandle> TaskStepper::getTasks() const {
-    auto& state = tasks();
-    const std::lock_guard lock(state.mutex);
-    std::vector<TaskHandle> alive;
-    for (const auto& task : state.all)
-        if (!task->finished)
-            alive.push_back(task.get());
-    return alive;
-}
-
-std::optional<unsigned> TaskStepper::step(TaskHandle handle) {
-    auto& state = tasks();
-    std::unique_lock lock(state.mutex);
-    const auto found = std::find_if(state.all.begin(), state.all.end(),
-                                    [&](const auto& task) { return task.get() == handle; });
-    if (found == state.all.end() || (*found)->finished)
-        return std::nullopt;
-    auto& task = **found;
-    task.awaitsStep = false;
-    state.wake.notify_all();
-    state.quiet.wait(lock, [&] { return task.awaitsStep || task.finished; });
-    return task.finished ? std::nullopt : std::optional(task.delayMsec);
 }
 
 } // namespace Ostrel

@@ -11,9 +11,13 @@
 
 namespace Ostrel {
 
+class RPCObserver;
+
 /// Stands for the connection that a call came by; it lives as long as the connection does.
 /// Keep a weak pointer to learn that the connection has closed.
-struct RPCPeer {};
+struct RPCPeer {
+    std::shared_ptr<RPCObserver> observer = nullptr; ///< told of every request; null for none
+};
 
 /// The objects that an RPC conversation is made of. Each of the last four turns itself into
 /// the text that travels.

@@ -1,10 +1,12 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
+#include "Ostrel/rpc/RPCObserver.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/serialization/Json.h"
 
 #include <boost/json.hpp>
 
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -62,7 +64,7 @@ public:
 
     void step() noexcept {
         try {
-            add(answer());
+            add(peer_ != nullptr && peer_->observer != nullptr ? answerObserved() : answer());
             if (++next_ < count_)
                 envelope_ = examine(batch_->at(next_));
             else if (batch_ != nullptr && !reply_.empty())
@@ -150,6 +152,16 @@ private:
             params == nullptr ? "{}" : json::serialize(*params), peer_, budget);
         return params != nullptr && params->is_array() ? refuseList(method)
                                                        : server_.handleRPCSynchronousMethod(method);
+    }
+
+    std::string answerObserved() {
+        using Clock = std::chrono::steady_clock;
+        const auto id = envelope_.id;
+        const auto begin = Clock::now();
+        auto reply = answer();
+        peer_->observer->requestDone(
+            {envelope_.interfaceName, envelope_.methodName, id, reply, Clock::now() - begin});
+        return reply;
     }
 
     static std::string refuseList(const IRPC::RPCSynchronousMethodObject& method) {

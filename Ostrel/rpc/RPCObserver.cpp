@@ -1,0 +1,7 @@
+#include "Ostrel/rpc/RPCObserver.h"
+
+namespace Ostrel {
+
+RPCObserver::~RPCObserver() = default;
+
+} // namespace Ostrel

@@ -17,6 +17,14 @@ std::vector<Address> parseAll(const std::vector<std::string>& texts) {
     return addresses;
 }
 
+/// The options of the command line that people are pointed to.
+Advice adviseOptions() {
+    return {.addressInUse = "choose another with --listen",
+            .tokenNeeded = "give a token with --token-file",
+            .foreignHost = "allow it with --allow-host",
+            .foreignOrigin = "allow them with --allow-origin"};
+}
+
 } // namespace
 
 Host::Host(const HostOptions& options) {
@@ -32,7 +40,8 @@ Host::Host(const HostOptions& options) {
     if (!server_->init())
         throw StartError("another RPC server runs under the name " + server_->getName());
     try {
-        listener_.emplace(addresses, std::move(admission));
+        listener_.emplace(addresses, std::move(admission),
+                          ListenerOptions{.advice = adviseOptions(), .logRequests = options.logRequests});
     } catch (...) {
         server_->uninit();
         throw;

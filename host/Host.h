@@ -17,6 +17,7 @@ struct HostOptions {
     std::vector<std::string> allowedHosts;
     std::string tokenFile; ///< empty for none
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
+    bool logRequests = false; ///< a line in the log for every request
 };
 
 /// Brings module, server and listener up in their order, and down in reverse.

@@ -10,10 +10,13 @@ namespace Ostrel {
 
 /// An answer to one HTTP request.
 struct Answer {
+    static constexpr const char* text = "text/plain; charset=utf-8";
+
     boost::beast::http::status status;
     std::string body = {};
-    const char* type = "text/plain; charset=utf-8"; ///< of the body; null when there is none at all
+    const char* type = text; ///< of the body; null when there is none at all
     std::string headers = {}; ///< further ones, each with its line end
+    bool last = false; ///< the connection ends behind it
 };
 
 /// Returns the status line and the headers, with the empty line behind them.

@@ -1,83 +1,111 @@
 #pragma once
 
-#include "Ostrel/rpc/IRPC.h"
-#include "Ostrel/rpc/RPCNotifier.h"
-#include "Ostrel/rpc/RPCServer.h"
-#include "Ostrel/transport/Admission.h"
-#include "Ostrel/transport/Lanes.h"
-#include "Ostrel/transport/Limits.h"
+#include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/Http.h"
+#include "Ostrel/transport/Output.h"
 
-#include <boost/asio/basic_stream_socket.hpp>
-#include <boost/asio/generic/stream_protocol.hpp>
-#include <boost/asio/io_context.hpp>
-
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Ostrel {
 
-/// A TCP or Unix domain socket, on a concrete executor: Asio's erased one costs an allocation
-/// a message.
-using Socket = boost::asio::basic_stream_socket<boost::asio::generic::stream_protocol,
-                                                boost::asio::io_context::executor_type>;
+class ConnectionHub;
+class HttpReader;
+class RPCServer;
+class WebSocket;
+struct RPCPeer;
 
-class Connection;
-
-/// What the connections of one listener have in common. On the listener's thread, unless said
-/// otherwise.
-class ConnectionHub {
-public:
-    virtual ~ConnectionHub() = default;
-
-    virtual const Limits& getLimits() const = 0;
-    virtual const Admission& getAdmission() const = 0;
-    virtual Lanes& getLanes() = 0;
-
-    /// A connection's waiting bytes have changed. Cuts off the one with the most when all
-    /// together wait for too much.
-    virtual void addWaiting(std::ptrdiff_t change) = 0;
-
-    /// The connection has closed.
-    virtual void remove(Connection& connection) = 0;
-};
-
-/// One client's connection: HTTP requests, one after another, or a WebSocket.
+/// One client's connection: HTTP requests, one after another, or a WebSocket. Here is its life
+/// from phase to phase; its parts read, decide and send.
 ///
-/// It lives on the listener's thread; only notify() may come from elsewhere. It keeps itself
-/// alive while something is under way and is gone soon after it has closed.
-class Connection : public RPCSubscriber {
+/// It lives on the listener's thread. It keeps itself alive while something is under way and is
+/// gone soon after it has closed.
+class Connection final : public Conversation {
 public:
     using Clock = std::chrono::steady_clock;
 
     /// @param localAddress  the numeric address that the client reached; empty for a Unix
-    ///                      domain socket, whose clients may name any host
-    static std::shared_ptr<Connection> make(ConnectionHub& hub, Socket socket, std::string localAddress);
+    ///                      domain socket
+    /// @param peer          stands for this connection where calls are carried out
+    Connection(ConnectionHub& hub, Socket socket, std::string localAddress, std::shared_ptr<RPCPeer> peer);
+    ~Connection() override;
 
     /// Begins to read.
-    virtual void start() = 0;
+    void start();
 
-    /// Answers 503 and closes: there are too many connections.
-    virtual void refuse() = 0;
+    /// Answers 503 and ends: there are too many connections.
+    void refuse();
 
-    /// Says goodbye, because the host stops.
-    virtual void stop() = 0;
+    /// Ends politely, because the host stops.
+    void stop();
 
-    /// Ends the connection now, whatever is under way.
-    virtual void close() noexcept = 0;
+    void close() noexcept override;
 
     /// Cuts off a client that has let too much wait.
-    virtual void cutOff() = 0;
+    void cutOff();
 
     /// Looks whether a time has run out. Called a few times a second.
-    virtual void tick(Clock::time_point now) = 0;
+    void tick(Clock::time_point now);
 
     /// Bytes that wait for the client.
-    virtual std::size_t getWaiting() const = 0;
+    std::size_t getWaiting() const { return output_.getWaiting(); }
 
-    /// Whether it counts as open, not as one that is being refused.
-    virtual bool isAdmitted() const = 0;
+private:
+    Phase getPhase() const noexcept override { return phase_; }
+    Socket& getSocket() noexcept override { return socket_; }
+    const Limits& getLimits() const noexcept override { return limits_; }
+    void send(std::string head, std::string body) override;
+    void send(std::string head, std::shared_ptr<const std::string> body) override;
+    void waitingChanged(std::ptrdiff_t change) override;
+    void allSent() override;
+    void sayGoodbye(boost::beast::websocket::close_code code) override;
+    void finish() override;
+    void fail(const char* what) noexcept override;
+    void giveUp() noexcept override { lost_ = true; }
+
+    void enter(Phase phase);
+    std::chrono::milliseconds getPatience() const;
+    bool isEnding() const { return phase_ >= Phase::Finishing; }
+
+    void awaitRequest();
+    void readHead();
+    void readBody();
+    void requestCame();
+    void refuseUnread(const boost::system::error_code& failure);
+    void answer(Answer what);
+    void upgrade(const Http::Upgrade& upgrade);
+
+    void work(RPCServer& server, std::string_view text);
+    void replyCame(std::string reply);
+
+    void drain();
+    void readAway();
+    void releaseWebSocket() noexcept;
+
+    ConnectionHub& hub_;
+    const Limits& limits_;
+    Socket socket_;
+    std::shared_ptr<RPCPeer> peer_; ///< null when closed
+
+    Phase phase_ = Phase::ReadingHead;
+    Clock::time_point deadline_ = Clock::time_point::max(); ///< of the phase
+    std::atomic<bool> lost_ = false; ///< there was no memory to tell the client something
+
+    const Http http_;
+    std::unique_ptr<HttpReader> reader_;
+    std::string allowedOrigin_; ///< that may read the answer; empty for none
+    /// Whether another request may follow the one at hand. The client says so in any phase of
+    /// its request, and a host that stops says no.
+    bool keepAlive_ = false;
+
+    std::unique_ptr<WebSocket> webSocket_; ///< once upgraded
+    Output output_;
+    std::array<char, 512> away_; ///< what is read at the end and thrown away
 };
 
 } // namespace Ostrel

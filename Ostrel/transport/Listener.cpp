@@ -2,7 +2,10 @@
 
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/transport/Connection.h"
+#include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/Lanes.h"
+#include "Ostrel/transport/RefusalLog.h"
+#include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -13,6 +16,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <future>
 #include <set>
 #include <thread>
@@ -36,12 +40,6 @@ constexpr std::chrono::seconds housekeepTime{30};
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
 
-[[noreturn]] void cannotListen(const Address& address, const error_code& failure) {
-    if (failure == asio::error::address_in_use)
-        throw StartError(address.toString() + " is in use; choose another with --listen");
-    throw StartError("cannot listen on " + address.toString() + ": " + failure.message());
-}
-
 /// Removes the socket file that a host has left behind which ended without stopping.
 void removeStaleSocket(asio::io_context& context, const std::string& path) {
     struct stat status {};
@@ -58,13 +56,13 @@ void removeStaleSocket(asio::io_context& context, const std::string& path) {
 
 class Listener::Service final : public ConnectionHub {
 public:
-    Service(const std::vector<Address>& addresses, Admission admission, const Limits& limits)
-        : limits_(limits), admission_(std::move(admission)), addresses_(addresses), tick_(context_),
+    Service(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
+        : options_(options), admission_(std::move(admission)), addresses_(addresses), tick_(context_),
           housekeep_(context_) {
         for (auto& address : addresses_) {
             if (!address.isLoopback() && !admission_.needsToken())
-                throw StartError("listening on " + address.toString() +
-                                 " lets others in; give a token with --token-file");
+                refuseStart("listening on " + address.toString() + " lets others in",
+                            options_.advice.tokenNeeded);
             if (address.isUnix())
                 bindLocal(address);
             else
@@ -81,7 +79,7 @@ public:
     void stop() {
         if (!thread_.joinable())
             return;
-        asio::post(context_, [this] { sayGoodbye(); });
+        asio::post(context_, [this] { stopAll(); });
         allGone_.get_future().wait_for(farewellTime);
         lanes_.stop();
         asio::post(context_, [this] { closeAll(); });
@@ -95,38 +93,52 @@ public:
 
     Status getStatus() const { return {open_, std::size_t(waiting_)}; }
 
-    const Limits& getLimits() const override { return limits_; }
+    const Limits& getLimits() const override { return options_.limits; }
     const Admission& getAdmission() const override { return admission_; }
+    const Advice& getAdvice() const override { return options_.advice; }
     Lanes& getLanes() override { return lanes_; }
 
     void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
-        if (change <= 0 || std::size_t(waiting_) <= limits_.waitingTogether)
+        if (change <= 0 || std::size_t(waiting_) <= options_.limits.waitingTogether)
             return;
         const auto most =
             std::max_element(connections_.begin(), connections_.end(), [](auto& left, auto& right) {
                 return left->getWaiting() < right->getWaiting();
             });
         if (most != connections_.end())
-            (*most)->cutOff();
+            std::shared_ptr(*most)->cutOff();
     }
 
+    void logRefusal(const std::string& why) override { refusals_.write(why); }
+
     void remove(Connection& connection) override {
-        const auto found = std::find_if(connections_.begin(), connections_.end(), [&](const auto& candidate) {
-            return candidate.get() == &connection;
-        });
-        if (found == connections_.end())
+        for (auto* connections : {&connections_, &refused_}) {
+            const auto found = std::find_if(connections->begin(), connections->end(),
+                                            [&](const auto& other) { return other.get() == &connection; });
+            if (found == connections->end())
+                continue;
+            connections->erase(found);
+            open_ = connections_.size();
+            if (stopping_ && hasNone())
+                allGone_.set_value();
             return;
-        if (connection.isAdmitted())
-            --open_;
-        connections_.erase(found);
-        if (stopping_ && connections_.empty())
-            allGone_.set_value();
+        }
     }
 
 private:
     using TcpAcceptor = asio::basic_socket_acceptor<tcp, asio::io_context::executor_type>;
     using LocalAcceptor = asio::basic_socket_acceptor<Local, asio::io_context::executor_type>;
+
+    [[noreturn]] static void refuseStart(const std::string& why, const std::string& advice) {
+        throw StartError(advice.empty() ? why : why + "; " + advice);
+    }
+
+    [[noreturn]] void cannotListen(const Address& address, const error_code& failure) const {
+        if (failure == asio::error::address_in_use)
+            refuseStart(address.toString() + " is in use", options_.advice.addressInUse);
+        throw StartError("cannot listen on " + address.toString() + ": " + failure.message());
+    }
 
     void bindTcp(Address& address) {
         const tcp::endpoint endpoint(asio::ip::make_address(address.host), address.port);
@@ -203,17 +215,33 @@ private:
             if (failure)
                 return; // gone already
         }
-        const bool full = open_ >= limits_.connections;
-        if (full && connections_.size() - open_ >= mostRefused)
+        const bool full = open_ >= options_.limits.connections;
+        if (full && refused_.size() >= mostRefused)
             return;
-        const auto connection = Connection::make(*this, Socket(std::move(accepted)), std::move(localAddress));
-        connections_.insert(connection);
+        auto peer = std::make_shared<RPCPeer>();
+        if (options_.logRequests)
+            peer->observer =
+                std::make_shared<RequestLog>(nameClient(accepted) + " #" + std::to_string(++welcomed_));
+        const auto connection = std::make_shared<Connection>(*this, Socket(std::move(accepted)),
+                                                             std::move(localAddress), std::move(peer));
         if (full) {
+            refused_.insert(connection);
             connection->refuse();
         } else {
-            ++open_;
+            connections_.insert(connection);
+            open_ = connections_.size();
             connection->start();
         }
+    }
+
+    /// What the log calls a client: its address and port, or "unix".
+    template <class AcceptedSocket> static std::string nameClient(const AcceptedSocket& accepted) {
+        if constexpr (std::is_same_v<typename AcceptedSocket::protocol_type, tcp>) {
+            error_code failure;
+            const auto remote = accepted.remote_endpoint(failure);
+            return Address{remote.address().to_string(), remote.port(), {}}.toString();
+        }
+        return "unix";
     }
 
     void tickLater() {
@@ -253,14 +281,14 @@ private:
                          where, what);
     }
 
-    void sayGoodbye() {
+    void stopAll() {
         stopping_ = true;
         error_code ignored;
         for (auto& door : tcpDoors_)
             door.acceptor.close(ignored);
         for (auto& door : localDoors_)
             door.acceptor.close(ignored);
-        if (connections_.empty())
+        if (hasNone())
             allGone_.set_value();
         forEachConnection([](Connection& connection) { connection.stop(); });
     }
@@ -274,7 +302,9 @@ private:
     /// Whoever closes leaves the set, so that a copy is walked. What one connection throws ends
     /// that connection.
     template <class Action> void forEachConnection(Action action) {
-        for (const auto& connection : std::vector(connections_.begin(), connections_.end())) {
+        std::vector all(connections_.begin(), connections_.end());
+        all.insert(all.end(), refused_.begin(), refused_.end());
+        for (const auto& connection : all) {
             try {
                 action(*connection);
             } catch (const std::exception& exception) {
@@ -284,7 +314,9 @@ private:
         }
     }
 
-    const Limits limits_;
+    bool hasNone() const { return connections_.empty() && refused_.empty(); }
+
+    const ListenerOptions options_;
     const Admission admission_;
     std::vector<Address> addresses_;
 
@@ -294,8 +326,11 @@ private:
     asio::steady_timer tick_;
     asio::steady_timer housekeep_;
 
-    std::set<std::shared_ptr<Connection>> connections_; ///< the open ones and those being refused
-    std::atomic<std::size_t> open_ = 0;
+    std::set<std::shared_ptr<Connection>> connections_; ///< the open ones
+    std::set<std::shared_ptr<Connection>> refused_; ///< those that are told there are too many
+    std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
+    RefusalLog refusals_;
+    std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< bytes for all clients
     bool stopping_ = false; ///< clients are being said goodbye to
     std::promise<void> allGone_;
@@ -304,8 +339,8 @@ private:
     std::thread thread_;
 };
 
-Listener::Listener(const std::vector<Address>& addresses, Admission admission, const Limits& limits)
-    : service_(std::make_unique<Service>(addresses, std::move(admission), limits)) {}
+Listener::Listener(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
+    : service_(std::make_unique<Service>(addresses, std::move(admission), options)) {}
 
 Listener::~Listener() = default;
 

@@ -3,12 +3,20 @@
 #include "Ostrel/Export.h"
 #include "Ostrel/transport/Address.h"
 #include "Ostrel/transport/Admission.h"
+#include "Ostrel/transport/Advice.h"
 #include "Ostrel/transport/Limits.h"
 
 #include <memory>
 #include <vector>
 
 namespace Ostrel {
+
+/// How a listener serves.
+struct ListenerOptions {
+    Limits limits = {};
+    Advice advice = {};
+    bool logRequests = false; ///< a line in the log for every request
+};
 
 /// Serves the running RPC servers over WebSocket and HTTP, on as many addresses as wanted.
 ///
@@ -18,7 +26,7 @@ class OSTREL_API Listener {
 public:
     /// Binds the addresses and begins to serve: whole or not at all.
     /// @throws StartError  an address cannot be had, or would be open to others without a token
-    Listener(const std::vector<Address>& addresses, Admission admission, const Limits& limits = {});
+    Listener(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options = {});
 
     /// Stops as stop() does.
     ~Listener();

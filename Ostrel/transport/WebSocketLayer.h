@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ostrel/transport/Connection.h"
+#include "Ostrel/transport/Conversation.h"
 
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/buffer.hpp>
@@ -18,17 +18,6 @@
 
 namespace Ostrel {
 
-/// The connection as the layer below its WebSocket sees it.
-class Wire {
-public:
-    virtual Socket& getSocket() = 0;
-    virtual void pushBytes(std::string bytes) = 0;
-    virtual void closeWire() noexcept = 0;
-
-protected:
-    ~Wire() = default;
-};
-
 /// What Beast takes for the socket below a WebSocket. Reads go to the socket, after the bytes
 /// that were read behind the upgrade request; writes go to the outbox, where Beast's pongs
 /// and close frames queue up with our messages instead of cutting into them.
@@ -36,15 +25,17 @@ class WebSocketLayer {
 public:
     using executor_type = Socket::executor_type;
 
-    WebSocketLayer(Wire& wire, std::string early) : wire_(wire), early_(std::move(early)) {}
+    /// @param early  what was read behind the upgrade request
+    WebSocketLayer(Conversation& conversation, std::string early)
+        : conversation_(conversation), early_(std::move(early)) {}
 
-    executor_type get_executor() const noexcept { return wire_.getSocket().get_executor(); }
+    executor_type get_executor() const { return conversation_.getSocket().get_executor(); }
 
     template <class Buffers, class Handler> auto async_read_some(const Buffers& buffers, Handler&& handler) {
         return boost::asio::async_initiate<Handler, void(boost::system::error_code, std::size_t)>(
             [this](auto&& done, const Buffers& where) {
                 if (early_.empty()) {
-                    wire_.getSocket().async_read_some(where, std::forward<decltype(done)>(done));
+                    conversation_.getSocket().async_read_some(where, std::forward<decltype(done)>(done));
                     return;
                 }
                 const auto size = boost::asio::buffer_copy(where, boost::asio::buffer(early_));
@@ -77,7 +68,7 @@ public:
         return push(buffers);
     }
 
-    friend void beast_close_socket(WebSocketLayer& layer) { layer.wire_.closeWire(); }
+    friend void beast_close_socket(WebSocketLayer& layer) { layer.conversation_.close(); }
 
     // The connection ends the socket itself, when the outbox is empty.
     [[maybe_unused]] friend void teardown(boost::beast::role_type, WebSocketLayer&,
@@ -95,7 +86,7 @@ private:
     template <class Buffers> std::size_t push(const Buffers& buffers) {
         auto bytes = boost::beast::buffers_to_string(buffers);
         const auto size = bytes.size();
-        wire_.pushBytes(std::move(bytes));
+        conversation_.send(std::move(bytes), std::string());
         return size;
     }
 
@@ -105,7 +96,7 @@ private:
                                                            boost::system::error_code(), size));
     }
 
-    Wire& wire_;
+    Conversation& conversation_;
     std::string early_;
 };
 

@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <random>
+#include <regex>
 #include <thread>
 #include <vector>
 
@@ -57,7 +58,8 @@ class ListenerTest : public testing::Test {
 protected:
     void listen(const Limits& limits = {}, Admission admission = {{}, {}, ""},
                 const std::vector<Address>& addresses = {Address::parse("127.0.0.1:0")}) {
-        listener_.emplace(addresses, std::move(admission), limits);
+        listener_.emplace(addresses, std::move(admission),
+                          ListenerOptions{.limits = limits, .advice = advice_, .logRequests = logRequests_});
     }
 
     const Address& address() const { return listener_->getAddresses().front(); }
@@ -79,6 +81,11 @@ protected:
     }
 
     const LogCapture log_;
+    const Advice advice_{.addressInUse = "move elsewhere",
+                         .tokenNeeded = "bring a token",
+                         .foreignHost = "allow it with --host",
+                         .foreignOrigin = "allow them with --origin"};
+    bool logRequests_ = false;
     TestServer server_;
     std::optional<Listener> listener_;
 };
@@ -118,6 +125,9 @@ const HttpRow httpRows[] = {
     {"ErrorIs200", post("nonsense"), "HTTP/1.1 200 OK", {"-32700"}},
     {"NotUtf8Is200", post("\"\xff\""), "HTTP/1.1 200 OK", {"-32700"}},
     {"NothingToReply", post(R"({"jsonrpc":"2.0","method":"Test::echo"})"), "HTTP/1.1 204 No Content", {}},
+    {"CallAsJsonRpc", post(echoRequest, "", "application/json-rpc"), "HTTP/1.1 200 OK", {echoReply}},
+    {"CallAsJsonRequest", post(echoRequest, "", "application/jsonrequest; charset=utf-8"), "HTTP/1.1 200 OK", {echoReply}},
+    {"NearlyJson", post(echoRequest, "", "application/jsonp"), "HTTP/1.1 415 Unsupported Media Type", {}},
     {"WrongType", post(echoRequest, "", "text/plain"), "HTTP/1.1 415 Unsupported Media Type", {"application/json"}},
     {"NoUpgrade", get("/rpc/Test"), "HTTP/1.1 426 Upgrade Required", {"Upgrade: websocket\r\n", "POST"}},
     {"HeadOfNoUpgrade", get("/rpc/Test", "", "HEAD"), "HTTP/1.1 426 Upgrade Required", {}},
@@ -125,7 +135,7 @@ const HttpRow httpRows[] = {
     {"Health", get("/healthz"), "HTTP/1.1 200 OK", {"\r\n\r\nok\n"}},
     {"HealthHead", get("/healthz", "", "HEAD"), "HTTP/1.1 200 OK", {"Content-Length: 3\r\n"}},
     {"HealthPost", "POST /healthz HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 405 Method Not Allowed", {"Allow: GET, HEAD\r\n"}},
-    {"Elsewhere", get("/elsewhere"), "HTTP/1.1 404 Not Found", {"/rpc/TV"}},
+    {"Elsewhere", get("/elsewhere"), "HTTP/1.1 404 Not Found", {"there is nothing here; calls go to /rpc/Test\n"}},
     {"Put", get("/rpc/Test", "Content-Length: 0\r\n", "PUT"), "HTTP/1.1 405 Method Not Allowed", {"Allow: GET, HEAD, POST, OPTIONS\r\n"}},
     {"UnknownMethod", get("/rpc/Test", "", "BREW"), "HTTP/1.1 405 Method Not Allowed", {"Allow: "}},
     {"QueryIsIgnored", get("/healthz?a=b"), "HTTP/1.1 200 OK", {}},
@@ -136,8 +146,9 @@ const HttpRow httpRows[] = {
     {"NoHttp", "nonsense\r\n\r\n", "HTTP/1.1 400 Bad Request", {}},
     {"NoHost", "GET /healthz HTTP/1.1\r\n\r\n", "HTTP/1.1 400 Bad Request", {"Host"}},
     {"TwoHosts", "GET /healthz HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n", "HTTP/1.1 400 Bad Request", {"Host"}},
-    {"ForeignHost", get("/healthz", "", "GET", "evil.example"), "HTTP/1.1 403 Forbidden", {"--allow-host evil.example"}},
-    {"ForeignOrigin", post(echoRequest, "Origin: https://evil.example\r\n"), "HTTP/1.1 403 Forbidden", {"--allow-origin https://evil.example"}},
+    {"ForeignHost", get("/rpc/Test", "", "GET", "evil.example:80"), "HTTP/1.1 403 Forbidden", {"Host evil.example:80 is not this machine; allow it with --host evil.example\n"}},
+    {"HealthOfAnyHost", get("/healthz?x", "", "GET", "evil.example"), "HTTP/1.1 200 OK", {}},
+    {"ForeignOrigin", post(echoRequest, "Origin: https://evil.example\r\n"), "HTTP/1.1 403 Forbidden", {"pages from https://evil.example may not call; allow them with --origin https://evil.example\n"}},
     {"LoopbackOrigin", post(echoRequest, "Origin: http://localhost:3000\r\n"), "HTTP/1.1 200 OK", {"Access-Control-Allow-Origin: http://localhost:3000\r\n", "Vary: Origin\r\n"}},
     {"Preflight", get("/rpc/Test", "Origin: http://localhost:3000\r\nAccess-Control-Request-Method: POST\r\n", "OPTIONS"), "HTTP/1.1 204 No Content", {"Access-Control-Allow-Methods: POST\r\n", "Access-Control-Allow-Headers: content-type, authorization\r\n", "Access-Control-Max-Age: ", "Access-Control-Allow-Origin: http://localhost:3000\r\n"}},
     {"PreflightFromElsewhere", get("/rpc/Test", "Origin: https://evil.example\r\n", "OPTIONS"), "HTTP/1.1 403 Forbidden", {}},
@@ -641,18 +652,116 @@ TEST_F(TokenTest, WebSocketMayBringItAsASubProtocol) {
 }
 
 TEST_F(ListenerTest, ListeningBeyondThisMachineNeedsAToken) {
-    EXPECT_THROW(listen({}, {{}, {}, ""}, {Address::parse("0.0.0.0:0")}), StartError);
+    try {
+        listen({}, {{}, {}, ""}, {Address::parse("0.0.0.0:0")});
+        FAIL();
+    } catch (const StartError& error) {
+        EXPECT_STREQ(error.what(), "listening on 0.0.0.0:0 lets others in; bring a token");
+    }
     EXPECT_NO_THROW(listen({}, {{}, {}, std::string(32, 't')}, {Address::parse("0.0.0.0:0")}));
 }
 
 TEST_F(ListenerTest, AddressInUseIsSaid) {
     listen();
     try {
-        const Listener second({address()}, {{}, {}, ""});
+        const Listener second({address()}, {{}, {}, ""}, {.advice = advice_});
         FAIL();
     } catch (const StartError& error) {
-        EXPECT_EQ(error.what(), address().toString() + " is in use; choose another with --listen");
+        EXPECT_EQ(error.what(), address().toString() + " is in use; move elsewhere");
     }
+}
+
+TEST_F(ListenerTest, RefusalIsAlsoALineInTheLog) {
+    listen();
+    EXPECT_TRUE(exchange(get("/rpc/Test", "", "GET", "evil.example")).starts_with("HTTP/1.1 403"));
+    EXPECT_TRUE(exchange(post(echoRequest, "Origin: https://evil.example\r\n")).starts_with("HTTP/1.1 403"));
+    const auto lines = log_.lines();
+    ASSERT_GE(lines.size(), 1u); // a second line when the two were more than a second apart
+    EXPECT_EQ(lines[0].level, DebugLevel::Warning);
+    EXPECT_EQ(lines[0].text,
+              "refused: Host evil.example is not this machine; allow it with --host evil.example");
+}
+
+TEST_F(ListenerTest, OtherRefusalsAreNotLogged) {
+    listen();
+    EXPECT_TRUE(exchange(get("/rpc/Best")).starts_with("HTTP/1.1 404"));
+    EXPECT_TRUE(exchange("GET /healthz HTTP/1.1\r\n\r\n").starts_with("HTTP/1.1 400"));
+    EXPECT_EQ(log_.texts(), std::vector<std::string>());
+}
+
+// Slow but steady
+
+class SlowReaderTest : public ListenerTest {
+protected:
+    SlowReaderTest() {
+        Limits limits;
+        limits.keepAlive = limits.closing = std::chrono::milliseconds(1);
+        limits.bodyTime = std::chrono::milliseconds(1);
+        listen(limits);
+        server_.on("first", TestServer::answerOfSize(size));
+    }
+
+    /// Returns when every time that had run out has been noticed.
+    void waitForATick() const {
+        auto late = connect();
+        late.send("POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n12345");
+        EXPECT_EQ(late.readAll(), "");
+    }
+
+    void expectWholeAnswer(const std::string& headers) const {
+        auto client = connect();
+        client.send(post(request("Test::first"), headers));
+        while (listener_->getStatus().waiting == 0)
+            std::this_thread::yield();
+        waitForATick();
+        EXPECT_GE(client.readAnswer().body.size(), size);
+        EXPECT_EQ(client.readAll(), ""); // closed once all is read
+    }
+
+    static constexpr std::size_t size = 20'000'000;
+};
+
+TEST_F(SlowReaderTest, GetsAllOfTheLastAnswer) {
+    expectWholeAnswer("Connection: close\r\n");
+}
+
+TEST_F(SlowReaderTest, IsKeptAliveUntilItHasAllOfItsAnswer) {
+    expectWholeAnswer("");
+}
+
+TEST_F(SlowReaderTest, MayHaveEndedItsOwnSending) {
+    auto client = connect();
+    client.send(post(request("Test::first")));
+    client.shutdownSend();
+    EXPECT_GE(client.readAll().size(), size);
+}
+
+// What was called
+
+TEST_F(ListenerTest, EveryRequestIsALineInTheLog) {
+    logRequests_ = true;
+    listen();
+    auto client = webSocket();
+    client.call(echoRequest);
+    client.call("[" + request("Test::nothing", 2) + R"(,{"jsonrpc":"2.0","method":"Test::echo"},7])");
+    connect().post("/rpc/Test", echoRequest);
+    const auto lines = log_.texts();
+    const std::vector<std::string> expected = {
+        R"(127\.0\.0\.1:\d+ #1: Test::echo: ok, \d+ us)",
+        R"(127\.0\.0\.1:\d+ #1: Test::nothing: error -32601 "unknown method "Test::nothing"", \d+ us)",
+        R"(127\.0\.0\.1:\d+ #1: Test::echo: no reply wanted, \d+ us)",
+        R"(127\.0\.0\.1:\d+ #1: \(no method\): error -32600 "the message is not a JSON object", \d+ us)",
+        R"(127\.0\.0\.1:\d+ #2: Test::echo: ok, \d+ us)",
+    };
+    ASSERT_EQ(lines.size(), expected.size());
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
+}
+
+TEST_F(ListenerTest, RequestsAreNotLoggedUnasked) {
+    listen();
+    webSocket().call(echoRequest);
+    EXPECT_EQ(log_.texts(), std::vector<std::string>());
 }
 
 // Unix domain sockets
@@ -688,6 +797,15 @@ TEST_F(UnixSocketTest, FileThatAnEarlierHostLeftBehindIsReplaced) {
     EXPECT_EQ(webSocket().call(echoRequest), echoReply);
     EXPECT_THROW(Listener({address_}, {{}, {}, ""}), StartError);
     EXPECT_EQ(webSocket().call(echoRequest), echoReply);
+}
+
+TEST_F(UnixSocketTest, ClientsAreLoggedByTheirNumberAlone) {
+    logRequests_ = true;
+    listen({}, {{}, {}, ""}, {address_});
+    connect().post("/rpc/Test", echoRequest);
+    const auto lines = log_.texts();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].starts_with("unix #1: Test::echo: ok, ")) << lines[0];
 }
 
 // The end

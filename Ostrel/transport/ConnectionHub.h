@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Ostrel/transport/Advice.h"
+#include "Ostrel/transport/Limits.h"
+
+#include <cstddef>
+#include <string>
+
+namespace Ostrel {
+
+class Admission;
+class Connection;
+class Lanes;
+
+/// What the connections of one listener have in common. On the listener's thread.
+class ConnectionHub {
+public:
+    virtual ~ConnectionHub() = default;
+
+    virtual const Limits& getLimits() const = 0;
+    virtual const Admission& getAdmission() const = 0;
+    virtual const Advice& getAdvice() const = 0;
+    virtual Lanes& getLanes() = 0;
+
+    /// A connection's waiting bytes have changed. Cuts off the one with the most when all
+    /// together wait for too much.
+    virtual void addWaiting(std::ptrdiff_t change) = 0;
+
+    /// Somebody was not let in; the log tells why, though not of everybody in a flood.
+    virtual void logRefusal(const std::string& why) = 0;
+
+    /// The connection has closed.
+    virtual void remove(Connection& connection) = 0;
+};
+
+} // namespace Ostrel

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Ostrel/transport/Limits.h"
+#include "Ostrel/transport/Socket.h"
+
+#include <boost/beast/websocket/rfc6455.hpp>
+
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace Ostrel {
+
+/// Where a conversation is. It never goes back to one that stands above Open, and from there
+/// on only downwards.
+enum class Phase {
+    KeptAlive, ///< the last request is answered and the next has not begun
+    ReadingHead,
+    ReadingBody,
+    Working, ///< a request is being carried out
+    Open, ///< a WebSocket
+    Goodbye, ///< a WebSocket whose close frame is queued; nothing may follow it
+    Finishing, ///< what waits goes out, then the connection ends
+    Draining, ///< all has gone out; what still comes is thrown away
+    Closed,
+};
+
+/// A connection as its parts see it. On the listener's thread, unless said otherwise.
+class Conversation : public std::enable_shared_from_this<Conversation> {
+public:
+    virtual ~Conversation() = default;
+
+    virtual Phase getPhase() const noexcept = 0;
+    virtual Socket& getSocket() noexcept = 0;
+    virtual const Limits& getLimits() const noexcept = 0;
+
+    /// Queues bytes for the client: a head, then the body, which may be shared.
+    virtual void send(std::string head, std::string body) = 0;
+    virtual void send(std::string head, std::shared_ptr<const std::string> body) = 0;
+
+    /// The bytes that wait for the client have become more or less.
+    virtual void waitingChanged(std::ptrdiff_t change) = 0;
+
+    /// The last byte that waited has gone out.
+    virtual void allSent() = 0;
+
+    /// Closes a WebSocket with a code, which the client answers.
+    virtual void sayGoodbye(boost::beast::websocket::close_code code) = 0;
+
+    /// Sends what waits and ends the connection behind it.
+    virtual void finish() = 0;
+
+    /// Ends the connection now, whatever is under way.
+    virtual void close() noexcept = 0;
+
+    /// Closes because something went wrong here, and writes what to the log.
+    virtual void fail(const char* what) noexcept = 0;
+
+    /// The client has missed something and is better off without the connection. Any thread
+    /// may call it.
+    virtual void giveUp() noexcept = 0;
+
+    /// Wraps a completion handler: it keeps the connection alive, is skipped once that has
+    /// closed, and what it throws ends this connection alone.
+    template <class Handler> auto guarded(Handler handler) {
+        return [self = shared_from_this(), handler = std::move(handler)](auto&&... arguments) mutable {
+            if (self->getPhase() == Phase::Closed)
+                return;
+            try {
+                handler(std::forward<decltype(arguments)>(arguments)...);
+            } catch (const std::exception& exception) {
+                self->fail(exception.what());
+            } catch (...) {
+                self->fail("unknown");
+            }
+        };
+    }
+};
+
+} // namespace Ostrel

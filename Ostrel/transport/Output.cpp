@@ -1,0 +1,64 @@
+#include "Ostrel/transport/Output.h"
+
+#include "Ostrel/transport/Conversation.h"
+
+#include <utility>
+
+namespace Ostrel {
+
+void Output::push(std::string head, std::string body) {
+    add(std::move(head), std::move(body));
+}
+
+void Output::push(std::string head, std::shared_ptr<const std::string> body) {
+    add(std::move(head), std::move(body));
+}
+
+template <class Body> void Output::add(std::string head, Body body) {
+    const auto before = outbox_.size();
+    if (before == 0)
+        lastProgress_ = Clock::now();
+    outbox_.push(std::move(head), std::move(body));
+    conversation_.waitingChanged(std::ptrdiff_t(outbox_.size() - before));
+    flush();
+}
+
+void Output::flush() {
+    if (writing_ || conversation_.getPhase() == Phase::Closed || outbox_.size() == 0)
+        return;
+    writing_ = true;
+    conversation_.getSocket().async_write_some(
+        outbox_.gather(),
+        conversation_.guarded([this](const boost::system::error_code& failure, std::size_t size) {
+            writing_ = false;
+            if (failure) {
+                conversation_.close();
+                return;
+            }
+            lastProgress_ = Clock::now();
+            outbox_.consume(size);
+            conversation_.waitingChanged(-std::ptrdiff_t(size));
+            if (outbox_.size() == 0)
+                conversation_.allSent();
+            else
+                flush();
+        }));
+}
+
+void Output::dropUnsent() {
+    const auto before = outbox_.size();
+    outbox_.dropUnsent();
+    conversation_.waitingChanged(-std::ptrdiff_t(before - outbox_.size()));
+}
+
+void Output::clear() {
+    const auto before = outbox_.size();
+    outbox_.clear();
+    conversation_.waitingChanged(-std::ptrdiff_t(before));
+}
+
+bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) const {
+    return outbox_.size() > 0 && now - lastProgress_ >= patience;
+}
+
+} // namespace Ostrel

@@ -1,0 +1,138 @@
+#include "Ostrel/transport/WebSocket.h"
+
+#include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/WebSocketFrame.h"
+#include "Ostrel/transport/WebSocketLayer.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <utility>
+
+namespace Ostrel {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace websocket = beast::websocket;
+
+using boost::system::error_code;
+
+namespace {
+
+/// A buffer that a large message has widened is given back.
+constexpr std::size_t keptCapacity = 64u << 10;
+
+} // namespace
+
+class WebSocket::Stream : public websocket::stream<WebSocketLayer, false> {
+public:
+    using websocket::stream<WebSocketLayer, false>::stream;
+};
+
+WebSocket::WebSocket(Conversation& conversation, RPCServer& server, std::string early)
+    : conversation_(conversation), server_(server),
+      stream_(std::make_unique<Stream>(conversation, std::move(early))) {}
+
+WebSocket::~WebSocket() = default;
+
+bool WebSocket::accept(const Http::Request& request, const std::string& subProtocol) {
+    const auto& limits = conversation_.getLimits();
+    stream_->set_option(
+        websocket::stream_base::timeout{websocket::stream_base::none(), limits.idleWebSocket, true});
+    stream_->set_option(websocket::stream_base::decorator([subProtocol](websocket::response_type& response) {
+        response.set("X-Content-Type-Options", "nosniff");
+        response.erase(http::field::server);
+        if (!subProtocol.empty())
+            response.set(http::field::sec_websocket_protocol, subProtocol);
+    }));
+    stream_->read_message_max(limits.message);
+    error_code failure;
+    stream_->accept(request, failure);
+    return !failure;
+}
+
+void WebSocket::open(MessageHandler handler) {
+    handler_ = std::move(handler);
+    server_.subscribe(*this);
+    readMessage();
+}
+
+void WebSocket::readMessage() {
+    stream_->async_read(buffer_, conversation_.guarded([this](error_code failure, std::size_t) {
+        if (failure)
+            conversation_.finish();
+        else
+            messageCame();
+    }));
+}
+
+void WebSocket::messageCame() {
+    // Once the goodbye is said, Beast reads by itself to the client's own.
+    if (conversation_.getPhase() != Phase::Open)
+        return;
+    if (!stream_->got_text()) {
+        conversation_.sayGoodbye(websocket::close_code::unknown_data);
+        return;
+    }
+    const auto bytes = buffer_.cdata();
+    const std::string_view text(static_cast<const char*>(bytes.data()), bytes.size());
+    // Beast checks every byte as it comes, but not that the text is whole when its last frame
+    // is empty.
+    if (endsInsideCharacter(text)) {
+        conversation_.sayGoodbye(websocket::close_code::bad_payload);
+        return;
+    }
+    handler_(text);
+}
+
+void WebSocket::reply(std::string text) {
+    sendNotifications();
+    if (!text.empty() && conversation_.getPhase() == Phase::Open) {
+        auto head = textFrameHead(text.size());
+        conversation_.send(std::move(head), std::move(text));
+    }
+    buffer_.clear();
+    if (buffer_.capacity() > keptCapacity)
+        buffer_.shrink_to_fit();
+    if (conversation_.getPhase() == Phase::Open)
+        readMessage();
+}
+
+void WebSocket::notify(const std::shared_ptr<const std::string>& text) noexcept {
+    try {
+        const std::lock_guard lock(inboxMutex_);
+        inbox_.push_back(text);
+        if (inbox_.size() == 1)
+            asio::post(conversation_.getSocket().get_executor(),
+                       conversation_.guarded([this] { sendNotifications(); }));
+    } catch (...) {
+        conversation_.giveUp();
+    }
+}
+
+void WebSocket::sendNotifications() {
+    std::vector<std::shared_ptr<const std::string>> texts;
+    {
+        const std::lock_guard lock(inboxMutex_);
+        texts.swap(inbox_);
+    }
+    for (auto& text : texts) {
+        if (conversation_.getPhase() != Phase::Open)
+            return;
+        auto head = textFrameHead(text->size());
+        conversation_.send(std::move(head), std::move(text));
+    }
+}
+
+void WebSocket::sendClose(websocket::close_code code, std::function<void()> answered) {
+    stream_->async_close(code,
+                         conversation_.guarded([answered = std::move(answered)](error_code) { answered(); }));
+}
+
+void WebSocket::unsubscribe() noexcept {
+    server_.unsubscribe(*this);
+}
+
+} // namespace Ostrel

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Ostrel/rpc/RPCNotifier.h"
+#include "Ostrel/transport/Http.h"
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ostrel {
+
+class Conversation;
+class RPCServer;
+
+/// A connection's WebSocket: messages come from it, replies and its server's notifications go
+/// to it. On the listener's thread; only notify() may come from elsewhere.
+class WebSocket final : public RPCSubscriber {
+public:
+    /// Takes a message's text, which stays until reply().
+    using MessageHandler = std::function<void(std::string_view text)>;
+
+    /// @param early  what was read behind the upgrade request
+    WebSocket(Conversation& conversation, RPCServer& server, std::string early);
+    ~WebSocket() override;
+
+    RPCServer& getServer() const { return server_; }
+
+    /// Answers the upgrade request; false when it could not be.
+    bool accept(const Http::Request& request, const std::string& subProtocol);
+
+    /// Subscribes to the server and reads the first message.
+    void open(MessageHandler handler);
+
+    /// Sends a message's reply, unless it is empty, behind what its handler has raised, and
+    /// reads the next message.
+    void reply(std::string text);
+
+    /// Queues the close frame; calls back when the client has answered it.
+    void sendClose(boost::beast::websocket::close_code code, std::function<void()> answered);
+
+    /// Takes no notifications any more.
+    void unsubscribe() noexcept;
+
+    void notify(const std::shared_ptr<const std::string>& text) noexcept override;
+
+private:
+    class Stream;
+
+    void readMessage();
+    void messageCame();
+    void sendNotifications();
+
+    Conversation& conversation_;
+    RPCServer& server_;
+    MessageHandler handler_;
+    boost::beast::flat_buffer buffer_; ///< the message at hand
+    std::unique_ptr<Stream> stream_;
+
+    std::mutex inboxMutex_;
+    std::vector<std::shared_ptr<const std::string>> inbox_; ///< notifications from any thread
+};
+
+} // namespace Ostrel

@@ -9,27 +9,39 @@ namespace Ostrel {
 
 namespace {
 
-std::vector<Address> parseAll(const std::vector<std::string>& texts) {
-    std::vector<Address> addresses;
-    addresses.reserve(texts.size());
-    for (const auto& text : texts)
-        addresses.push_back(Address::parse(text));
-    return addresses;
+/// The options of the command line that people are pointed to.
+constexpr const char* listenOption = "--listen";
+constexpr const char* originOption = "--allow-origin";
+constexpr const char* hostOption = "--allow-host";
+constexpr const char* tokenOption = "--token-file";
+
+Advice adviseOptions() {
+    return {.addressInUse = std::string("choose another with ") + listenOption,
+            .tokenNeeded = std::string("give a token with ") + tokenOption,
+            .foreignHost = std::string("allow it with ") + hostOption,
+            .foreignOrigin = std::string("allow them with ") + originOption};
 }
 
-/// The options of the command line that people are pointed to.
-Advice adviseOptions() {
-    return {.addressInUse = "choose another with --listen",
-            .tokenNeeded = "give a token with --token-file",
-            .foreignHost = "allow it with --allow-host",
-            .foreignOrigin = "allow them with --allow-origin"};
+/// Reads every value of an option; what is wrong with one names the option.
+template <class Value> std::vector<Value> parseAll(const char* option, const std::vector<std::string>& texts,
+                                                   Value (*parse)(const std::string&)) {
+    std::vector<Value> values;
+    values.reserve(texts.size());
+    try {
+        for (const auto& text : texts)
+            values.push_back(parse(text));
+    } catch (const StartError& error) {
+        throw StartError(std::string(option) + ": " + error.what());
+    }
+    return values;
 }
 
 } // namespace
 
 Host::Host(const HostOptions& options) {
-    const auto addresses = parseAll(options.listen);
-    Admission admission(options.allowedOrigins, options.allowedHosts,
+    const auto addresses = parseAll(listenOption, options.listen, Address::parse);
+    Admission admission(parseAll(originOption, options.allowedOrigins, Admission::parseOrigin),
+                        parseAll(hostOption, options.allowedHosts, Admission::parseHost),
                         options.tokenFile.empty() ? std::string()
                                                   : Admission::readTokenFile(options.tokenFile));
 

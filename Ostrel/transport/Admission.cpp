@@ -1,7 +1,10 @@
 #include "Ostrel/transport/Admission.h"
 
+#include "Ostrel/text/Printable.h"
 #include "Ostrel/transport/Address.h"
 #include "Ostrel/transport/StartError.h"
+
+#include <boost/asio/ip/address_v6.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -55,6 +58,32 @@ bool isBase64Url(char byte) {
     return std::isalnum(static_cast<unsigned char>(byte)) || byte == '-' || byte == '_';
 }
 
+/// What stands where an address of the web has its host and port.
+std::string_view authorityOf(std::string_view text) {
+    const auto scheme = text.find("://");
+    if (scheme != std::string_view::npos)
+        text.remove_prefix(scheme + 3);
+    text.remove_prefix(std::min(text.find_first_not_of('/'), text.size()));
+    text = text.substr(0, text.find_first_of("/?#"));
+    return text.substr(text.find('@') + 1); // all of it when there is none
+}
+
+/// Whether it can be a host's name, which is ASCII on the wire, or an address without brackets.
+bool isHostName(std::string_view host) {
+    boost::system::error_code noAddress;
+    boost::asio::ip::make_address_v6(std::string(host), noAddress);
+    return !noAddress || (!host.empty() && std::all_of(host.begin(), host.end(), [](unsigned char byte) {
+        return byte < 0x80 && (std::isalnum(byte) || byte == '.' || byte == '-' || byte == '_');
+    }));
+}
+
+/// Whether it is HOST or HOST:PORT.
+bool isAuthority(std::string_view text) {
+    const auto host = hostOf(text);
+    const bool bracketed = text.starts_with('[');
+    return isHostName(host) && bracketed == (host.find(':') != std::string::npos) && !text.ends_with(':');
+}
+
 } // namespace
 
 Admission::Admission(std::vector<std::string> origins, std::vector<std::string> hosts, std::string token)
@@ -65,8 +94,7 @@ bool Admission::acceptsHost(std::string_view host, std::string_view localAddress
     if (name.empty())
         return false;
     return isLoopbackHost(name) || name == localAddress ||
-           std::any_of(hosts_.begin(), hosts_.end(),
-                       [&](const auto& allowed) { return hostOf(allowed) == name; });
+           std::any_of(hosts_.begin(), hosts_.end(), [&](const auto& allowed) { return allowed == name; });
 }
 
 Admission::Origin Admission::judge(std::string_view origin, std::string_view host) const {
@@ -94,6 +122,31 @@ bool Admission::acceptsToken(std::string_view token) const {
         difference |= unsigned(static_cast<unsigned char>(token_[i]) ^
                                static_cast<unsigned char>(i < token.size() ? token[i] : '\0'));
     return difference == 0;
+}
+
+std::string Admission::parseOrigin(const std::string& text) {
+    const auto lowered = lower(text);
+    if (lowered == "null")
+        return lowered;
+    const auto authority = lower(authorityOf(text));
+    const bool isPlain = lowered.starts_with("http://");
+    const auto right = (isPlain ? "http://" : "https://") + authority;
+    if (lowered == right && isAuthority(authority))
+        return std::string(withoutSuffix(right, isPlain ? ":80" : ":443")); // as browsers leave it out
+    throw StartError(
+        '"' + excerpt(text) + "\" is no web origin; write " +
+        (isAuthority(authority) ? right : "http://HOST[:PORT] or https://HOST[:PORT], once for each"));
+}
+
+std::string Admission::parseHost(const std::string& text) {
+    const auto bare = lower(text);
+    if (isHostName(bare))
+        return bare;
+    const auto host = hostOf(authorityOf(text));
+    if (bare == '[' + host + ']' && isHostName(host))
+        return host;
+    throw StartError('"' + excerpt(text) + "\" is no host's name; write " +
+                     (isHostName(host) ? host : "it without scheme, port and path, such as tv.example"));
 }
 
 std::string Admission::readTokenFile(const std::string& path) {

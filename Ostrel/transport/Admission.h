@@ -22,8 +22,8 @@ public:
         Refused,
     };
 
-    /// @param origins  further origins that may call, as browsers write them; "null" is one
-    /// @param hosts    further names that a Host header may have, without a port
+    /// @param origins  further origins that may call, as parseOrigin() gives them
+    /// @param hosts    further names that a Host header may have, as parseHost() gives them
     /// @param token    what every call must carry; empty when none is asked for
     Admission(std::vector<std::string> origins, std::vector<std::string> hosts, std::string token);
 
@@ -39,6 +39,14 @@ public:
 
     /// Compares in constant time.
     bool acceptsToken(std::string_view token) const;
+
+    /// Reads an origin, as browsers write it: "null", http://HOST[:PORT] or https://HOST[:PORT].
+    /// @throws StartError  no browser sends such a one; says what to write instead
+    static std::string parseOrigin(const std::string& text);
+
+    /// Reads a host's name or address, without a port.
+    /// @throws StartError  no Host header names such a one; says what to write instead
+    static std::string parseHost(const std::string& text);
 
     /// Reads a token file: readable by its owner alone, one line of at least 32 characters of
     /// the base64url alphabet.

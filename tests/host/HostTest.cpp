@@ -100,6 +100,11 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
     expectOneLine(runHost({"--token-file", directory.file("absent")}), "cannot read the token file");
     expectOneLine(runHost({"--token-file", shared}), "chmod 600");
     expectOneLine(runHost({"--listen", "tv.example:1"}), "tv.example:1");
+    expectOneLine(runHost({"--listen", "8480"}), "--listen: cannot listen on \"8480\"");
+    expectOneLine(runHost({"--allow-origin", "tv.example"}),
+                  "--allow-origin: \"tv.example\" is no web origin");
+    expectOneLine(runHost({"--allow-host", "tv.example:1"}),
+                  "--allow-host: \"tv.example:1\" is no host's name");
     expectOneLine(runHost({"--listen", "unix:" + directory.file("no/such/directory")}),
                   "No such file or directory");
     expectOneLine(runHost({"--log-level", "loud"}),

@@ -13,7 +13,7 @@ namespace Ostrel {
 namespace {
 
 TEST(AdmissionTest, HostMustNameThisMachine) {
-    const Admission admission({}, {"tv.example", "box:8480"}, "");
+    const Admission admission({}, {"tv.example", "box"}, "");
     const std::pair<const char*, bool> rows[] = {
         {"localhost", true},
         {"localhost:8480", true},
@@ -104,6 +104,84 @@ TEST(AdmissionTest, SubProtocolIsChosen) {
     }
 }
 
+/// What is thrown for a text that should not be read.
+template <class Value> std::string refusalOf(Value (*parse)(const std::string&), const std::string& text) {
+    try {
+        parse(text);
+    } catch (const StartError& error) {
+        return error.what();
+    }
+    return "it was read";
+}
+
+TEST(AdmissionTest, OriginIsReadAsBrowsersWriteIt) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"https://tv.example", "https://tv.example"},
+        {"http://tv.example:8080", "http://tv.example:8080"},
+        {"HTTPS://TV.Example", "https://tv.example"},
+        {"https://tv.example:443", "https://tv.example"},
+        {"http://tv.example:80", "http://tv.example"},
+        {"https://tv.example:80", "https://tv.example:80"},
+        {"http://[fe80::1]:5173", "http://[fe80::1]:5173"},
+        {"null", "null"},
+    };
+    for (const auto& [text, origin] : rows)
+        EXPECT_EQ(Admission::parseOrigin(text), origin);
+}
+
+TEST(AdmissionTest, OriginThatNoBrowserSendsIsRefusedWithTheRightOne) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"tv.example", "https://tv.example"},
+        {"tv.example:8443", "https://tv.example:8443"},
+        {"https://tv.example/", "https://tv.example"},
+        {"http://tv.example:81/page?x#y", "http://tv.example:81"},
+        {"ftp://tv.example", "https://tv.example"},
+        {"//tv.example", "https://tv.example"},
+        {"https://me@tv.example", "https://tv.example"},
+        {"*", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://*.tv.example", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://tv.example:", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://tv.example:http", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://fernseh\xc3\xbc.example", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://[::1", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+    };
+    for (const auto& [text, right] : rows)
+        EXPECT_EQ(refusalOf(Admission::parseOrigin, text),
+                  '"' + std::string(text) + "\" is no web origin; write " + right);
+}
+
+TEST(AdmissionTest, HostIsANameOrAnAddress) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"tv.example", "tv.example"}, {"Box", "box"},           {"10.0.0.5", "10.0.0.5"},
+        {"fe80::1", "fe80::1"},       {"[fe80::1]", "fe80::1"},
+    };
+    for (const auto& [text, host] : rows) {
+        EXPECT_EQ(Admission::parseHost(text), host);
+        const std::string header = host == std::string("fe80::1") ? "[fe80::1]:1" : host + std::string(":1");
+        EXPECT_TRUE(Admission({}, {Admission::parseHost(text)}, "").acceptsHost(header, "10.9.9.9")) << text;
+    }
+}
+
+TEST(AdmissionTest, HostThatNoHeaderNamesIsRefusedWithTheRightOne) {
+    const std::string form = "it without scheme, port and path, such as tv.example";
+    const std::pair<const char*, std::string> rows[] = {
+        {"tv.example:8480", "tv.example"},
+        {"http://tv.example:8480/page", "tv.example"},
+        {"tv.example/", "tv.example"},
+        {"[fe80::1]:8480", "fe80::1"},
+        {"*", form},
+        {"*.tv.example", form},
+        {"", form},
+        {"tv example", form},
+        {"[fe80::1", form},
+    };
+    for (const auto& [text, right] : rows)
+        EXPECT_EQ(refusalOf(Admission::parseHost, text),
+                  '"' + std::string(text) + "\" is no host's name; write " + right);
+}
+
 class TokenFileTest : public testing::Test {
 protected:
     std::string write(const std::string& text, std::filesystem::perms permissions) {
@@ -147,6 +225,31 @@ TEST(AddressTest, IsReadAndPrinted) {
     for (const auto* text : {"", "8480", "127.0.0.1", "127.0.0.1:", "127.0.0.1:65536", "127.0.0.1:x",
                              "127.0.0.1:1x", "::1:8480", "tv.example:1", "unix:", "127.0.0.1:-1"})
         EXPECT_THROW(Address::parse(text), StartError) << text;
+}
+
+TEST(AddressTest, WhatIsNoneIsRefusedWithTheRightOne) {
+    const std::string forms = "127.0.0.1:PORT, [::1]:PORT or unix:PATH";
+    const std::pair<const char*, std::string> rows[] = {
+        {"http://127.0.0.1:8480", "it is a URL; write 127.0.0.1:8480"},
+        {"http://localhost:8480/page", "it is a URL; write localhost:8480"},
+        {"/run/tv.sock", "it is a path; write unix:/run/tv.sock"},
+        {"8480", "the host is missing; write 127.0.0.1:8480"},
+        {":8480", "the host is missing; write 127.0.0.1:8480"},
+        {"*:8480", "* is no address; write 0.0.0.0:8480"},
+        {"*", "* is no address; write 0.0.0.0:PORT"},
+        {"localhost", "the port is missing; write localhost:PORT"},
+        {"0.0.0.0", "the port is missing; write 0.0.0.0:PORT"},
+        {"[::1]", "the port is missing; write [::1]:PORT"},
+        {"::1", "an IPv6 address needs brackets; write [::1]:PORT"},
+        {"::1:8480", "an IPv6 address needs brackets; write [::1]:8480"},
+        {"127.0.0.1:65536", "the port is not a number from 0 to 65535; write 127.0.0.1:PORT"},
+        {"tv.example:1", "the host is not an IP address; write " + forms},
+        {"tv.example", "the port is missing; write " + forms},
+        {"", "the port is missing; write " + forms},
+        {"unix:", "the path is missing; write unix:PATH"},
+    };
+    for (const auto& [text, why] : rows)
+        EXPECT_EQ(refusalOf(Address::parse, text), "cannot listen on \"" + std::string(text) + "\": " + why);
 }
 
 TEST(AddressTest, KnowsWhatStaysOnThisMachine) {

@@ -1,6 +1,6 @@
 #include "clients/cpp/Client.h"
 
-#include "clients/cpp/Connection.h"
+#include "clients/cpp/MessageSocket.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -98,7 +98,7 @@ std::string readToken(const std::string& path) {
 }
 
 Client::Client(const Url& url, const ClientOptions& options)
-    : timeout_(options.timeout), connection_(std::make_unique<Connection>(url, options)) {}
+    : timeout_(options.timeout), connection_(std::make_unique<MessageSocket>(url, options)) {}
 
 Client::~Client() = default;
 
@@ -179,7 +179,7 @@ std::optional<Notification> Client::next(std::chrono::milliseconds timeout) {
 }
 
 Notification Client::next() {
-    return *nextUntil(Connection::never);
+    return *nextUntil(MessageSocket::never);
 }
 
 std::optional<Notification> Client::nextUntil(TimePoint deadline) {

@@ -21,11 +21,11 @@
 
 namespace Ostrel::Client {
 
-class Connection;
+class MessageSocket;
 
 /// Talks to one TV service over one WebSocket.
 ///
-/// Calls block until their reply is there. Notifications that arrive meanwhile are kept
+/// Times are seconds since 1970-01-01 UTC. Calls block until their reply is there. Notifications that arrive meanwhile are kept
 /// for next(). Only inside these operations the service's pings are answered: a client
 /// that calls nothing for more than a minute is closed by the service.
 ///
@@ -64,6 +64,9 @@ public:
     /// Returns this client's own context; the first use makes it.
     std::uint32_t getContext();
 
+    /// Uses a context that is there already, whoever made it, as this client's own from now on.
+    void useContext(std::uint32_t context) { context_ = context; }
+
     /// Makes a further context.
     std::uint32_t createContext();
 
@@ -79,7 +82,8 @@ public:
     /// Selects "all" services or the "new" ones of the latest scan; the cursor is at the start.
     void selectList(std::string_view base);
 
-    /// Returns up to limit services from the cursor on and moves it behind them.
+    /// Returns up to limit services from the cursor on and moves it behind them. This and what
+    /// follows is refused with "Invalid state" while no list is selected.
     std::vector<ServiceInfo> read(std::uint32_t limit);
 
     /// Returns up to limit services from the cursor on and leaves it.
@@ -90,14 +94,17 @@ public:
     std::uint32_t seekByUri(std::string_view uri);
     std::uint32_t seekByChannelNumber(std::uint32_t channelNumber);
 
+    /// Returns how well a tuner receives. A source id is the number of a tuner, here and below.
     SignalStatus getSignalStatus(std::uint32_t sourceId);
 
-    /// Returns the service's time, seconds since 1970-01-01 UTC.
+    /// Returns the service's time, which may be set to a day of its guide.
     std::uint32_t getUtcTime();
 
+    /// Returns the legend of EventInfo::genres.
     std::vector<GenreStringMap> getGenres();
 
-    /// Returns what a service shows now and next; the id is ServiceInfo::id.
+    /// Returns what a service shows now and, where it follows at once, next: up to two events, none
+    /// when nothing is on air or the guide knows no such service. The id is ServiceInfo::id.
     std::vector<EventInfo> getNowNext(std::uint32_t id);
 
     /// Returns the events that a query finds. About 13 services fit into one query that has a
@@ -122,9 +129,10 @@ public:
     /// Ends the running scan, whoever started it; returns whether there was one.
     bool stopScan(std::uint32_t sourceId);
 
+    /// Returns how far the scan is that runs or ran last; refused with "Invalid state" before any.
     ScanInfo getScanInfo(std::uint32_t sourceId);
 
-    /// Adds a transponder, once more if it is known.
+    /// Adds a frequency for startScan(), in whole MHz (the rest is dropped), once more if it is known.
     void addTransponder(std::uint32_t sourceId, std::uint32_t frequencyKHz);
 
     /// Forgets all transponders and all services.
@@ -137,7 +145,7 @@ private:
     std::optional<Notification> nextUntil(TimePoint deadline);
 
     const std::chrono::milliseconds timeout_;
-    const std::unique_ptr<Connection> connection_;
+    const std::unique_ptr<MessageSocket> connection_;
     std::deque<Notification> notifications_;
     std::optional<std::uint32_t> context_;
     std::int64_t lastId_ = 0;

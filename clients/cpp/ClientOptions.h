@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace Ostrel::Client {
 
@@ -9,7 +10,9 @@ namespace Ostrel::Client {
 struct ClientOptions {
     std::string token; ///< sent as "Authorization: Bearer"; empty: none
     std::chrono::milliseconds timeout{10000}; ///< for connecting, and for each reply
-    bool stopOnInterrupt = false; ///< every SIGINT ends one wait with Interrupted
+    /// Signals, such as SIGINT, each of which ends one wait with Interrupted as long as the client
+    /// lives. Their handlers are the process's: two clients may name the same ones.
+    std::vector<int> stopSignals;
 };
 
 /// Reads a token from a file that holds it as its only line.

@@ -4,7 +4,7 @@ namespace Ostrel::Client {
 
 ConnectError::ConnectError(Cause cause, const std::string& text) : Error(text), cause_(cause) {}
 
-Interrupted::Interrupted() : Error("interrupted") {}
+Interrupted::Interrupted(int signal) : Error("interrupted"), signal_(signal) {}
 
 ServiceError::ServiceError(std::int64_t errorCode, const std::string& message)
     : Error(message), code(errorCode) {}

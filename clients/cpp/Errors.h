@@ -55,10 +55,15 @@ public:
     using Error::Error;
 };
 
-/// SIGINT arrived, see ClientOptions::stopOnInterrupt.
+/// A signal arrived, see ClientOptions::stopSignals.
 class Interrupted : public Error {
 public:
-    Interrupted();
+    explicit Interrupted(int signal);
+
+    int getSignal() const { return signal_; } ///< for example SIGINT
+
+private:
+    int signal_;
 };
 
 /// The service refused a call: its error reply, member by member.

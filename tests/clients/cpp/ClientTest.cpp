@@ -254,10 +254,26 @@ TEST(ClientTest, RefusedHandshakeShowsTheFirstLineOfTheAnswer) {
 TEST(ClientTest, InterruptEndsAWait) {
     FakeService fake({});
     ClientOptions options;
-    options.stopOnInterrupt = true;
+    options.stopSignals = {SIGINT, SIGTERM};
     Client client(Url(fake.getAddress()), options);
-    std::raise(SIGINT);
-    EXPECT_THROW(client.next(), Interrupted);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::raise(signal);
+        try {
+            client.next();
+            ADD_FAILURE() << "waited for nothing";
+        } catch (const Interrupted& interrupted) {
+            EXPECT_EQ(interrupted.getSignal(), signal);
+        }
+    }
+}
+
+TEST(ClientTest, ContextThatIsThereIsUsed) {
+    FakeService fake({{"A::b", {result("1")}}});
+    Client client{Url(fake.getAddress())};
+    client.useContext(9);
+    client.call("A::b");
+    EXPECT_EQ(fake.getRequests(),
+              std::vector<std::string>{R"({"jsonrpc":"2.0","id":1,"method":"A::b","params":{"context":9}})"});
 }
 
 class TokenTest : public testing::Test {

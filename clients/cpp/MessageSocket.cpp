@@ -1,4 +1,4 @@
-#include "clients/cpp/Connection.h"
+#include "clients/cpp/MessageSocket.h"
 
 #include "clients/cpp/Errors.h"
 
@@ -13,7 +13,6 @@
 #include <boost/beast/http/field.hpp>
 #include <boost/beast/websocket.hpp>
 
-#include <csignal>
 #include <utility>
 #include <vector>
 
@@ -27,7 +26,7 @@ namespace websocket = beast::websocket;
 
 using boost::system::error_code;
 using Protocol = asio::generic::stream_protocol;
-using TimePoint = Connection::TimePoint;
+using TimePoint = MessageSocket::TimePoint;
 
 constexpr std::chrono::seconds goodByeTime{1};
 
@@ -40,23 +39,23 @@ std::string firstLine(const std::string& text) {
 
 } // namespace
 
-class Connection::Socket {
+class MessageSocket::Stream {
 public:
-    Socket(const Url& url, const ClientOptions& options)
+    Stream(const Url& url, const ClientOptions& options)
         : url_(url), deadline_(std::chrono::steady_clock::now() + options.timeout), signals_(io_),
           stream_(io_) {
-        if (options.stopOnInterrupt) {
-            signals_.add(SIGINT);
+        for (const int signal : options.stopSignals)
+            signals_.add(signal);
+        if (!options.stopSignals.empty())
             watchSignals();
-        }
         connect();
         shakeHands(options.token);
     }
 
-    ~Socket() {
+    ~Stream() {
         if (lost_)
             return;
-        interrupted_ = false; // from here on only a second interrupt counts
+        interrupted_.reset(); // from here on only a second interrupt counts
         try {
             await(std::chrono::steady_clock::now() + goodByeTime, [this](auto handler) {
                 stream_.async_close(websocket::close_code::normal, std::move(handler));
@@ -66,8 +65,8 @@ public:
         }
     }
 
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
 
     void send(const std::string& text, TimePoint deadline) {
         if (lost_)
@@ -211,10 +210,10 @@ private:
     }
 
     void watchSignals() {
-        signals_.async_wait([this](error_code error, int) {
+        signals_.async_wait([this](error_code error, int signal) {
             if (error)
                 return;
-            interrupted_ = true;
+            interrupted_ = signal;
             watchSignals();
         });
     }
@@ -231,8 +230,8 @@ private:
             else if (io_.run_one_until(deadline) == 0 && std::chrono::steady_clock::now() >= deadline)
                 return false;
         }
-        if (std::exchange(interrupted_, false))
-            throw Interrupted();
+        if (const auto signal = std::exchange(interrupted_, std::nullopt))
+            throw Interrupted(*signal);
         return true;
     }
 
@@ -275,21 +274,21 @@ private:
     bool isReading_ = false;
     bool isWriting_ = false;
     bool hasMessage_ = false; ///< incoming_ holds a whole one
-    bool interrupted_ = false;
+    std::optional<int> interrupted_; ///< the signal that is to end a wait
     std::optional<std::string> lost_; ///< why, once it is
 };
 
-Connection::Connection(const Url& url, const ClientOptions& options)
-    : socket_(std::make_unique<Socket>(url, options)) {}
+MessageSocket::MessageSocket(const Url& url, const ClientOptions& options)
+    : stream_(std::make_unique<Stream>(url, options)) {}
 
-Connection::~Connection() = default;
+MessageSocket::~MessageSocket() = default;
 
-void Connection::send(const std::string& text, TimePoint deadline) {
-    socket_->send(text, deadline);
+void MessageSocket::send(const std::string& text, TimePoint deadline) {
+    stream_->send(text, deadline);
 }
 
-std::optional<std::string> Connection::receive(TimePoint deadline) {
-    return socket_->receive(deadline);
+std::optional<std::string> MessageSocket::receive(TimePoint deadline) {
+    return stream_->receive(deadline);
 }
 
 } // namespace Ostrel::Client

@@ -13,16 +13,16 @@ namespace Ostrel::Client {
 /// A WebSocket that one thread uses with blocking calls.
 ///
 /// Everything happens inside these calls: while none runs, pings are not answered.
-class Connection {
+class MessageSocket {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
     static constexpr TimePoint never = TimePoint::max();
 
     /// @throws ConnectError, Interrupted
-    Connection(const Url& url, const ClientOptions& options);
+    MessageSocket(const Url& url, const ClientOptions& options);
 
     /// Says good-bye, for at most a second.
-    ~Connection();
+    ~MessageSocket();
 
     /// Sends one message. When the deadline passes first, the connection is lost.
     ///
@@ -35,9 +35,9 @@ public:
     std::optional<std::string> receive(TimePoint deadline);
 
 private:
-    class Socket;
+    class Stream;
 
-    std::unique_ptr<Socket> socket_;
+    std::unique_ptr<Stream> stream_;
 };
 
 } // namespace Ostrel::Client

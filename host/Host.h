@@ -16,6 +16,7 @@ struct HostOptions {
     std::vector<std::string> allowedOrigins; ///< as Admission::parseOrigin() reads them
     std::vector<std::string> allowedHosts; ///< as Admission::parseHost() reads them
     std::string tokenFile; ///< empty for none
+    bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
     bool logRequests = false; ///< a line in the log for every request
 };

@@ -1,20 +1,29 @@
+#include "commandline/Parser.h"
+#include "commandline/StandardStreams.h"
+#include "commandline/Text.h"
+#include "commandline/UsageError.h"
+#include "commandline/Values.h"
 #include "host/Host.h"
+#include "host/PortFile.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/transport/StartError.h"
 
-#include <CLI/CLI.hpp>
-
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <map>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <stdexcept>
 
 namespace {
 
 using Ostrel::DebugLevel;
+using Ostrel::CommandLine::Program;
+using Ostrel::CommandLine::Reader;
+using Ostrel::CommandLine::UsageError;
+
+enum ExitStatus { Done = 0, NotStarted = 1, Usage = 2 };
 
 const std::map<std::string, DebugLevel> logLevels = {
     {"error", DebugLevel::Error},
@@ -23,14 +32,12 @@ const std::map<std::string, DebugLevel> logLevels = {
     {"progress", DebugLevel::Progress},
 };
 
-/// Puts something in the place of a standard stream that is closed, before the listener's own
-/// descriptors take it and the log is written to them.
-void fillStandardStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) == -1)
-            ::open("/dev/null", O_RDWR);
-    }
-}
+/// What the command line says.
+struct Options {
+    Ostrel::HostOptions host;
+    std::string portFile; ///< empty for none
+    std::string logLevel = "information";
+};
 
 /// Keeps the signals that end the host away from every thread, so that waitForEnd() gets them.
 sigset_t takeEndSignals() {
@@ -55,69 +62,142 @@ void tellAddresses(const Ostrel::Host& host) {
 }
 
 int complain(const std::string& what) {
-    std::cerr << "ostrel-tvd: " << what << '\n';
-    return 1;
+    std::cerr << "ostrel-tvd: " << Ostrel::CommandLine::printable(what) << '\n';
+    return NotStarted;
+}
+
+int explain(const UsageError& error) {
+    complain(error.what());
+    std::cerr << "Try: ostrel-tvd --help\n";
+    return Usage;
+}
+
+void print(const std::string& text) {
+    if (!(std::cout << text << std::flush))
+        throw std::runtime_error("cannot write to standard output");
+}
+
+Reader address(std::vector<std::string>& place) {
+    return [&place](const std::string& given) {
+        try {
+            Ostrel::Address::parse(given);
+        } catch (const Ostrel::StartError& error) {
+            throw UsageError(error.what());
+        }
+        place.push_back(given);
+    };
+}
+
+/// @throws UsageError
+void checkPortFile(const Options& options) {
+    const auto& listen = options.host.listen;
+    const bool hasPort = std::any_of(listen.begin(), listen.end(), [](const std::string& text) {
+        return !Ostrel::Address::parse(text).isUnix();
+    });
+    if (!options.portFile.empty() && !hasPort)
+        throw UsageError("--port-file has no port to tell; serve on HOST:PORT too, with --listen");
+}
+
+void serve(Options& options) {
+    if (options.host.listen.empty())
+        options.host.listen = {"127.0.0.1:8480"};
+    checkPortFile(options);
+    Ostrel::setDebugLevel(logLevels.at(options.logLevel));
+
+    std::signal(SIGPIPE, SIG_IGN); // a reader of our output that goes away must not take the service along
+    const auto signals = takeEndSignals();
+    std::optional<Ostrel::PortFile> portFile;
+    if (!options.portFile.empty())
+        portFile.emplace(options.portFile);
+    const Ostrel::Host host(options.host);
+    if (portFile) {
+        const auto& addresses = host.getAddresses();
+        portFile->publish(std::find_if(addresses.begin(), addresses.end(), [](const auto& each) {
+                              return !each.isUnix();
+                          })->port);
+    }
+    tellAddresses(host);
+    waitForEnd(signals);
+}
+
+Program makeProgram(Options& options) {
+    using namespace Ostrel::CommandLine;
+    Program program;
+    program.name = "ostrel-tvd";
+    program.version = OSTREL_VERSION;
+    program.description = "Serves the simulated TV module over JSON-RPC 2.0 on WebSocket and HTTP.";
+    program.notes =
+        "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable by its owner "
+        "alone:\n"
+        "  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)";
+    program.examples = {
+        "ostrel-tvd                                 # this machine alone, port 8480",
+        "ostrel-tvd --fake-time                     # as if the guide were on air now",
+        "ostrel-tvd --listen 127.0.0.1:0 --port-file port  # a port of the system",
+        "ostrel-tvd --listen unix:/run/ostrel.sock  # for this user alone",
+        "ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example",
+    };
+    program.options = {
+        {.name = "--listen",
+         .value = "ADDRESS",
+         .description = "Serve on HOST:PORT (port 0: the system chooses) or unix:PATH; may be given again",
+         .read = address(options.host.listen),
+         .standard = "127.0.0.1:8480",
+         .mayRepeat = true},
+        {.name = "--port-file",
+         .value = "FILE",
+         .description = "Write the port of the first HOST:PORT into this file once it is served; removed at "
+                        "the end",
+         .read = text(options.portFile),
+         .isFile = true},
+        {.name = "--allow-origin",
+         .value = "ORIGIN",
+         .description = "Web origin whose pages may call, such as https://tv.example or null; may be given "
+                        "again",
+         .read = text(options.host.allowedOrigins),
+         .mayRepeat = true},
+        {.name = "--allow-host",
+         .value = "HOST",
+         .description = "Host name under which clients may reach this machine; may be given again",
+         .read = text(options.host.allowedHosts),
+         .mayRepeat = true},
+        {.name = "--token-file",
+         .value = "FILE",
+         .description =
+             "File with the token that every call must carry; needed to listen beyond this machine",
+         .read = text(options.host.tokenFile),
+         .isFile = true},
+        {.name = "--fake-time",
+         .description = "Start the clock at midday of the day in the middle of the built-in guide, as "
+                        "DUMMYFAKETIME in the environment does",
+         .read = flag(options.host.fakeTime)},
+        {.name = "--log-level",
+         .description = "What goes to standard error",
+         .read = text(options.logLevel),
+         .standard = options.logLevel,
+         .choices = {"error", "warning", "information", "progress"}},
+        {.name = "--log-requests",
+         .description = "Log a line for every call",
+         .read = flag(options.host.logRequests)}};
+    program.run = [&options] { serve(options); };
+    program.exitStatuses = {{"0", "stopped by Ctrl-C or SIGTERM"},
+                            {"1", "not started; one line on standard error says why"},
+                            {"2", "wrong usage"}};
+    return program;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    fillStandardStreams();
-
-    CLI::App app("Serves the simulated TV module over JSON-RPC 2.0 on WebSocket and HTTP.", "ostrel-tvd");
-    app.set_version_flag("--version", OSTREL_VERSION);
-    app.footer(
-        "Examples:\n"
-        "  ostrel-tvd                                   on this machine alone, port 8480\n"
-        "  ostrel-tvd --listen 127.0.0.1:0              on a port that the system chooses\n"
-        "  ostrel-tvd --fake-time                       as if the guide were on air now\n"
-        "  ostrel-tvd --listen unix:/run/ostrel.sock    for this user alone\n"
-        "  ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example\n"
-        "\n"
-        "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable\n"
-        "by its owner alone:  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n"
-        "\n"
-        "Exit status: 0 stopped by Ctrl-C or SIGTERM, 1 not started; one line on standard error says why.\n");
-
-    Ostrel::HostOptions options;
-    std::string logLevel = "information";
-    app.add_option(
-           "--listen", options.listen,
-           "Address to serve on: HOST:PORT (port 0: the system chooses) or unix:PATH; may be repeated")
-        ->default_str("127.0.0.1:8480");
-    app.add_option("--allow-origin", options.allowedOrigins,
-                   "Web origin whose pages may call, such as https://tv.example or null; may be repeated");
-    app.add_option("--allow-host", options.allowedHosts,
-                   "Host name under which clients may reach this machine; may be repeated");
-    app.add_option("--token-file", options.tokenFile,
-                   "File with the token that every call must carry; needed to listen beyond this machine");
-    app.add_flag("--fake-time", options.fakeTime,
-                 "Start the clock at midday of the day in the middle of the built-in guide, "
-                 "as DUMMYFAKETIME in the environment does");
-    app.add_option("--log-level", logLevel, "What goes to standard error")
-        ->transform(CLI::IsMember(logLevels, CLI::ignore_case))
-        ->option_text("error|warning|information|progress [information]");
-
+    Ostrel::CommandLine::fillStandardStreams(true);
+    Options options;
+    const auto program = makeProgram(options);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& success) {
-        return app.exit(success);
-    } catch (const CLI::ParseError& error) {
-        return complain(std::string(error.what()) + "; see --help");
-    }
-    if (options.listen.empty())
-        options.listen = {"127.0.0.1:8480"};
-    Ostrel::setDebugLevel(logLevels.at(logLevel));
-
-    // A reader of our output that goes away must not take the service along.
-    std::signal(SIGPIPE, SIG_IGN);
-    const auto signals = takeEndSignals();
-    try {
-        const Ostrel::Host host(options);
-        tellAddresses(host);
-        waitForEnd(signals);
+        Ostrel::CommandLine::parse(program, argc, argv, print)();
+        return Done;
+    } catch (const UsageError& error) {
+        return explain(error);
     } catch (const std::exception& exception) {
         return complain(exception.what());
     }
-    return 0;
 }

@@ -1,21 +1,28 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "commandline/Values.h"
 
 #include <cstdint>
-#include <limits>
+#include <string>
 
 namespace Ostrel::Client::Tool {
 
-// What options take, for CLI::Option. The texts say what is expected of the value.
+using CommandLine::Option;
+using CommandLine::text;
+using CommandLine::wholeNumber;
 
-/// Takes a whole number from 0 on, in decimal digits.
-///
-/// Goes with transform() and not with check(): it takes leading zeros away, which would make
-/// the parser read an octal number.
-CLI::Validator wholeNumber(std::uint64_t most = std::numeric_limits<std::uint32_t>::max());
+/// @throws UsageError  for anything else the service closes the connection without a word
+void checkUtf8(const std::string& given);
 
-/// Takes UTF-8: for anything else the service closes the connection without a word.
-CLI::Validator utf8();
+/// Takes UTF-8.
+template <class Place> CommandLine::Reader utf8(Place& place) {
+    return [read = text(place)](const std::string& given) {
+        checkUtf8(given);
+        read(given);
+    };
+}
+
+/// The option "--source", which several commands have.
+Option sourceOption(std::uint32_t& source);
 
 } // namespace Ostrel::Client::Tool

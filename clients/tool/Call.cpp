@@ -1,14 +1,15 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
+#include "commandline/Suggestion.h"
+#include "commandline/UsageError.h"
 
 #include <boost/json/parse.hpp>
-
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,15 @@ namespace Ostrel::Client::Tool {
 namespace {
 
 namespace json = boost::json;
+
+using CommandLine::UsageError;
+
+struct CallOptions {
+    std::string method;
+    std::string payload;
+    std::optional<std::string> list;
+    std::optional<std::uint32_t> context;
+};
 
 constexpr const char* createContext = "ITVService::createContext";
 constexpr const char* deleteContext = "ITVService::deleteContext";
@@ -48,20 +58,24 @@ constexpr const char* methods[] = {
     "ITVGuide::getGenreStringMapList",
 };
 
+std::vector<std::string> getShortNames() {
+    std::vector<std::string> names;
+    for (const std::string method : methods)
+        names.push_back(method.substr(method.find("::") + 2));
+    return names;
+}
+
 /// Completes a method's name. A whole one is left to the service to judge.
 std::string findMethod(const std::string& name) {
     if (name.find_first_of(":.") != std::string::npos)
         return name;
-    std::vector<std::string> found;
     for (const std::string method : methods) {
         if (method.substr(method.find("::") + 2) == name)
-            found.push_back(method);
+            return method;
     }
-    if (found.empty())
-        throw UsageError("there is no method \"" + name + "\"; ostrel-tv call --help lists them");
-    if (found.size() > 1)
-        throw UsageError("\"" + name + "\" may be " + found[0] + " or " + found[1]);
-    return found.front();
+    const auto similar = CommandLine::suggest(name, getShortNames());
+    throw UsageError("there is no method \"" + name + "\"" +
+                     (similar.empty() ? "; ostrel-tv call --help lists them" : similar));
 }
 
 std::string listMethods() {
@@ -102,24 +116,41 @@ std::uint32_t readContext(const std::string& payload) {
     return number;
 }
 
-json::value perform(Client& client, const std::string& method, const std::string& payload) {
+/// Refuses what no service need be asked about, and returns the payload to send.
+std::string checkPayload(const CallOptions& options, const std::string& method) {
+    auto payload = readPayload(options.payload);
+    if ((method == createContext || method == deleteContext) && options.list)
+        throw UsageError("--list goes with methods that use a context");
+    if (method == createContext && options.context)
+        throw UsageError("--context goes with methods that use a context");
+    if (method == deleteContext && options.context && !payload.empty())
+        throw UsageError("name the context once, with --context or in the payload");
+    if (method == deleteContext && !payload.empty())
+        readContext(payload);
+    return payload;
+}
+
+json::value perform(Client& client, const CallOptions& options, const std::string& method,
+                    const std::string& payload) {
     if (method == createContext)
         return client.createContext();
+    if (options.context)
+        client.useContext(*options.context);
     if (method == deleteContext) {
         client.deleteContext(payload.empty() ? client.getContext() : readContext(payload));
         return nullptr;
     }
     if (method.starts_with("rpc."))
         return client.request(method, payload);
-    return client.call(method, payload);
+    if (options.list)
+        client.selectList(*options.list);
+    return client.call(method, payload.empty() ? "{}" : payload);
 }
 
-void callMethod(Session& session, const std::string& name, const std::string& argument) {
-    const auto method = findMethod(name);
-    const auto payload = readPayload(argument);
-    if (method == deleteContext && !payload.empty())
-        readContext(payload); // before a connection is made
-    const auto result = perform(session.getClient(), method, payload);
+void callMethod(Session& session, const CallOptions& options) {
+    const auto method = findMethod(options.method);
+    const auto payload = checkPayload(options, method); // before a connection is made
+    const auto result = perform(session.getClient(), options, method, payload);
     if (session.json)
         printJson(result);
     else
@@ -128,31 +159,43 @@ void callMethod(Session& session, const std::string& name, const std::string& ar
 
 } // namespace
 
-void addCall(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("call", "Call any method and print its result as JSON");
-    const auto method = std::make_shared<std::string>();
-    const auto payload = std::make_shared<std::string>();
-    command->add_option("METHOD", *method, "ITVService::serviceListGet, or short serviceListGet")
-        ->required()
-        ->check(utf8())
-        ->type_name("");
-    command
-        ->add_option("PAYLOAD", *payload, "The parameters as a JSON object; - reads them from standard input")
-        ->type_name("");
-    command->footer("The context is supplied. Every call has a fresh one, with no list selected yet.\n"
-                    "deleteContext takes {\"context\":N}; it ends a running scan.\n"
-                    "\n"
-                    "Methods:\n" +
-                    listMethods() +
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv call serviceListSet '{\"base\":\"all\"}'\n"
-                    "  ostrel-tv call scanBlindStart '{\"sourceId\":1,\"useNIT\":0}'\n"
-                    "  ostrel-tv call queryNowNextEventInfo '{\"id\":1}' --json | jq -r '.[0].title'\n"
-                    "  ostrel-tv call ITVGuide::queryEventInfo - < query.json");
-    command->callback([&action, method, payload] {
-        action = [method, payload](Session& session) { callMethod(session, *method, *payload); };
-    });
+Command makeCall(Session& session) {
+    const auto options = std::make_shared<CallOptions>();
+    return {
+        .name = "call",
+        .description = "Call any method and print its result as JSON",
+        .notes = "A context is supplied: a new one, with no list selected yet. --list selects one in it; "
+                 "--context takes one that is there, such as createContext has printed, and makes none. "
+                 "deleteContext deletes the one of --context, and ends a running scan.\n"
+                 "\n"
+                 "Methods:\n" +
+                 listMethods(),
+        .examples = {"ostrel-tv call serviceListRead '{\"limit\":3}' --list all", "ostrel-tv call utcTimeGet",
+                     "ostrel-tv call signalStatusGet '{\"sourceId\":1}'",
+                     "ostrel-tv call queryNowNextEventInfo '{\"id\":1043}' --json | jq -r '.[0].title'",
+                     "echo '{\"query\":{\"serviceIdList\":[1043]}}' | ostrel-tv call queryEventInfo -",
+                     "context=$(ostrel-tv call createContext)",
+                     "ostrel-tv call serviceListSet '{\"base\":\"all\"}' --context \"$context\"",
+                     "ostrel-tv call serviceListRead '{\"limit\":3}' --context \"$context\""},
+        .options = {{.name = "METHOD",
+                     .description = "ITVService::serviceListGet, or short serviceListGet",
+                     .read = utf8(options->method),
+                     .choices = getShortNames(),
+                     .isRequired = true,
+                     .isAnyOf = true},
+                    {.name = "PAYLOAD",
+                     .description = "The parameters as a JSON object, {} when left out; - reads them from "
+                                    "standard input",
+                     .read = text(options->payload)},
+                    {.name = "--list",
+                     .description = "Select this list of services first",
+                     .read = text(options->list),
+                     .choices = {"all", "new"}},
+                    {.name = "--context",
+                     .value = "N",
+                     .description = "Use this context, and make none",
+                     .read = wholeNumber(options->context)}},
+        .run = [&session, options] { callMethod(session, *options); }};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -4,8 +4,6 @@
 
 #include <boost/json/array.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 
 namespace Ostrel::Client::Tool {
@@ -32,10 +30,11 @@ void showGenres(Session& session) {
 
 } // namespace
 
-void addGenres(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("genres", "Show the genre codes and what they mean");
-    command->footer("Example:\n  ostrel-tv genres | grep -i sport");
-    command->callback([&action] { action = showGenres; });
+Command makeGenres(Session& session) {
+    return {.name = "genres",
+            .description = "Show the genre codes and what they mean",
+            .examples = {"ostrel-tv genres | grep -i sport"},
+            .run = [&session] { showGenres(session); }};
 }
 
 } // namespace Ostrel::Client::Tool

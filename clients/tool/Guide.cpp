@@ -1,16 +1,18 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
+#include "clients/tool/GuideClock.h"
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Moment.h"
 #include "clients/tool/Output.h"
+#include "clients/tool/Pager.h"
 #include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
+#include "commandline/UsageError.h"
 
 #include <boost/json/array.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <limits>
 #include <memory>
@@ -23,6 +25,8 @@ namespace Ostrel::Client::Tool {
 
 namespace {
 
+using CommandLine::UsageError;
+
 /// More services and a time do not fit into one query, see Client::queryEvents().
 constexpr std::size_t mostServicesAsked = 13;
 
@@ -32,8 +36,8 @@ constexpr std::size_t genreColumn = 4;
 struct GuideOptions {
     std::vector<std::int32_t> services;
     std::vector<std::uint32_t> channels;
-    std::optional<std::string> from;
-    std::optional<std::string> to;
+    std::optional<Moment> from;
+    std::optional<Moment> to;
     bool strict = false;
     std::vector<std::string> genres;
     std::vector<std::string> texts;
@@ -55,13 +59,18 @@ std::optional<std::uint8_t> readGenreCode(const std::string& text) {
     return static_cast<std::uint8_t>(code);
 }
 
+std::string toLower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
 /// Returns the codes whose text is this one, or else those whose text it is a part of.
 std::vector<std::uint8_t> findGenre(const std::vector<GenreStringMap>& genres, const std::string& wanted) {
-    const auto word = CLI::detail::to_lower(wanted);
+    const auto word = toLower(wanted);
     std::vector<std::uint8_t> same;
     std::vector<std::uint8_t> similar;
     for (const auto& genre : genres) {
-        const auto text = CLI::detail::to_lower(genre.text);
+        const auto text = toLower(genre.text);
         if (text == word)
             same.push_back(static_cast<std::uint8_t>(genre.code));
         if (text.find(word) != std::string::npos)
@@ -88,25 +97,24 @@ std::vector<std::uint8_t> findGenres(Client& client, const std::vector<std::stri
     return codes;
 }
 
+bool needNow(const GuideOptions& options) {
+    return (options.from && options.from->needsNow()) || (options.to && options.to->needsNow());
+}
+
 std::optional<Query::TimeRange> findTimeRange(Client& client, const GuideOptions& options) {
     if (!options.from && !options.to)
         return std::nullopt;
-    std::optional<Moment> from;
-    std::optional<Moment> to;
-    if (options.from)
-        from.emplace(*options.from);
-    if (options.to)
-        to.emplace(*options.to);
-    const bool needsNow = (from && from->needsNow()) || (to && to->needsNow());
-    const std::int64_t now = needsNow ? client.getUtcTime() : 0;
+    const std::int64_t now = needNow(options) ? client.getUtcTime() : 0;
     Query::TimeRange range;
     range.strict = options.strict;
-    if (from)
-        range.base = from->getSeconds(now);
-    if (to)
-        range.limit = to->getSeconds(now);
-    if (range.base > range.limit)
-        throw UsageError("--from " + *options.from + " is later than --to " + *options.to);
+    if (options.from)
+        range.base = options.from->getSeconds(now);
+    if (options.to)
+        range.limit = options.to->getSeconds(now);
+    if (range.base > range.limit) {
+        throw UsageError("--from " + options.from->getText() + " is later than --to " +
+                         options.to->getText());
+    }
     return range;
 }
 
@@ -219,94 +227,111 @@ void showGuide(Session& session, const GuideOptions& options) {
         printJson(array);
         return;
     }
-    print(events.empty() ? "The guide has no such event.\n"
-                         : formatTable(events, lineup, client.getGenres()));
-}
-
-std::string checkTime(const std::string& text) {
-    try {
-        [[maybe_unused]] const Moment moment(text);
-        return "";
-    } catch (const UsageError& error) {
-        return error.what();
+    if (!events.empty()) {
+        page(formatTable(events, lineup, client.getGenres()));
+        return;
     }
+    print("The guide has no such event.\n" +
+          (needNow(options) ? describeFarClock(client, client.getUtcTime()) : std::string()));
 }
 
 /// Refuses what no service need be asked about.
 void checkOptions(const GuideOptions& options) {
     if (options.strict && !options.from && !options.to)
         throw UsageError("--strict goes with --from or --to");
-    if (options.sort.size() > 1 && options.sort[0] == options.sort[1])
-        throw UsageError("--sort names " + options.sort[0] + " twice");
 }
 
-void addFilters(CLI::App& command, GuideOptions& options) {
-    command
-        .add_option("--service", options.services, "Only the service with this guide id; may be given again")
-        ->transform(wholeNumber(std::numeric_limits<std::int32_t>::max()))
-        ->allow_extra_args(false)
-        ->type_name("ID");
-    command.add_option("--channel", options.channels, "Only the service with this channel number, likewise")
-        ->transform(wholeNumber())
-        ->allow_extra_args(false)
-        ->type_name("N");
-    command.add_option("--from", options.from, "Only what is on after this time")
-        ->check(checkTime)
-        ->type_name("TIME");
-    command.add_option("--to", options.to, "Only what begins before this time")
-        ->check(checkTime)
-        ->type_name("TIME");
-    command.add_flag("--strict", options.strict, "Only what begins and ends between these times");
-    command
-        .add_option("--genre", options.genres,
-                    "Only this genre, by its code or its text or a part\nof it; may be given again")
-        ->allow_extra_args(false)
-        ->type_name("GENRE");
-    auto* text =
-        command
-            .add_option(
-                "--text", options.texts,
-                "Only with this text in the title, letter by letter;\nwhen given again, with one of them")
-            ->check(utf8())
-            ->allow_extra_args(false)
-            ->type_name("TEXT");
-    command.add_flag("--all-texts", options.allTexts, "Only with all these texts")->needs(text);
-    command.add_flag("--in-description", options.inDescription, "Look for the texts in the description too")
-        ->needs(text);
+/// Reads "service", "start", or both in either order.
+CommandLine::Reader sortKeys(std::vector<std::string>& keys) {
+    return [&keys](const std::string& given) {
+        const auto comma = given.find(',');
+        keys = {given.substr(0, comma)};
+        if (comma != std::string::npos)
+            keys.push_back(given.substr(comma + 1));
+    };
+}
+
+CommandLine::Reader moment(std::optional<Moment>& place) {
+    return [&place](const std::string& given) { place.emplace(given); };
+}
+
+std::vector<Option> makeFilters(GuideOptions& options) {
+    return {{.name = "--service",
+             .value = "ID",
+             .description = "Only the service with this guide id; may be given again",
+             .read = wholeNumber(options.services, 0, std::numeric_limits<std::int32_t>::max()),
+             .mayRepeat = true},
+            {.name = "--channel",
+             .value = "N",
+             .description = "Only the service with this channel number, likewise",
+             .read = wholeNumber(options.channels),
+             .mayRepeat = true},
+            {.name = "--from",
+             .value = "TIME",
+             .description = "Only what is on after this time",
+             .read = moment(options.from)},
+            {.name = "--to",
+             .value = "TIME",
+             .description = "Only what begins before this time",
+             .read = moment(options.to)},
+            {.name = "--strict",
+             .description = "Only what begins and ends between these times",
+             .read = CommandLine::flag(options.strict)},
+            {.name = "--genre",
+             .value = "GENRE",
+             .description = "Only this genre, by its code or its text or a part of it; may be given again",
+             .read = text(options.genres),
+             .mayRepeat = true},
+            {.name = "--text",
+             .value = "TEXT",
+             .description = "Only with this text in the title, letter by letter; when given again, with one "
+                            "of them",
+             .read = utf8(options.texts),
+             .mayRepeat = true},
+            {.name = "--all-texts",
+             .description = "Only with all these texts",
+             .read = CommandLine::flag(options.allTexts),
+             .needs = {"--text"}},
+            {.name = "--in-description",
+             .description = "Look for the texts in the description too",
+             .read = CommandLine::flag(options.inDescription),
+             .needs = {"--text"}},
+            {.name = "--sort",
+             .value = "KEY[,KEY]",
+             .description = "Sort by service, start, or both in either order",
+             .read = sortKeys(options.sort),
+             .standard = "start",
+             .choices = {"service", "start", "service,start", "start,service"}},
+            {.name = "--offset",
+             .value = "N",
+             .description = "Leave out so many of the events found",
+             .read = wholeNumber(options.offset)},
+            {.name = "--count",
+             .value = "N",
+             .description = "Show at most so many events",
+             .read = wholeNumber(options.count, 1)}};
 }
 
 } // namespace
 
-void addGuide(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("guide", "Find events in the guide");
+Command makeGuide(Session& session) {
     const auto options = std::make_shared<GuideOptions>();
-    addFilters(*command, *options);
-    command->add_option("--sort", options->sort, "Sort by service, start, or both in either order [start]")
-        ->delimiter(',')
-        ->expected(1, 2)
-        ->allow_extra_args(false)
-        ->check(CLI::IsMember({"service", "start"}).description(""))
-        ->type_name("KEY[,KEY]");
-    command->add_option("--offset", options->offset, "Leave out so many of the events found")
-        ->transform(wholeNumber())
-        ->type_name("N");
-    command->add_option("--count", options->count, "Show at most so many events")
-        ->transform(wholeNumber())
-        ->type_name("N");
-    command->footer("TIME is 2011-10-12, 2011-10-12T20:00 (local; Z or +01:00 behind it for another zone),\n"
-                    "now, or +2h, -30m, +1d12h from now on. Now is what the service's clock says.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv guide --channel 1 --from now --to +6h\n"
-                    "  ostrel-tv guide --genre comedy --from now --to +1d --sort service,start\n"
-                    "  ostrel-tv guide --text News --text Weather --all-texts --in-description --count 10\n"
-                    "  ostrel-tv guide --service 1043 --json | jq -r '.[].title'");
-    command->callback([&action, options] {
-        action = [options](Session& session) {
-            checkOptions(*options);
-            showGuide(session, *options);
-        };
-    });
+    return {.name = "guide",
+            .description = "Find events in the guide",
+            .notes = "TIME is 2011-10-12, 2011-10-12T20:00 (local; Z or +01:00 behind it for another zone), "
+                     "@1318449600 (seconds since 1970), now, or +2h, -30m, +1d12h from now on. Now is what "
+                     "the service's clock says. +1 behind a time is the day after.\n"
+                     "\n"
+                     "On a terminal a list that is longer than the screen goes through $PAGER.",
+            .examples = {"ostrel-tv guide --channel 1 --from now --to +6h",
+                         "ostrel-tv guide --genre comedy --from now --to +1d --sort service,start",
+                         "ostrel-tv guide --text News --text Weather --all-texts --in-description",
+                         "ostrel-tv guide --service 1043 --json | jq -r '.[].title'"},
+            .options = makeFilters(*options),
+            .run = [&session, options] {
+                checkOptions(*options);
+                showGuide(session, *options);
+            }};
 }
 
 } // namespace Ostrel::Client::Tool

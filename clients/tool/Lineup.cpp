@@ -38,8 +38,11 @@ std::vector<ServiceInfo> findChannel(const std::vector<ServiceInfo>& lineup, std
     std::vector<ServiceInfo> found;
     std::copy_if(lineup.begin(), lineup.end(), std::back_inserter(found),
                  [&](const ServiceInfo& service) { return service.channelNumber == channelNumber; });
+    if (lineup.empty())
+        throw std::runtime_error(emptyLineup);
     if (found.empty())
-        throw std::runtime_error("no service has the channel number " + std::to_string(channelNumber));
+        throw std::runtime_error("no service has the channel number " + std::to_string(channelNumber) +
+                                 "; ostrel-tv services lists them");
     return found;
 }
 

@@ -1,6 +1,7 @@
 #include "clients/tool/Moment.h"
 
-#include "clients/tool/Commands.h"
+#include "commandline/UsageError.h"
+#include "commandline/Values.h"
 
 #include <chrono>
 #include <ctime>
@@ -11,6 +12,8 @@
 namespace Ostrel::Client::Tool {
 
 namespace {
+
+using CommandLine::UsageError;
 
 constexpr std::int64_t minute = 60;
 constexpr std::int64_t hour = 60 * minute;
@@ -146,9 +149,14 @@ std::optional<std::int64_t> readCalendar(MomentReader reader) {
 Moment::Moment(const std::string& text) : text_(text) {
     MomentReader reader(text);
     isRelative_ = reader.take("now") || text.starts_with('+') || text.starts_with('-');
+    if (text.starts_with('@')) {
+        const auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max());
+        seconds_ = static_cast<std::int64_t>(CommandLine::readWholeNumber(text.substr(1), 0, most));
+        return;
+    }
     const auto seconds = isRelative_ ? readOffset(reader) : readCalendar(reader);
     if (!seconds)
-        throw UsageError("\"" + text + "\" is no time; try 2011-10-12T20:00, now, +2h or -30m");
+        throw UsageError("\"" + text + "\" is no time; try 2011-10-12T20:00, now, +2h, -30m or @1318420800");
     seconds_ = *seconds;
 }
 

@@ -5,15 +5,18 @@
 
 namespace Ostrel::Client::Tool {
 
-/// A time as people give it: "2011-10-12T20:00", "now", "+2h", "-1d12h".
+/// A time as people give it: "2011-10-12T20:00", "now", "+2h", "-1d12h", "@1318449600".
 ///
 /// ISO 8601 with a date alone, or to the minute or the second (a fraction of it is dropped);
-/// local time unless "Z" or an offset such as "+01:00" ends it. Everything else counts from the
-/// service's clock, in d, h, m and s.
+/// local time unless "Z" or an offset such as "+01:00" ends it. Behind "@" stand seconds since
+/// 1970-01-01 UTC, as for date(1). Everything else counts from the service's clock, in d, h, m and s.
 class Moment {
 public:
     /// @throws UsageError
     explicit Moment(const std::string& text);
+
+    /// Returns what was given.
+    const std::string& getText() const { return text_; }
 
     /// Whether getSeconds() wants to know what time it is.
     bool needsNow() const { return isRelative_; }

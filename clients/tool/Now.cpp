@@ -1,13 +1,12 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
+#include "clients/tool/GuideClock.h"
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
 #include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
 
 #include <boost/json/array.hpp>
-
-#include <CLI/CLI.hpp>
 
 #include <limits>
 #include <memory>
@@ -76,12 +75,15 @@ boost::json::value showingToJson(const Showing& showing) {
     return members;
 }
 
-std::string describeSilence(const NowOptions& options, std::int64_t now) {
+std::string describeSilence(Client& client, const NowOptions& options, std::int64_t now) {
+    if (readLineup(client).empty())
+        return asSentence(emptyLineup);
     const auto time = static_cast<std::time_t>(now);
     std::tm local{};
     localtime_r(&time, &local);
     return "The guide has nothing for " + formatTime("%Y-%m-%d %H:%M", local) + ", the service's time" +
-           (options.channel ? ", on channel " + std::to_string(*options.channel) : "") + ".\n";
+           (options.channel ? ", on channel " + std::to_string(*options.channel) : "") + ".\n" +
+           describeFarClock(client, now);
 }
 
 std::string describeRest(const std::vector<Showing>& showings, const NowOptions& options) {
@@ -102,30 +104,29 @@ void showNow(Session& session, const NowOptions& options) {
         return;
     }
     const auto now = client.getUtcTime();
-    print(showings.empty() ? describeSilence(options, now)
+    print(showings.empty() ? describeSilence(client, options, now)
                            : formatTable(showings, now) + describeRest(showings, options));
 }
 
 } // namespace
 
-void addNow(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("now", "Show what is on, and what comes next");
+Command makeNow(Session& session) {
     const auto options = std::make_shared<NowOptions>();
-    auto* channel =
-        command->add_option("CHANNEL", options->channel, "Only the service with this channel number")
-            ->transform(wholeNumber())
-            ->type_name("");
-    command->add_flag("--all", options->all, "Show every service, also those that channel lists leave out")
-        ->excludes(channel);
-    command->footer("Without a channel the first 20 services with something on air. Times are local; the\n"
-                    "bar fills as time passes, and what is left of it stands behind.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv now\n"
-                    "  ostrel-tv now 4\n"
-                    "  ostrel-tv now --all --json | jq -r '.[] | .service.name + \": \" + .now.title'");
-    command->callback(
-        [&action, options] { action = [options](Session& session) { showNow(session, *options); }; });
+    return {.name = "now",
+            .description = "Show what is on, and what comes next",
+            .notes =
+                "Without a channel the first 20 services with something on air. Times are local; the bar "
+                "fills as time passes, and what is left of it stands behind.",
+            .examples = {"ostrel-tv now", "ostrel-tv now 4",
+                         "ostrel-tv now --all --json | jq -r '.[] | .service.name + \": \" + .now.title'"},
+            .options = {{.name = "CHANNEL",
+                         .description = "Only the service with this channel number",
+                         .read = wholeNumber(options->channel)},
+                        {.name = "--all",
+                         .description = "Show every service, also those that channel lists leave out",
+                         .read = CommandLine::flag(options->all),
+                         .excludes = {"CHANNEL"}}},
+            .run = [&session, options] { showNow(session, *options); }};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -72,22 +72,10 @@ std::string indented(const json::value& value) {
     return text;
 }
 
-std::string printable(std::string_view text) {
-    constexpr const char* replacement = "\uFFFD";
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const auto following = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
-        if (byte < 0x20 || byte == 0x7f) {
-            result += replacement;
-        } else if (byte == 0xc2 && following >= 0x80 && following < 0xa0) { // U+0080 to U+009F
-            result += replacement;
-            ++i;
-        } else {
-            result += text[i];
-        }
-    }
-    return result;
+std::string asSentence(std::string text) {
+    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
+        text[0] = static_cast<char>(text[0] - 'a' + 'A');
+    return text + ".\n";
 }
 
 std::size_t getTerminalWidth(int descriptor) {

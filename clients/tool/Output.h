@@ -1,6 +1,7 @@
 #pragma once
 
 #include "clients/cpp/Notification.h"
+#include "commandline/Text.h"
 
 #include <boost/json/value.hpp>
 
@@ -30,8 +31,10 @@ boost::json::value toJson(const Notification& notification);
 /// Returns a value on many lines, indented for people.
 std::string indented(const boost::json::value& value);
 
-/// Replaces control characters, which could play tricks on a terminal.
-std::string printable(std::string_view text);
+using CommandLine::printable;
+
+/// Returns the text of an error as a line of its own: "The list is empty.\n".
+std::string asSentence(std::string text);
 
 /// Returns how many columns the terminal behind a descriptor has, 80 where it is none.
 std::size_t getTerminalWidth(int descriptor = STDOUT_FILENO);

@@ -1,9 +1,9 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
+#include "clients/tool/QueryError.h"
 #include "clients/tool/QueryMistake.h"
-
-#include <CLI/CLI.hpp>
+#include "commandline/UsageError.h"
 
 #include <iostream>
 #include <memory>
@@ -32,7 +32,7 @@ std::vector<std::string> findDocuments(Client& client, const std::string& expres
 
 void showDocuments(Session& session, const std::string& expression, const std::string& format) {
     if (session.json && format != "json")
-        throw UsageError("--json and --format xml do not go together");
+        throw CommandLine::UsageError("--json and --format xml do not go together");
     const bool isTerminal = ::isatty(STDOUT_FILENO) != 0;
     std::string text;
     const auto documents = findDocuments(session.getClient(), expression, format);
@@ -48,32 +48,31 @@ void showDocuments(Session& session, const std::string& expression, const std::s
 
 } // namespace
 
-void addQuery(CLI::App& app, Action& action) {
-    auto* command =
-        app.add_subcommand("query", "Find events by an expression, with all that the guide holds");
+Command makeQuery(Session& session) {
     const auto expression = std::make_shared<std::string>();
     const auto format = std::make_shared<std::string>("json");
-    command->add_option("EXPRESSION", *expression, "What must be true of an event; '' is true of each")
-        ->required()
-        ->check(utf8())
-        ->type_name("");
-    command->add_option("--format", *format, "How the documents are written")
-        ->check(CLI::IsMember({"json", "xml"}).description(""))
-        ->type_name("json|xml")
-        ->capture_default_str();
-    command->footer("Prints one document a line, as the service writes them, by start time.\n"
-                    "\n"
-                    "Fields are ServiceId, Start and End, times are seconds since 1970 (date +%s). Compare\n"
-                    "them with == < <= > >=, or with a list: ServiceId in (1000, 1001). Join comparisons\n"
-                    "with && and ||, and group them with ( ). Another name matches nothing.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv query 'ServiceId == 1043 && End > 1318748400 && Start < 1318752000'\n"
-                    "  ostrel-tv query 'ServiceId in (1000, 1001)' --format xml\n"
-                    "  ostrel-tv query '' | wc -l");
-    command->callback([&action, expression, format] {
-        action = [expression, format](Session& session) { showDocuments(session, *expression, *format); };
-    });
+    return {.name = "query",
+            .description = "Find events by an expression, with all that the guide holds",
+            .notes =
+                "Prints one document a line, as the service writes them, by start time.\n"
+                "\n"
+                "Fields are ServiceId, Start and End, times are seconds since 1970 (date +%s). Compare them "
+                "with == < <= > >=, or with a list: ServiceId in (1000, 1001). Join comparisons with && "
+                "and ||, and group them with ( ). Another name matches nothing.",
+            .examples = {"ostrel-tv query 'ServiceId == 1043 && End > 1318748400 && Start < 1318752000'",
+                         "ostrel-tv query 'ServiceId in (1043, 1044)' --format xml",
+                         "ostrel-tv query '' | wc -l"},
+            .options = {{.name = "EXPRESSION",
+                         .description = "What must be true of an event; '' is true of each",
+                         .read = utf8(*expression),
+                         .isRequired = true},
+                        {.name = "--format",
+                         .description = "How the documents are written",
+                         .read = text(*format),
+                         .standard = *format,
+                         .choices = {"json", "xml"}}},
+            .strayHint = "put the expression in quotation marks",
+            .run = [&session, expression, format] { showDocuments(session, *expression, *format); }};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -4,14 +4,14 @@
 #include "clients/tool/Output.h"
 #include "clients/tool/ScanProgress.h"
 
-#include <CLI/CLI.hpp>
-
 #include <chrono>
+#include <csignal>
 #include <deque>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <unistd.h>
@@ -92,20 +92,28 @@ public:
             else
                 client_.startScan(source_);
         });
-        if (display_.wantsServices())
-            client_.selectList("new");
-        skipEarlierScans();
     }
 
     void follow() {
         try {
+            if (display_.wantsServices())
+                client_.selectList("new");
+            skipEarlierScans();
             while (!end_)
                 step(patience);
         } catch (const Interrupted&) {
             stop();
             throw;
+        } catch (const OutputClosed&) {
+            client_.stopScan(source_);
+            throw;
+        } catch (const std::system_error&) { // nowhere to write
+            client_.stopScan(source_);
+            throw;
         }
         display_.finish(progress_, *end_);
+        if (*end_ == End::Complete && display_.wantsServices() && progress_.getTotal() == 0)
+            explainNothing();
         if (*end_ == End::Silent)
             throw std::runtime_error("somebody deleted a context, which ended the scan");
     }
@@ -179,6 +187,15 @@ private:
             progress_.count(service);
     }
 
+    /// Says why a whole scan has found nothing new.
+    void explainNothing() {
+        client_.selectList("all");
+        print(client_.get(1).empty()
+                  ? "No frequency that it visited carries a service; ostrel-tv scan blind visits all.\n"
+                  : "What is in the service list already does not count. To find it again empty the list "
+                    "first:\n  ostrel-tv transponders clear --yes\n");
+    }
+
     void stop() {
         client_.stopScan(source_);
         if (display_.wantsServices()) { // the interrupt may have cost the answer to a read
@@ -201,6 +218,7 @@ private:
 };
 
 void scan(Session& session, Kind kind, std::uint32_t source) {
+    session.stopSignals = {SIGINT, SIGTERM, SIGHUP}; // so that none leaves the scan to run on
     Follower follower(session, source);
     follower.start(kind);
     follower.follow();
@@ -221,57 +239,57 @@ void showScan(Session& session, std::uint32_t source) {
         printJson(encode(info));
         return;
     }
+    // The service's own counter counts a service twice that was put in before another.
+    const auto found = std::uint64_t{info.tvServices} + info.radioServices + info.type3Services;
     print(std::string("scanning  ") + (info.scanning ? "yes" : "no") + "\n" + //
           "progress  " + std::to_string(info.progress) + " %\n" + //
-          "found     " + std::to_string(info.servicesFound) + "\n" + //
+          "found     " + std::to_string(found) + "\n" + //
           "tv        " + std::to_string(info.tvServices) + "\n" + //
           "radio     " + std::to_string(info.radioServices) + "\n" + //
           "data      " + std::to_string(info.type3Services) + "\n");
 }
 
-/// Adds a sub-command of "scan", which takes the tuner.
-void add(CLI::App& scan, Action& action, const char* name, const char* description, const char* footer,
-         void (*run)(Session&, std::uint32_t)) {
-    auto* command = scan.add_subcommand(name, description);
+/// A command of "scan", which takes the tuner.
+Command make(Session& session, const char* name, const char* description, const char* notes,
+             std::vector<std::string> examples, void (*run)(Session&, std::uint32_t)) {
     const auto source = std::make_shared<std::uint32_t>(0);
-    command->add_option("--source", *source, "The tuner, its source id")
-        ->transform(wholeNumber())
-        ->type_name("N")
-        ->capture_default_str();
-    command->footer(footer);
-    command->callback(
-        [&action, source, run] { action = [source, run](Session& session) { run(session, *source); }; });
+    return {.name = name,
+            .description = description,
+            .notes = notes,
+            .examples = std::move(examples),
+            .options = {sourceOption(*source)},
+            .run = [&session, source, run] { run(session, *source); }};
 }
 
-constexpr const char* scanFooter = //
-    "Ctrl-C asks the service to stop the scan, shows what was found, and ends with status 130.\n"
-    "With --json every event is printed as one object on a line of its own.";
+constexpr const char* scanNotes =
+    "Ctrl-C asks the service to stop the scan, shows what was found, and ends with status 130. The scan is "
+    "stopped too when its reader goes away, as behind \"| head\". With --json every event is printed as one "
+    "object on a line of its own.\n"
+    "\n"
+    "Services that are in the list already are not found again: ostrel-tv transponders clear removes them.";
 
 } // namespace
 
-void addScan(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("scan", "Search for services, or see how a search gets on");
-    command->require_subcommand(1);
-    command->footer("There is one scan, which all clients share. Its new services:\n"
-                    "  ostrel-tv services --list new\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv scan blind\n"
-                    "  ostrel-tv scan start --json | jq --unbuffered .params.percent\n"
-                    "  ostrel-tv scan info");
-    add(*command, action, "blind", "Scan every frequency of the band", scanFooter,
-        [](Session& session, std::uint32_t source) { scan(session, Kind::Blind, source); });
-    add(*command, action, "start", "Scan the frequencies of the transponder list", scanFooter,
-        [](Session& session, std::uint32_t source) { scan(session, Kind::Listed, source); });
-    add(*command, action, "stop", "Stop the scan, whoever started it", "Example:\n  ostrel-tv scan stop",
-        stopScan);
-    add(*command, action, "info", "Show how far the scan has got that runs or ran last",
-        "Found is the service's own counter: a service that was put in before another counts\n"
-        "twice in it.\n"
-        "\n"
-        "Example:\n"
-        "  ostrel-tv scan info --json | jq .progress",
-        showScan);
+Command makeScan(Session& session) {
+    const auto blind = [](Session& s, std::uint32_t source) { scan(s, Kind::Blind, source); };
+    const auto listed = [](Session& s, std::uint32_t source) { scan(s, Kind::Listed, source); };
+    return {
+        .name = "scan",
+        .description = "Search for services, or see how a search gets on",
+        .notes = "There is one scan, which all clients share. Its new services:\n"
+                 "  ostrel-tv services --list new",
+        .examples = {"ostrel-tv scan blind", "ostrel-tv scan info"},
+        .commands = {
+            make(session, "blind", "Scan every frequency of the band", scanNotes,
+                 {"ostrel-tv scan blind", "ostrel-tv transponders clear --yes && ostrel-tv scan blind"},
+                 blind),
+            make(session, "start", "Scan the frequencies of the transponder list", scanNotes,
+                 {"ostrel-tv scan start --json | jq --unbuffered .params.percent"}, listed),
+            make(session, "stop", "Stop the scan, whoever started it", "", {"ostrel-tv scan stop"}, stopScan),
+            make(session, "info", "Show how far the scan has got that runs or ran last",
+                 "In JSON servicesFound is the service's own counter: a service that was put in before "
+                 "another counts twice in it.",
+                 {"ostrel-tv scan info", "ostrel-tv scan info --json | jq .progress"}, showScan)}};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -18,7 +18,7 @@ void ScanProgress::count(const ServiceInfo& service) {
 }
 
 std::string ScanProgress::describeServices() const {
-    const auto total = television + radio + others;
+    const auto total = getTotal();
     std::string text = std::to_string(total) + (total == 1 ? " new service" : " new services");
     const char* separator = ": ";
     const auto add = [&](std::size_t count, const char* kind) {

@@ -16,6 +16,8 @@ struct ScanProgress {
     std::size_t others = 0;
     std::string newest; ///< the name of the service found last; empty while there is none
 
+    std::size_t getTotal() const { return television + radio + others; }
+
     void count(const ServiceInfo& service);
 
     /// Returns the counters: "53 new services: 40 tv, 13 radio".

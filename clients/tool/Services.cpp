@@ -2,14 +2,14 @@
 #include "clients/tool/Commands.h"
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
+#include "clients/tool/Pager.h"
 #include "clients/tool/Table.h"
 
 #include <boost/json/array.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include <limits>
 #include <memory>
+#include <stdexcept>
 
 #include <unistd.h>
 
@@ -28,26 +28,35 @@ struct ServicesOptions {
     std::optional<std::string> uri;
 };
 
-/// Makes a refusal say what was looked for.
-template <class Seek> void seekOrExplain(const std::string& what, Seek seek) {
+std::string describeEmptyList(const std::string& list) {
+    return list == "new" ? "no scan has found a new service; ostrel-tv scan blind starts one" : emptyLineup;
+}
+
+constexpr std::int64_t invalidParameter = 1; // the return code for what is not in the list
+
+/// Makes a refusal say what was looked for, and whether there is anything at all.
+template <class Seek>
+void seekOrExplain(Client& client, const ServicesOptions& options, const std::string& what, Seek seek) {
     try {
         seek();
     } catch (const ServiceError& error) {
-        ServiceError explained(error.code, what + ": " + error.what());
-        explained.returnCode = error.returnCode;
-        explained.name = error.name;
-        throw explained;
+        if (error.returnCode != invalidParameter)
+            throw;
+        throw std::runtime_error(client.get(1).empty() ? describeEmptyList(options.list)
+                                                       : what + "; ostrel-tv services lists them");
     }
 }
 
 void moveCursor(Client& client, const ServicesOptions& options) {
     if (options.channel) {
-        seekOrExplain("no service has the channel number " + std::to_string(*options.channel),
+        seekOrExplain(client, options,
+                      "no service has the channel number " + std::to_string(*options.channel),
                       [&] { client.seekByChannelNumber(*options.channel); });
     } else if (options.uri) {
-        seekOrExplain("no service has the URI " + *options.uri, [&] { client.seekByUri(*options.uri); });
+        seekOrExplain(client, options, "no service has the URI " + *options.uri,
+                      [&] { client.seekByUri(*options.uri); });
     } else if (options.from) {
-        seekOrExplain("no position " + std::to_string(*options.from) + " in the list",
+        seekOrExplain(client, options, "no position " + std::to_string(*options.from) + " in the list",
                       [&] { client.seek(*options.from, Client::Whence::Start); });
     }
 }
@@ -104,7 +113,7 @@ void showServices(Session& session, const ServicesOptions& options) {
     const auto all = std::numeric_limits<std::uint32_t>::max();
     const auto services = readServices(client, options.limit.value_or(findsOne ? 1 : all));
     if (!session.json) {
-        print(services.empty() ? "The list has no such service.\n" : formatTable(services));
+        page(services.empty() ? asSentence(describeEmptyList(options.list)) : formatTable(services));
         return;
     }
     boost::json::array array;
@@ -115,41 +124,42 @@ void showServices(Session& session, const ServicesOptions& options) {
 
 } // namespace
 
-void addServices(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("services", "Show the services (channels)");
+Command makeServices(Session& session) {
     const auto options = std::make_shared<ServicesOptions>();
-    command->add_option("--list", options->list, "Which list: all services, or the new ones of the last scan")
-        ->check(CLI::IsMember({"all", "new"}).description(""))
-        ->type_name("all|new")
-        ->capture_default_str();
-    auto* from =
-        command->add_option("--from", options->from, "Begin at this position of the list, counted from 0")
-            ->transform(wholeNumber(std::numeric_limits<std::int32_t>::max()))
-            ->type_name("N");
-    command->add_option("--limit", options->limit, "Show at most so many services")
-        ->transform(wholeNumber())
-        ->type_name("N");
-    auto* channel = command
-                        ->add_option("--channel", options->channel,
-                                     "Find the service with this channel number;\n"
-                                     "with --limit also those that follow it in the list")
-                        ->transform(wholeNumber())
-                        ->type_name("N");
-    auto* uri = command->add_option("--uri", options->uri, "Find the service with this URI, likewise")
-                    ->check(utf8())
-                    ->type_name("URI");
-    channel->excludes(from)->excludes(uri);
-    uri->excludes(from);
-    command->footer("Guide is the id by which the guide knows the service. Flags name what is unusual:\n"
-                    "HD, scrambled, hidden (left out of channel lists), locked (cannot be selected).\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv services --limit 5\n"
-                    "  ostrel-tv services --channel 4\n"
-                    "  ostrel-tv services --uri dvb://233a..1041 --limit 3\n"
-                    "  ostrel-tv services --json | jq -r '.[].name'");
-    command->callback(
-        [&action, options] { action = [options](Session& session) { showServices(session, *options); }; });
+    return {.name = "services",
+            .description = "Show the services (channels)",
+            .notes = "Guide is the id by which the guide knows the service. Flags name what is unusual: HD, "
+                     "scrambled, hidden (left out of channel lists), locked (cannot be selected).\n"
+                     "\n"
+                     "On a terminal a list that is longer than the screen goes through $PAGER.",
+            .examples = {"ostrel-tv services --limit 5", "ostrel-tv services --channel 4",
+                         "ostrel-tv services --uri dvb://233a..1041 --limit 3",
+                         "ostrel-tv services --json | jq -r '.[].name'"},
+            .options = {{.name = "--list",
+                         .description = "Which list: all services, or the new ones of the last scan",
+                         .read = text(options->list),
+                         .standard = options->list,
+                         .choices = {"all", "new"}},
+                        {.name = "--from",
+                         .value = "N",
+                         .description = "Begin at this position of the list, counted from 0",
+                         .read = wholeNumber(options->from, 0, std::numeric_limits<std::int32_t>::max())},
+                        {.name = "--limit",
+                         .value = "N",
+                         .description = "Show at most so many services",
+                         .read = wholeNumber(options->limit, 1)},
+                        {.name = "--channel",
+                         .value = "N",
+                         .description = "Find the service with this channel number; with --limit also those "
+                                        "that follow it in the list",
+                         .read = wholeNumber(options->channel),
+                         .excludes = {"--from", "--uri"}},
+                        {.name = "--uri",
+                         .value = "URI",
+                         .description = "Find the service with this URI, likewise",
+                         .read = utf8(options->uri),
+                         .excludes = {"--from"}}},
+            .run = [&session, options] { showServices(session, *options); }};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -1,7 +1,6 @@
 #include "clients/tool/Session.h"
 
 #include <algorithm>
-#include <csignal>
 
 namespace Ostrel::Client::Tool {
 
@@ -13,7 +12,7 @@ Client& Session::getClient() {
         // Up to a day, so that no number is too large, nor too small to be milliseconds.
         const double seconds = std::max(0.001, std::min(86400.0, timeoutSeconds));
         options.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
-        options.stopSignals = {SIGINT};
+        options.stopSignals = stopSignals;
         client_.emplace(Url(url), options);
     }
     return *client_;

@@ -2,8 +2,10 @@
 
 #include "clients/cpp/Client.h"
 
+#include <csignal>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Ostrel::Client::Tool {
 
@@ -14,6 +16,7 @@ public:
     std::string tokenFile; ///< empty: no token
     double timeoutSeconds = 10;
     bool json = false; ///< standard output is for a script
+    std::vector<int> stopSignals{SIGINT}; ///< as ClientOptions has them
 
     /// Connects at the first use.
     ///

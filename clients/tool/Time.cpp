@@ -1,8 +1,6 @@
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
 
-#include <CLI/CLI.hpp>
-
 #include <ctime>
 
 namespace Ostrel::Client::Tool {
@@ -27,14 +25,13 @@ void showTime(Session& session) {
 
 } // namespace
 
-void addTime(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("time", "Show what time it is for the service");
-    command->footer("The service's clock may be set to a day of its guide on purpose.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv time\n"
-                    "  ostrel-tv time --json | jq .time");
-    command->callback([&action] { action = showTime; });
+Command makeTime(Session& session) {
+    return {.name = "time",
+            .description = "Show what time it is for the service",
+            .notes =
+                "The service's clock may be set to a day of its guide on purpose: ostrel-tvd --fake-time.",
+            .examples = {"ostrel-tv time", "ostrel-tv time --json | jq .time"},
+            .run = [&session] { showTime(session); }};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -17,10 +17,22 @@ std::string formatLocal(const char* format, std::int32_t seconds) {
     return formatTime(format, local);
 }
 
+/// Returns a number for a day of the local calendar, one more for the next.
+std::int64_t getDay(std::int32_t seconds) {
+    constexpr std::int64_t secondsPerDay = 86400;
+    const std::time_t time = seconds;
+    std::tm local{};
+    localtime_r(&time, &local);
+    return timegm(&local) / secondsPerDay;
+}
+
 } // namespace
 
 std::string formatSpan(const EventInfo& event) {
-    return formatLocal("%H:%M", event.startTime) + "-" + formatLocal("%H:%M", event.endTime);
+    auto text = formatLocal("%H:%M", event.startTime) + "-" + formatLocal("%H:%M", event.endTime);
+    // What ends at midnight does not reach into the next day.
+    const auto days = getDay(std::max(event.startTime, event.endTime - 1)) - getDay(event.startTime);
+    return days > 0 ? text + " +" + std::to_string(days) : text;
 }
 
 std::string formatDayAndSpan(const EventInfo& event) {

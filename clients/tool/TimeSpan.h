@@ -7,7 +7,8 @@
 
 namespace Ostrel::Client::Tool {
 
-/// Returns when an event is on, in local time: "12:00-12:30".
+/// Returns when an event is on, in local time: "12:00-12:30", and "23:20-00:55 +1"
+/// when it runs into the next day.
 std::string formatSpan(const EventInfo& event);
 
 /// Returns the same with the day on which it begins: "Wed 12 Oct 12:00-12:30".

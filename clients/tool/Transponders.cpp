@@ -1,8 +1,7 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
-
-#include <CLI/CLI.hpp>
+#include "commandline/UsageError.h"
 
 #include <iostream>
 #include <limits>
@@ -14,6 +13,8 @@
 namespace Ostrel::Client::Tool {
 
 namespace {
+
+using CommandLine::UsageError;
 
 constexpr std::uint32_t kiloHertzPerMegaHertz = 1000;
 
@@ -58,62 +59,49 @@ void clearTransponders(Session& session, const ClearOptions& options) {
     if (session.json)
         printJson({{"cleared", true}});
     else
-        print("All transponders and services are removed.\n");
+        print("All transponders and services are removed; ostrel-tv scan blind finds them again.\n");
 }
 
-void addSource(CLI::App& command, std::uint32_t& source) {
-    command.add_option("--source", source, "The tuner, its source id")
-        ->transform(wholeNumber())
-        ->type_name("N")
-        ->capture_default_str();
-}
-
-void addAdd(CLI::App& transponders, Action& action) {
-    auto* command = transponders.add_subcommand("add", "Add a frequency to the list");
+Command makeAdd(Session& session) {
     const auto options = std::make_shared<AddOptions>();
-    auto* mega =
-        command->add_option("MHZ", options->frequencyMHz, "The frequency, in whole MHz")
-            ->transform(wholeNumber(std::numeric_limits<std::uint32_t>::max() / kiloHertzPerMegaHertz))
-            ->type_name("");
-    command->add_option("--khz", options->frequencyKHz, "The same in kHz; the service takes whole MHz of it")
-        ->transform(wholeNumber())
-        ->type_name("N")
-        ->excludes(mega);
-    addSource(*command, options->source);
-    command->footer("A frequency that is in the list is added again.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv transponders add 690\n"
-                    "  ostrel-tv transponders add --khz 690000");
-    command->callback(
-        [&action, options] { action = [options](Session& session) { addTransponder(session, *options); }; });
+    return {
+        .name = "add",
+        .description = "Add a frequency to the list",
+        .notes = "A frequency that is in the list is added again.",
+        .examples = {"ostrel-tv transponders add 690", "ostrel-tv transponders add --khz 690000"},
+        .options = {{.name = "MHZ",
+                     .description = "The frequency, in whole MHz",
+                     .read = wholeNumber(options->frequencyMHz, 0,
+                                         std::numeric_limits<std::uint32_t>::max() / kiloHertzPerMegaHertz)},
+                    {.name = "--khz",
+                     .value = "N",
+                     .description = "The same in kHz; the service takes whole MHz of it",
+                     .read = wholeNumber(options->frequencyKHz),
+                     .excludes = {"MHZ"}},
+                    sourceOption(options->source)},
+        .run = [&session, options] { addTransponder(session, *options); }};
 }
 
-void addClear(CLI::App& transponders, Action& action) {
-    auto* command = transponders.add_subcommand("clear", "Empty the list, and the service list with it");
+Command makeClear(Session& session) {
     const auto options = std::make_shared<ClearOptions>();
-    command->add_flag("--yes", options->yes, "Do not ask; needed where there is no terminal");
-    addSource(*command, options->source);
-    command->footer("Examples:\n"
-                    "  ostrel-tv transponders clear\n"
-                    "  ostrel-tv transponders clear --yes && ostrel-tv scan blind");
-    command->callback([&action, options] {
-        action = [options](Session& session) { clearTransponders(session, *options); };
-    });
+    return {.name = "clear",
+            .description = "Empty the list, and the service list with it",
+            .examples = {"ostrel-tv transponders clear --yes && ostrel-tv scan blind"},
+            .options = {{.name = "--yes",
+                         .description = "Do not ask; needed where there is no terminal",
+                         .read = CommandLine::flag(options->yes)},
+                        sourceOption(options->source)},
+            .run = [&session, options] { clearTransponders(session, *options); }};
 }
 
 } // namespace
 
-void addTransponders(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("transponders", "Change the frequencies that \"scan start\" visits");
-    command->require_subcommand(1);
-    command->footer("The list is shared by all clients.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv transponders add 690\n"
-                    "  ostrel-tv transponders clear --yes");
-    addAdd(*command, action);
-    addClear(*command, action);
+Command makeTransponders(Session& session) {
+    return {.name = "transponders",
+            .description = "Change the frequencies that \"scan start\" visits",
+            .notes = "The list is shared by all clients.",
+            .examples = {"ostrel-tv transponders add 690", "ostrel-tv transponders clear --yes"},
+            .commands = {makeAdd(session), makeClear(session)}};
 }
 
 } // namespace Ostrel::Client::Tool

@@ -3,8 +3,6 @@
 
 #include <boost/json/serialize.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include <ctime>
 
 namespace Ostrel::Client::Tool {
@@ -37,15 +35,14 @@ std::string describe(const Notification& notification) {
 
 } // namespace
 
-void addWatch(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("watch", "Print notifications as they come, until Ctrl-C");
-    command->footer("With --json every line is one object. The exit status is 130 after Ctrl-C and 3\n"
-                    "when the connection is lost.\n"
-                    "\n"
-                    "Examples:\n"
-                    "  ostrel-tv watch\n"
-                    "  ostrel-tv watch --json | jq --unbuffered .params.percent");
-    command->callback([&action] { action = watch; });
+Command makeWatch(Session& session) {
+    return {.name = "watch",
+            .description = "Print notifications as they come, until Ctrl-C",
+            .notes =
+                "With --json every line is one object. The exit status is 130 after Ctrl-C and 3 when the "
+                "connection is lost.",
+            .examples = {"ostrel-tv watch", "ostrel-tv watch --json | jq --unbuffered .params.percent"},
+            .run = [&session] { watch(session); }};
 }
 
 } // namespace Ostrel::Client::Tool

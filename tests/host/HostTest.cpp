@@ -10,7 +10,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -107,10 +109,88 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
                   "--allow-host: \"tv.example:1\" is no host's name");
     expectOneLine(runHost({"--listen", "unix:" + directory.file("no/such/directory")}),
                   "No such file or directory");
-    expectOneLine(runHost({"--log-level", "loud"}),
-                  "--log-level: loud not in {error,information,progress,warning}");
-    expectOneLine(runHost({"--lissen", "127.0.0.1:0"}), "--help");
+    expectOneLine(runHost({"--listen", "127.0.0.1:0", "--port-file", directory.file("no/such/file")}),
+                  "cannot write the port file");
+    expectOneLine(runHost({"--listen", "127.0.0.1:0", "--port-file", directory.file("")}),
+                  "cannot write the port file");
     running.child().interrupt();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+struct Misuse {
+    const char* name;
+    Arguments arguments;
+    const char* mistake;
+};
+
+class WrongUsage : public testing::TestWithParam<Misuse> {};
+
+TEST_P(WrongUsage, EndsWithStatusTwoAndAReason) {
+    const auto failure = runHost(GetParam().arguments);
+    EXPECT_EQ(failure.status, 2);
+    EXPECT_EQ(failure.errors,
+              std::string("ostrel-tvd: ") + GetParam().mistake + "\nTry: ostrel-tvd --help\n");
+}
+
+// clang-format off
+const Misuse misuses[] = {
+    {"Option",   {"--lissen", "127.0.0.1:0"}, "there is no option \"--lissen\"; did you mean \"--listen\"?"},
+    {"Argument", {"127.0.0.1:0"},             "\"127.0.0.1:0\" is one argument too many"},
+    {"NoValue",  {"--listen"},                "--listen wants a value"},
+    {"LogLevel", {"--log-level", "loud"},     "--log-level: \"loud\" is none of error, warning, information, progress"},
+    {"PortOfAUnixSocket", {"--listen", "unix:/nonexistent/socket", "--port-file", "/nonexistent/port"},
+     "--port-file has no port to tell; serve on HOST:PORT too, with --listen"},
+    {"Address",  {"--listen", "127.0.0.1:x"},
+     "--listen: cannot listen on \"127.0.0.1:x\": the port is not a number from 0 to 65535; "
+     "give 127.0.0.1:PORT, [::1]:PORT or unix:PATH"},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Misuses, WrongUsage, testing::ValuesIn(misuses),
+                         [](const auto& row) { return row.param.name; });
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::size_t countFiles(const TempDirectory& directory) {
+    const std::filesystem::directory_iterator files(directory.file(""));
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+TEST(HostTest, PortFileHoldsThePortAsLongAsItIsServed) {
+    const TempDirectory directory;
+    const auto path = directory.file("port");
+    std::ofstream(path) << "an older one";
+    RunningHost host({"--listen", "unix:" + directory.file("socket"), "--port-file", path});
+    EXPECT_EQ(contentOf(path), std::to_string(host.address().port) + "\n");
+    EXPECT_EQ(countFiles(directory), 2U) << "the file, the socket, and no draft";
+    host.child().terminate();
+    EXPECT_EQ(host.child().wait(), 0);
+    EXPECT_EQ(countFiles(directory), 0U);
+}
+
+TEST(HostTest, PortFileOfSomebodyElseStays) {
+    const TempDirectory directory;
+    const auto path = directory.file("port");
+    RunningHost host({"--port-file", path});
+    std::ofstream(directory.file("other")) << "7\n";
+    std::filesystem::rename(directory.file("other"), path);
+    host.child().terminate();
+    EXPECT_EQ(host.child().wait(), 0);
+    EXPECT_EQ(contentOf(path), "7\n");
+}
+
+TEST(HostTest, PortFileIsLeftAloneWhenNothingIsServed) {
+    RunningHost running;
+    const TempDirectory directory;
+    const auto path = directory.file("port");
+    std::ofstream(path) << "7\n";
+    EXPECT_EQ(runHost({"--listen", running.address().toString(), "--port-file", path}).status, 1);
+    EXPECT_EQ(contentOf(path), "7\n");
+    EXPECT_EQ(countFiles(directory), 1U);
+    running.child().terminate();
     EXPECT_EQ(running.child().wait(), 0);
 }
 
@@ -119,11 +199,29 @@ TEST(HostTest, HelpAndVersion) {
     const auto text = help.readOutput();
     EXPECT_EQ(help.wait(), 0);
     for (const auto* option : {"--listen", "--allow-origin", "--allow-host", "--token-file", "--fake-time",
-                               "--log-level", "--version"})
+                               "--log-level", "--log-requests", "--port-file", "--version"})
         EXPECT_NE(text.find(option), std::string::npos) << option;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), 80U) << line;
     Child version(OSTREL_TVD_PROGRAM, {"--version"});
     EXPECT_FALSE(version.readOutput().empty());
     EXPECT_EQ(version.wait(), 0);
+}
+
+TEST(HostTest, ManualNamesEveryOption) {
+    Child manual(OSTREL_TVD_PROGRAM, {"--man"});
+    const auto page = manual.readOutput();
+    EXPECT_EQ(manual.wait(), 0);
+    for (const auto* option : {"listen", "allow\\-origin", "allow\\-host", "token\\-file", "fake\\-time",
+                               "log\\-level", "log\\-requests", "port\\-file", "version"})
+        EXPECT_NE(page.find("\\fB\\-\\-" + std::string(option) + "\\fR"), std::string::npos) << option;
+}
+
+TEST(HostTest, NowhereToWriteIsAFailure) {
+    Child help("/bin/sh", {"-c", "\"$0\" --help >/dev/full", OSTREL_TVD_PROGRAM});
+    EXPECT_EQ(help.wait(), 1);
+    EXPECT_EQ(help.readErrors(), "ostrel-tvd: cannot write to standard output\n");
 }
 
 TEST(HostTest, HelpMakesATokenThatIsTaken) {

@@ -1,6 +1,6 @@
 #include "clients/tool/Moment.h"
 
-#include "clients/tool/Commands.h"
+#include "commandline/UsageError.h"
 
 #include <gtest/gtest.h>
 
@@ -53,7 +53,7 @@ TEST_P(MomentTable, IsThisTime) {
     std::optional<std::int64_t> seconds;
     try {
         seconds = Moment(row.text).getSeconds(now);
-    } catch (const UsageError&) {
+    } catch (const Ostrel::CommandLine::UsageError&) {
     }
     EXPECT_EQ(seconds, row.seconds);
 }
@@ -82,6 +82,12 @@ const Row rows[] = {
     {"PastTheLast",      "2038-01-19T03:14:08Z",      {}},
     {"BeforeTheFirst",   "1969-12-31T23:59:59Z",      {}},
     {"TooFarBack",       "-12d",                      {}},
+    {"Seconds",          "@1318449600",               1318449600},
+    {"LastSecond",       "@2147483647",               2147483647},
+    {"PastTheLastSecond", "@2147483648",              {}},
+    {"NoSeconds",        "@",                         {}},
+    {"NegativeSeconds",  "@-1",                       {}},
+    {"SecondsAndMore",   "@1Z",                       {}},
     {"Empty",            "",                          {}},
     {"NoUnit",           "+2",                        {}},
     {"NoNumber",         "+h",                        {}},

@@ -7,6 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <sstream>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 using Ostrel::Test::Child;
 using Ostrel::Test::error;
@@ -68,7 +75,9 @@ TEST(ToolTest, ListWithoutServicesSaysSo) {
     FakeService fake(
         {{"ITVService::serviceListSet", {result("true")}}, {"ITVService::serviceListRead", {result("[]")}}});
     EXPECT_EQ(run({"services", "--list", "new"}, fake.getAddress()).output,
-              "The list has no such service.\n");
+              "No scan has found a new service; ostrel-tv scan blind starts one.\n");
+    EXPECT_EQ(run({"services"}, fake.getAddress()).output,
+              "The service list is empty; ostrel-tv scan blind finds services.\n");
     EXPECT_EQ(run({"services", "--list", "new", "--json"}, fake.getAddress()).output, "[]\n");
 }
 
@@ -88,6 +97,7 @@ TEST(ToolTest, ServiceIsFoundByNumberUriAndPosition) {
     FakeService fake({{"ITVService::serviceListSet", {result("true")}},
                       {"ITVService::serviceListSeek", {result("2")}},
                       {"ITVService::serviceListSeekByUri", {error(invalidParameter)}},
+                      {"ITVService::serviceListGet", {result(makeList({makeService(4, "Four", usual)}))}},
                       {"ITVService::serviceListSeekByChannelNumber", {result("3")}},
                       {"ITVService::serviceListRead", {result(makeList({makeService(4, "Four", usual)}))}}});
     EXPECT_EQ(run({"services", "--channel", "4"}, fake.getAddress()).status, 0);
@@ -95,8 +105,7 @@ TEST(ToolTest, ServiceIsFoundByNumberUriAndPosition) {
     const auto refused = run({"services", "--uri", "dvb://x"}, fake.getAddress());
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.output, "");
-    EXPECT_EQ(refused.errors,
-              "ostrel-tv: no service has the URI dvb://x: Invalid parameter (InvalidParameter)\n");
+    EXPECT_EQ(refused.errors, "ostrel-tv: no service has the URI dvb://x; ostrel-tv services lists them\n");
 
     std::vector<std::string> payloads;
     for (const auto& text : fake.getRequests()) {
@@ -107,7 +116,7 @@ TEST(ToolTest, ServiceIsFoundByNumberUriAndPosition) {
     EXPECT_EQ(payloads,
               (std::vector<std::string>{R"({"base":"all"})", R"({"channelNumber":4})", R"({"limit":1})",
                                         R"({"base":"new"})", R"({"offset":2,"whence":0})", R"({"limit":3})",
-                                        R"({"base":"all"})", R"({"uri":"dvb://x"})"}));
+                                        R"({"base":"all"})", R"({"uri":"dvb://x"})", R"({"limit":1})"}));
 }
 
 std::string makeEvent(unsigned service, int start, int end, const std::string& title) {
@@ -155,7 +164,8 @@ TEST(ToolTest, NowShowsTwoEventsAndTheTimeLeft) {
                   "}]\n");
     const auto refused = run({"now", "5"}, fake.getAddress());
     EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.errors, "ostrel-tv: no service has the channel number 5\n");
+    EXPECT_EQ(refused.errors,
+              "ostrel-tv: no service has the channel number 5; ostrel-tv services lists them\n");
 }
 
 TEST(ToolTest, NowSaysThatThereIsMore) {
@@ -177,6 +187,19 @@ TEST(ToolTest, NowWithoutAnythingOnSaysSo) {
     EXPECT_EQ(run({"now", "--json"}, fake.getAddress()).output, "[]\n");
 }
 
+TEST(ToolTest, ServicesThatAreGoneAreNoSilenceOfTheGuide) {
+    auto answers = guideAnswers("[]");
+    answers["ITVService::serviceListRead"] = {result("[]")};
+    answers["ITVService::serviceListGet"] = {result("[]")};
+    answers["ITVService::serviceListSeekByChannelNumber"] = {error(invalidParameter)};
+    FakeService fake(answers);
+    const std::string rest = "he service list is empty; ostrel-tv scan blind finds services";
+    EXPECT_EQ(run({"now"}, fake.getAddress()).output, "T" + rest + ".\n");
+    for (const std::vector<std::string>& line :
+         {std::vector<std::string>{"now", "4"}, {"guide", "--channel", "4"}, {"services", "--channel", "4"}})
+        EXPECT_EQ(run(line, fake.getAddress()).errors, "ostrel-tv: t" + rest + "\n") << line[0];
+}
+
 TEST(ToolTest, GuideAsATableAndAsJson) {
     const auto other = makeEvent(9, 1318752000, 1318759200, "Else");
     FakeService fake(guideAnswers(makeList({film, other})));
@@ -196,12 +219,11 @@ TEST(ToolTest, GuideOptionsBecomeAQuery) {
         {"--text", "a", "--text", "b", "--all-texts", "--in-description", "--sort", "service,start"},
         {"--sort", "start", "--offset", "2", "--count", "3"},
         {"--to", "1970-01-01T00:00:09Z", "--offset", "4294967295", "--count", "2"}};
-    std::string outputs;
     for (auto line : lines) {
-        line.insert(line.begin(), {"guide"});
-        outputs += run(line, fake.getAddress()).output;
+        line.insert(line.begin(), {"guide", "--json"});
+        EXPECT_EQ(run(line, fake.getAddress()).output, "[]\n");
     }
-    EXPECT_EQ(outputs.substr(0, 29), "The guide has no such event.\n");
+    EXPECT_EQ(run({"guide", "--count", "1"}, fake.getAddress()).output, "The guide has no such event.\n");
     // clang-format off
     EXPECT_EQ(payloadsOf(fake, "ITVGuide::queryEventInfo"),
               (std::vector<std::string>{
@@ -212,7 +234,8 @@ TEST(ToolTest, GuideOptionsBecomeAQuery) {
                   R"("orderByServiceIdPriority":0,"orderByStartTimePriority":1}})",
                   R"({"query":{"orderByStartTimePriority":0,"sliceRange":{"base":2,"limit":5}}})",
                   R"({"query":{"timeRange":{"strict":false,"base":0,"limit":9},)"
-                  R"("sliceRange":{"base":4294967295,"limit":4294967295}}})"}));
+                  R"("sliceRange":{"base":4294967295,"limit":4294967295}}})",
+                  R"({"query":{"sliceRange":{"base":0,"limit":1}}})"}));
     // clang-format on
 }
 
@@ -264,7 +287,7 @@ TEST(ToolTest, TimesThatEndBeforeTheyBeginAreRefused) {
     EXPECT_EQ(refused.errors, "ostrel-tv: --from +2h is later than --to now\n");
     EXPECT_EQ(run({"guide", "--from", "+2h", "--to", "+2h"}, fake.getAddress()).status, 0);
     EXPECT_EQ(run({"guide", "--from", "--to", "+2h"}).errors,
-              "ostrel-tv: --from: \"--to\" is no time; try 2011-10-12T20:00, now, +2h or -30m\n"
+              "ostrel-tv: --from: \"--to\" is no time; try 2011-10-12T20:00, now, +2h, -30m or @1318420800\n"
               "Try: ostrel-tv guide --help\n");
 }
 
@@ -300,6 +323,13 @@ TEST(ToolTest, RefusedQueryIsShownWithACaret) {
                               "      ^\n");
     EXPECT_EQ(run({"query", "End > 1"}, fake.getAddress()).errors,
               "ostrel-tv: Not supported (NotSupported)\n");
+}
+
+TEST(ToolTest, SignalOfASimulatedTunerIsExplained) {
+    FakeService fake({{"ITVService::signalStatusGet", {result(R"({"strength":0,"quality":0})")}}});
+    EXPECT_EQ(run({"signal"}, fake.getAddress()).output,
+              "strength  0\nquality   0\nA simulated tuner reports 0 for both.\n");
+    EXPECT_EQ(run({"signal", "--json"}, fake.getAddress()).output, "{\"strength\":0,\"quality\":0}\n");
 }
 
 TEST(ToolTest, SignalTimeAndGenres) {
@@ -377,6 +407,72 @@ TEST(ToolTest, InterruptStopsTheScanAndShowsTheResult) {
     EXPECT_EQ(child.readErrors(), "");
 }
 
+/// A scan that is stopped: whether its stop was asked for tells.
+bool isStopAskedFor(const FakeService& fake) {
+    const auto requests = fake.getRequests();
+    return std::any_of(requests.begin(), requests.end(), [](const std::string& text) {
+        return text.find("\"ITVConfig::scanStop\"") != std::string::npos;
+    });
+}
+
+TEST(ToolTest, TerminationStopsTheScanToo) {
+    auto answers = scanAnswers({event("onScanStart"), progress(0), result("true")});
+    answers["ITVConfig::scanStop"] = {event("onScanComplete"), result("true")};
+    FakeService fake(answers);
+    Child child(OSTREL_TV_PROGRAM, {"scan", "blind", "--url", fake.getAddress()});
+    child.readLine();
+    child.terminate();
+    EXPECT_EQ(child.readOutput(), "Scan stopped at 0 %, 1 new service: 1 tv\n");
+    EXPECT_EQ(child.wait(), 128 + SIGTERM);
+    EXPECT_TRUE(isStopAskedFor(fake));
+}
+
+TEST(ToolTest, ReaderThatGoesAwayStopsTheScan) {
+    for (const bool json : {false, true}) {
+        auto answers = scanAnswers({event("onScanStart"), progress(0), result("true"), progress(1)});
+        answers["ITVConfig::scanStop"] = {event("onScanComplete"), result("true")};
+        FakeService fake(answers);
+        std::vector<std::string> line{"scan", "blind", "--url", fake.getAddress()};
+        if (json)
+            line.emplace_back("--json");
+        Child child(OSTREL_TV_PROGRAM, line);
+        child.closeOutput();
+        EXPECT_EQ(child.wait(), 0);
+        EXPECT_EQ(child.readErrors(), "");
+        EXPECT_TRUE(isStopAskedFor(fake));
+    }
+}
+
+TEST(ToolTest, ScanWithNowhereToWriteIsStopped) {
+    auto answers = scanAnswers({event("onScanStart"), progress(0), result("true")});
+    answers["ITVConfig::scanStop"] = {event("onScanComplete"), result("true")};
+    FakeService fake(answers);
+    Child child("/bin/sh", {"-c", "exec \"$0\" scan blind >/dev/full", OSTREL_TV_PROGRAM}, {},
+                {"OSTREL_TV_URL=" + fake.getAddress()});
+    EXPECT_EQ(child.wait(), 1);
+    EXPECT_TRUE(isStopAskedFor(fake));
+}
+
+TEST(ToolTest, ScanThatFindsNothingNewSaysWhy) {
+    auto answers =
+        scanAnswers({event("onScanStart"), result("true"), progress(100), event("onScanComplete")});
+    answers["ITVService::serviceListRead"] = {result("[]")};
+    answers["ITVService::serviceListGet"] = {result(makeList({makeService(1, "BBC ONE", usual)}))};
+    {
+        FakeService fake(answers);
+        EXPECT_EQ(
+            run({"scan", "blind"}, fake.getAddress()).output,
+            "100 %  0 new services\nScan complete, 0 new services\n"
+            "What is in the service list already does not count. To find it again empty the list first:\n"
+            "  ostrel-tv transponders clear --yes\n");
+    }
+    answers["ITVService::serviceListGet"] = {result("[]")};
+    FakeService fake(answers);
+    EXPECT_EQ(run({"scan", "blind"}, fake.getAddress()).output,
+              "100 %  0 new services\nScan complete, 0 new services\n"
+              "No frequency that it visited carries a service; ostrel-tv scan blind visits all.\n");
+}
+
 TEST(ToolTest, ScanThatSomebodyElseStopsIsNoFailure) {
     FakeService fake(scanAnswers(
         {event("onScanStart"), progress(0), result("true"), progress(7), event("onScanComplete")}));
@@ -435,7 +531,7 @@ TEST(ToolTest, ScanStopAndInfo) {
     EXPECT_EQ(run({"scan", "stop"}, fake.getAddress()).output, "No scan is running.\n");
     EXPECT_EQ(run({"scan", "stop", "--json"}, fake.getAddress()).output, "{\"stopped\":false}\n");
     EXPECT_EQ(run({"scan", "info"}, fake.getAddress()).output,
-              "scanning  yes\nprogress  66 %\nfound     89\ntv        35\nradio     13\ndata      0\n");
+              "scanning  yes\nprogress  66 %\nfound     48\ntv        35\nradio     13\ndata      0\n");
     EXPECT_EQ(run({"scan", "info", "--json"}, fake.getAddress()).output, info + "\n");
 }
 
@@ -445,7 +541,7 @@ TEST(ToolTest, TranspondersAreAddedAndCleared) {
     EXPECT_EQ(run({"transponders", "add", "690"}, fake.getAddress()).output, "Added 690 MHz.\n");
     EXPECT_EQ(run({"transponders", "add", "--khz", "690999"}, fake.getAddress()).output, "Added 690 MHz.\n");
     EXPECT_EQ(run({"transponders", "clear", "--yes"}, fake.getAddress()).output,
-              "All transponders and services are removed.\n");
+              "All transponders and services are removed; ostrel-tv scan blind finds them again.\n");
     std::vector<std::string> payloads;
     for (const auto& text : fake.getRequests()) {
         if (const auto at = text.find("\"payload\":"); at != std::string::npos)
@@ -485,6 +581,43 @@ TEST(ToolTest, CallSendsThePayloadAsItStands) {
     EXPECT_EQ(params, (std::vector<std::string>{R"({"context":4711,"payload":{"limit": 1e0}}})",
                                                 R"({"context":4711,"payload":[7]}})", //
                                                 R"({"context":9}})", R"({"context":4711}})"}));
+}
+
+/// Returns the parameters of each request that has some.
+std::vector<std::string> paramsOf(const FakeService& fake) {
+    std::vector<std::string> params;
+    for (const auto& text : fake.getRequests()) {
+        if (const auto at = text.find("\"params\":"); at != std::string::npos)
+            params.push_back(text.substr(at + 9));
+    }
+    return params;
+}
+
+TEST(ToolTest, CallWithoutAPayloadSendsAnEmptyOne) {
+    FakeService fake({{"ITVService::utcTimeGet", {result("5")}}});
+    EXPECT_EQ(run({"call", "utcTimeGet"}, fake.getAddress()).output, "5\n");
+    EXPECT_EQ(paramsOf(fake), (std::vector<std::string>{R"({"context":4711,"payload":{}}})"}));
+}
+
+TEST(ToolTest, CallSelectsAListFirst) {
+    FakeService fake(
+        {{"ITVService::serviceListSet", {result("true")}}, {"ITVService::serviceListGet", {result("[]")}}});
+    EXPECT_EQ(run({"call", "serviceListGet", R"({"limit":1})", "--list", "new"}, fake.getAddress()).output,
+              "[]\n");
+    EXPECT_EQ(paramsOf(fake), (std::vector<std::string>{R"({"context":4711,"payload":{"base":"new"}}})",
+                                                        R"({"context":4711,"payload":{"limit":1}}})"}));
+}
+
+TEST(ToolTest, CallWithAContextMakesNone) {
+    FakeService fake(
+        {{"ITVService::serviceListGet", {result("[]")}}, {"ITVService::deleteContext", {result("null")}}});
+    EXPECT_EQ(run({"call", "serviceListGet", R"({"limit":1})", "--context", "9"}, fake.getAddress()).status,
+              0);
+    EXPECT_EQ(run({"call", "deleteContext", "--context", "9"}, fake.getAddress()).status, 0);
+    EXPECT_EQ(paramsOf(fake),
+              (std::vector<std::string>{R"({"context":9,"payload":{"limit":1}}})", R"({"context":9}})"}));
+    for (const auto& request : fake.getRequests())
+        EXPECT_EQ(request.find("createContext"), std::string::npos);
 }
 
 TEST(ToolTest, RefusalsEndWithStatusOne) {
@@ -616,6 +749,12 @@ const UsageRow wrongUsages[] = {
     {"UnknownMethod", {"call", "frobnicate"}},
     {"PayloadIsNoJson", {"call", "serviceListGet", "limit=5"}},
     {"NoContextToDelete", {"call", "deleteContext", "{}"}},
+    {"ContextNamedTwice", {"call", "deleteContext", R"({"context":1})", "--context", "1"}},
+    {"ContextForANewContext", {"call", "createContext", "--context", "1"}},
+    {"ListForANewContext", {"call", "createContext", "--list", "all"}},
+    {"NoServices", {"services", "--limit", "0"}},
+    {"NoEvents", {"guide", "--count", "0"}},
+    {"HelpForNoCommand", {"help", "frobnicate"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Usage, WrongUsage, testing::ValuesIn(wrongUsages),
@@ -625,13 +764,15 @@ TEST(ToolTest, WhatTheParserCannotPlaceIsNamed) {
     const auto complaint = [](const std::vector<std::string>& arguments) { return run(arguments).errors; };
     EXPECT_EQ(complaint({"channels"}),
               "ostrel-tv: there is no command \"channels\"\nTry: ostrel-tv --help\n");
-    EXPECT_EQ(complaint({"scan", "bli"}),
-              "ostrel-tv: there is no command \"bli\"\nTry: ostrel-tv scan --help\n");
+    EXPECT_EQ(
+        complaint({"scan", "bli"}),
+        "ostrel-tv: there is no command \"bli\"; did you mean \"blind\"?\nTry: ostrel-tv scan --help\n");
     EXPECT_EQ(complaint({"scan"}), "ostrel-tv: a command is missing\nTry: ostrel-tv scan --help\n");
     EXPECT_EQ(complaint({"query", "--bogus"}),
               "ostrel-tv: there is no option \"--bogus\"\nTry: ostrel-tv query --help\n");
-    EXPECT_EQ(complaint({"guide", "--off", "1"}),
-              "ostrel-tv: there is no option \"--off\"\nTry: ostrel-tv guide --help\n");
+    EXPECT_EQ(
+        complaint({"guide", "--off", "1"}),
+        "ostrel-tv: there is no option \"--off\"; did you mean \"--offset\"?\nTry: ostrel-tv guide --help\n");
     EXPECT_EQ(complaint({"--count=1", "guide"}),
               "ostrel-tv: \"--count=1\" goes behind the command\nTry: ostrel-tv guide --help\n");
     EXPECT_EQ(complaint({"scan", "info", "now"}),
@@ -645,7 +786,43 @@ TEST(ToolTest, WhatTheParserCannotPlaceIsNamed) {
               "ostrel-tv: --count has more values than it takes\nTry: ostrel-tv guide --help\n");
 }
 
+TEST(ToolTest, WhatDoesNotFitTogetherIsNamed) {
+    const auto complaint = [](const std::vector<std::string>& arguments) { return run(arguments).errors; };
+    EXPECT_EQ(complaint({"services", "--channel", "1", "--uri", "x"}),
+              "ostrel-tv: --channel and --uri do not go together\nTry: ostrel-tv services --help\n");
+    EXPECT_EQ(complaint({"guide", "--all-texts"}),
+              "ostrel-tv: --all-texts goes with --text\nTry: ostrel-tv guide --help\n");
+    EXPECT_EQ(complaint({"query"}), "ostrel-tv: EXPRESSION is missing\nTry: ostrel-tv query --help\n");
+    EXPECT_EQ(complaint({"services", "--list", "old"}),
+              "ostrel-tv: --list: \"old\" is none of all, new\nTry: ostrel-tv services --help\n");
+    EXPECT_EQ(complaint({"--json=maybe", "time"}),
+              "ostrel-tv: --json takes no value\nTry: ostrel-tv time --help\n");
+    EXPECT_EQ(complaint({"call", "utcTimGet"}),
+              "ostrel-tv: there is no method \"utcTimGet\"; did you mean \"utcTimeGet\"?\n");
+}
+
+TEST(ToolTest, HelpCommandIsTheHelp) {
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{}, {"services"}, {"scan"}, {"scan", "blind"}}) {
+        auto asked = words;
+        asked.insert(asked.begin(), "help");
+        auto longer = words;
+        longer.emplace_back("--help");
+        const auto help = run(asked);
+        EXPECT_EQ(help.status, 0);
+        EXPECT_EQ(help.output, run(longer).output);
+    }
+    const auto unknown = run({"help", "scna"});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.errors,
+              "ostrel-tv: there is no command \"scna\"; did you mean \"scan\"?\nTry: ostrel-tv --help\n");
+}
+
 TEST(ToolTest, WrongNumberIsNamedWithItsBounds) {
+    EXPECT_EQ(run({"services", "--limit", "0"}).errors,
+              "ostrel-tv: --limit: \"0\" is no whole number from 1 to 4294967295\n"
+              "Try: ostrel-tv services --help\n");
+    EXPECT_EQ(run({"guide", "--count", "0"}).status, 2);
     EXPECT_EQ(run({"guide", "--service", "x"}).errors,
               "ostrel-tv: --service: \"x\" is no whole number from 0 to 2147483647\n"
               "Try: ostrel-tv guide --help\n");
@@ -659,6 +836,91 @@ TEST(ToolTest, NumberWithZerosInFrontIsDecimal) {
     EXPECT_EQ(run({"transponders", "add", "0690"}, fake.getAddress()).output, "Added 690 MHz.\n");
 }
 
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+const std::vector<std::vector<std::string>> everyCommand = {{},
+                                                            {"services"},
+                                                            {"now"},
+                                                            {"guide"},
+                                                            {"query"},
+                                                            {"genres"},
+                                                            {"scan"},
+                                                            {"scan", "blind"},
+                                                            {"scan", "start"},
+                                                            {"scan", "stop"},
+                                                            {"signal"},
+                                                            {"scan", "info"},
+                                                            {"time"},
+                                                            {"watch"},
+                                                            {"call"},
+                                                            {"help"},
+                                                            {"transponders"},
+                                                            {"transponders", "add"},
+                                                            {"transponders", "clear"}};
+
+TEST(ToolTest, HelpFitsItsColumns) {
+    for (const std::size_t columns : {80U, 60U}) {
+        for (auto words : everyCommand) {
+            words.emplace_back("--help");
+            Child child(OSTREL_TV_PROGRAM, words, {}, {"COLUMNS=" + std::to_string(columns)});
+            for (const auto& line : linesOf(child.readOutput())) {
+                // An example is for the clipboard: it is never broken.
+                const bool isExample = line.starts_with("  ") && line[2] != ' ';
+                EXPECT_TRUE(line.size() <= columns || (columns < 80 && isExample)) << line;
+            }
+            EXPECT_EQ(child.wait(), 0);
+        }
+    }
+}
+
+TEST(ToolTest, ManualNamesEveryCommandAndOption) {
+    auto page = run({"--man"}).output;
+    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
+    std::size_t count = 0;
+    for (auto words : everyCommand) {
+        std::string name;
+        for (const auto& word : words)
+            name += (name.empty() ? "" : " ") + word;
+        EXPECT_TRUE(words.empty() || page.find(".SS \"" + name + "\"\n") != std::string::npos) << name;
+        words.emplace_back("--help");
+        for (const auto& line : linesOf(run(words).output)) {
+            if (!line.starts_with("  --"))
+                continue;
+            const auto option = line.substr(2, line.find(' ', 2) - 2);
+            EXPECT_NE(page.find("fB" + option + "fR"), std::string::npos) << option;
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 35U);
+}
+
+TEST(ToolTest, CompletionKnowsMethodsAndOptions) {
+    const auto complete = [script =
+                               run({"--bash-completion"}).output](const std::vector<std::string>& words) {
+        std::vector<std::string> arguments{"--noprofile", "--norc", "-s", "--", "ostrel-tv"};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        Child bash(
+            "/bin/bash", arguments,
+            script + "\nCOMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _ostrel_tv; echo \"${COMPREPLY[*]}\"\n");
+        auto output = bash.readOutput();
+        EXPECT_EQ(bash.wait(), 0);
+        EXPECT_EQ(bash.readErrors(), "");
+        return output;
+    };
+    EXPECT_EQ(complete({"s"}), "services scan signal\n");
+    EXPECT_EQ(complete({"scan", "st"}), "start stop\n");
+    EXPECT_EQ(complete({"--json", "call", "scan"}),
+              "scanStart scanHomeStart scanBlindStart scanStop scanInfoGet\n");
+    EXPECT_EQ(complete({"guide", "--s"}), "--service --strict --sort\n");
+    EXPECT_EQ(complete({"services", "--list", "n"}), "new\n");
+}
+
 TEST(ToolTest, HelpAndVersionAreOutput) {
     const auto help = run({"--help"});
     EXPECT_EQ(help.status, 0);
@@ -666,6 +928,61 @@ TEST(ToolTest, HelpAndVersionAreOutput) {
     const auto version = run({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_TRUE(version.output.starts_with("ostrel-tv ")) << version.output;
+}
+
+/// A terminal of some lines, and what a program has written to it.
+class Terminal {
+public:
+    explicit Terminal(unsigned short rows) : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        const winsize size{rows, 80, 0, 0};
+        EXPECT_EQ(::grantpt(master_), 0);
+        EXPECT_EQ(::unlockpt(master_), 0);
+        EXPECT_EQ(::ioctl(master_, TIOCSWINSZ, &size), 0);
+        slave_ = ::open(getPath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC); // so that the text stays there
+    }
+    ~Terminal() {
+        ::close(slave_);
+        ::close(master_);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    std::string getPath() const { return ::ptsname(master_); }
+
+    std::string read() const {
+        EXPECT_EQ(::fcntl(master_, F_SETFL, O_NONBLOCK), 0);
+        std::string text(4096, '\0');
+        const auto length = ::read(master_, text.data(), text.size());
+        text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+        return text;
+    }
+
+private:
+    int master_;
+    int slave_ = -1;
+};
+
+TEST(ToolTest, ListLongerThanTheScreenGoesThroughThePager) {
+    const auto list = makeList(std::vector<std::string>(5, makeService(1, "A", usual)));
+    FakeService fake(
+        {{"ITVService::serviceListSet", {result("true")}}, {"ITVService::serviceListRead", {result(list)}}});
+    const auto show = [&](unsigned short rows, const std::string& pager, const std::string& option) {
+        const Terminal terminal(rows);
+        Child child("/bin/sh",
+                    {"-c", "exec \"$0\" services $2 >\"$1\"", OSTREL_TV_PROGRAM, terminal.getPath(), option},
+                    {}, {"OSTREL_TV_URL=" + fake.getAddress(), "PAGER=" + pager});
+        EXPECT_EQ(child.wait(), 0) << child.readErrors();
+        return terminal.read();
+    };
+    EXPECT_EQ(show(6, "wc -l", ""), "6\n") << "the prompt wants a line too";
+    const auto table = show(7, "wc -l", "");
+    EXPECT_TRUE(table.starts_with("No.  Name")) << table;
+    EXPECT_EQ(show(6, "", ""), table) << "an empty name switches it off";
+    EXPECT_EQ(show(6, "/nonexistent/pager 2>/dev/null", ""), table);
+    EXPECT_TRUE(show(2, "wc -l", "--json").starts_with("[{"));
+    EXPECT_EQ(show(6, "true", ""), "") << "who quits the pager has seen enough";
+    EXPECT_EQ(run({"services"}, fake.getAddress()).output, table) << "no terminal, no pager";
 }
 
 TEST(ToolTest, NowhereToWriteIsAFailure) {

@@ -1,0 +1,53 @@
+#include "host/PortFile.h"
+
+#include "Ostrel/transport/StartError.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ostrel {
+
+PortFile::PortFile(const std::string& path)
+    : path_(path), draft_(path + "." + std::to_string(::getpid())),
+      descriptor_(::open(draft_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644)) {
+    struct stat there {};
+    if (descriptor_ < 0)
+        fail(errno);
+    if (::stat(path_.c_str(), &there) == 0 && S_ISDIR(there.st_mode)) {
+        ::unlink(draft_.c_str());
+        ::close(descriptor_);
+        fail(EISDIR);
+    }
+}
+
+PortFile::~PortFile() {
+    struct stat ours {};
+    struct stat there {};
+    const auto& path = isPublished_ ? path_ : draft_;
+    if (::fstat(descriptor_, &ours) == 0 && ::lstat(path.c_str(), &there) == 0 &&
+        ours.st_ino == there.st_ino && ours.st_dev == there.st_dev)
+        ::unlink(path.c_str());
+    ::close(descriptor_);
+}
+
+void PortFile::publish(std::uint16_t port) {
+    const auto text = std::to_string(port) + "\n";
+    const auto written = ::write(descriptor_, text.data(), text.size());
+    if (written != static_cast<ssize_t>(text.size()))
+        fail(written < 0 ? errno : ENOSPC);
+    if (::rename(draft_.c_str(), path_.c_str()) != 0)
+        fail(errno);
+    isPublished_ = true;
+}
+
+void PortFile::fail(int error) const {
+    throw StartError("cannot write the port file " + path_ + ": " + std::strerror(error) +
+                     "; choose another with --port-file");
+}
+
+} // namespace Ostrel

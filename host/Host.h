@@ -18,7 +18,6 @@ struct HostOptions {
     std::string tokenFile; ///< empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
-    bool logRequests = false; ///< a line in the log for every request
 };
 
 /// Brings module, server and listener up in their order, and down in reverse.

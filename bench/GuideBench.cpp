@@ -1,7 +1,6 @@
 #include "bench/GuideBench.h"
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/documents/EntryFormat.h"
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/query/EventQuery.h"

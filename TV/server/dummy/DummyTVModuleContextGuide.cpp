@@ -1,7 +1,7 @@
 // The context's guide operations. They only read, and take no lock.
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/documents/EntryFormat.h"
+#include "TV/server/dummy/documents/RowDocument.h"
 #include "TV/server/dummy/guide/GenreList.h"
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/query/EventQuery.h"

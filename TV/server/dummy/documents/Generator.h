@@ -5,9 +5,9 @@
 
 namespace Ostrel::TV {
 
-/// Writes values as text: what belongs together is told here, how it looks by each form.
+/// Writes values as text. Which belong together is known here, what that looks like in each form.
 ///
-/// Containers are closed in the reverse order of opening. Everything is written on one line.
+/// The container that was opened last is the one to close first. There are no line breaks.
 class Generator {
 public:
     class StackEntry;
@@ -39,18 +39,18 @@ public:
     void beginList(const std::string& name);
     void endList();
 
-    /// Writes a separator unless the next item is the first of its container.
+    /// Writes a separator where something stands in front already.
     void separate();
 
-    /// The name of the innermost open container; there must be one.
+    /// What the container is called that is open now. One has to be.
     const std::string& getListName() const;
 
     const std::string& getString() const { return output; }
 
 protected:
     std::string output;
-    std::list<StackEntry> stack; ///< open containers, the innermost at the back
-    bool first = true; ///< the next item is the first of its container
+    std::list<StackEntry> stack; ///< what is open, from the outside in
+    bool first = true; ///< nothing stands in the open container yet
 
 private:
     StackEntry pop();
@@ -65,7 +65,7 @@ public:
 
     Type type;
     std::string name;
-    bool savedFirst; ///< whether it was the first item of its parent
+    bool savedFirst; ///< what Generator::first was outside
 };
 
 } // namespace Ostrel::TV

@@ -2,7 +2,7 @@
 
 #include "Ostrel/rpc/Exception.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/documents/EntryFormat.h"
+#include "TV/server/dummy/documents/RowDocument.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"

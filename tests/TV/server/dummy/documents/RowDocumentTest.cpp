@@ -1,4 +1,4 @@
-#include "TV/server/dummy/documents/EntryFormat.h"
+#include "TV/server/dummy/documents/RowDocument.h"
 
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
@@ -70,7 +70,7 @@ epgentry makeRow() {
 
 } // namespace
 
-TEST(EntryFormatTest, MakesTheseCalls) {
+TEST(RowDocumentTest, MakesTheseCalls) {
     Notes notes;
     const epgentry row = makeRow();
     writeEntry(notes, &row, Schedule);
@@ -82,7 +82,7 @@ TEST(EntryFormatTest, MakesTheseCalls) {
               "Title:null UnsuitableBeforeWatershed:no}progSchedule end");
 }
 
-TEST(EntryFormatTest, WritesARowOfNoTable) {
+TEST(RowDocumentTest, WritesARowOfNoTable) {
     const epgentry row = makeRow();
     EXPECT_EQ(
         formatEntry("quoriljson", &row, Schedule),
@@ -100,7 +100,7 @@ TEST(EntryFormatTest, WritesARowOfNoTable) {
               "<ServicePosition>11</ServicePosition><Start>-5</Start></progSchedule>");
 }
 
-TEST(EntryFormatTest, WritesTheFirstRowOfTheGuide) {
+TEST(RowDocumentTest, WritesTheFirstRowOfTheGuide) {
     const epgentry& row = guideRows().front();
     ASSERT_EQ(row.ProgId, 65576035u);
     const std::string title = static_cast<const char*>(row.Title);
@@ -129,7 +129,7 @@ TEST(EntryFormatTest, WritesTheFirstRowOfTheGuide) {
                   title + "</Title></progSchedule>");
 }
 
-TEST(EntryFormatTest, EveryRowReadsAsItsGeneratorWritesIt) {
+TEST(RowDocumentTest, EveryRowReadsAsItsGeneratorWritesIt) {
     for (const epgentry& row : guideRows()) {
         for (const unsigned mode : {0u, 1u, 2u}) {
             ASSERT_EQ(formatEntry("quoriljson", &row, mode), generate<JsonGenerator>(row, mode));
@@ -138,13 +138,13 @@ TEST(EntryFormatTest, EveryRowReadsAsItsGeneratorWritesIt) {
     }
 }
 
-TEST(EntryFormatTest, ARowThatWasCopiedReadsTheSame) {
+TEST(RowDocumentTest, ARowThatWasCopiedReadsTheSame) {
     const epgentry copy = guideRows()[5000];
     EXPECT_EQ(formatEntry("quoriljson", &copy, 2), formatEntry("quoriljson", &guideRows()[5000], 2));
     EXPECT_EQ(formatEntry("quorilxml", &copy, 2), formatEntry("quorilxml", &guideRows()[5000], 2));
 }
 
-TEST(EntryFormatTest, NextIsNow) {
+TEST(RowDocumentTest, NextIsNow) {
     const auto flags = [](unsigned mode) {
         const auto text = formatEntry("quorilxml", &guideRows()[0], mode);
         const auto has = [&](const char* part) { return text.find(part) != std::string::npos; };
@@ -158,12 +158,12 @@ TEST(EntryFormatTest, NextIsNow) {
     EXPECT_EQ(flags(2), "schedule");
 }
 
-TEST(EntryFormatTest, UnknownFormatsAreEmpty) {
+TEST(RowDocumentTest, UnknownFormatsAreEmpty) {
     for (const char* name : {"", "quoril", "QuorilJson", "quorilxml ", "json"})
         EXPECT_EQ(formatEntry(name, &guideRows()[0], 2), "") << name;
 }
 
-TEST(EntryFormatTest, EveryDocumentIsJsonAndSaysWhatTheRowSays) {
+TEST(RowDocumentTest, EveryDocumentIsJsonAndSaysWhatTheRowSays) {
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     for (const epgentry& row : guideRows()) {
         const auto text = formatEntry("quoriljson", &row, Schedule);
@@ -192,7 +192,7 @@ TEST(EntryFormatTest, EveryDocumentIsJsonAndSaysWhatTheRowSays) {
     }
 }
 
-TEST(EntryFormatTest, EveryDocumentIsXmlAndSaysWhatTheRowSays) {
+TEST(RowDocumentTest, EveryDocumentIsXmlAndSaysWhatTheRowSays) {
     for (const epgentry& row : guideRows()) {
         const auto text = "<root>" + formatEntry("quorilxml", &row, Schedule) + "</root>";
         const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(

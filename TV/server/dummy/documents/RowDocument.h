@@ -9,7 +9,7 @@
 namespace Ostrel::TV {
 
 /// What a document tells of an event. The event on air carries "Next" and the one behind it "Now".
-enum EntryMode : unsigned {
+enum DocumentMode : unsigned {
     OnAir = 0, ///< the first of a now/next answer
     Following = 1, ///< the second
     Schedule = 2, ///< one of a query's

@@ -1,8 +1,9 @@
-#include "TV/server/dummy/documents/EntryFormat.h"
+#include "TV/server/dummy/documents/RowDocument.h"
 
 #include "TV/server/dummy/documents/Escape.h"
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include <array>
 #include <charconv>
@@ -48,11 +49,11 @@ private:
 };
 
 /// What a JsonGenerator writes, for names that need no escape.
-class JsonEntry {
+class JsonDocument {
 public:
     static constexpr OutputFormat format = OutputFormat::Json;
 
-    explicit JsonEntry(char* start) : out_(start) {}
+    explicit JsonDocument(char* start) : out_(start) {}
     std::string string() const { return out_.string(); }
 
     OSTREL_INLINE void begin() { out_.append("{ "); }
@@ -132,11 +133,11 @@ private:
 };
 
 /// What an XmlGenerator writes.
-class XmlEntry {
+class XmlDocument {
 public:
     static constexpr OutputFormat format = OutputFormat::Xml;
 
-    explicit XmlEntry(char* start) : out_(start) {}
+    explicit XmlDocument(char* start) : out_(start) {}
     std::string string() const { return out_.string(); }
 
     OSTREL_INLINE void begin() {}
@@ -196,9 +197,9 @@ private:
 };
 
 /// Passes everything on to a Generator.
-class GeneratorEntry {
+class GeneratedDocument {
 public:
-    explicit GeneratorEntry(Generator& generator) : generator_(generator) {}
+    explicit GeneratedDocument(Generator& generator) : generator_(generator) {}
 
     void begin() { generator_.begin(); }
     void end() { generator_.end(); }
@@ -223,57 +224,58 @@ struct Texts {
     std::array<Text, 10> crids;
 };
 
-/// A document's members. Behind ServiceId, which leads, they stand in the order of the alphabet.
-template <typename Entry, std::size_t size> OSTREL_INLINE void
-writeObject(Entry& entry, const epgentry& row, const Texts& texts, unsigned mode, const char (&name)[size]) {
+/// A document's members, in the one order that both forms have.
+template <typename Document, std::size_t size>
+OSTREL_INLINE void writeObject(Document& document, const epgentry& row, const Texts& texts, unsigned mode,
+                               const char (&name)[size]) {
     constexpr std::int32_t noContent = -1;
-    entry.begin();
-    entry.beginObject(name);
-    entry.addInt("ServiceId", static_cast<std::uint32_t>(row.ServiceId));
-    entry.beginList("Content");
+    document.begin();
+    document.beginObject(name);
+    document.addInt("ServiceId", static_cast<std::uint32_t>(row.ServiceId));
+    document.beginList("Content");
     if (row.Content != noContent)
-        entry.addElement("Content", row.Content);
-    entry.endList();
-    entry.beginList("CridData");
+        document.addElement("Content", row.Content);
+    document.endList();
+    document.beginList("CridData");
     for (std::size_t i = 0; i < row.CridCount; ++i)
-        entry.addElement("CridData", texts.crids[i]);
-    entry.endList();
-    entry.beginList("CridType");
+        document.addElement("CridData", texts.crids[i]);
+    document.endList();
+    document.beginList("CridType");
     for (std::size_t i = 0; i < row.CridCount; ++i)
-        entry.addElement("CridType", row.Crids[i].CridType);
-    entry.endList();
-    entry.addInt("CridImi", row.CridImi);
-    entry.addFlag("DataFromCurrentTs", row.DataFromCurrentTs);
-    entry.addString("Description", texts.description);
-    entry.addInt("DvbOid", row.DvbOid);
-    entry.addInt("DvbSid", row.DvbSid);
-    entry.addInt("DvbTid", row.DvbTid);
-    entry.addInt("End", row.End);
-    entry.addString("Guidance", texts.guidance);
-    entry.addFlag("IsHd", row.IsHd);
-    entry.addLink("LinkedHdProgs", row.LinkedHdProgs);
-    entry.addLink("LinkedHdSimulcastProgs", row.LinkedHdSimulcastProgs);
+        document.addElement("CridType", row.Crids[i].CridType);
+    document.endList();
+    document.addInt("CridImi", row.CridImi);
+    document.addFlag("DataFromCurrentTs", row.DataFromCurrentTs);
+    document.addString("Description", texts.description);
+    document.addInt("DvbOid", row.DvbOid);
+    document.addInt("DvbSid", row.DvbSid);
+    document.addInt("DvbTid", row.DvbTid);
+    document.addInt("End", row.End);
+    document.addString("Guidance", texts.guidance);
+    document.addFlag("IsHd", row.IsHd);
+    document.addLink("LinkedHdProgs", row.LinkedHdProgs);
+    document.addLink("LinkedHdSimulcastProgs", row.LinkedHdSimulcastProgs);
     // The flags look exchanged, and the row's own marks are left alone.
     // Meant so: docs/oddities.md, "Next is now".
-    entry.addFlag("Next", mode == OnAir);
-    entry.addFlag("Now", mode == Following);
-    entry.addInt("PreferredServiceNameId", row.PreferredServiceNameId);
-    entry.addInt("ProgId", row.ProgId);
-    entry.addInt("ScheduleVersion", row.ScheduleVersion);
-    entry.addInt("ServicePosition", row.ServicePosition);
-    entry.addInt("Start", row.Start);
-    entry.addString("Title", texts.title);
-    entry.addFlag("UnsuitableBeforeWatershed", row.UnsuitableBeforeWatershed);
-    entry.endObject(name);
-    entry.end();
+    document.addFlag("Next", mode == OnAir);
+    document.addFlag("Now", mode == Following);
+    document.addInt("PreferredServiceNameId", row.PreferredServiceNameId);
+    document.addInt("ProgId", row.ProgId);
+    document.addInt("ScheduleVersion", row.ScheduleVersion);
+    document.addInt("ServicePosition", row.ServicePosition);
+    document.addInt("Start", row.Start);
+    document.addString("Title", texts.title);
+    document.addFlag("UnsuitableBeforeWatershed", row.UnsuitableBeforeWatershed);
+    document.endObject(name);
+    document.end();
 }
 
-template <typename Entry>
-void writeDocument(Entry& entry, const epgentry& row, const Texts& texts, unsigned mode) {
+template <typename Document>
+void writeDocument(Document& document, const epgentry& row, const Texts& texts, unsigned mode) {
     if (mode == Schedule)
-        writeObject(entry, row, texts, mode, "progSchedule");
+        writeObject(document, row, texts, mode, "progSchedule");
     else
-        writeObject(entry, row, texts, mode, "progNowNext");
+        writeObject(document, row, texts, mode, "progNowNext");
 }
 
 /// The texts of a row of which nothing is known.
@@ -323,20 +325,20 @@ template <typename Generated> std::string generate(const epgentry* row, unsigned
     return generator.getString();
 }
 
-template <typename Entry, typename Generated> std::string format(const epgentry* row, unsigned mode) {
+template <typename Document, typename Generated> std::string format(const epgentry* row, unsigned mode) {
     constexpr std::size_t markup = 2048; // names, numbers and signs, ten crids included, take less
     constexpr std::size_t bufferSize = 16384;
     const GuideRowFacts* const facts = findFacts(row);
     std::size_t room = markup;
     if (!facts)
         return generate<Generated>(row, mode);
-    const Texts texts = textsOf<Entry::format>(*row, *facts, room);
+    const Texts texts = textsOf<Document::format>(*row, *facts, room);
     if (room > bufferSize)
         return generate<Generated>(row, mode);
     char buffer[bufferSize];
-    Entry entry(buffer);
-    writeDocument(entry, *row, texts, mode);
-    return entry.string();
+    Document document(buffer);
+    writeDocument(document, *row, texts, mode);
+    return document.string();
 }
 
 } // namespace
@@ -350,13 +352,13 @@ std::optional<OutputFormat> findOutputFormat(const std::string& name) {
 }
 
 void writeEntry(Generator& generator, const epgentry* row, unsigned mode) {
-    GeneratorEntry entry(generator);
-    writeDocument(entry, *row, textsOf(*row), mode);
+    GeneratedDocument document(generator);
+    writeDocument(document, *row, textsOf(*row), mode);
 }
 
 std::string formatEntry(OutputFormat outputFormat, const epgentry* row, unsigned mode) {
-    return outputFormat == OutputFormat::Json ? format<JsonEntry, JsonGenerator>(row, mode)
-                                              : format<XmlEntry, XmlGenerator>(row, mode);
+    return outputFormat == OutputFormat::Json ? format<JsonDocument, JsonGenerator>(row, mode)
+                                              : format<XmlDocument, XmlGenerator>(row, mode);
 }
 
 std::string formatEntry(const std::string& outputFormat, const epgentry* row, unsigned mode) {

@@ -1,8 +1,8 @@
 #include "bench/GuideBench.h"
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/NowNext.h"
-#include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/query/EventQuery.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
 #include "bench/Bench.h"
@@ -137,7 +137,7 @@ void addDocuments() {
 }
 
 std::size_t filter(const std::string& expression) {
-    QuorilQuery rows;
+    QuorilQuery rows(sharedGuide());
     rows.init(expression, 0, noLimit);
     std::size_t count = 0;
     while (const epgentry* row = rows.next()) {
@@ -200,7 +200,7 @@ void addFilters() {
 
 std::size_t sizeOfEvents(const ITVGuide::Query& query) {
     VectorObject<ITVGuide::EventInfo> events;
-    EventQuery(query).run(events);
+    EventQuery(sharedGuide(), query).run(events);
     return events.SerialObject::serialize().size();
 }
 
@@ -253,7 +253,7 @@ void addPage() {
 
 std::size_t countEvents(const ITVGuide::Query& query) {
     VectorObject<ITVGuide::EventInfo> events;
-    EventQuery(query).run(events);
+    EventQuery(sharedGuide(), query).run(events);
     return events.size();
 }
 
@@ -262,7 +262,7 @@ void addTexts() {
         makeQuery(std::string(R"({"stringMatchDescription":true,"stringList":[")") + rarePhrase + "\"]}"));
     const auto pass = [] {
         std::size_t hits = 0;
-        std::string_view texts = startTimeIndex.texts();
+        std::string_view texts = sharedGuide().index().texts();
         const std::size_t size = std::strlen(rarePhrase);
         while (const void* hit = memmem(texts.data(), texts.size(), rarePhrase, size)) {
             ++hits;
@@ -312,8 +312,7 @@ void addNowNext() {
 } // namespace
 
 void addGuideComparisons() {
-    if (startTimeIndex.size() == 0)
-        startTimeIndex.addGuide();
+    sharedGuide().addEvents();
     addDocuments();
     addFilters();
     addPage();

@@ -19,7 +19,7 @@ std::optional<QueryMistake> findQueryMistake(const std::string& expression);
 /// nothing.
 std::optional<std::string> findUnknownField(const std::string& expression);
 
-/// Returns two lines: the expression, or what of it is near the place, and a caret below the place.
+/// Returns two lines: the expression, or what of it is near a position, and a caret below it.
 ///
 /// @param position  in bytes, up to the end of the expression
 /// @param columns   what the terminal is wide

@@ -1,9 +1,8 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
-#include "TV/server/dummy/guide/GenreList.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/GuideTable.h"
-#include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
@@ -16,22 +15,6 @@ namespace Ostrel::TV {
 
 namespace {
 
-/// What the clock takes from the guide as a whole.
-struct GuideSummary {
-    std::int32_t earliestStart = 0; ///< seconds since 1970-01-01 UTC
-    std::int32_t latestEnd = 0;
-};
-
-GuideSummary summarizeGuide() {
-    GuideSummary guide;
-    for (const epgentry& row : guideRows()) {
-        if (guide.earliestStart == 0 || row.Start < guide.earliestStart)
-            guide.earliestStart = row.Start;
-        guide.latestEnd = std::max(guide.latestEnd, row.End);
-    }
-    return guide;
-}
-
 /// The services that the guide has events of.
 std::vector<Lineup::GuideLink> makeGuideLinks() {
     std::vector<Lineup::GuideLink> links;
@@ -42,12 +25,12 @@ std::vector<Lineup::GuideLink> makeGuideLinks() {
 }
 
 /// Returns what has to be added to the system's clock, in seconds.
-std::int32_t chooseTimeOffset(const GuideSummary& guide) {
+std::int32_t chooseTimeOffset(const Guide& guide) {
     // That it is there is enough, whatever it says.
     // Meant so: docs/oddities.md, "Any value turns the clock".
     if (std::getenv("DUMMYFAKETIME") == nullptr)
         return 0;
-    const std::time_t middle = (guide.latestEnd - guide.earliestStart) / 2 + guide.earliestStart;
+    const std::time_t middle = (guide.latestEnd() - guide.earliestStart()) / 2 + guide.earliestStart();
     std::tm midday{};
     localtime_r(&middle, &midday);
     midday.tm_sec = 0;
@@ -70,18 +53,19 @@ void DummyTVModule::uninit() {}
 // Meant so: docs/oddities.md, "Init once".
 bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     magic = 42;
-    startTimeIndex.addGuide();
-    timeOffset = chooseTimeOffset(summarizeGuide());
-    builtInLineup().load(makeGuideLinks());
+    Guide& guide = sharedGuide();
+    guide.addEvents();
+    timeOffset = chooseTimeOffset(guide);
+    sharedLineup().load(makeGuideLinks());
     fillServices();
-    fillGenreList();
+    guide.addGenres();
     scanState.scanning = false;
     scanState.infoValid = false;
     return true;
 }
 
 void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    for (const TransponderInfo& transponder : builtInLineup().getTransponders()) {
+    for (const TransponderInfo& transponder : sharedLineup().getTransponders()) {
         transponders.push_back(transponder.frequencyMHz);
         for (const ITVService::ServiceInfo& service : transponder.services) {
             const auto behind =

@@ -2,7 +2,7 @@
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "TV/server/dummy/documents/RowDocument.h"
-#include "TV/server/dummy/guide/GenreList.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/query/EventQuery.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
@@ -16,7 +16,7 @@ VectorObject<std::string> DummyTVModuleContext::nowNextGet(const unsigned& id,
     const auto format = findOutputFormat(outputFormat);
     if (!format)
         fail("nowNextGet", ReturnCode::NotSupported, __LINE__);
-    const NowNext found = findNowNext(id, utcTimeGet());
+    const NowNext found = findNowNext(sharedGuide(), id, utcTimeGet());
     VectorObject<std::string> documents;
     if (found.now)
         documents.push_back(formatEntry(*format, found.now, OnAir));
@@ -32,7 +32,7 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
     const auto format = findOutputFormat(outputFormat);
     if (expressionFormat != "quoril" || !format)
         fail("query", ReturnCode::NotSupported, __LINE__);
-    QuorilQuery rows;
+    QuorilQuery rows(sharedGuide());
     if (!rows.init(expression, 0, noLimit))
         fail("query", ReturnCode::NotSupported, __LINE__);
     VectorObject<std::string> documents;
@@ -44,13 +44,13 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
 
 VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryEventInfo(const Query& query) {
     VectorObject<EventInfo> events;
-    if (!EventQuery(query).run(events))
+    if (!EventQuery(sharedGuide(), query).run(events))
         fail("queryEventInfo", ReturnCode::NotSupported, __LINE__);
     return events;
 }
 
 VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryNowNextEventInfo(const unsigned& id) {
-    const NowNext found = findNowNext(id, utcTimeGet());
+    const NowNext found = findNowNext(sharedGuide(), id, utcTimeGet());
     VectorObject<EventInfo> events;
     if (found.now)
         appendEvent(events, *found.now);
@@ -60,7 +60,7 @@ VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryNowNextEventInfo(co
 }
 
 VectorObject<ITVGuide::GenreStringMap> DummyTVModuleContext::getGenreStringMapList() {
-    return genreList;
+    return sharedGuide().genres();
 }
 
 } // namespace Ostrel::TV

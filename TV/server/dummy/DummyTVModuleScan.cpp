@@ -90,7 +90,7 @@ bool DummyTVModule::updateScanUnderLock(bool stop) {
 }
 
 void DummyTVModule::mergeTransponderUnderLock(std::uint32_t frequencyMHz) {
-    const TransponderInfo* const found = builtInLineup().findTransponder(frequencyMHz);
+    const TransponderInfo* const found = sharedLineup().findTransponder(frequencyMHz);
     if (found == nullptr)
         return;
     for (const ITVService::ServiceInfo& service : found->services)

@@ -1,64 +1,11 @@
 #pragma once
 
-#include <cstddef>
+#include "TV/server/dummy/guide/epgentry.h"
+
 #include <cstdint>
 #include <span>
 
 namespace Ostrel::TV {
-
-/// All texts of the guide, one after the other, each ended by a NUL.
-struct GuideTexts;
-extern const GuideTexts guideTexts;
-
-/// A text member of a guide row: reads as a `const char*`, null when the text is absent.
-///
-/// It holds where the text stands among the guide's texts, not its address: a table of
-/// addresses would have to be relocated, and so copied, whenever the module is loaded.
-struct PoolText {
-    std::uint32_t offset; ///< in guideTexts; 0 is "absent"
-
-    operator const char*() const noexcept {
-        return offset == 0 ? nullptr : reinterpret_cast<const char*>(&guideTexts) + offset;
-    }
-};
-
-/// One broadcast event of the built-in guide. A row whose ServiceId is 0 ends the table.
-struct epgentry {
-    struct Crid {
-        PoolText CridData;
-        std::uint32_t CridType;
-    };
-
-    std::int32_t ServiceId; ///< guide service id, links the event to its channel
-    std::int32_t Content; ///< DVB content code, -1 when none; only the low byte is a genre
-    std::uint32_t CridCount; ///< how many of the Crids count, 0 to 10
-    Crid Crids[10]; ///< content reference identifiers
-    std::uint32_t CridImi; ///< instance metadata identifier of the Crids, 0 when none
-    bool DataFromCurrentTs; ///< from the tuned transport stream's own guide data
-    PoolText Description; ///< synopsis
-    std::uint32_t DvbOid; ///< DVB original_network_id
-    std::uint32_t DvbSid; ///< DVB service_id
-    std::uint32_t DvbTid; ///< DVB transport_stream_id
-    std::int32_t End; ///< seconds since 1970-01-01 UTC
-    PoolText Guidance; ///< a warning for viewers
-    bool IsHd; ///< in high definition
-    std::uint32_t LinkedHdProgs; ///< ProgId of the linked HD event, 0 when none
-    std::uint32_t LinkedHdSimulcastProgs; ///< ProgId of the HD simulcast, 0 when none
-    bool Next; ///< stored mark; carried, never read
-    bool Now; ///< stored mark; carried, never read
-    std::uint32_t PreferredServiceNameId; ///< name to prefer for the service
-    std::uint32_t ProgId; ///< event identifier, unique in the table
-    std::uint32_t ScheduleVersion; ///< version of the schedule data
-    std::uint32_t ServicePosition; ///< position carried with the event
-    std::int32_t Start; ///< seconds since 1970-01-01 UTC
-    PoolText Title;
-    bool UnsuitableBeforeWatershed; ///< not to be viewed before 21:00 in London
-};
-
-/// Orders rows by their start; the only ordering of rows there is.
-struct compareStartTimes {
-    bool operator()(const epgentry* a, const epgentry* b) const noexcept { return a->Start < b->Start; }
-};
 
 /// What the build knows about a text of a row.
 struct GuideTextFacts {
@@ -79,17 +26,17 @@ struct GuideServiceRows {
     std::uint32_t count;
 };
 
-/// The guide's rows, one an event, grouped by service in the order of the service ids and
-/// within a service in the order of ProgId. The all-zero row follows behind the last one.
+/// The rows of the built-in guide: service by service, ids ascending, those of one service by
+/// ProgId. The row that ends the table stands behind the last one.
 std::span<const epgentry> guideRows() noexcept;
 
-/// One entry a row, in the order of the rows.
+/// What is known of each row, in the order of the rows.
 std::span<const GuideRowFacts> guideRowFacts() noexcept;
 
 /// Indices of the rows in the order of their start; rows of equal start keep the order of the table.
 std::span<const std::uint16_t> guideStartOrder() noexcept;
 
-/// One entry a service, ascending by service id.
+/// The services, ids ascending.
 std::span<const GuideServiceRows> guideServices() noexcept;
 
 } // namespace Ostrel::TV

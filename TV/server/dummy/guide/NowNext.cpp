@@ -1,6 +1,6 @@
 #include "TV/server/dummy/guide/NowNext.h"
 
-#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/guide/Guide.h"
 
 #include <algorithm>
 
@@ -8,19 +8,19 @@ namespace Ostrel::TV {
 
 // The events of a service do not overlap (the build sees to it), so that of those that have
 // started the last one alone can still be on air.
-NowNext findNowNext(unsigned serviceId, std::int64_t time) {
-    const StartTimeIndex& index = startTimeIndex;
+NowNext findNowNext(const Guide& guide, unsigned serviceId, std::int64_t time) {
+    const StartTimeIndex& index = guide.index();
     const auto positions = index.positionsOf(serviceId);
     const auto behind = std::partition_point(positions.begin(), positions.end(), [&](std::uint32_t position) {
-        return index.starts()[position] <= time;
+        return index.columns().starts[position] <= time;
     });
     NowNext found;
     // What comes up is not looked for then.
     // Meant so: docs/oddities.md, "No next without a now".
-    if (behind == positions.begin() || index.ends()[behind[-1]] <= time)
+    if (behind == positions.begin() || index.columns().ends[behind[-1]] <= time)
         return found;
     found.now = index[behind[-1]];
-    if (behind != positions.end() && index.starts()[*behind] == found.now->End)
+    if (behind != positions.end() && index.columns().starts[*behind] == found.now->End)
         found.next = index[*behind];
     return found;
 }

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/guide/epgentry.h"
 
 #include <cstdint>
 
 namespace Ostrel::TV {
+
+class Guide;
 
 /// The event on air and the one behind it; null where there is none. An event that does not
 /// start at the very second when the one on air ends is not the one behind it.
@@ -15,6 +17,6 @@ struct NowNext {
 
 /// @param serviceId  guide service id
 /// @param time       seconds since 1970-01-01 UTC
-NowNext findNowNext(unsigned serviceId, std::int64_t time);
+NowNext findNowNext(const Guide& guide, unsigned serviceId, std::int64_t time);
 
 } // namespace Ostrel::TV

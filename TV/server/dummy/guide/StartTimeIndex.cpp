@@ -1,14 +1,12 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 
-#include "TV/server/dummy/quoril/Filter.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include <algorithm>
 #include <cstring>
 #include <numeric>
 
 namespace Ostrel::TV {
-
-StartTimeIndex startTimeIndex;
 
 void StartTimeIndex::addGuide() {
     const bool first = rows_.empty();
@@ -29,16 +27,9 @@ void StartTimeIndex::addGuide() {
     fillServices();
 }
 
-void StartTimeIndex::clear() {
-    rows_.clear();
-    fillColumns();
-    fillTexts();
-    fillServices();
-}
-
 void StartTimeIndex::fillColumns() {
     const auto fill = [&](auto& column, auto member) {
-        column.assign(rows_.size() + Filter::wordRows, 0);
+        column.assign(rows_.size() + blockRows, 0);
         std::transform(rows_.begin(), rows_.end(), column.begin(), member);
     };
     fill(byStart_.serviceIds, [](const epgentry* row) { return row->ServiceId; });
@@ -62,14 +53,14 @@ void StartTimeIndex::fillServices() {
     std::stable_sort(byService_.begin(), byService_.end(),
                      [&](std::uint32_t a, std::uint32_t b) { return ids[a] < ids[b]; });
     services_.clear();
-    for (std::uint32_t place = 0; place != byService_.size(); ++place) {
-        const auto id = ids[byService_[place]];
+    for (std::size_t i = 0; i != byService_.size(); ++i) {
+        const auto id = ids[byService_[i]];
         if (services_.empty() || services_.back().id != id)
-            services_.push_back({id, place, 0});
+            services_.push_back({id, i, 0});
         ++services_.back().count;
     }
     const auto fill = [&](auto& column, const auto& from) {
-        column.assign(rows_.size() + Filter::wordRows, 0);
+        column.assign(rows_.size() + blockRows, 0);
         std::transform(byService_.begin(), byService_.end(), column.begin(),
                        [&](std::uint32_t position) { return from[position]; });
     };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/guide/epgentry.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,18 +12,15 @@ namespace Ostrel::TV {
 
 /// The rows of the guide in the order of their start, and the columns of them that queries read.
 ///
-/// A position is a place in that order. Rows of equal start stand in the order of their
-/// services. Columns are packed, and 64 rows longer than the guide, so that a filter runs over
-/// them in words of 64 rows from wherever it likes; behind the last row they hold zeros.
-///
-/// It is filled before anything reads it, and only read from then on, by any number of threads.
+/// A row's position is its number in that order. Rows of equal start stand in the order of their
+/// services. Columns are packed, and a block longer than the guide, so that a block of rows may
+/// be read from any position; behind the last row they hold zeros.
 class StartTimeIndex {
 public:
+    static constexpr std::size_t blockRows = 64;
+
     /// Adds the whole built-in guide. A second call adds it a second time.
     void addGuide();
-
-    /// Forgets every row.
-    void clear();
 
     /// What expressions can ask for.
     struct Columns {
@@ -33,10 +30,8 @@ public:
     std::size_t size() const { return rows_.size(); }
     const epgentry* operator[](std::size_t position) const { return rows_[position]; }
 
-    const std::int32_t* serviceIds() const { return byStart_.serviceIds.data(); }
-    const std::int32_t* starts() const { return byStart_.starts.data(); }
-    const std::int32_t* ends() const { return byStart_.ends.data(); }
-    /// Where titles and descriptions stand among the guide's texts.
+    const Columns& columns() const { return byStart_; }
+    /// Where titles and descriptions begin among the guide's texts.
     const std::uint32_t* titles() const { return titles_.data(); }
     const std::uint32_t* descriptions() const { return descriptions_.data(); }
 
@@ -54,14 +49,13 @@ public:
     /// positionsOf() returns is a part of it.
     std::span<const std::uint32_t> byService() const { return byService_; }
 
-    /// The columns in the order of the positions, and in that of byService().
-    const Columns& columns() const { return byStart_; }
+    /// The columns in the order of byService(), where a service's rows stand together.
     const Columns& columnsByService() const { return byServiceAndStart_; }
 
 private:
     struct Service {
         std::int32_t id;
-        std::uint32_t first, count; ///< in byService_
+        std::size_t first, count; ///< of its positions in byService_
     };
 
     void fillColumns();
@@ -75,9 +69,5 @@ private:
     std::vector<std::uint32_t> byService_;
     std::vector<Service> services_; ///< ascending by id
 };
-
-/// The index of the built-in guide, one for all modules of the process. Empty until
-/// DummyTVModule::init().
-extern StartTimeIndex startTimeIndex;
 
 } // namespace Ostrel::TV

@@ -37,7 +37,7 @@ Lineup theLineup(lineupRows());
 
 } // namespace
 
-Lineup& builtInLineup() {
+Lineup& sharedLineup() {
     return theLineup;
 }
 

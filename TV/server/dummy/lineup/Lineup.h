@@ -47,7 +47,7 @@ private:
     std::vector<TransponderInfo> transponders_;
 };
 
-/// The built-in line-up, one for all modules of the process. DummyTVModule::init() loads it.
-Lineup& builtInLineup();
+/// The line-up of all modules of the process. DummyTVModule::init() loads it.
+Lineup& sharedLineup();
 
 } // namespace Ostrel::TV

@@ -22,7 +22,7 @@ struct LineupRow {
     bool selectable;
 };
 
-/// The table that the build makes, for builtInLineup() to write into. The all-zero row that ends
+/// The table that the build makes, for sharedLineup() to write into. The all-zero row that ends
 /// it follows behind the last one.
 std::span<LineupRow> lineupRows() noexcept;
 

@@ -1,6 +1,5 @@
 #include "TV/server/dummy/query/EventQuery.h"
 
-#include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/query/Less.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
 
@@ -68,8 +67,8 @@ std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode) {
     return text;
 }
 
-EventQuery::EventQuery(const ITVGuide::Query& query)
-    : query_(query),
+EventQuery::EventQuery(const Guide& guide, const ITVGuide::Query& query)
+    : guide_(guide), query_(query),
       keys_(chooseKeys(query.getOrderByServiceIdPriority(), query.getOrderByStartTimePriority())) {}
 
 /// Which of the events that come along are wanted, and when no more are.
@@ -108,28 +107,32 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     const bool strict = range.getValid() && range.getStrict();
     const unsigned mode = !range.getValid() ? AnyTime : strict ? EndsBefore : EndsAfter;
 
-    QuorilQuery rows;
+    const StartTimeIndex& index = guide_.index();
+    QuorilQuery rows(guide_);
     if (!rows.init(buildQueryExpression(query_, mode), strict ? static_cast<unsigned>(range.getBase()) : 0,
                    range.getValid() ? static_cast<unsigned>(range.getLimit()) : noLimit))
         return false;
 
     const bool sorts = keys_.size() > 1 || (keys_.size() == 1 && keys_.front() != Less::StartTime);
     const bool sliced = query_.getSliceRange().getValid();
-    // A slice may be full after a few rows. Without one all will be looked at.
-    const unsigned patience = sliced || rows.count() <= fewRows ? fewRows : 0;
+    // A slice may be full after a few rows, however many there are. Without one all are looked at.
+    const std::size_t most = sliced ? 0 : rows.count();
+    const unsigned patience = most <= fewRows ? fewRows : 0;
     for (const std::string& wanted : query_.getStringList())
-        searches_.emplace_back(wanted, query_.getStringMatchDescription(), patience);
+        searches_.emplace_back(index, wanted, query_.getStringMatchDescription(), patience);
     const bool anyGenre = query_.getGenreList().empty();
     Slice slice(query_.getSliceRange(), sorts);
     const auto consider = [&](std::uint32_t position) {
-        const epgentry& row = *startTimeIndex[position];
-        if (hasTexts(position) && (anyGenre || hasGenre(row)) && slice.wants())
+        if (!hasTexts(position))
+            return;
+        const epgentry& row = *index[position];
+        if ((anyGenre || hasGenre(row)) && slice.wants())
             appendEvent(events, row);
     };
 
     if (sliced && sorts && keys_.front() == Less::ServiceId) {
         // The events come in the order that is wanted, so that the first ones are enough.
-        for (const std::uint32_t position : startTimeIndex.byService()) {
+        for (const std::uint32_t position : index.byService()) {
             if (slice.isFull())
                 break;
             if (rows.matches(position))
@@ -137,7 +140,7 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
         }
     } else {
         if (!sliced && searches_.empty() && anyGenre)
-            events.reserve(rows.count());
+            events.reserve(most);
         while (!slice.isFull()) {
             const auto position = rows.nextPosition();
             if (!position)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TV/interfaces/ITVGuide.h"
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/query/TextSearch.h"
 
 #include <cstdint>
@@ -28,8 +28,8 @@ std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode);
 /// Carries out one structured query. One request makes one.
 class EventQuery {
 public:
-    /// @param query  must stay where it is
-    explicit EventQuery(const ITVGuide::Query& query);
+    /// Both must stay where they are.
+    EventQuery(const Guide& guide, const ITVGuide::Query& query);
 
     /// Finds, orders and slices.
     /// @returns false when services and times do not make an expression
@@ -41,6 +41,7 @@ private:
     bool hasGenre(const epgentry& row) const;
     bool hasTexts(std::uint32_t position);
 
+    const Guide& guide_;
     const ITVGuide::Query& query_;
     std::vector<std::int32_t> keys_; ///< of Less
     std::vector<TextSearch> searches_;

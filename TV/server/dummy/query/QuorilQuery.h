@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/quoril/Expression.h"
 
 #include <bit>
@@ -12,22 +12,25 @@
 
 namespace Ostrel::TV {
 
-/// Walks the rows of the guide that start in a window and that an expression is true for, in
-/// the order of their start.
+/// Goes through those rows of a guide that start in a window and fulfil an expression, from the
+/// earliest start to the latest.
 ///
-/// One request makes one, calls init() once and next() until it answers null; there is no way
-/// back. Without an init() that succeeded there are no rows.
+/// One request makes one, gives init() its text, and takes rows for as long as there are any. There
+/// are none without an init() that succeeded.
 class QuorilQuery {
 public:
+    /// @param guide  must stay where it is
+    explicit QuorilQuery(const Guide& guide) : index_(guide.index()) {}
+
     /// @param base   the smallest start, seconds since 1970-01-01 UTC
     /// @param limit  the first start that is too late
     /// @returns false when the text is not an expression
     bool init(const std::string& expression, unsigned base, unsigned limit);
 
-    /// Returns the next row, or null when there is none left.
+    /// Takes one more row; null once all are taken, and from then on.
     const epgentry* next();
 
-    /// The same as a position of the index.
+    /// The same as the row's position in the index.
     std::optional<std::uint32_t> nextPosition() {
         while (left_ == 0) {
             if (word_ == rows_.size())
@@ -42,14 +45,18 @@ public:
     /// How many rows there are in all.
     std::size_t count() const;
 
-    /// Whether the row at a position of the index is one of them.
+    /// Whether the row at a position is one of them.
     bool matches(std::uint32_t position) const {
         return rows_[position / Filter::wordRows] >> position % Filter::wordRows & 1;
     }
 
 private:
+    void selectAll(const Filter& filter, std::size_t first, std::size_t last);
+    void selectServices(const Filter& filter, std::size_t first, std::size_t last);
+
+    const StartTimeIndex& index_;
     Expression expression_;
-    std::vector<std::uint64_t> rows_; ///< a bit for each place in the index
+    std::vector<std::uint64_t> rows_; ///< a bit for each position
     std::size_t word_ = 0; ///< of rows_, the next one
     std::uint64_t left_ = 0; ///< what is still to come of the one before
 };

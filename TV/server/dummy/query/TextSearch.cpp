@@ -6,9 +6,10 @@
 
 namespace Ostrel::TV {
 
-TextSearch::TextSearch(const std::string& wanted, bool inDescriptions, unsigned patience)
-    : wanted_(wanted), inDescriptions_(inDescriptions), possible_(wanted.find('\0') == std::string::npos),
-      patience_(patience) {}
+TextSearch::TextSearch(const StartTimeIndex& index, const std::string& wanted, bool inDescriptions,
+                       unsigned patience)
+    : index_(index), wanted_(wanted), inDescriptions_(inDescriptions),
+      possible_(wanted.find('\0') == std::string::npos), patience_(patience) {}
 
 bool TextSearch::look(std::uint32_t position) {
     // An empty text is found at once, and everywhere.
@@ -16,8 +17,8 @@ bool TextSearch::look(std::uint32_t position) {
         readAll();
         return occursAt(position);
     }
-    return occursIn(startTimeIndex.titles()[position]) ||
-           (inDescriptions_ && occursIn(startTimeIndex.descriptions()[position]));
+    return occursIn(index_.titles()[position]) ||
+           (inDescriptions_ && occursIn(index_.descriptions()[position]));
 }
 
 bool TextSearch::occursIn(std::uint32_t offset) const {
@@ -35,17 +36,17 @@ void TextSearch::readAll() {
         return (words[word / wordBits] >> word % wordBits & 1) && (found[word] >> offset % wordBits & 1);
     };
 
-    const std::uint32_t* const titles = startTimeIndex.titles();
-    const std::uint32_t* const descriptions = inDescriptions_ ? startTimeIndex.descriptions() : titles;
-    rows_.assign(startTimeIndex.size() / wordBits + 1, 0);
-    for (std::size_t position = 0; position != startTimeIndex.size(); ++position)
+    const std::uint32_t* const titles = index_.titles();
+    const std::uint32_t* const descriptions = inDescriptions_ ? index_.descriptions() : titles;
+    rows_.assign(index_.size() / wordBits + 1, 0);
+    for (std::size_t position = 0; position != index_.size(); ++position)
         if (isFound(titles[position]) || isFound(descriptions[position]))
             rows_[position / wordBits] |= std::uint64_t{1} << position % wordBits;
 }
 
 TextSearch::Bits TextSearch::findTexts() const {
     // The empty text leads, so that a NUL stands before every other one.
-    const std::string_view texts = startTimeIndex.texts();
+    const std::string_view texts = index_.texts();
     Bits found(texts.size() / wordBits + 1, 0);
     const char* const start = texts.data();
     const char* const end = start + texts.size();

@@ -7,6 +7,8 @@
 
 namespace Ostrel::TV {
 
+class StartTimeIndex;
+
 /// Looks for one text in the titles of the guide's rows, and perhaps in their descriptions,
 /// byte for byte.
 ///
@@ -15,11 +17,12 @@ namespace Ostrel::TV {
 /// is asked later is looked up.
 class TextSearch {
 public:
-    /// @param wanted    must stay where it is
+    /// @param index     must stay where it is, as wanted must
     /// @param patience  how many rows are looked into before all texts are read
-    TextSearch(const std::string& wanted, bool inDescriptions, unsigned patience);
+    TextSearch(const StartTimeIndex& index, const std::string& wanted, bool inDescriptions,
+               unsigned patience);
 
-    /// Whether the row at that position of the index has a text in which it occurs. Nothing
+    /// Whether the row at that position has a text in which it occurs. Nothing
     /// occurs in a text that is absent.
     bool occursAt(std::uint32_t position) {
         return rows_.empty() ? look(position) : rows_[position / wordBits] >> position % wordBits & 1;
@@ -36,6 +39,7 @@ private:
     /// A bit for each byte of the texts, set where one starts that holds what is wanted.
     Bits findTexts() const;
 
+    const StartTimeIndex& index_;
     const std::string& wanted_;
     const bool inDescriptions_;
     const bool possible_; ///< no text of the guide holds a NUL

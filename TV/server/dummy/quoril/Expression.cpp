@@ -1,144 +1,26 @@
+// From a text to its tree. What becomes of the tree is in ExpressionFilter.cpp.
+
 #include "TV/server/dummy/quoril/Expression.h"
-
-#include "Ostrel/runtime/DebugPrint.h"
-
-#include <iterator>
-#include <limits>
-#include <utility>
 
 namespace Ostrel::TV {
 
-namespace {
-
-constexpr const char* moduleName = "DummyTVModule";
-
-enum NodeKind : std::uint32_t {
-    Equal = 0,
-    LessThan = 1,
-    LessOrEqual = 2,
-    GreaterThan = 3,
-    GreaterOrEqual = 4,
-    And = 5,
-    Or = 6,
-    In = 7,
-    Field = 8,
-    Literal = 9,
-    List = 10, ///< the right side of an In, never evaluated by itself
-    Nothing = 11, ///< the token stands for no operator
-};
-
-using Column = Filter::Column;
-using Order = Filter::Order;
+using Reason = Mistake::Reason;
 using Token = Tokenizer::Token;
-
-// Names are told apart by case.
-std::optional<Column> findColumn(const std::string& name) {
-    if (name == "ServiceId")
-        return Column::ServiceId;
-    if (name == "Start")
-        return Column::Start;
-    if (name == "End")
-        return Column::End;
-    return std::nullopt;
-}
-
-Order orderOf(std::uint32_t kind) {
-    return static_cast<Order>(kind);
-}
-
-/// The same comparison with its sides exchanged.
-Order mirrored(Order order) {
-    switch (order) {
-    case Order::LessThan:
-        return Order::GreaterThan;
-    case Order::LessOrEqual:
-        return Order::GreaterOrEqual;
-    case Order::GreaterThan:
-        return Order::LessThan;
-    case Order::GreaterOrEqual:
-        return Order::LessOrEqual;
-    case Order::Equal:
-        break;
-    }
-    return order;
-}
-
-bool compare(long long left, Order order, long long right) {
-    switch (order) {
-    case Order::Equal:
-        return left == right;
-    case Order::LessThan:
-        return left < right;
-    case Order::LessOrEqual:
-        return left <= right;
-    case Order::GreaterThan:
-        return left > right;
-    case Order::GreaterOrEqual:
-        return left >= right;
-    }
-    return false;
-}
-
-/// "column ORDER number" as a range of the column.
-void addRange(Filter& filter, Column column, Order order, std::int64_t number) {
-    constexpr auto least = std::numeric_limits<std::int64_t>::min();
-    constexpr auto most = std::numeric_limits<std::int64_t>::max();
-    switch (order) {
-    case Order::Equal:
-        return filter.addRange(column, number, number);
-    case Order::LessThan:
-        return number == least ? filter.addConstant(false) : filter.addRange(column, least, number - 1);
-    case Order::LessOrEqual:
-        return filter.addRange(column, least, number);
-    case Order::GreaterThan:
-        return number == most ? filter.addConstant(false) : filter.addRange(column, number + 1, most);
-    case Order::GreaterOrEqual:
-        return filter.addRange(column, number, most);
-    }
-}
-
-std::uint32_t kindOf(Token::Type token) {
-    switch (token) {
-    case Token::LessThan:
-        return LessThan;
-    case Token::LessOrEqual:
-        return LessOrEqual;
-    case Token::GreaterThan:
-        return GreaterThan;
-    case Token::GreaterOrEqual:
-        return GreaterOrEqual;
-    case Token::Equal:
-        return Equal;
-    case Token::In:
-        return In;
-    default:
-        return Nothing;
-    }
-}
-
-} // namespace
-
-struct Expression::Node {
-    std::uint32_t kind = Nothing;
-    Value value; ///< the name of a Field, the number of a Literal
-    Node* left = nullptr;
-    Node* right = nullptr;
-    std::list<Node*> list; ///< the Literals of a list, in the order of the text
-};
-
-Expression::Expression() : nodes_(std::make_unique<std::array<Node, nodeLimit>>()) {}
-
-Expression::~Expression() = default;
 
 bool Expression::parse(const std::string& text) {
     nodeCount_ = 0;
     openParentheses_ = 0;
-    tokenizer_ = std::make_unique<Tokenizer>(text);
+    root_ = nullptr;
+    mistake_.reset();
+    compiled_ = false;
+    tokenizer_.emplace(text);
     advance();
-    const bool empty = current_.type() == Token::End;
-    root_ = empty ? nullptr : parseorexpr();
-    compile();
-    return empty || (root_ && current_.type() == Token::End);
+    if (current_.type() == Token::End)
+        return true;
+    root_ = parseorexpr();
+    if (root_ && current_.type() != Token::End)
+        refuse(Reason::EndExpected);
+    return root_ && !mistake_;
 }
 
 void Expression::advance() {
@@ -147,10 +29,11 @@ void Expression::advance() {
 
 /// The next node of the pool, empty whatever an earlier parse has left in it; null when there
 /// is none left.
-Expression::Node* Expression::take(std::uint32_t kind) {
+/// @param position  of what the node stands for
+Expression::Node* Expression::take(std::uint32_t kind, std::size_t position) {
     if (nodeCount_ == nodeLimit)
-        return nullptr;
-    Node& node = (*nodes_)[nodeCount_++];
+        return fail(Reason::TooManyNodes, position);
+    Node& node = nodes_[nodeCount_++];
     node.kind = kind;
     node.value = Value();
     node.left = node.right = nullptr;
@@ -158,17 +41,33 @@ Expression::Node* Expression::take(std::uint32_t kind) {
     return &node;
 }
 
+/// An operator over two operands; null when one of them failed.
+Expression::Node* Expression::join(std::uint32_t kind, std::size_t position, Node* left, Node* right) {
+    Node* node = left && right ? take(kind, position) : nullptr;
+    if (node) {
+        node->left = left;
+        node->right = right;
+    }
+    return node;
+}
+
+/// Notes the mistake; null, for the step that made it to return.
+Expression::Node* Expression::fail(Reason reason, std::size_t position) {
+    mistake_ = Mistake{position, reason};
+    return nullptr;
+}
+
+/// The same where the current token is not what is expected.
+Expression::Node* Expression::refuse(Reason expected) {
+    return fail(current_.type() == Token::Error ? Reason::NoToken : expected, tokenizer_->position());
+}
+
 Expression::Node* Expression::parseorexpr() {
     Node* left = parseandexpr();
     while (left && current_.type() == Token::Or) {
+        const auto position = tokenizer_->position();
         advance();
-        Node* right = parseandexpr();
-        Node* node = right ? take(Or) : nullptr;
-        if (node) {
-            node->left = left;
-            node->right = right;
-        }
-        left = node;
+        left = join(Node::Or, position, left, parseandexpr());
     }
     return left;
 }
@@ -176,27 +75,43 @@ Expression::Node* Expression::parseorexpr() {
 Expression::Node* Expression::parseandexpr() {
     Node* left = parsecomparison();
     while (left && current_.type() == Token::And) {
+        const auto position = tokenizer_->position();
         advance();
-        Node* right = parsecomparison();
-        Node* node = right ? take(And) : nullptr;
-        if (node) {
-            node->left = left;
-            node->right = right;
-        }
-        left = node;
+        left = join(Node::And, position, left, parsecomparison());
     }
     return left;
+}
+
+std::uint32_t Expression::kindOf(Token::Type token) {
+    switch (token) {
+    case Token::LessThan:
+        return Node::LessThan;
+    case Token::LessOrEqual:
+        return Node::LessOrEqual;
+    case Token::GreaterThan:
+        return Node::GreaterThan;
+    case Token::GreaterOrEqual:
+        return Node::GreaterOrEqual;
+    case Token::Equal:
+        return Node::Equal;
+    case Token::In:
+        return Node::In;
+    default:
+        return Node::Nothing;
+    }
 }
 
 Expression::Node* Expression::parsecomparison() {
     if (current_.type() == Token::LeftParen) {
         if (openParentheses_ == parenthesisLimit)
-            return nullptr;
+            return refuse(Reason::TooManyParentheses);
         ++openParentheses_;
         advance();
         Node* inner = parseorexpr();
-        if (!inner || current_.type() != Token::RightParen)
+        if (!inner)
             return nullptr;
+        if (current_.type() != Token::RightParen)
+            return refuse(Reason::ParenthesisExpected);
         --openParentheses_;
         advance();
         return inner;
@@ -206,168 +121,47 @@ Expression::Node* Expression::parsecomparison() {
     if (!left)
         return nullptr;
     const auto kind = kindOf(current_.type());
-    if (kind == Nothing)
-        return nullptr;
+    if (kind == Node::Nothing)
+        return refuse(Reason::OperatorExpected);
+    const auto position = tokenizer_->position();
     advance();
-    Node* right = kind == In ? parselist() : parseelement();
-    Node* node = right ? take(kind) : nullptr;
-    if (node) {
-        node->left = left;
-        node->right = right;
-    }
-    return node;
+    return join(kind, position, left, kind == Node::In ? parselist() : parseelement());
 }
 
 Expression::Node* Expression::parselist() {
-    Node* list = take(List);
-    if (!list || current_.type() != Token::LeftParen || openParentheses_ == parenthesisLimit)
+    Node* list = take(Node::List, tokenizer_->position());
+    if (!list)
         return nullptr;
-    for (;;) {
+    if (current_.type() != Token::LeftParen)
+        return refuse(Reason::ListExpected);
+    if (openParentheses_ == parenthesisLimit)
+        return refuse(Reason::TooManyParentheses);
+    do {
         advance();
+        if (current_.type() != Token::Integer)
+            return refuse(Reason::NumberExpected);
         Node* element = parseelement();
-        if (!element || element->kind != Literal)
+        if (!element)
             return nullptr;
         list->list.push_back(element);
-        if (current_.type() == Token::RightParen)
-            break;
-        if (current_.type() != Token::Comma)
-            return nullptr;
-    }
+    } while (current_.type() == Token::Comma);
+    if (current_.type() != Token::RightParen)
+        return refuse(Reason::CommaExpected);
     advance();
     return list;
 }
 
 Expression::Node* Expression::parseelement() {
-    Node* node = nullptr;
-    if (current_.type() == Token::Identifier) {
-        if ((node = take(Field)))
-            node->value = Value(Value::Name, current_.string());
-    } else if (current_.type() == Token::Integer) {
-        if ((node = take(Literal)))
-            node->value = Value(current_.integer());
-    }
-    if (node)
-        advance();
+    const auto type = current_.type();
+    if (type != Token::Identifier && type != Token::Integer)
+        return refuse(Reason::ElementExpected);
+    Node* node = take(type == Token::Identifier ? Node::Field : Node::Literal, tokenizer_->position());
+    if (!node)
+        return nullptr;
+    node->value =
+        type == Token::Identifier ? Value(Value::Name, current_.string()) : Value(current_.integer());
+    advance();
     return node;
-}
-
-void Expression::compile() {
-    filter_.clear();
-    invalid_ = false;
-    if (!root_)
-        return;
-    invalid_ = !compile(*root_);
-    if (auto only = services(*root_))
-        filter_.restrictTo(std::move(*only));
-}
-
-// Types do not depend on the row: a known field and a number are Integers, a comparison of two
-// Integers is a Boolean, and an unknown field spoils everything that it is a part of.
-bool Expression::compile(const Node& node) {
-    switch (node.kind) {
-    case And:
-    case Or: {
-        if (!compile(*node.left) || !compile(*node.right))
-            return false;
-        node.kind == And ? filter_.addAnd() : filter_.addOr();
-        return true;
-    }
-    case In:
-        return compileList(node);
-    case Equal:
-    case LessThan:
-    case LessOrEqual:
-    case GreaterThan:
-    case GreaterOrEqual:
-        return compileComparison(node);
-    default:
-        ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, __LINE__, "unrecognised node %d\n",
-                         static_cast<int>(node.kind));
-        return false;
-    }
-}
-
-bool Expression::compileComparison(const Node& node) {
-    const Node& left = *node.left;
-    const Node& right = *node.right;
-    const auto leftColumn = left.kind == Field ? findColumn(left.value.string()) : std::nullopt;
-    const auto rightColumn = right.kind == Field ? findColumn(right.value.string()) : std::nullopt;
-    if ((left.kind == Field && !leftColumn) || (right.kind == Field && !rightColumn))
-        return false;
-
-    const auto order = orderOf(node.kind);
-    if (leftColumn && rightColumn)
-        filter_.addComparison(*leftColumn, order, *rightColumn);
-    else if (leftColumn)
-        addRange(filter_, *leftColumn, order, right.value.integer());
-    else if (rightColumn)
-        addRange(filter_, *rightColumn, mirrored(order), left.value.integer());
-    else
-        filter_.addConstant(compare(left.value.integer(), order, right.value.integer()));
-    return true;
-}
-
-bool Expression::compileList(const Node& node) {
-    std::vector<std::int64_t> numbers;
-    bool found = false;
-    for (const Node* element : node.right->list) {
-        numbers.push_back(element->value.integer());
-        found = found || (node.left->kind == Literal && numbers.back() == node.left->value.integer());
-    }
-    if (node.left->kind == Literal) {
-        filter_.addConstant(found);
-        return true;
-    }
-    const auto column = findColumn(node.left->value.string());
-    if (!column)
-        return false;
-    filter_.addAmong(*column, numbers);
-    return true;
-}
-
-std::optional<std::vector<std::int64_t>> Expression::services(const Node& node) {
-    const auto isServiceId = [](const Node& other) {
-        return other.kind == Field && findColumn(other.value.string()) == Column::ServiceId;
-    };
-    std::vector<std::int64_t> found;
-    switch (node.kind) {
-    case Equal:
-        if (isServiceId(*node.left) && node.right->kind == Literal)
-            return std::vector{std::int64_t{node.right->value.integer()}};
-        if (isServiceId(*node.right) && node.left->kind == Literal)
-            return std::vector{std::int64_t{node.left->value.integer()}};
-        return std::nullopt;
-    case In:
-        if (!isServiceId(*node.left))
-            return std::nullopt;
-        for (const Node* element : node.right->list)
-            found.push_back(element->value.integer());
-        return found;
-    case And: {
-        auto left = services(*node.left), right = services(*node.right);
-        if (left && right)
-            return left->size() <= right->size() ? left : right;
-        return left ? left : right;
-    }
-    case Or: {
-        auto left = services(*node.left);
-        const auto right = services(*node.right);
-        if (!left || !right)
-            return std::nullopt;
-        left->insert(left->end(), right->begin(), right->end());
-        return left;
-    }
-    default:
-        return std::nullopt;
-    }
-}
-
-Expression::Value Expression::evaluate(const epgentry* row) const {
-    if (!root_)
-        return Value(true);
-    if (invalid_)
-        return Value();
-    return Value(filter_.accepts(*row));
 }
 
 } // namespace Ostrel::TV

@@ -1,7 +1,5 @@
 #include "TV/server/dummy/quoril/Filter.h"
 
-#include "TV/server/dummy/guide/StartTimeIndex.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -11,22 +9,6 @@
 namespace Ostrel::TV {
 
 namespace {
-
-bool compare(std::int64_t left, Filter::Order order, std::int64_t right) {
-    switch (order) {
-    case Filter::Order::Equal:
-        return left == right;
-    case Filter::Order::LessThan:
-        return left < right;
-    case Filter::Order::LessOrEqual:
-        return left <= right;
-    case Filter::Order::GreaterThan:
-        return left > right;
-    case Filter::Order::GreaterOrEqual:
-        return left >= right;
-    }
-    return false;
-}
 
 /// One byte a row, 1 or 0. A loop over bytes is what compilers turn into vector instructions.
 using Marks = std::array<std::uint8_t, Filter::wordRows>;
@@ -103,23 +85,23 @@ void Filter::addConstant(bool value) {
     add(Kind::Constant).value = value;
 }
 
-void Filter::addRange(Column column, std::int64_t low, std::int64_t high) {
+void Filter::addRange(Field field, std::int64_t low, std::int64_t high) {
     Step& step = add(Kind::Range);
-    step.column = column;
+    step.field = field;
     step.low = low;
     step.high = high;
 }
 
-void Filter::addComparison(Column left, Order order, Column right) {
+void Filter::addComparison(Field left, Order order, Field right) {
     Step& step = add(Kind::Comparison);
-    step.column = left;
+    step.field = left;
     step.order = order;
     step.right = right;
 }
 
-void Filter::addAmong(Column column, std::span<const std::int64_t> numbers) {
+void Filter::addAmong(Field field, std::span<const std::int64_t> numbers) {
     Step& step = add(Kind::Among);
-    step.column = column;
+    step.field = field;
     step.firstNumber = static_cast<std::uint8_t>(numberCount_);
     step.numberCount = static_cast<std::uint8_t>(numbers.size());
     std::copy(numbers.begin(), numbers.end(), numbers_.begin() + static_cast<std::ptrdiff_t>(numberCount_));
@@ -143,10 +125,6 @@ std::span<const std::int64_t> Filter::numbersOf(const Step& step) const {
     return std::span(numbers_).subspan(step.firstNumber, step.numberCount);
 }
 
-bool Filter::accepts(const epgentry& row) const {
-    return accepts(Row{static_cast<std::uint32_t>(row.ServiceId), row.Start, row.End});
-}
-
 bool Filter::accepts(const Row& row) const {
     std::uint32_t stack = 1; // the latest truth value is the lowest bit
     for (std::size_t i = 0; i != stepCount_; ++i) {
@@ -162,12 +140,12 @@ bool Filter::accepts(const Row& row) const {
 }
 
 bool Filter::accepts(const Step& step, const Row& row) const {
-    const auto value = row[static_cast<std::size_t>(step.column)];
+    const auto value = row[static_cast<std::size_t>(step.field)];
     switch (step.kind) {
     case Kind::Range:
         return value >= step.low && value <= step.high;
     case Kind::Comparison:
-        return compare(value, step.order, row[static_cast<std::size_t>(step.right)]);
+        return holds(value, step.order, row[static_cast<std::size_t>(step.right)]);
     case Kind::Among: {
         const auto numbers = numbersOf(step);
         return std::find(numbers.begin(), numbers.end(), value) != numbers.end();
@@ -177,51 +155,14 @@ bool Filter::accepts(const Step& step, const Row& row) const {
     }
 }
 
-void Filter::select(const StartTimeIndex& index, std::size_t first, std::size_t last,
-                    std::span<std::uint64_t> bits) const {
-    if (first >= last)
-        return;
-    if (restricted_)
-        return selectServices(index, first, last, bits);
-    const auto firstWord = first / wordRows, lastWord = (last - 1) / wordRows;
-    for (auto word = firstWord; word <= lastWord; ++word) {
-        const auto row = word * wordRows;
-        bits[word] = select({{index.serviceIds() + row, index.starts() + row, index.ends() + row}, false});
-    }
-    bits[firstWord] &= ~std::uint64_t{0} << first % wordRows;
-    bits[lastWord] &= ~std::uint64_t{0} >> (wordRows - 1 - (last - 1) % wordRows);
+void Filter::select(const Columns& columns, std::span<std::uint64_t> words) const {
+    for (std::size_t i = 0; i != words.size(); ++i)
+        words[i] = select(columns, i * wordRows);
 }
 
-void Filter::selectServices(const StartTimeIndex& index, std::size_t first, std::size_t last,
-                            std::span<std::uint64_t> bits) const {
-    const auto& columns = index.columnsByService();
-    const std::uint32_t* const places = index.byService().data();
-    for (const std::int64_t service : services_) {
-        const auto positions = index.positionsOf(service);
-        if (positions.empty())
-            continue;
-        const auto from = std::lower_bound(positions.begin(), positions.end(), first);
-        const auto to = std::lower_bound(from, positions.end(), last);
-        auto left = static_cast<std::size_t>(to - from);
-        for (auto place = static_cast<std::size_t>(positions.data() - places + (from - positions.begin()));
-             left != 0;) {
-            auto found = select({{columns.serviceIds.data() + place, columns.starts.data() + place,
-                                  columns.ends.data() + place},
-                                 true});
-            const auto rows = std::min(left, wordRows);
-            found &= ~std::uint64_t{0} >> (wordRows - rows);
-            for (; found != 0; found &= found - 1) {
-                const auto position = places[place + static_cast<std::size_t>(std::countr_zero(found))];
-                bits[position / wordRows] |= std::uint64_t{1} << position % wordRows;
-            }
-            place += rows;
-            left -= rows;
-        }
-    }
-}
-
-std::uint64_t Filter::select(const Word& word) const {
-    std::array<std::uint64_t, mostSteps + 1> stack;
+/// @param first  the first row of the word
+std::uint64_t Filter::select(const Columns& columns, std::size_t first) const {
+    std::array<std::uint64_t, nodeLimit + 1> stack;
     stack[0] = ~std::uint64_t{0};
     std::size_t top = 0;
     for (std::size_t i = 0; i != stepCount_; ++i) {
@@ -230,25 +171,25 @@ std::uint64_t Filter::select(const Word& word) const {
             const auto right = stack[top--];
             stack[top] = step.kind == Kind::And ? stack[top] & right : stack[top] | right;
         } else {
-            stack[++top] = select(word, step);
+            stack[++top] = select(columns, first, step);
         }
     }
     return stack[top];
 }
 
-std::uint64_t Filter::select(const Word& word, const Step& step) const {
-    const std::int32_t* column = word.columns[static_cast<std::size_t>(step.column)];
-    const bool same = step.kind != Kind::Comparison && step.column == Column::ServiceId && word.oneService;
+std::uint64_t Filter::select(const Columns& columns, std::size_t first, const Step& step) const {
+    const std::int32_t* column = columns.fields[static_cast<std::size_t>(step.field)] + first;
+    const bool same = step.kind != Kind::Comparison && step.field == Field::ServiceId && columns.oneService;
     if (same || step.kind == Kind::Constant)
-        return accepts(step, Row{*word.columns[0], 0, 0}) ? ~std::uint64_t{0} : 0;
+        return accepts(step, Row{*column, 0, 0}) ? ~std::uint64_t{0} : 0;
     switch (step.kind) {
     case Kind::Range:
         return markRange(column, step.low, step.high);
     case Kind::Among:
         return markAmong(column, numbersOf(step));
     default: {
-        const std::int32_t* right = word.columns[static_cast<std::size_t>(step.right)];
-        return mark([&](std::size_t i) { return compare(column[i], step.order, right[i]); });
+        const std::int32_t* right = columns.fields[static_cast<std::size_t>(step.right)] + first;
+        return mark([&](std::size_t i) { return holds(column[i], step.order, right[i]); });
     }
     }
 }

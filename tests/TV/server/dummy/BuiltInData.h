@@ -1,7 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/guide/GenreList.h"
-#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 /// Takes back what init() has written for the whole process, so that another module may run it.
@@ -9,7 +8,6 @@ inline void forgetBuiltInData() {
     using namespace Ostrel::TV;
     for (LineupRow& row : lineupRows())
         row.guideServiceId = 0;
-    builtInLineup() = Lineup(lineupRows());
-    startTimeIndex.clear();
-    genreList.clear();
+    sharedLineup() = Lineup(lineupRows());
+    sharedGuide() = Guide();
 }

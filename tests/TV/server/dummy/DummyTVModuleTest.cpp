@@ -46,7 +46,7 @@ TEST(DummyTVModuleLifeTest, LoadsNothingBeforeInit) {
     EXPECT_TRUE(module.services.empty());
     EXPECT_TRUE(module.scannedServices.empty());
     EXPECT_TRUE(module.transponders.empty());
-    EXPECT_TRUE(builtInLineup().getTransponders().empty());
+    EXPECT_TRUE(sharedLineup().getTransponders().empty());
     EXPECT_EQ(module.mutex.getName(), "TV/server/dummy/DummyTVModule");
 }
 
@@ -91,8 +91,8 @@ TEST_F(DummyTVModuleTest, InitLeavesTheModuleReady) {
 TEST_F(DummyTVModuleTest, InitOnce) {
     module.init();
     // The line-up has every service twice by then, and gives both to the list that had one.
-    EXPECT_EQ(builtInLineup().getTransponders().size(), 6u);
-    EXPECT_EQ(builtInLineup().getTransponders()[0].services.size(), 2 * 21u);
+    EXPECT_EQ(sharedLineup().getTransponders().size(), 6u);
+    EXPECT_EQ(sharedLineup().getTransponders()[0].services.size(), 2 * 21u);
     const auto all = services();
     ASSERT_EQ(all.size(), 288u);
     for (std::size_t index = 0; index != all.size(); index += 3) {
@@ -101,8 +101,8 @@ TEST_F(DummyTVModuleTest, InitOnce) {
     }
     EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690, 722, 738, 770, 794, 842, //
                                                           690, 722, 738, 770, 794, 842}));
-    EXPECT_EQ(startTimeIndex.size(), 2 * 11658u);
-    EXPECT_EQ(genreList.size(), 2 * 79u);
+    EXPECT_EQ(sharedGuide().index().size(), 2 * 11658u);
+    EXPECT_EQ(sharedGuide().genres().size(), 2 * 79u);
 }
 
 TEST_F(DummyTVModuleTest, InitOnceInAProcess) {

@@ -13,8 +13,12 @@ using Ostrel::Test::LogCapture;
 
 namespace {
 
+/// Has the same guide in the place where contexts look for it.
 class GuideContextTest : public GuideFixture {
 protected:
+    void SetUp() override { sharedGuide() = guide(); }
+    void TearDown() override { sharedGuide() = Guide(); }
+
     /// Runs something that must fail: the error's text, which must have been logged once.
     static std::string failure(const std::string& operation, const std::function<void()>& run) {
         LogCapture log;
@@ -49,7 +53,7 @@ TEST_F(GuideContextTest, TheEmptyExpressionGivesEveryDocumentInOrder) {
         const auto documents = context.query("", "quoril", format);
         ASSERT_EQ(documents.size(), 11658u);
         for (std::size_t position = 0; position != documents.size(); ++position)
-            ASSERT_EQ(documents[position], formatEntry(format, startTimeIndex[position], Schedule));
+            ASSERT_EQ(documents[position], formatEntry(format, index()[position], Schedule));
     }
 }
 

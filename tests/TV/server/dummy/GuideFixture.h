@@ -1,7 +1,8 @@
 #pragma once
 
 #include "TV/interfaces/ITVGuide.h"
-#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/guide/Guide.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +12,19 @@
 #include <string>
 #include <vector>
 
-/// Has the built-in guide in the index.
+/// Has a guide of its own, with the built-in events.
 class GuideFixture : public testing::Test {
 protected:
-    void SetUp() override {
-        Ostrel::TV::startTimeIndex.clear();
-        Ostrel::TV::startTimeIndex.addGuide();
+    static const Ostrel::TV::Guide& guide() {
+        static const Ostrel::TV::Guide filled = [] {
+            Ostrel::TV::Guide guide;
+            guide.addEvents();
+            return guide;
+        }();
+        return filled;
     }
-    void TearDown() override { Ostrel::TV::startTimeIndex.clear(); }
+
+    static const Ostrel::TV::StartTimeIndex& index() { return guide().index(); }
 
     /// The rows that fulfil a condition, in the order of the table.
     static std::vector<const Ostrel::TV::epgentry*>

@@ -365,8 +365,8 @@ TEST_F(ScanTest, DataServicesAreCountedApartAndOthersNowhere) {
         return LineupRow{474, channelNumber, type, "S", 1, 1, 1, 0, "", false, false, true, true};
     };
     std::vector<LineupRow> rows{row(801, 3), row(802, 4), row(801, 3)};
-    builtInLineup() = Lineup(rows);
-    builtInLineup().load({});
+    sharedLineup() = Lineup(rows);
+    sharedLineup().load({});
     context.scanBlindStart(1, 0);
     time.advance(1);
     context.scanStop(1);

@@ -60,6 +60,8 @@ protected:
     }
 
     DummyTVModule module;
+    const StartTimeIndex& index = sharedGuide().index();
+    const VectorObject<ITVGuide::GenreStringMap>& genres = sharedGuide().genres();
 };
 
 std::vector<const epgentry*> rowsWith(const std::function<bool(const epgentry&)>& holds) {
@@ -83,20 +85,20 @@ VectorObject<unsigned char> genresOf(int content) {
 }
 
 TEST_F(GuideInitTest, IndexIsEmptyBeforeIt) {
-    EXPECT_EQ(startTimeIndex.size(), 0u);
-    EXPECT_TRUE(genreList.empty());
+    EXPECT_EQ(index.size(), 0u);
+    EXPECT_TRUE(genres.empty());
 }
 
 TEST_F(GuideInitTest, IndexHoldsEveryRowInTheOrderOfItsStart) {
     module.init();
-    ASSERT_EQ(startTimeIndex.size(), 11658u);
+    ASSERT_EQ(index.size(), 11658u);
     std::set<const epgentry*> rows;
-    for (std::size_t position = 0; position != startTimeIndex.size(); ++position) {
-        const epgentry* const row = startTimeIndex[position];
+    for (std::size_t position = 0; position != index.size(); ++position) {
+        const epgentry* const row = index[position];
         rows.insert(row);
         EXPECT_GT(row->ServiceId, 0);
         if (position != 0) {
-            EXPECT_FALSE(compareStartTimes()(row, startTimeIndex[position - 1])) << position;
+            EXPECT_FALSE(compareStartTimes()(row, index[position - 1])) << position;
         }
     }
     EXPECT_EQ(rows.size(), 11658u);
@@ -175,18 +177,18 @@ TEST_F(GuideInitTest, ClockMovesWithTheSystemsAndLooksAtNothingElse) {
 
 TEST_F(GuideInitTest, GenreListHoldsTheSeventyNineCodes) {
     module.init();
-    ASSERT_EQ(genreList.size(), 79u);
-    EXPECT_TRUE(std::is_sorted(genreList.begin(), genreList.end(),
+    ASSERT_EQ(genres.size(), 79u);
+    EXPECT_TRUE(std::is_sorted(genres.begin(), genres.end(),
                                [](const auto& a, const auto& b) { return a.getCode() < b.getCode(); }));
-    EXPECT_EQ(genreList.front().serialize(), R"-({"code":16,"text":"movie/drama (general)"})-");
-    EXPECT_EQ(genreList.back().serialize(), R"({"code":179,"text":"live broadcast"})");
+    EXPECT_EQ(genres.front().serialize(), R"-({"code":16,"text":"movie/drama (general)"})-");
+    EXPECT_EQ(genres.back().serialize(), R"({"code":179,"text":"live broadcast"})");
 }
 
 TEST_F(GuideInitTest, SixTo14) {
     module.init();
-    const auto found = std::find_if(genreList.begin(), genreList.end(),
-                                    [](const auto& genre) { return genre.getCode() == 0x52; });
-    ASSERT_NE(found, genreList.end());
+    const auto found =
+        std::find_if(genres.begin(), genres.end(), [](const auto& genre) { return genre.getCode() == 0x52; });
+    ASSERT_NE(found, genres.end());
     EXPECT_EQ(found->getText(), "entertainment programmes for 6 to14");
 }
 
@@ -194,7 +196,7 @@ TEST_F(GuideInitTest, ClientsGetACopyOfTheGenreList) {
     module.init();
     TVModuleContext* const context = module.createContext();
     auto copy = context->getGenreStringMapList();
-    EXPECT_EQ(copy.serialize(), genreList.serialize());
+    EXPECT_EQ(copy.serialize(), genres.serialize());
     copy.clear();
     EXPECT_EQ(context->getGenreStringMapList().size(), 79u);
     module.deleteContext(context);

@@ -173,7 +173,7 @@ protected:
 };
 
 TEST_F(BuiltInLineupTest, HoldsSixTransponders) {
-    const auto& transponders = builtInLineup().getTransponders();
+    const auto& transponders = sharedLineup().getTransponders();
     std::string store;
     for (const TransponderInfo& transponder : transponders)
         store += std::to_string(transponder.frequencyMHz) + ":" +
@@ -190,7 +190,7 @@ TEST_F(BuiltInLineupTest, TakesTheIdsOfTheGuide) {
         known[row.DvbSid] = row.ServiceId;
     std::map<std::string, std::uint32_t> ids;
     unsigned linked = 0;
-    for (const LineupRow& row : builtInLineup().getRows()) {
+    for (const LineupRow& row : sharedLineup().getRows()) {
         ids[row.name] = row.guideServiceId;
         const auto found = known.find(row.dvbServiceId);
         if (found == known.end())
@@ -206,7 +206,7 @@ TEST_F(BuiltInLineupTest, TakesTheIdsOfTheGuide) {
 
 TEST_F(BuiltInLineupTest, ServicesWithoutAGuideFollowInTheOrderOfTheTable) {
     std::vector<std::pair<std::uint32_t, std::string>> without;
-    for (const LineupRow& row : builtInLineup().getRows())
+    for (const LineupRow& row : sharedLineup().getRows())
         if (row.guideServiceId > 1084)
             without.emplace_back(row.guideServiceId, row.name);
     ASSERT_EQ(without.size(), 22u);

@@ -1,7 +1,5 @@
 #include "TV/server/dummy/query/EventQuery.h"
 
-#include "TV/server/dummy/guide/NowNext.h"
-#include "TV/server/dummy/query/Less.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 
 #include <algorithm>
@@ -25,14 +23,14 @@ protected:
     static VectorObject<EventInfo> run(const std::string& text) {
         const auto query = makeQuery(text);
         VectorObject<EventInfo> events;
-        EXPECT_TRUE(EventQuery(query).run(events)) << text;
+        EXPECT_TRUE(EventQuery(guide(), query).run(events)) << text;
         return events;
     }
 
     static bool isRefused(const std::string& text) {
         const auto query = makeQuery(text);
         VectorObject<EventInfo> events;
-        return !EventQuery(query).run(events);
+        return !EventQuery(guide(), query).run(events);
     }
 
     /// "service@start" of each event.
@@ -58,7 +56,7 @@ bool holds(const char* text, const std::string& wanted) {
 }
 
 /// What a query gives, step by step.
-std::vector<const epgentry*> runPlainly(const ITVGuide::Query& query) {
+std::vector<const epgentry*> runPlainly(const StartTimeIndex& index, const ITVGuide::Query& query) {
     const auto& ids = query.getServiceIdList();
     const auto& range = query.getTimeRange();
     const auto& slice = query.getSliceRange();
@@ -80,8 +78,8 @@ std::vector<const epgentry*> runPlainly(const ITVGuide::Query& query) {
 
     std::vector<const epgentry*> result;
     std::uint32_t n = 0;
-    for (std::size_t position = 0; position != startTimeIndex.size(); ++position) {
-        const epgentry* row = startTimeIndex[position];
+    for (std::size_t position = 0; position != index.size(); ++position) {
+        const epgentry* row = index[position];
         const auto start = static_cast<std::uint32_t>(row->Start);
         if (start < base || start >= limit)
             continue;
@@ -310,13 +308,21 @@ TEST_F(EventQueryTest, RandomQueriesGiveWhatThePlainWayGives) {
 
         const auto query = makeQuery(text);
         VectorObject<EventInfo> wanted, events;
-        for (const epgentry* row : runPlainly(query))
+        for (const epgentry* row : runPlainly(index(), query))
             appendEvent(wanted, *row);
-        ASSERT_TRUE(EventQuery(query).run(events)) << text;
+        ASSERT_TRUE(EventQuery(guide(), query).run(events)) << text;
         ASSERT_EQ(places(events), places(wanted)) << text;
         most = std::max(most, events.size());
     }
     EXPECT_GT(most, 5000u);
+}
+
+TEST_F(EventQueryTest, AsksTheGuideThatItIsGiven) {
+    const Guide none;
+    const auto query = makeQuery(R"({"stringList":["News"],"orderByServiceIdPriority":0,"sliceRange":{}})");
+    VectorObject<EventInfo> events;
+    EXPECT_TRUE(EventQuery(none, query).run(events));
+    EXPECT_TRUE(events.empty());
 }
 
 TEST_F(EventQueryTest, ComposesTheseExpressions) {
@@ -359,139 +365,4 @@ TEST_F(EventQueryTest, AnEventSaysWhatItsRowSays) {
                                std::string(row.Title), row.Description ? row.Description : "", row.IsHd, 0,
                                VectorObject<unsigned char>{static_cast<unsigned char>(row.Content)})));
     }
-}
-
-namespace {
-
-EventInfo makeEvent(unsigned serviceId, long start, const std::string& title = "") {
-    return EventInfo(serviceId, start, start + 60, title, "", false, 0, VectorObject<unsigned char>{16});
-}
-
-} // namespace
-
-TEST(LessTest, ComparesByItsKeys) {
-    const std::vector<std::int32_t> keys{0, 1};
-    const Less less(keys);
-    EXPECT_TRUE(less(makeEvent(1, 9), makeEvent(2, 3)));
-    EXPECT_FALSE(less(makeEvent(2, 3), makeEvent(1, 9)));
-    EXPECT_TRUE(less(makeEvent(1, -3), makeEvent(1, 2)));
-    EXPECT_FALSE(less(makeEvent(1, 2), makeEvent(1, -3)));
-    EXPECT_TRUE(less(makeEvent(1, 2), makeEvent(4000000000u, 2)));
-}
-
-TEST(LessTest, LessForEquals) {
-    const std::vector<std::int32_t> both{0, 1}, service{0}, none, unknown{7, 0}, late{0, 7, 1};
-    EXPECT_TRUE(Less(both)(makeEvent(1, 2), makeEvent(1, 2)));
-    EXPECT_TRUE(Less(service)(makeEvent(1, 9), makeEvent(1, 2)));
-    EXPECT_TRUE(Less(none)(makeEvent(2, 9), makeEvent(1, 2)));
-    EXPECT_TRUE(Less(unknown)(makeEvent(2, 9), makeEvent(1, 2)));
-    EXPECT_TRUE(Less(late)(makeEvent(1, 9), makeEvent(1, 2)));
-    EXPECT_FALSE(Less(late)(makeEvent(2, 2), makeEvent(1, 2)));
-}
-
-TEST(LessTest, KeepsOnlyAReferenceToItsKeys) {
-    std::vector<std::int32_t> keys{0};
-    const Less less(keys);
-    EXPECT_FALSE(less(makeEvent(2, 1), makeEvent(1, 2)));
-    keys = {1};
-    EXPECT_TRUE(less(makeEvent(2, 1), makeEvent(1, 2)));
-}
-
-TEST(SortEventsTest, EqualsKeepTheirOrder) {
-    const std::vector<std::int32_t> keys{0};
-    for (const unsigned size : {0u, 1u, 2u, 3u, 7u, 64u, 65u, 1000u}) {
-        std::mt19937 random(size);
-        VectorObject<EventInfo> events;
-        for (unsigned i = 0; i != size; ++i)
-            events.push_back(makeEvent(static_cast<unsigned>(random() % 5), 0, std::to_string(i)));
-        auto wanted = events;
-        std::stable_sort(wanted.begin(), wanted.end(), [](const EventInfo& a, const EventInfo& b) {
-            return a.getServiceId() < b.getServiceId();
-        });
-        sortEvents(events, Less(keys));
-        ASSERT_EQ(events.size(), size);
-        for (unsigned i = 0; i != size; ++i)
-            EXPECT_EQ(describe(events[i]), describe(wanted[i]));
-    }
-}
-
-TEST(SortEventsTest, AllEqualStayWhereTheyAre) {
-    const std::vector<std::int32_t> unknown{99};
-    VectorObject<EventInfo> events;
-    for (unsigned i = 0; i != 500; ++i)
-        events.push_back(makeEvent(500 - i, 0, std::to_string(i)));
-    sortEvents(events, Less(unknown));
-    for (unsigned i = 0; i != 500; ++i)
-        EXPECT_EQ(events[i].getTitle(), std::to_string(i));
-}
-
-using TextSearchTest = GuideFixture;
-
-TEST_F(TextSearchTest, FindsTheSameBeforeAndAfterItsPatienceEnds) {
-    for (const std::string& wanted : {std::string("News"), std::string("e"), std::string("the"),
-                                      std::string("no such text"), std::string("\xC3\xA9"), std::string("."),
-                                      std::string(" of the "), std::string(), std::string("a\0b", 3)}) {
-        TextSearch titles(wanted, false, 0), both(wanted, true, 500);
-        for (unsigned round = 0; round != 2; ++round) {
-            for (std::uint32_t position = 0; position != startTimeIndex.size(); ++position) {
-                const epgentry& row = *startTimeIndex[position];
-                ASSERT_EQ(titles.occursAt(position), holds(row.Title, wanted)) << wanted;
-                ASSERT_EQ(both.occursAt(position), holds(row.Title, wanted) || holds(row.Description, wanted))
-                    << wanted;
-            }
-        }
-    }
-}
-
-TEST_F(TextSearchTest, NothingOccursInAnAbsentText) {
-    const auto without = rowsWith([](const epgentry& row) { return row.Description == nullptr; });
-    ASSERT_FALSE(without.empty());
-    const std::string title = static_cast<const char*>(without[0]->Title);
-    const std::string unlike = title + "!";
-    TextSearch search(unlike, true, 0);
-    for (std::uint32_t position = 0; position != startTimeIndex.size(); ++position)
-        if (startTimeIndex[position] == without[0]) {
-            EXPECT_FALSE(search.occursAt(position));
-        }
-}
-
-using NowNextTest = GuideFixture;
-
-TEST_F(NowNextTest, FindsWhatAWalkOfTheTableFinds) {
-    unsigned none = 0, alone = 0, both = 0;
-    for (int service = 998; service != 1090; ++service) {
-        for (std::int64_t time = 1318366000; time < 1319140000; time += 17771) {
-            const epgentry *now = nullptr, *next = nullptr;
-            for (const epgentry& row : guideRows())
-                if (!now && row.ServiceId == service && row.Start <= time && time < row.End)
-                    now = &row;
-            if (now)
-                for (const epgentry& row : guideRows())
-                    if (!next && row.ServiceId == service && row.Start == now->End)
-                        next = &row;
-            const NowNext found = findNowNext(static_cast<unsigned>(service), time);
-            ASSERT_EQ(found.now, now) << service << " at " << time;
-            ASSERT_EQ(found.next, next) << service << " at " << time;
-            ++(!now ? none : !next ? alone : both);
-        }
-    }
-    EXPECT_GT(none, 0u);
-    EXPECT_GT(alone, 0u);
-    EXPECT_GT(both, 0u);
-}
-
-TEST_F(NowNextTest, AnEventStartsAtItsStartAndIsOverAtItsEnd) {
-    const epgentry& row = guideRows()[10];
-    const auto service = static_cast<unsigned>(row.ServiceId);
-    EXPECT_EQ(findNowNext(service, row.Start).now, &row);
-    EXPECT_EQ(findNowNext(service, row.End - 1).now, &row);
-    EXPECT_NE(findNowNext(service, row.End).now, &row);
-    EXPECT_NE(findNowNext(service, row.Start - 1).now, &row);
-}
-
-TEST_F(NowNextTest, NoTimeIsTooFar) {
-    for (const std::int64_t time : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{1} << 40})
-        EXPECT_EQ(findNowNext(1043, time).now, nullptr);
-    EXPECT_EQ(findNowNext(0, 1318748400).now, nullptr);
-    EXPECT_EQ(findNowNext(4294967295u, 1318748400).now, nullptr);
 }

@@ -1,13 +1,12 @@
 #include "TV/server/dummy/quoril/Expression.h"
 
-#include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/guide/epgentry.h"
+#include "tests/TV/server/dummy/quoril/RandomTree.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <random>
+#include <array>
 #include <string>
-#include <vector>
 
 using namespace Ostrel::TV;
 using Value = Expression::Value;
@@ -232,6 +231,40 @@ TEST(ExpressionTest, FieldsAreWidenedByTheirSign) {
     EXPECT_EQ(describe(expression.evaluate(&row)), "true");
 }
 
+TEST(ExpressionTest, TheFilterIsOfTheLatestText) {
+    Expression expression;
+    const Filter::Row row{1000, 100, 200};
+    ASSERT_TRUE(expression.parse("ServiceId == 1001"));
+    ASSERT_NE(expression.filter(), nullptr);
+    EXPECT_FALSE(expression.filter()->accepts(row));
+    ASSERT_TRUE(expression.parse("Title == 1"));
+    EXPECT_EQ(expression.filter(), nullptr);
+    ASSERT_TRUE(expression.parse(""));
+    ASSERT_NE(expression.filter(), nullptr);
+    EXPECT_TRUE(expression.filter()->accepts(row));
+    EXPECT_EQ(expression.filter()->services(), nullptr);
+}
+
+TEST(FilterTest, KnowsTheServicesBeyondWhichNothingMatches) {
+    const auto services = [](const std::string& text) {
+        Expression expression;
+        EXPECT_TRUE(expression.parse(text));
+        const auto* found = expression.filter()->services();
+        return found ? *found : std::vector<std::int64_t>{-1};
+    };
+    using Services = std::vector<std::int64_t>;
+    const Services any{-1};
+    EXPECT_EQ(services("ServiceId == 5"), Services{5});
+    EXPECT_EQ(services("5 == ServiceId && Start > 1"), Services{5});
+    EXPECT_EQ(services("ServiceId in (5, 6)"), (Services{5, 6}));
+    EXPECT_EQ(services("ServiceId in (5, 6) && ServiceId == 7"), Services{7});
+    EXPECT_EQ(services("ServiceId in (5, 6) || ServiceId == 7"), (Services{5, 6, 7}));
+    EXPECT_EQ(services("ServiceId == 5 || Start > 1"), any);
+    EXPECT_EQ(services("ServiceId >= 5"), any);
+    EXPECT_EQ(services("Start in (5, 6)"), any);
+    EXPECT_EQ(services("5 == 5"), any);
+}
+
 TEST(ValueTest, HoldsWhatItWasMadeOf) {
     EXPECT_EQ(Value().type(), Value::Invalid);
     EXPECT_FALSE(Value().boolean());
@@ -247,150 +280,15 @@ TEST(ValueTest, HoldsWhatItWasMadeOf) {
     EXPECT_EQ(name.integer(), 0);
 }
 
-// Random expressions against an evaluator that follows the language's words.
-
-namespace {
-
-struct Tree {
-    std::string sign; ///< an operator, "in", or empty for an element
-    std::string element;
-    std::unique_ptr<Tree> left, right;
-    std::vector<long long> list;
-
-    unsigned nodes() const {
-        if (sign.empty())
-            return 1;
-        const auto rest = sign == "in" ? 1 + list.size() : right->nodes();
-        return 1 + left->nodes() + static_cast<unsigned>(rest);
-    }
-
-    bool joins() const { return sign == "&&" || sign == "||"; }
-
-    std::string print() const {
-        if (sign.empty())
-            return element;
-        if (sign == "in") {
-            std::string text = left->print() + " in (";
-            for (std::size_t i = 0; i != list.size(); ++i)
-                text += (i ? ", " : "") + std::to_string(list[i]);
-            return text + ")";
-        }
-        const auto side = [](const Tree& tree) {
-            return tree.joins() ? "(" + tree.print() + ")" : tree.print();
-        };
-        return side(*left) + " " + sign + " " + side(*right);
-    }
-
-    /// A truth value as 0 or 1; false when the value is invalid.
-    bool evaluate(const epgentry& row, long long& value) const {
-        if (sign.empty()) {
-            if (element == "ServiceId")
-                value = static_cast<std::uint32_t>(row.ServiceId);
-            else if (element == "Start")
-                value = row.Start;
-            else if (element == "End")
-                value = row.End;
-            else if (std::isalpha(element[0]))
-                return false;
-            else
-                value = std::stoll(element);
-            return true;
-        }
-        long long a = 0, b = 0;
-        if (!left->evaluate(row, a))
-            return false;
-        if (sign == "in") {
-            value = std::count(list.begin(), list.end(), a) != 0;
-            return true;
-        }
-        if (!right->evaluate(row, b))
-            return false;
-        value = sign == "=="   ? a == b
-                : sign == "<"  ? a < b
-                : sign == "<=" ? a <= b
-                : sign == ">"  ? a > b
-                : sign == ">=" ? a >= b
-                : sign == "&&" ? a && b
-                               : a || b;
-        return true;
-    }
-};
-
-class Gardener {
-public:
-    explicit Gardener(unsigned seed) : random_(seed) {}
-
-    std::unique_ptr<Tree> grow(unsigned depth) {
-        auto tree = std::make_unique<Tree>();
-        if (depth != 0 && below(3) != 0) {
-            tree->sign = below(2) ? "&&" : "||";
-            tree->left = grow(depth - 1);
-            tree->right = grow(depth - 1);
-            return tree;
-        }
-        tree->left = element();
-        if (below(4) == 0) {
-            tree->sign = "in";
-            for (unsigned i = 0; i <= below(4); ++i)
-                tree->list.push_back(number());
-            return tree;
-        }
-        const char* const signs[] = {"==", "<", "<=", ">", ">="};
-        tree->sign = signs[below(5)];
-        tree->right = element();
-        return tree;
-    }
-
-    epgentry row() {
-        const auto start = static_cast<int>(below(2) ? 1318366800 + below(700000) : below(5));
-        return makeRow(static_cast<int>(1000 + below(85)), start, start + static_cast<int>(below(90000)));
-    }
-
-    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
-
-private:
-    std::unique_ptr<Tree> element() {
-        auto tree = std::make_unique<Tree>();
-        const char* const names[] = {"ServiceId", "Start", "End"};
-        if (below(60) == 0)
-            tree->element = "Title";
-        else
-            tree->element = below(2) ? names[below(3)] : std::to_string(number());
-        return tree;
-    }
-
-    /// Never one that starts with "-9".
-    long long number() {
-        switch (below(6)) {
-        case 0:
-            return -static_cast<long long>(below(80)) / 10;
-        case 1:
-            return 9223372036854775807ll;
-        case 2:
-            return 2147483647ll + below(3) * 2147483648ll;
-        case 3:
-            return 1318366800 + below(700000);
-        default:
-            return 1000 + below(85);
-        }
-    }
-
-    std::mt19937 random_;
-};
-
-} // namespace
-
 TEST(ExpressionPropertyTest, RandomTreesMeanWhatAPlainEvaluatorSays) {
     Gardener gardener(20111011);
     unsigned parsed = 0, refused = 0, invalid = 0, truths = 0;
-    startTimeIndex.clear();
-    startTimeIndex.addGuide();
     for (unsigned round = 0; round != 3000; ++round) {
         const auto tree = gardener.grow(3);
         const std::string text = tree->print();
         Expression expression;
-        ASSERT_EQ(expression.parse(text), tree->nodes() <= Expression::nodeLimit) << text;
-        if (tree->nodes() > Expression::nodeLimit) {
+        ASSERT_EQ(expression.parse(text), tree->nodes() <= nodeLimit) << text;
+        if (tree->nodes() > nodeLimit) {
             ++refused;
             continue;
         }
@@ -407,19 +305,29 @@ TEST(ExpressionPropertyTest, RandomTreesMeanWhatAPlainEvaluatorSays) {
             truths += valid && truth;
         }
 
-        // The same for many rows at once.
-        if (round % 10 != 0)
-            continue;
-        std::vector<std::uint64_t> bits(startTimeIndex.size() / 64 + 1);
-        if (expression.filter())
-            expression.filter()->select(startTimeIndex, 0, startTimeIndex.size(), bits);
-        for (std::size_t position = 0; position != startTimeIndex.size(); ++position) {
-            long long truth = 0;
-            const bool valid = tree->evaluate(*startTimeIndex[position], truth);
-            ASSERT_EQ(bits[position / 64] >> position % 64 & 1, valid && truth) << text << " at " << position;
+        // The same for many rows at once: any ones, and those of one service.
+        for (const bool oneService : {false, true}) {
+            std::array<epgentry, Filter::wordRows> rows;
+            std::array<std::int32_t, Filter::wordRows> serviceIds, starts, ends;
+            for (std::size_t i = 0; i != rows.size(); ++i) {
+                rows[i] = gardener.row();
+                if (oneService)
+                    rows[i].ServiceId = rows[0].ServiceId;
+                serviceIds[i] = rows[i].ServiceId;
+                starts[i] = rows[i].Start;
+                ends[i] = rows[i].End;
+            }
+            const Filter* const filter = expression.filter();
+            std::uint64_t found = 0;
+            if (filter)
+                filter->select({{serviceIds.data(), starts.data(), ends.data()}, oneService}, {&found, 1});
+            for (std::size_t i = 0; i != rows.size(); ++i) {
+                long long truth = 0;
+                const bool valid = tree->evaluate(rows[i], truth);
+                ASSERT_EQ(found >> i & 1, valid && truth) << text << " at " << i;
+            }
         }
     }
-    startTimeIndex.clear();
     EXPECT_GT(parsed, 1500u);
     EXPECT_GT(refused, 100u);
     EXPECT_GT(invalid, 500u);

@@ -1,0 +1,31 @@
+#include "TV/server/dummy/guide/Guide.h"
+
+#include "TV/server/dummy/guide/GenreTable.h"
+
+#include <algorithm>
+
+namespace Ostrel::TV {
+
+namespace {
+Guide theGuide;
+}
+
+Guide& sharedGuide() noexcept {
+    return theGuide;
+}
+
+void Guide::addEvents() {
+    index_.addGuide();
+    // Behind the last row the columns hold zeros, which are no maximum.
+    const StartTimeIndex::Columns& columns = index_.columns();
+    earliestStart_ = columns.starts.front();
+    latestEnd_ = *std::max_element(columns.ends.begin(), columns.ends.end());
+}
+
+void Guide::addGenres() {
+    for (const GenreRow& row : genreRows())
+        for (std::int32_t code = row.first(); code <= row.last(); ++code)
+            genres_.emplace_back(static_cast<unsigned char>(code), row.text);
+}
+
+} // namespace Ostrel::TV

@@ -1,0 +1,88 @@
+#include "TV/server/dummy/guide/StartTimeIndex.h"
+
+#include "tests/TV/server/dummy/GuideFixture.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Ostrel::TV;
+
+using StartTimeIndexTest = GuideFixture;
+
+TEST_F(StartTimeIndexTest, HoldsEveryRowOnceInOrder) {
+    ASSERT_EQ(index().size(), 11658u);
+    std::set<const epgentry*> seen;
+    for (std::size_t position = 0; position != index().size(); ++position) {
+        const epgentry* row = index()[position];
+        seen.insert(row);
+        EXPECT_EQ(index().columns().serviceIds[position], row->ServiceId);
+        EXPECT_EQ(index().columns().starts[position], row->Start);
+        EXPECT_EQ(index().columns().ends[position], row->End);
+        if (position == 0)
+            continue;
+        const epgentry* before = index()[position - 1];
+        EXPECT_LE(before->Start, row->Start);
+        if (before->Start == row->Start) {
+            EXPECT_LT(before->ServiceId, row->ServiceId);
+        }
+    }
+    EXPECT_EQ(seen.size(), 11658u);
+    EXPECT_EQ(*seen.begin(), &guideRows().front());
+}
+
+TEST_F(StartTimeIndexTest, ASecondGuideIsASecondCopy) {
+    StartTimeIndex index;
+    index.addGuide();
+    index.addGuide();
+    ASSERT_EQ(index.size(), 2 * 11658u);
+    for (std::size_t position = 0; position != index.size(); position += 2)
+        EXPECT_EQ(index[position], index[position + 1]);
+}
+
+TEST_F(StartTimeIndexTest, KnowsTheRowsOfAService) {
+    std::size_t rows = 0;
+    for (int id = 990; id != 1100; ++id) {
+        const auto positions = index().positionsOf(id);
+        EXPECT_TRUE(std::is_sorted(positions.begin(), positions.end()));
+        for (const auto position : positions)
+            EXPECT_EQ(index()[position]->ServiceId, id);
+        rows += positions.size();
+    }
+    EXPECT_EQ(rows, 11658u);
+    EXPECT_TRUE(index().positionsOf(1085).empty());
+    EXPECT_TRUE(index().positionsOf(-1).empty());
+    EXPECT_TRUE(index().positionsOf(4294968296).empty());
+}
+
+TEST_F(StartTimeIndexTest, HasItsColumnsInTheOrderOfTheServicesToo) {
+    const auto& columns = index().columnsByService();
+    const auto positions = index().byService();
+    ASSERT_EQ(positions.size(), 11658u);
+    for (std::size_t i = 0; i != positions.size(); ++i) {
+        const epgentry& row = *index()[positions[i]];
+        EXPECT_EQ(columns.serviceIds[i], row.ServiceId);
+        EXPECT_EQ(columns.starts[i], row.Start);
+        EXPECT_EQ(columns.ends[i], row.End);
+        if (i != 0) {
+            EXPECT_LT(std::pair(columns.serviceIds[i - 1], columns.starts[i - 1]),
+                      std::pair(row.ServiceId, row.Start));
+        }
+    }
+}
+
+TEST_F(StartTimeIndexTest, ColumnsAreABlockLonger) {
+    const auto size = index().size() + StartTimeIndex::blockRows;
+    for (const auto* columns : {&index().columns(), &index().columnsByService()}) {
+        EXPECT_EQ(columns->serviceIds.size(), size);
+        EXPECT_EQ(columns->starts.size(), size);
+        EXPECT_EQ(columns->ends.size(), size);
+        EXPECT_EQ(columns->ends.back(), 0);
+    }
+}
+
+TEST_F(StartTimeIndexTest, FindsTheFirstStart) {
+    EXPECT_EQ(index().firstFrom(0), 0u);
+    EXPECT_EQ(index().firstFrom(1318366800), 0u);
+    EXPECT_GT(index().firstFrom(1318366801), 0u);
+    EXPECT_EQ(index().firstFrom(4294967295u), 11658u);
+}

@@ -223,8 +223,8 @@ void appendJsonText(std::string& out, std::string_view text) {
 
 Columns makeColumns() {
     Columns columns;
-    for (const std::uint16_t place : TV::guideStartOrder()) {
-        const epgentry& row = TV::guideRows()[place];
+    for (const std::uint16_t number : TV::guideStartOrder()) {
+        const epgentry& row = TV::guideRows()[number];
         columns.serviceIds.push_back(row.ServiceId);
         columns.starts.push_back(row.Start);
         columns.ends.push_back(row.End);

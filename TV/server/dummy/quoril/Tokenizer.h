@@ -21,7 +21,7 @@ public:
     Tokenizer(const Tokenizer&) = delete;
     Tokenizer& operator=(const Tokenizer&) = delete;
 
-    /// Returns the next token and moves past it. After End comes End again.
+    /// Reads on by one token. Behind the text there is End, however often it is asked.
     Token next();
 
     /// Where the latest token begins, in bytes from the start of the text.
@@ -49,9 +49,9 @@ public:
     enum Type {
         Error = 1,
         End = 2,
-        Integer = 3, ///< an optional "-", then decimal digits
-        String = 4, ///< text between quotation marks
-        Identifier = 5, ///< a letter or "_", then letters, digits and "_"
+        Integer = 3, ///< decimal digits, a "-" in front of them or not
+        String = 4, ///< what stands in quotation marks
+        Identifier = 5, ///< letters, "_" and digits, but no digit in front
         LessThan = 7,
         LessOrEqual = 8,
         GreaterThan = 9,

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
@@ -13,8 +14,7 @@
 namespace Ostrel {
 
 PortFile::PortFile(const std::string& path)
-    : path_(path), draft_(path + "." + std::to_string(::getpid())),
-      descriptor_(::open(draft_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644)) {
+    : path_(path), draft_(path + ".XXXXXX"), descriptor_(::mkostemp(draft_.data(), O_CLOEXEC)) {
     struct stat there {};
     if (descriptor_ < 0)
         fail(errno);
@@ -23,6 +23,7 @@ PortFile::PortFile(const std::string& path)
         ::close(descriptor_);
         fail(EISDIR);
     }
+    ::fchmod(descriptor_, 0644); // a port is no secret
 }
 
 PortFile::~PortFile() {

@@ -29,7 +29,7 @@ private:
     [[noreturn]] void fail(int error) const;
 
     const std::string path_;
-    const std::string draft_; ///< beside it, until it is whole
+    std::string draft_; ///< beside it, until it is whole
     int descriptor_ = -1;
     bool isPublished_ = false;
 };

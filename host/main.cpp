@@ -14,6 +14,7 @@
 #include <exception>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -22,6 +23,8 @@ using Ostrel::DebugLevel;
 using Ostrel::CommandLine::Program;
 using Ostrel::CommandLine::Reader;
 using Ostrel::CommandLine::UsageError;
+
+constexpr const char* usualAddress = "127.0.0.1:8480";
 
 enum ExitStatus { Done = 0, NotStarted = 1, Usage = 2 };
 
@@ -100,7 +103,7 @@ void checkPortFile(const Options& options) {
 
 void serve(Options& options) {
     if (options.host.listen.empty())
-        options.host.listen = {"127.0.0.1:8480"};
+        options.host.listen = {usualAddress};
     checkPortFile(options);
     Ostrel::setDebugLevel(logLevels.at(options.logLevel));
 
@@ -142,7 +145,7 @@ Program makeProgram(Options& options) {
          .value = "ADDRESS",
          .description = "Serve on HOST:PORT (port 0: the system chooses) or unix:PATH; may be given again",
          .read = address(options.host.listen),
-         .standard = "127.0.0.1:8480",
+         .standard = usualAddress,
          .mayRepeat = true},
         {.name = "--port-file",
          .value = "FILE",

@@ -31,6 +31,9 @@ struct CallOptions {
 constexpr const char* createContext = "ITVService::createContext";
 constexpr const char* deleteContext = "ITVService::deleteContext";
 
+constexpr const char* listMethods = "ITVService::serviceList"; // what their names begin with
+constexpr std::int64_t noListSelected = 2; // the return code that they answer then
+
 constexpr const char* methods[] = {
     createContext,
     deleteContext,
@@ -78,7 +81,7 @@ std::string findMethod(const std::string& name) {
                      (similar.empty() ? "; ostrel-tv call --help lists them" : similar));
 }
 
-std::string listMethods() {
+std::string formatMethods() {
     std::string text;
     std::string interface;
     for (const std::string method : methods) {
@@ -144,7 +147,17 @@ json::value perform(Client& client, const CallOptions& options, const std::strin
         return client.request(method, payload);
     if (options.list)
         client.selectList(*options.list);
-    return client.call(method, payload.empty() ? "{}" : payload);
+    try {
+        return client.call(method, payload.empty() ? "{}" : payload);
+    } catch (ServiceError& error) {
+        if (error.returnCode != noListSelected || !method.starts_with(listMethods))
+            throw;
+        ServiceError explained(error.code,
+                               error.what() + std::string(": no list is selected; do it with --list all"));
+        explained.returnCode = error.returnCode;
+        explained.name = error.name;
+        throw explained;
+    }
 }
 
 void callMethod(Session& session, const CallOptions& options) {
@@ -169,7 +182,7 @@ Command makeCall(Session& session) {
                  "deleteContext deletes the one of --context, and ends a running scan.\n"
                  "\n"
                  "Methods:\n" +
-                 listMethods(),
+                 formatMethods(),
         .examples = {"ostrel-tv call serviceListRead '{\"limit\":3}' --list all", "ostrel-tv call utcTimeGet",
                      "ostrel-tv call signalStatusGet '{\"sourceId\":1}'",
                      "ostrel-tv call queryNowNextEventInfo '{\"id\":1043}' --json | jq -r '.[0].title'",

@@ -15,8 +15,9 @@ namespace Ostrel::Client::Tool {
 namespace {
 
 constexpr const char* pager = R"(
+export LESS="${LESS:-FRX}"
 if [ -n "$PAGER" ]; then eval "$PAGER"
-elif command -v less >/dev/null 2>&1; then LESS=${LESS:-FRX} exec less
+elif command -v less >/dev/null 2>&1; then exec less
 else exec cat
 fi)";
 

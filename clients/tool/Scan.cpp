@@ -115,7 +115,7 @@ public:
         if (*end_ == End::Complete && display_.wantsServices() && progress_.getTotal() == 0)
             explainNothing();
         if (*end_ == End::Silent)
-            throw std::runtime_error("somebody deleted a context, which ended the scan");
+            throw std::runtime_error("somebody deleted a context, which ended the scan; start it again");
     }
 
 private:

@@ -59,7 +59,7 @@ void clearTransponders(Session& session, const ClearOptions& options) {
     if (session.json)
         printJson({{"cleared", true}});
     else
-        print("All transponders and services are removed; ostrel-tv scan blind finds them again.\n");
+        print("All transponders and services are removed.\n");
 }
 
 Command makeAdd(Session& session) {

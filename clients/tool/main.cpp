@@ -28,7 +28,8 @@ Program makeProgram(Session& session) {
     Program program;
     program.name = "ostrel-tv";
     program.description = "Reads and steers a TV service from the command line.";
-    program.notes = "These options go before or after the command. ostrel-tv COMMAND --help tells more.";
+    program.notes =
+        "The options of all commands go before or after the command. ostrel-tv COMMAND --help tells more.";
     program.version = OSTREL_VERSION;
     program.options = {{.name = "--url",
                         .value = "URL",
@@ -117,6 +118,9 @@ int run(const std::function<void()>& action) {
         return NoConnection;
     } catch (const TimedOut& error) {
         complain(error.what() + std::string("; wait longer with --timeout"));
+        return NoConnection;
+    } catch (const ConnectionLost& error) {
+        complain(error.what() + std::string("; is ostrel-tvd still running?"));
         return NoConnection;
     } catch (const Error& error) {
         complain(error.what());

@@ -166,6 +166,7 @@ TEST(HostTest, PortFileHoldsThePortAsLongAsItIsServed) {
     RunningHost host({"--listen", "unix:" + directory.file("socket"), "--port-file", path});
     EXPECT_EQ(contentOf(path), std::to_string(host.address().port) + "\n");
     EXPECT_EQ(countFiles(directory), 2U) << "the file, the socket, and no draft";
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0644));
     host.child().terminate();
     EXPECT_EQ(host.child().wait(), 0);
     EXPECT_EQ(countFiles(directory), 0U);

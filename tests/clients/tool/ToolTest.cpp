@@ -491,7 +491,7 @@ TEST(ToolTest, ScanThatEndsInSilenceIsNoticed) {
     const auto shown = run({"scan", "blind"}, fake.getAddress());
     EXPECT_EQ(shown.status, 1);
     EXPECT_NE(shown.output.find("Scan ended at 0 %"), std::string::npos) << shown.output;
-    EXPECT_EQ(shown.errors, "ostrel-tv: somebody deleted a context, which ended the scan\n");
+    EXPECT_EQ(shown.errors, "ostrel-tv: somebody deleted a context, which ended the scan; start it again\n");
 }
 
 TEST(ToolTest, StartOfAnotherScanEndsOurs) {
@@ -541,7 +541,7 @@ TEST(ToolTest, TranspondersAreAddedAndCleared) {
     EXPECT_EQ(run({"transponders", "add", "690"}, fake.getAddress()).output, "Added 690 MHz.\n");
     EXPECT_EQ(run({"transponders", "add", "--khz", "690999"}, fake.getAddress()).output, "Added 690 MHz.\n");
     EXPECT_EQ(run({"transponders", "clear", "--yes"}, fake.getAddress()).output,
-              "All transponders and services are removed; ostrel-tv scan blind finds them again.\n");
+              "All transponders and services are removed.\n");
     std::vector<std::string> payloads;
     for (const auto& text : fake.getRequests()) {
         if (const auto at = text.find("\"payload\":"); at != std::string::npos)
@@ -608,6 +608,14 @@ TEST(ToolTest, CallSelectsAListFirst) {
                                                         R"({"context":4711,"payload":{"limit":1}}})"}));
 }
 
+TEST(ToolTest, CallThatMissesAListSaysSo) {
+    FakeService fake({{"ITVService::serviceListGet",
+                       {error(R"({"code":-32000,"message":"Invalid state",)"
+                              R"("data":{"returnCode":2,"name":"InvalidState"}})")}}});
+    EXPECT_EQ(run({"call", "serviceListGet", R"({"limit":1})"}, fake.getAddress()).errors,
+              "ostrel-tv: Invalid state: no list is selected; do it with --list all (InvalidState)\n");
+}
+
 TEST(ToolTest, CallWithAContextMakesNone) {
     FakeService fake(
         {{"ITVService::serviceListGet", {result("[]")}}, {"ITVService::deleteContext", {result("null")}}});
@@ -661,8 +669,9 @@ TEST(ToolTest, WatchEndsWithTheConnection) {
     const auto watched = run({"watch"}, fake.getAddress());
     EXPECT_EQ(watched.status, 3);
     EXPECT_EQ(watched.output.substr(std::string("2026-11-21 04:13:41").size()), "  a  b 1, c \"x\"\n");
-    EXPECT_EQ(watched.errors, "ostrel-tv: lost the connection to " + fake.getAddress() +
-                                  ": the service closed it with 1001 (going away)\n");
+    EXPECT_EQ(watched.errors,
+              "ostrel-tv: lost the connection to " + fake.getAddress() +
+                  ": the service closed it with 1001 (going away); is ostrel-tvd still running?\n");
 }
 
 TEST(ToolTest, NobodyReadingIsNoError) {

@@ -181,7 +181,7 @@ private:
 
     std::string describe(const CLI::ParseError& error) const {
         const auto isA = [&](CLI::ExitCodes code) { return error.get_exit_code() == static_cast<int>(code); };
-        const std::string text = error.what();
+        std::string text = error.what();
         const auto name = text.substr(0, text.find(':'));
         const auto strays = app_.remaining(true);
         // What is missing is often missing because of what is there and unknown.

@@ -7,6 +7,7 @@
 #include "host/PortFile.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/transport/Admission.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <algorithm>
@@ -80,10 +81,11 @@ void print(const std::string& text) {
         throw std::runtime_error("cannot write to standard output");
 }
 
-Reader address(std::vector<std::string>& place) {
-    return [&place](const std::string& given) {
+/// Keeps the texts that a parser of the host takes; what it refuses is a mistake of the command line.
+template <class Value> Reader texts(std::vector<std::string>& place, Value (*parse)(const std::string&)) {
+    return [&place, parse](const std::string& given) {
         try {
-            Ostrel::Address::parse(given);
+            parse(given);
         } catch (const Ostrel::StartError& error) {
             throw UsageError(error.what());
         }
@@ -144,7 +146,7 @@ Program makeProgram(Options& options) {
         {.name = "--listen",
          .value = "ADDRESS",
          .description = "Serve on HOST:PORT (port 0: the system chooses) or unix:PATH; may be given again",
-         .read = address(options.host.listen),
+         .read = texts(options.host.listen, Ostrel::Address::parse),
          .standard = usualAddress,
          .mayRepeat = true},
         {.name = "--port-file",
@@ -157,12 +159,12 @@ Program makeProgram(Options& options) {
          .value = "ORIGIN",
          .description = "Web origin whose pages may call, such as https://tv.example or null; may be given "
                         "again",
-         .read = text(options.host.allowedOrigins),
+         .read = texts(options.host.allowedOrigins, Ostrel::Admission::parseOrigin),
          .mayRepeat = true},
         {.name = "--allow-host",
          .value = "HOST",
          .description = "Host name under which clients may reach this machine; may be given again",
-         .read = text(options.host.allowedHosts),
+         .read = texts(options.host.allowedHosts, Ostrel::Admission::parseHost),
          .mayRepeat = true},
         {.name = "--token-file",
          .value = "FILE",

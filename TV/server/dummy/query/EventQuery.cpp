@@ -154,6 +154,8 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     return true;
 }
 
+// Of a code above 255 the event shows less than is compared here.
+// Meant so: docs/oddities.md, "Genres are compared whole".
 bool EventQuery::hasGenre(const epgentry& row) const {
     const auto& genres = query_.getGenreList();
     return std::find(genres.begin(), genres.end(), row.Content) != genres.end();

@@ -217,7 +217,7 @@ TEST_F(EventQueryTest, TwoWaysToSlice) {
     EXPECT_EQ(slice(R"("orderByServiceIdPriority":0,)", R"("base":5,"limit":3)").size(), 3u);
 }
 
-TEST_F(EventQueryTest, GenresAreComparedAsNumbers) {
+TEST_F(EventQueryTest, GenresAreComparedWhole) {
     const auto news = run(R"({"genreList":[32]})");
     EXPECT_EQ(news.size(), rowsWith([](const epgentry& row) { return row.Content == 32; }).size());
     EXPECT_FALSE(news.empty());

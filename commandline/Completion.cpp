@@ -36,12 +36,13 @@ void Cases::add(const Path& path, std::vector<std::string> inherited) {
             proposals.insert(proposals.end(), option.choices.begin(), option.choices.end());
             continue;
         }
+        std::string action = "words='" + join(option.choices) + "'";
+        if (option.isFile)
+            action += " files=1";
         for (const auto& each : option.getNames()) {
             own.push_back(each);
             if (!option.isFlag()) // the commands behind this one take it too
-                values +=
-                    formatCase("'" + name + "'*' " + each + "'",
-                               "words='" + join(option.choices) + "'" + (option.isFile ? " files=1" : ""));
+                values += formatCase("'" + name + "'*' " + each + "'", action);
         }
     }
     proposals.insert(proposals.end(), own.begin(), own.end());

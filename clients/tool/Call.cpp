@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Ostrel::Client::Tool {
@@ -72,9 +73,9 @@ std::vector<std::string> getShortNames() {
 std::string findMethod(const std::string& name) {
     if (name.find_first_of(":.") != std::string::npos)
         return name;
-    for (const std::string method : methods) {
+    for (const std::string_view method : methods) {
         if (method.substr(method.find("::") + 2) == name)
-            return method;
+            return std::string(method);
     }
     const auto similar = CommandLine::suggest(name, getShortNames());
     throw UsageError("there is no method \"" + name + "\"" +

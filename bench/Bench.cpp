@@ -1,24 +1,17 @@
 // Runs every comparison under Google Benchmark and prints the ratios behind its figures.
 
-#include "bench/Bench.h"
-
 #include "bench/GuideBench.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <list>
+#include <functional>
 #include <map>
 #include <utility>
 
 namespace Ostrel::Bench {
 
 namespace {
-
-std::list<Comparison>& comparisons() {
-    static std::list<Comparison> all;
-    return all;
-}
 
 /// Collects the fastest run of each benchmark while the console reporter prints.
 class Reporter : public benchmark::ConsoleReporter {
@@ -43,6 +36,10 @@ private:
     std::map<std::string, double> fastest_; ///< microseconds
 };
 
+std::string nameOf(const Comparison& comparison, const char* side) {
+    return comparison.workload + " | " + comparison.yardstick + " | " + side;
+}
+
 void registerOne(const std::string& name, const std::function<void()>& work) {
     benchmark::RegisterBenchmark(name.c_str(), [&work](benchmark::State& state) {
         for (auto _ : state)
@@ -50,13 +47,17 @@ void registerOne(const std::string& name, const std::function<void()>& work) {
     })->Unit(benchmark::kMicrosecond);
 }
 
-std::string nameOf(const Comparison& comparison, const char* side) {
-    return comparison.workload + " | " + comparison.yardstick + " | " + side;
+/// The comparisons must outlive the run.
+void registerAll(const std::vector<Comparison>& comparisons) {
+    for (const Comparison& comparison : comparisons) {
+        registerOne(nameOf(comparison, "ours"), comparison.ours);
+        registerOne(nameOf(comparison, "yardstick"), comparison.theirs);
+    }
 }
 
-void printTable(const Reporter& reporter) {
+void printTable(const std::vector<Comparison>& comparisons, const Reporter& reporter) {
     std::printf("| Workload | us | Yardstick | us | Ratio | Target | |\n|---|---|---|---|---|---|---|\n");
-    for (const Comparison& comparison : comparisons()) {
+    for (const Comparison& comparison : comparisons) {
         const double ours = reporter.fastest(nameOf(comparison, "ours"));
         const double theirs = reporter.fastest(nameOf(comparison, "yardstick"));
         if (ours == 0 || theirs == 0)
@@ -70,13 +71,6 @@ void printTable(const Reporter& reporter) {
 
 } // namespace
 
-void compare(Comparison comparison) {
-    comparisons().push_back(std::move(comparison));
-    const Comparison& kept = comparisons().back();
-    registerOne(nameOf(kept, "ours"), kept.ours);
-    registerOne(nameOf(kept, "yardstick"), kept.theirs);
-}
-
 } // namespace Ostrel::Bench
 
 int main(int count, char** arguments) {
@@ -89,8 +83,9 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&size, all.data());
     if (benchmark::ReportUnrecognizedArguments(size, all.data()))
         return 1;
-    Ostrel::Bench::addGuideComparisons();
+    const auto comparisons = Ostrel::Bench::makeGuideComparisons();
+    Ostrel::Bench::registerAll(comparisons);
     Ostrel::Bench::Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    Ostrel::Bench::printTable(reporter);
+    Ostrel::Bench::printTable(comparisons, reporter);
 }

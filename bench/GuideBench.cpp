@@ -5,7 +5,6 @@
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/query/EventQuery.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
-#include "bench/Bench.h"
 #include "bench/Database.h"
 #include "bench/Yardsticks.h"
 
@@ -79,19 +78,19 @@ template <typename Write> std::vector<std::string> writeAll(Write write) {
     return documents;
 }
 
-void addDocuments() {
+void addDocuments(std::vector<Comparison>& comparisons) {
     const auto json = queryAll("quoriljson"), xml = queryAll("quorilxml");
     const auto straightJson = writeAll(writeJsonDocument), straightXml = writeAll(writeXmlDocument);
     if (!std::equal(json.begin(), json.end(), straightJson.begin(), straightJson.end()) ||
         !std::equal(xml.begin(), xml.end(), straightXml.begin(), straightXml.end()))
         throw std::logic_error("the straight writers write something else");
 
-    compare({"the whole guide as JSON documents", "straight-line writer", 1.2,
-             [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
-             [] { benchmark::DoNotOptimize(writeAll(writeJsonDocument)); }});
-    compare({"the whole guide as XML documents", "straight-line writer", 1.2,
-             [] { benchmark::DoNotOptimize(queryAll("quorilxml")); },
-             [] { benchmark::DoNotOptimize(writeAll(writeXmlDocument)); }});
+    comparisons.push_back({"the whole guide as JSON documents", "straight-line writer", 1.2,
+                           [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
+                           [] { benchmark::DoNotOptimize(writeAll(writeJsonDocument)); }});
+    comparisons.push_back({"the whole guide as XML documents", "straight-line writer", 1.2,
+                           [] { benchmark::DoNotOptimize(queryAll("quorilxml")); },
+                           [] { benchmark::DoNotOptimize(writeAll(writeXmlDocument)); }});
 
     const auto statement = std::make_shared<Database::Statement>(
         database(),
@@ -105,35 +104,36 @@ void addDocuments() {
         " 'ScheduleVersion', ScheduleVersion, 'ServicePosition', ServicePosition, 'Start', Start,"
         " 'Title', Title, 'UnsuitableBeforeWatershed', UnsuitableBeforeWatershed)) FROM guide ORDER BY "
         "Start");
-    compare({"the whole guide as JSON documents", "SQLite json_object", 0.1,
-             [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
-             [statement] {
-                 std::vector<std::string> documents;
-                 while (statement->step())
-                     documents.emplace_back(statement->text(), static_cast<std::size_t>(statement->bytes()));
-                 benchmark::DoNotOptimize(documents);
-             }});
+    comparisons.push_back({"the whole guide as JSON documents", "SQLite json_object", 0.1,
+                           [] { benchmark::DoNotOptimize(queryAll("quoriljson")); },
+                           [statement] {
+                               std::vector<std::string> documents;
+                               while (statement->step())
+                                   documents.emplace_back(statement->text(),
+                                                          static_cast<std::size_t>(statement->bytes()));
+                               benchmark::DoNotOptimize(documents);
+                           }});
 
-    compare({"reply text of the whole guide", "the documents and one fast escape", 1.2,
-             [] { benchmark::DoNotOptimize(queryAll("quoriljson").SerialObject::serialize()); },
-             [] {
-                 const auto documents = writeAll(writeJsonDocument);
-                 std::size_t size = 2;
-                 for (const auto& document : documents)
-                     size += document.size() + 3;
-                 std::string text;
-                 text.reserve(size + size / 4);
-                 text += '[';
-                 for (const auto& document : documents) {
-                     if (text.size() > 1)
-                         text += ',';
-                     text += '"';
-                     appendJsonText(text, document);
-                     text += '"';
-                 }
-                 text += ']';
-                 benchmark::DoNotOptimize(text);
-             }});
+    comparisons.push_back({"reply text of the whole guide", "the documents and one fast escape", 1.2,
+                           [] { benchmark::DoNotOptimize(queryAll("quoriljson").SerialObject::serialize()); },
+                           [] {
+                               const auto documents = writeAll(writeJsonDocument);
+                               std::size_t size = 2;
+                               for (const auto& document : documents)
+                                   size += document.size() + 3;
+                               std::string text;
+                               text.reserve(size + size / 4);
+                               text += '[';
+                               for (const auto& document : documents) {
+                                   if (text.size() > 1)
+                                       text += ',';
+                                   text += '"';
+                                   appendJsonText(text, document);
+                                   text += '"';
+                               }
+                               text += ']';
+                               benchmark::DoNotOptimize(text);
+                           }});
 }
 
 std::size_t filter(const std::string& expression) {
@@ -167,7 +167,7 @@ std::size_t countRows(Database::Statement& statement) {
     return count;
 }
 
-void addFilters() {
+void addFilters(std::vector<Comparison>& comparisons) {
     const std::string expression = "(ServiceId in (" + std::to_string(firstService) + ", " +
                                    std::to_string(secondService) + ")) && End > " + std::to_string(late);
     const auto loop = [] {
@@ -180,11 +180,12 @@ void addFilters() {
                         std::to_string(secondService) + ") AND End > " + std::to_string(late));
     expectEqual(filter(expression), loop(), expression);
     expectEqual(filter(expression), countRows(*statement), expression);
-    compare({expression, "compiled loop over the columns", 1.5,
-             [=] { benchmark::DoNotOptimize(filter(expression)); },
-             [=] { benchmark::DoNotOptimize(loop()); }});
-    compare({expression, "SQLite with an index", 0.5, [=] { benchmark::DoNotOptimize(filter(expression)); },
-             [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
+    comparisons.push_back({expression, "compiled loop over the columns", 1.5,
+                           [=] { benchmark::DoNotOptimize(filter(expression)); },
+                           [=] { benchmark::DoNotOptimize(loop()); }});
+    comparisons.push_back({expression, "SQLite with an index", 0.5,
+                           [=] { benchmark::DoNotOptimize(filter(expression)); },
+                           [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
 
     // Nothing here tells of which services the rows may be.
     const std::string wide = "End > " + std::to_string(late) + " && Start < " + std::to_string(late + 3600);
@@ -194,8 +195,9 @@ void addFilters() {
         });
     };
     expectEqual(filter(wide), wideLoop(), wide);
-    compare({wide, "compiled loop over the columns", 1.5, [=] { benchmark::DoNotOptimize(filter(wide)); },
-             [=] { benchmark::DoNotOptimize(wideLoop()); }});
+    comparisons.push_back({wide, "compiled loop over the columns", 1.5,
+                           [=] { benchmark::DoNotOptimize(filter(wide)); },
+                           [=] { benchmark::DoNotOptimize(wideLoop()); }});
 }
 
 std::size_t sizeOfEvents(const ITVGuide::Query& query) {
@@ -204,7 +206,7 @@ std::size_t sizeOfEvents(const ITVGuide::Query& query) {
     return events.SerialObject::serialize().size();
 }
 
-void addPage() {
+void addPage(std::vector<Comparison>& comparisons) {
     const auto query = std::make_shared<ITVGuide::Query>(makeQuery(
         R"({"serviceIdList":[1000,1004,1010,1016,1020,1033,1040,1043,1050,1060],"timeRange":{"base":)" +
         std::to_string(noon) + R"(,"limit":)" + std::to_string(noon + threeHours) +
@@ -238,17 +240,18 @@ void addPage() {
             std::to_string(noon) + " AND Start < " + std::to_string(noon + threeHours) +
             " ORDER BY ServiceId, Start");
     expectEqual(sizeOfEvents(*query), walk(), "guide page");
-    compare({"a guide page: 10 services, 3 hours", "linear walk over the columns", 2,
-             [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
-             [=] { benchmark::DoNotOptimize(walk()); }});
-    compare({"a guide page: 10 services, 3 hours", "SQLite with an index", 0.15,
-             [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
-             [=] {
-                 std::string text;
-                 while (statement->step())
-                     text.append(statement->text(), static_cast<std::size_t>(statement->bytes()));
-                 benchmark::DoNotOptimize(text);
-             }});
+    comparisons.push_back({"a guide page: 10 services, 3 hours", "linear walk over the columns", 2,
+                           [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
+                           [=] { benchmark::DoNotOptimize(walk()); }});
+    comparisons.push_back({"a guide page: 10 services, 3 hours", "SQLite with an index", 0.15,
+                           [=] { benchmark::DoNotOptimize(sizeOfEvents(*query)); },
+                           [=] {
+                               std::string text;
+                               while (statement->step())
+                                   text.append(statement->text(),
+                                               static_cast<std::size_t>(statement->bytes()));
+                               benchmark::DoNotOptimize(text);
+                           }});
 }
 
 std::size_t countEvents(const ITVGuide::Query& query) {
@@ -257,7 +260,7 @@ std::size_t countEvents(const ITVGuide::Query& query) {
     return events.size();
 }
 
-void addTexts() {
+void addTexts(std::vector<Comparison>& comparisons) {
     const auto rare = std::make_shared<ITVGuide::Query>(
         makeQuery(std::string(R"({"stringMatchDescription":true,"stringList":[")") + rarePhrase + "\"]}"));
     const auto pass = [] {
@@ -271,9 +274,9 @@ void addTexts() {
         }
         return hits;
     };
-    compare({"a rare phrase in titles and descriptions", "one memmem pass over the texts", 2,
-             [=] { benchmark::DoNotOptimize(countEvents(*rare)); },
-             [=] { benchmark::DoNotOptimize(pass()); }});
+    comparisons.push_back({"a rare phrase in titles and descriptions", "one memmem pass over the texts", 2,
+                           [=] { benchmark::DoNotOptimize(countEvents(*rare)); },
+                           [=] { benchmark::DoNotOptimize(pass()); }});
 
     const auto frequent = std::make_shared<ITVGuide::Query>(
         makeQuery(std::string(R"({"orderByServiceIdPriority":0,"orderByStartTimePriority":1,)"
@@ -283,12 +286,12 @@ void addTexts() {
         database(), std::string("SELECT Title, Description, Start, End FROM guide WHERE instr(Title, '") +
                         frequentWord + "') > 0 ORDER BY ServiceId, Start LIMIT 20");
     expectEqual(countEvents(*frequent), countRows(*statement), "frequent word");
-    compare({"a frequent word, by service, first 20", "SQLite instr in index order", 1,
-             [=] { benchmark::DoNotOptimize(countEvents(*frequent)); },
-             [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
+    comparisons.push_back({"a frequent word, by service, first 20", "SQLite instr in index order", 1,
+                           [=] { benchmark::DoNotOptimize(countEvents(*frequent)); },
+                           [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
 }
 
-void addNowNext() {
+void addNowNext(std::vector<Comparison>& comparisons) {
     const auto service = static_cast<unsigned>(secondService);
     // The rows of one service by start, as a program that knew only this question would hold them.
     const auto rows = std::make_shared<std::vector<const epgentry*>>();
@@ -297,27 +300,31 @@ void addNowNext() {
             rows->push_back(row);
     module().timeOffset = static_cast<std::int32_t>(noon - std::time(nullptr));
     expectEqual(context().nowNextGet(service, "quoriljson").size(), 2, "now and next");
-    compare({"now and next of one service", "binary search and straight-line writer", 5,
-             [=] { benchmark::DoNotOptimize(context().nowNextGet(service, "quoriljson")); },
-             [=] {
-                 const auto behind = std::partition_point(
-                     rows->begin(), rows->end(), [](const epgentry* row) { return row->Start <= noon; });
-                 std::vector<std::string> documents;
-                 documents.push_back(writeJsonDocument(*behind[-1]));
-                 documents.push_back(writeJsonDocument(**behind));
-                 benchmark::DoNotOptimize(documents);
-             }});
+    comparisons.push_back({"now and next of one service", "binary search and straight-line writer", 5,
+                           [=] { benchmark::DoNotOptimize(context().nowNextGet(service, "quoriljson")); },
+                           [=] {
+                               const auto behind =
+                                   std::partition_point(rows->begin(), rows->end(), [](const epgentry* row) {
+                                       return row->Start <= noon;
+                                   });
+                               std::vector<std::string> documents;
+                               documents.push_back(writeJsonDocument(*behind[-1]));
+                               documents.push_back(writeJsonDocument(**behind));
+                               benchmark::DoNotOptimize(documents);
+                           }});
 }
 
 } // namespace
 
-void addGuideComparisons() {
+std::vector<Comparison> makeGuideComparisons() {
+    std::vector<Comparison> comparisons;
     sharedGuide().addEvents();
-    addDocuments();
-    addFilters();
-    addPage();
-    addTexts();
-    addNowNext();
+    addDocuments(comparisons);
+    addFilters(comparisons);
+    addPage(comparisons);
+    addTexts(comparisons);
+    addNowNext(comparisons);
+    return comparisons;
 }
 
 } // namespace Ostrel::Bench

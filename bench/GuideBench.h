@@ -1,8 +1,12 @@
 #pragma once
 
+#include "bench/Comparison.h"
+
+#include <vector>
+
 namespace Ostrel::Bench {
 
-/// Adds what the guide's answers are measured against.
-void addGuideComparisons();
+/// What the guide's answers are measured against.
+std::vector<Comparison> makeGuideComparisons();
 
 } // namespace Ostrel::Bench

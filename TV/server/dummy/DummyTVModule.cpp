@@ -1,6 +1,6 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
-#include "TV/server/dummy/DummyTVModuleContext.h"
+#include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/GuideTable.h"
 #include "TV/server/dummy/lineup/Lineup.h"
@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -75,12 +74,6 @@ void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
             services.insert(behind, service);
         }
     }
-}
-
-TVModuleContext* DummyTVModule::createContext() {
-    auto context = std::make_unique<DummyTVModuleContext>(this);
-    context->init();
-    return context.release();
 }
 
 void DummyTVModule::deleteContext(TVModuleContext* context) {

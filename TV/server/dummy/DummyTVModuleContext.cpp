@@ -6,11 +6,19 @@
 #include "Ostrel/runtime/DebugPrint.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace Ostrel::TV {
 
 namespace {
 constexpr const char* moduleName = "DummyTVModule";
+}
+
+// It stands here so that the module's own source need not know what a context is made of.
+TVModuleContext* DummyTVModule::createContext() {
+    auto context = std::make_unique<DummyTVModuleContext>(this);
+    context->init();
+    return context.release();
 }
 
 DummyTVModuleContext::DummyTVModuleContext(DummyTVModule* owner) : TVModuleContext(owner), module(owner) {}

@@ -748,6 +748,7 @@ TEST_F(ListenerTest, EveryRequestIsALineInTheLog) {
     const auto lines = log_.texts();
     const std::vector<std::string> expected = {
         R"(127\.0\.0\.1:\d+ #1: Test::echo: ok, \d+ us)",
+        R"(unknown method "Test::nothing")", // told whether requests are logged or not
         R"(127\.0\.0\.1:\d+ #1: Test::nothing: error -32601 "unknown method "Test::nothing"", \d+ us)",
         R"(127\.0\.0\.1:\d+ #1: Test::echo: no reply wanted, \d+ us)",
         R"(127\.0\.0\.1:\d+ #1: \(no method\): error -32600 "the message is not a JSON object", \d+ us)",

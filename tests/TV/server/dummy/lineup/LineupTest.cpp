@@ -1,4 +1,5 @@
 #include "TV/server/dummy/lineup/Lineup.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include "TV/server/dummy/DummyTVModule.h"
 #include "tests/TV/server/dummy/BuiltInData.h"

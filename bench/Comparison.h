@@ -17,7 +17,4 @@ struct Comparison {
     std::function<void()> theirs;
 };
 
-/// Adds a row.
-void compare(Comparison comparison);
-
 } // namespace Ostrel::Bench

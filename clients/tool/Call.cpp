@@ -134,6 +134,15 @@ std::string checkPayload(const CallOptions& options, const std::string& method) 
     return payload;
 }
 
+/// What to do about a refusal, where the service's text does not tell; may be empty.
+std::string getHint(const ServiceError& error, const std::string& method) {
+    if (error.member == "context")
+        return "there is no such context; without --context a new one is made";
+    if (error.returnCode == noListSelected && method.starts_with(listMethods))
+        return "no list is selected; do it with --list all";
+    return "";
+}
+
 json::value perform(Client& client, const CallOptions& options, const std::string& method,
                     const std::string& payload) {
     if (method == createContext)
@@ -146,15 +155,15 @@ json::value perform(Client& client, const CallOptions& options, const std::strin
     }
     if (method.starts_with("rpc."))
         return client.request(method, payload);
-    if (options.list)
-        client.selectList(*options.list);
     try {
+        if (options.list)
+            client.selectList(*options.list);
         return client.call(method, payload.empty() ? "{}" : payload);
-    } catch (ServiceError& error) {
-        if (error.returnCode != noListSelected || !method.starts_with(listMethods))
+    } catch (const ServiceError& error) {
+        const auto hint = getHint(error, method);
+        if (hint.empty())
             throw;
-        ServiceError explained(error.code,
-                               error.what() + std::string(": no list is selected; do it with --list all"));
+        ServiceError explained(error.code, error.what() + (": " + hint));
         explained.returnCode = error.returnCode;
         explained.name = error.name;
         throw explained;

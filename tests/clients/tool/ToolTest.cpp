@@ -616,6 +616,15 @@ TEST(ToolTest, CallThatMissesAListSaysSo) {
               "ostrel-tv: Invalid state: no list is selected; do it with --list all (InvalidState)\n");
 }
 
+TEST(ToolTest, CallWithAContextThatIsGoneSaysSo) {
+    FakeService fake({{"ITVService::utcTimeGet",
+                       {error(R"({"code":-32000,"message":"Invalid parameter",)"
+                              R"("data":{"returnCode":1,"name":"InvalidParameter","member":"context"}})")}}});
+    EXPECT_EQ(run({"call", "utcTimeGet", "--context", "9"}, fake.getAddress()).errors,
+              "ostrel-tv: Invalid parameter: there is no such context; without --context a new one is made "
+              "(InvalidParameter)\n");
+}
+
 TEST(ToolTest, CallWithAContextMakesNone) {
     FakeService fake(
         {{"ITVService::serviceListGet", {result("[]")}}, {"ITVService::deleteContext", {result("null")}}});

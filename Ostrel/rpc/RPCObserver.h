@@ -11,7 +11,7 @@ namespace Ostrel {
 class OSTREL_API RPCObserver {
 public:
     /// One request and what became of it. The texts go away with the call.
-    struct Request {
+    struct Exchange {
         std::string_view interfaceName; ///< empty where the request names none
         std::string_view methodName;
         std::string_view id; ///< as JSON text; empty when no reply is wanted
@@ -22,7 +22,7 @@ public:
     virtual ~RPCObserver();
 
     /// The thread is the one that carried the request out; no two at a time for one connection.
-    virtual void requestDone(const Request& request) noexcept = 0;
+    virtual void requestDone(const Exchange& exchange) noexcept = 0;
 };
 
 } // namespace Ostrel

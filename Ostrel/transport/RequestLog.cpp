@@ -13,20 +13,20 @@ namespace json = boost::json;
 
 namespace {
 
-std::string nameOf(const RPCObserver::Request& request) {
-    if (request.interfaceName.empty())
-        return request.methodName.empty() ? "(no method)" : excerpt(request.methodName);
-    return excerpt(std::string(request.interfaceName) + "::" + std::string(request.methodName));
+std::string nameOf(const RPCObserver::Exchange& exchange) {
+    if (exchange.interfaceName.empty())
+        return exchange.methodName.empty() ? "(no method)" : excerpt(exchange.methodName);
+    return excerpt(std::string(exchange.interfaceName) + "::" + std::string(exchange.methodName));
 }
 
 /// Only an error's reply is parsed: it is short, which a result need not be.
-std::string outcomeOf(const RPCObserver::Request& request) {
-    if (request.id.empty())
+std::string outcomeOf(const RPCObserver::Exchange& exchange) {
+    if (exchange.id.empty())
         return "no reply wanted";
-    const auto error = R"({"jsonrpc":"2.0","id":)" + std::string(request.id) + R"(,"error":)";
-    if (!request.reply.starts_with(error))
+    const auto error = R"({"jsonrpc":"2.0","id":)" + std::string(exchange.id) + R"(,"error":)";
+    if (!exchange.reply.starts_with(error))
         return "ok";
-    const auto reply = json::parse({request.reply.data(), request.reply.size()});
+    const auto reply = json::parse({exchange.reply.data(), exchange.reply.size()});
     const auto& message = reply.at("error").at("message").as_string();
     return "error " + std::to_string(reply.at("error").at("code").to_number<int>()) + " \"" +
            excerpt({message.data(), message.size()}) + '"';
@@ -34,11 +34,11 @@ std::string outcomeOf(const RPCObserver::Request& request) {
 
 } // namespace
 
-void RequestLog::requestDone(const Request& request) noexcept {
+void RequestLog::requestDone(const Exchange& exchange) noexcept {
     try {
-        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(request.took).count();
+        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(exchange.took).count();
         ostrelDebugPrint(DebugLevel::Information, "Requests", "Requests", __LINE__, "%s: %s: %s, %lld us\n",
-                         client_.c_str(), nameOf(request).c_str(), outcomeOf(request).c_str(),
+                         client_.c_str(), nameOf(exchange).c_str(), outcomeOf(exchange).c_str(),
                          static_cast<long long>(micros));
     } catch (const std::exception&) {
         // A line for which there is no memory is left out, as the log does.

@@ -13,7 +13,7 @@ public:
     /// @param client  the name of the client's end, for people
     explicit RequestLog(std::string client) : client_(std::move(client)) {}
 
-    void requestDone(const Request& request) noexcept override;
+    void requestDone(const Exchange& exchange) noexcept override;
 
 private:
     const std::string client_;

@@ -263,6 +263,8 @@ TEST_F(EventQueryTest, MinusNineIsRefused) {
     EXPECT_TRUE(isRefused(R"({"timeRange":{"strict":true,"limit":-9}})"));
     EXPECT_FALSE(isRefused(R"({"timeRange":{"strict":true,"base":-9,"limit":-8}})"));
     EXPECT_TRUE(isRefused(R"({"serviceIdList":[-95]})"));
+    // That end of the range is not in the expression.
+    EXPECT_FALSE(isRefused(R"({"timeRange":{"limit":-90}})"));
     EXPECT_FALSE(isRefused(R"({"serviceIdList":[-85]})"));
 }
 

@@ -2,7 +2,6 @@
 
 #include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/DebugPrint.h"
-#include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/server/TVModule.h"
 #include "TV/server/TVModuleContext.h"
@@ -128,7 +127,9 @@ void TVRPCServer::housekeep() {
 }
 
 bool TVRPCServer::isScanRunning(TVModuleContext& context) const {
-    const QuietExceptions quiet; // a module that has not scanned yet throws
+    // Without a scan the question is an error that the module logs.
+    if (!scanHeard_)
+        return false;
     try {
         return context.scanInfoGet(0).getScanning();
     } catch (const Exception&) {

@@ -6,6 +6,7 @@
 #include "TV/server/TVServer.h"
 
 #include <chrono>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -112,6 +113,7 @@ private:
     MethodMap serviceMethods_;
     MethodMap guideMethods_;
     ContextTable contexts_;
+    std::atomic<bool> scanHeard_ = false; ///< a scan has started since init()
 };
 
 /// What every call carries that names a context.

@@ -102,6 +102,7 @@ std::string TVRPCServer::transponderListDeleteAll(const Call& call) {
 }
 
 void TVRPCServer::onScanStart(const unsigned& sourceId) {
+    scanHeard_ = true;
     Serializer serializer;
     serializer.beginObject("");
     serialize("sourceId", sourceId, serializer);

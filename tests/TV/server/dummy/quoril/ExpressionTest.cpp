@@ -307,23 +307,23 @@ TEST(ExpressionPropertyTest, RandomTreesMeanWhatAPlainEvaluatorSays) {
 
         // The same for many rows at once: any ones, and those of one service.
         for (const bool oneService : {false, true}) {
-            std::array<epgentry, Filter::wordRows> rows;
+            std::array<epgentry, Filter::wordRows> word;
             std::array<std::int32_t, Filter::wordRows> serviceIds, starts, ends;
-            for (std::size_t i = 0; i != rows.size(); ++i) {
-                rows[i] = gardener.row();
+            for (std::size_t i = 0; i != word.size(); ++i) {
+                word[i] = gardener.row();
                 if (oneService)
-                    rows[i].ServiceId = rows[0].ServiceId;
-                serviceIds[i] = rows[i].ServiceId;
-                starts[i] = rows[i].Start;
-                ends[i] = rows[i].End;
+                    word[i].ServiceId = word[0].ServiceId;
+                serviceIds[i] = word[i].ServiceId;
+                starts[i] = word[i].Start;
+                ends[i] = word[i].End;
             }
             const Filter* const filter = expression.filter();
             std::uint64_t found = 0;
             if (filter)
                 filter->select({{serviceIds.data(), starts.data(), ends.data()}, oneService}, {&found, 1});
-            for (std::size_t i = 0; i != rows.size(); ++i) {
+            for (std::size_t i = 0; i != word.size(); ++i) {
                 long long truth = 0;
-                const bool valid = tree->evaluate(rows[i], truth);
+                const bool valid = tree->evaluate(word[i], truth);
                 ASSERT_EQ(found >> i & 1, valid && truth) << text << " at " << i;
             }
         }

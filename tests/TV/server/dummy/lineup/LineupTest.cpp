@@ -2,6 +2,7 @@
 #include "TV/server/dummy/guide/GuideTable.h"
 
 #include "TV/server/dummy/DummyTVModule.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 #include "tests/TV/server/dummy/BuiltInData.h"
 
 #include <gtest/gtest.h>

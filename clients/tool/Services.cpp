@@ -32,6 +32,14 @@ std::string describeEmptyList(const std::string& list) {
     return list == "new" ? "no scan has found a new service; ostrel-tv scan blind starts one" : emptyLineup;
 }
 
+/// Says why there is nothing to show. A seek accepts the place behind the last service, so a list
+/// may be read from there and yet be full.
+std::string describeNothing(const ServicesOptions& options) {
+    if (options.from.value_or(0) > 0)
+        return "the list ends at position " + std::to_string(*options.from - 1);
+    return describeEmptyList(options.list);
+}
+
 constexpr std::int64_t invalidParameter = 1; // the return code for what is not in the list
 
 /// Makes a refusal say what was looked for, and whether there is anything at all.
@@ -113,7 +121,7 @@ void showServices(Session& session, const ServicesOptions& options) {
     const auto all = std::numeric_limits<std::uint32_t>::max();
     const auto services = readServices(client, options.limit.value_or(findsOne ? 1 : all));
     if (!session.json) {
-        page(services.empty() ? asSentence(describeEmptyList(options.list)) : formatTable(services));
+        page(services.empty() ? asSentence(describeNothing(options)) : formatTable(services));
         return;
     }
     boost::json::array array;

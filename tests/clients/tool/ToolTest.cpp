@@ -81,6 +81,15 @@ TEST(ToolTest, ListWithoutServicesSaysSo) {
     EXPECT_EQ(run({"services", "--list", "new", "--json"}, fake.getAddress()).output, "[]\n");
 }
 
+TEST(ToolTest, PositionBehindTheLastServiceIsNoEmptyList) {
+    FakeService fake({{"ITVService::serviceListSet", {result("true")}},
+                      {"ITVService::serviceListSeek", {result("96")}},
+                      {"ITVService::serviceListRead", {result("[]")}}});
+    EXPECT_EQ(run({"services", "--from", "96"}, fake.getAddress()).output, "The list ends at position 95.\n");
+    EXPECT_EQ(run({"services", "--from", "0"}, fake.getAddress()).output,
+              "The service list is empty; ostrel-tv scan blind finds services.\n");
+}
+
 TEST(ToolTest, ServicesAreReadInSlicesUntilAShortOne) {
     const auto slice = makeList(std::vector<std::string>(500, makeService(1, "A", usual)));
     FakeService fake(

@@ -35,6 +35,11 @@ while IFS=: read -r file line text; do
     grep -qxF "$title" <<<"$titles" || complain "has no entry \"$title\", which $file:$line names"
 done < <(grep -rnE --exclude=oddities.md --exclude-dir=node_modules 'oddities\.md,' "${rooms[@]}")
 
+# Elsewhere in docs a title in brackets is enough: ("Next is now").
+while read -r title; do
+    grep -qxF "$title" <<<"$titles" || complain "has no entry \"$title\", which docs/wire.md names"
+done < <(grep -oE '\("[^"]+"' docs/wire.md | cut -d'"' -f2)
+
 text=$(tr '\n' ' ' <"$page")
 while read -r path; do
     [ -e "$path" ] || complain "there is no $path"

@@ -77,7 +77,7 @@ const char* getHint(ConnectError::Cause cause) {
     case ConnectError::Cause::Unreachable:
         return "; is ostrel-tvd running? choose another with --url";
     case ConnectError::Cause::TokenRefused:
-        return "; name the file with its token with --token-file";
+        return "; --token-file must name a file with the token of this service";
     case ConnectError::Cause::Refused:
         break;
     }

@@ -712,7 +712,7 @@ TEST(ToolTest, NoConnectionNamesTheWayOut) {
     EXPECT_EQ(refused.status, 3);
     EXPECT_EQ(refused.errors, "ostrel-tv: cannot connect to " + fake.getAddress() +
                                   ": 401 Unauthorized: a token is needed; "
-                                  "name the file with its token with --token-file\n");
+                                  "--token-file must name a file with the token of this service\n");
 }
 
 TEST(ToolTest, NoReplyEndsWithStatusThree) {

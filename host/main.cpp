@@ -186,7 +186,7 @@ Program makeProgram(Options& options) {
          .read = flag(options.host.logRequests)}};
     program.run = [&options] { serve(options); };
     program.exitStatuses = {{"0", "stopped by Ctrl-C or SIGTERM"},
-                            {"1", "not started; one line on standard error says why"},
+                            {"1", "not started, and one line on standard error says why"},
                             {"2", "wrong usage"}};
     return program;
 }

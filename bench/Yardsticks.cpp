@@ -1,4 +1,5 @@
 #include "bench/Yardsticks.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 
 #include <array>
 #include <charconv>

@@ -196,7 +196,7 @@ private:
         }
         if (isA(CLI::ExitCodes::ConversionError)) { // only the flags convert: "Could not convert: --json = x"
             const auto flag = text.substr(text.find('-'));
-            return flag.substr(0, flag.find(' ')) + " takes no value";
+            return flag.substr(0, flag.find(' ')) + " takes true or false, or no value";
         }
         if (isA(CLI::ExitCodes::ExcludesError))
             return replace(text, " excludes ", " and ") + " do not go together";

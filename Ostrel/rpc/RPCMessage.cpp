@@ -1,6 +1,7 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
 #include "Ostrel/rpc/RPCObserver.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/serialization/Json.h"
 
@@ -28,7 +29,10 @@ bool isEmptyArray(const json::value* value) {
     return array != nullptr && array->empty();
 }
 
-std::string error(std::string id, IRPC::ErrorCode code, std::string message) {
+/// What is no request reaches no handler, and is told here.
+std::string refuse(std::string id, IRPC::ErrorCode code, std::string message) {
+    ostrelDebugPrint(DebugLevel::Information, "RPCMessage", "RPCMessage", __LINE__, "refused: %s\n",
+                     message.c_str());
     return IRPC::RPCErrorObject(std::move(id), code, std::move(message)).serialize();
 }
 
@@ -81,15 +85,15 @@ private:
         boost::system::error_code failure;
         const auto& document = document_.emplace(parseJson(text, &memory_, failure));
         if (failure) {
-            reply_ = error("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
+            reply_ = refuse("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
         } else if (const auto* batch = document.if_array(); batch == nullptr) {
             count_ = 1;
             envelope_ = examine(document);
         } else if (batch->empty() || batch->size() > limits_.batch) {
-            reply_ = error("null", IRPC::InvalidRequest,
-                           batch->empty()
-                               ? "the batch is empty"
-                               : "the batch has more than " + std::to_string(limits_.batch) + " messages");
+            reply_ = refuse("null", IRPC::InvalidRequest,
+                            batch->empty()
+                                ? "the batch is empty"
+                                : "the batch has more than " + std::to_string(limits_.batch) + " messages");
         } else {
             batch_ = batch;
             count_ = batch->size();
@@ -144,7 +148,7 @@ private:
 
     std::string answer() {
         if (!envelope_.refusal.empty())
-            return error(envelope_.id, IRPC::InvalidRequest, envelope_.refusal);
+            return refuse(envelope_.id, IRPC::InvalidRequest, envelope_.refusal);
         const auto* params = envelope_.params;
         const auto budget = limits_.reply > reply_.size() ? limits_.reply - reply_.size() : 0;
         const IRPC::RPCSynchronousMethodObject method(

@@ -257,6 +257,8 @@ void Connection::requestCame() {
     const auto& request = reader_->getRequest();
     auto outcome = http_.decide(request);
     if (auto* answered = std::get_if<Answer>(&outcome)) {
+        if (answered->status == http::status::unauthorized)
+            hub_.logRefusal(answered->body);
         answer(std::move(*answered));
     } else if (const auto* upgraded = std::get_if<Http::Upgrade>(&outcome)) {
         upgrade(*upgraded);

@@ -166,7 +166,7 @@ Http::Outcome Http::decideRpc(const Request& request, std::string_view name) con
         return wrongMethod("GET, HEAD, POST, OPTIONS");
     if (!acceptsToken(request))
         return Answer{.status = http::status::unauthorized,
-                      .body = "a token is needed: Authorization: Bearer TOKEN\n",
+                      .body = "the right token is needed: Authorization: Bearer TOKEN\n",
                       .headers = "WWW-Authenticate: Bearer\r\n"};
     if (isPost) {
         if (isJson(request))

@@ -306,7 +306,7 @@ std::vector<Option> makeFilters(GuideOptions& options) {
              .value = "N",
              .description = "Leave out so many of the events found",
              .read = wholeNumber(options.offset)},
-            {.name = "--count",
+            {.name = "--count,--limit",
              .value = "N",
              .description = "Show at most so many events",
              .read = wholeNumber(options.count, 1)}};

@@ -108,7 +108,7 @@ const Row rows[] = {
     {"NoNumber",      {"show", "--limit", "x"},               "--limit: \"x\" is no whole number from 1 to 4294967295 (box show --help)"},
     {"Zero",          {"show", "--limit", "0"},               "--limit: \"0\" is no whole number from 1 to 4294967295 (box show --help)"},
     {"Choice",        {"show", "--list", "old"},              "--list: \"old\" is none of all, new (box show --help)"},
-    {"FlagValue",     {"--json=x", "show"},                   "--json takes no value (box show --help)"},
+    {"FlagValue",     {"--json=x", "show"},                   "--json takes true or false, or no value (box show --help)"},
     {"Excluded",      {"show", "--all", "--text", "a", "--limit", "1"}, "--limit and --all do not go together (box show --help)"},
     {"Needed",        {"show", "--all"},                      "--all goes with --text (box show --help)"},
 };

@@ -233,6 +233,21 @@ TEST(RPCLogTest, UnknownNamesAreTheClientsMistake) {
     EXPECT_EQ(log.lines()[0].level, DebugLevel::Information);
 }
 
+TEST(RPCLogTest, WhatIsNoRequestIsTheClientsMistake) {
+    TestServer server;
+    const LogCapture log;
+    replyTo(server, "garbage");
+    replyTo(server, "[]");
+    replyTo(server, R"({"jsonrpc":"2.0","id":1})");
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_TRUE(lines[0].text.starts_with("refused: the message is not JSON: ")) << lines[0].text;
+    EXPECT_EQ(lines[1].text, "refused: the batch is empty");
+    EXPECT_EQ(lines[2].text, "refused: member \"method\" is not a string");
+    for (const auto& line : lines)
+        EXPECT_EQ(line.level, DebugLevel::Information);
+}
+
 TEST(RPCLogTest, ParamsThatAreAListAreTheClientsMistake) {
     const LogCapture log;
     TestServer server;

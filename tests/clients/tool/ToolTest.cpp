@@ -823,7 +823,7 @@ TEST(ToolTest, WhatDoesNotFitTogetherIsNamed) {
     EXPECT_EQ(complaint({"services", "--list", "old"}),
               "ostrel-tv: --list: \"old\" is none of all, new\nTry: ostrel-tv services --help\n");
     EXPECT_EQ(complaint({"--json=maybe", "time"}),
-              "ostrel-tv: --json takes no value\nTry: ostrel-tv time --help\n");
+              "ostrel-tv: --json takes true or false, or no value\nTry: ostrel-tv time --help\n");
     EXPECT_EQ(complaint({"call", "utcTimGet"}),
               "ostrel-tv: there is no method \"utcTimGet\"; did you mean \"utcTimeGet\"?\n");
 }
@@ -919,7 +919,7 @@ TEST(ToolTest, ManualNamesEveryCommandAndOption) {
         for (const auto& line : linesOf(run(words).output)) {
             if (!line.starts_with("  --"))
                 continue;
-            const auto option = line.substr(2, line.find(' ', 2) - 2);
+            const auto option = line.substr(2, line.find_first_of(" ,", 2) - 2);
             EXPECT_NE(page.find("fB" + option + "fR"), std::string::npos) << option;
             ++count;
         }

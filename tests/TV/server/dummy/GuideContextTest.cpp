@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/Exception.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "TV/server/dummy/documents/RowDocument.h"
+#include "TV/server/dummy/guide/GuideTable.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"

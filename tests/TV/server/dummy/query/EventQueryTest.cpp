@@ -1,5 +1,6 @@
 #include "TV/server/dummy/query/EventQuery.h"
 
+#include "TV/server/dummy/guide/GuideTable.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 
 #include <algorithm>

@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/DecodeError.h"
+#include "Ostrel/text/Printable.h"
 
 #include <exception>
 #include <new>
@@ -18,6 +19,14 @@ constexpr const char* moduleName = "IRPC";
 ReturnCode known(ReturnCode code) {
     return code < ReturnCode::Success || code > ReturnCode::GenericFailure ? ReturnCode::GenericFailure
                                                                            : code;
+}
+
+/// What a call is called in the log: as long as it is not known to exist, that is the client's
+/// own text.
+std::string nameOf(const IRPC::RPCSynchronousMethodObject& method) {
+    const auto& interfaceName = method.getInterfaceName();
+    return excerpt(interfaceName.empty() ? method.getMethodName()
+                                         : interfaceName + "::" + method.getMethodName());
 }
 
 /// Starts a reply: everything before the member that tells the outcome.
@@ -70,9 +79,8 @@ IRPC::RPCErrorObject::RPCErrorObject(const RPCSynchronousMethodObject& method, E
     // A decoder's message names its member itself.
     const auto member = code_ != InvalidParams && member_ ? " (" + *member_ + ')' : std::string();
     ostrelDebugPrint(isRefusal() ? DebugLevel::Information : DebugLevel::Error, moduleName, moduleName,
-                     __LINE__, "%s::%s %s: %s%s\n", method.getInterfaceName().c_str(),
-                     method.getMethodName().c_str(), isRefusal() ? "refused" : "failed", message_.c_str(),
-                     member.c_str());
+                     __LINE__, "%s %s: %s%s\n", nameOf(method).c_str(), isRefusal() ? "refused" : "failed",
+                     message_.c_str(), member.c_str());
 }
 
 IRPC::RPCErrorObject IRPC::RPCErrorObject::forEscaped(const RPCSynchronousMethodObject& method) {

@@ -256,6 +256,22 @@ TEST(RPCLogTest, ParamsThatAreAListAreTheClientsMistake) {
     EXPECT_EQ(log.lines()[0].level, DebugLevel::Information);
 }
 
+// A list is refused before it is known whether there is such a method.
+TEST(RPCLogTest, NamesOfClientsAreCutAndOfOneLine) {
+    TestServer server;
+    const auto told = [&](const std::string& method) {
+        const LogCapture log;
+        replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":[1]})");
+        return log.texts();
+    };
+    const std::string rest = " refused: params is not a JSON object";
+    const std::string longest = "A::" + std::string(61, 'b');
+    EXPECT_EQ(told(longest), std::vector{longest + rest});
+    EXPECT_EQ(told(longest + 'b'), std::vector{longest + rest});
+    EXPECT_EQ(told("echo"), std::vector{"echo" + rest});
+    EXPECT_EQ(told(R"(A::\nb)"), std::vector{R"(A::\x0ab)" + rest});
+}
+
 TEST(RPCLogTest, StandardErrorShowsTheOutcomeAlone) {
     TestServer server;
     server.on("first", [](const Call& call) -> std::string {

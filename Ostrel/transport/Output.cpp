@@ -4,6 +4,9 @@
 
 #include <utility>
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+
 namespace Ostrel {
 
 void Output::push(std::string head, std::string body) {
@@ -57,8 +60,22 @@ void Output::clear() {
     conversation_.waitingChanged(-std::ptrdiff_t(before));
 }
 
-bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) const {
-    return outbox_.size() > 0 && now - lastProgress_ >= patience;
+// The system wants bytes again only when much of its own queue has gone, which takes a slow
+// reader longer than anybody's patience.
+bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) {
+    if (outbox_.size() == 0)
+        return false;
+    const int queued = getQueued();
+    if (queued < queued_)
+        lastProgress_ = now;
+    queued_ = queued;
+    return now - lastProgress_ >= patience;
+}
+
+/// How much the system has taken and the client has not; 0 when it does not tell.
+int Output::getQueued() {
+    int size = 0;
+    return ::ioctl(conversation_.getSocket().native_handle(), SIOCOUTQ, &size) == 0 ? size : 0;
 }
 
 } // namespace Ostrel

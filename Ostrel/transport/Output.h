@@ -32,17 +32,20 @@ public:
     /// Bytes that wait.
     std::size_t getWaiting() const { return outbox_.size(); }
 
-    /// Whether bytes wait and the client has taken none for so long.
-    bool isStalled(Clock::time_point now, std::chrono::milliseconds patience) const;
+    /// Looks what the client has taken since the last look: whether bytes wait and it has taken
+    /// none for so long.
+    bool isStalled(Clock::time_point now, std::chrono::milliseconds patience);
 
 private:
     template <class Body> void add(std::string head, Body body);
     void flush();
+    int getQueued();
 
     Conversation& conversation_;
     Outbox outbox_;
     bool writing_ = false; ///< a write is under way, in whatever phase the conversation is
     Clock::time_point lastProgress_; ///< when the client took bytes, or they began to wait
+    int queued_ = 0; ///< getQueued() at the last look
 };
 
 } // namespace Ostrel

@@ -1,0 +1,107 @@
+#include "Ostrel/transport/Output.h"
+
+#include "Ostrel/transport/Conversation.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/local/connect_pair.hpp>
+#include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/read.hpp>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace Ostrel {
+namespace {
+
+namespace asio = boost::asio;
+using namespace std::chrono_literals;
+
+using Local = asio::local::stream_protocol;
+using LocalSocket = asio::basic_stream_socket<Local, asio::io_context::executor_type>;
+
+/// An open conversation that has nothing but a socket.
+class BareConversation : public Conversation {
+public:
+    explicit BareConversation(LocalSocket socket) : socket_(std::move(socket)) {}
+
+    Phase getPhase() const noexcept override { return Phase::Open; }
+    Socket& getSocket() noexcept override { return socket_; }
+    const Limits& getLimits() const noexcept override { return limits_; }
+    void send(std::string, std::string) override {}
+    void send(std::string, std::shared_ptr<const std::string>) override {}
+    void waitingChanged(std::ptrdiff_t) override {}
+    void allSent() override {}
+    void sayGoodbye(boost::beast::websocket::close_code) override {}
+    void finish() override {}
+    void close() noexcept override {}
+    void fail(const char*) noexcept override {}
+    void giveUp() noexcept override {}
+
+private:
+    Socket socket_;
+    const Limits limits_;
+};
+
+class OutputTest : public testing::Test {
+protected:
+    OutputTest() {
+        LocalSocket ours(context_);
+        asio::local::connect_pair(ours, client_);
+        conversation_ = std::make_shared<BareConversation>(std::move(ours));
+        output_.emplace(*conversation_);
+    }
+
+    /// Sends what the system takes.
+    void sendSome() {
+        context_.restart();
+        context_.poll();
+    }
+
+    void clientReads(std::size_t size) {
+        std::string bytes(size, '\0');
+        asio::read(client_, asio::buffer(bytes));
+    }
+
+    asio::io_context context_;
+    LocalSocket client_{context_};
+    std::shared_ptr<BareConversation> conversation_;
+    std::optional<Output> output_;
+};
+
+TEST_F(OutputTest, ClientThatTakesNothingIsStalled) {
+    output_->push(std::string(), std::string(4'000'000, 'x'));
+    sendSome();
+    const auto now = Output::Clock::now();
+    EXPECT_FALSE(output_->isStalled(now, 1h));
+    EXPECT_FALSE(output_->isStalled(now + 59min, 1h));
+    EXPECT_TRUE(output_->isStalled(now + 61min, 1h));
+}
+
+TEST_F(OutputTest, ClientThatHasTakenAllIsNotStalled) {
+    output_->push(std::string(), "x");
+    sendSome();
+    EXPECT_FALSE(output_->isStalled(Output::Clock::now() + 2h, 1h));
+}
+
+TEST_F(OutputTest, ClientThatTakesLittleIsNotStalled) {
+    output_->push(std::string(), std::string(4'000'000, 'x'));
+    sendSome();
+    const auto waiting = output_->getWaiting();
+    const auto now = Output::Clock::now();
+    EXPECT_FALSE(output_->isStalled(now, 1h));
+
+    clientReads(65'536);
+    sendSome();
+    ASSERT_EQ(output_->getWaiting(), waiting) << "the system wants more already";
+    EXPECT_FALSE(output_->isStalled(now + 2h, 1h));
+    EXPECT_FALSE(output_->isStalled(now + 2h + 59min, 1h));
+    EXPECT_TRUE(output_->isStalled(now + 3h + 1min, 1h));
+}
+
+} // namespace
+} // namespace Ostrel

@@ -125,7 +125,7 @@ bool Admission::acceptsToken(std::string_view token) const {
 }
 
 std::string Admission::parseOrigin(const std::string& text) {
-    const auto lowered = lower(text);
+    auto lowered = lower(text);
     if (lowered == "null")
         return lowered;
     const auto authority = lower(authorityOf(text));
@@ -139,10 +139,10 @@ std::string Admission::parseOrigin(const std::string& text) {
 }
 
 std::string Admission::parseHost(const std::string& text) {
-    const auto bare = lower(text);
+    auto bare = lower(text);
     if (isHostName(bare))
         return bare;
-    const auto host = hostOf(authorityOf(text));
+    auto host = hostOf(authorityOf(text));
     if (bare == '[' + host + ']' && isHostName(host))
         return host;
     throw StartError('"' + excerpt(text) + "\" is no host's name; write " +

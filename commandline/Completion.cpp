@@ -17,6 +17,11 @@ std::string formatCase(const std::string& pattern, const std::string& action) {
     return "    " + pattern + ") " + action + " ;;\n";
 }
 
+/// What bash is to compare: a command's name, whatever may follow it, and an option.
+std::string patternOf(const std::string& name, const std::string& option) {
+    return "'" + name + "'*' " + option + "'";
+}
+
 /// What the script knows: a line of a case statement for each thing.
 struct Cases {
     std::string commands; ///< "ostrel-tv scan" is a command
@@ -42,7 +47,7 @@ void Cases::add(const Path& path, std::vector<std::string> inherited) {
         for (const auto& each : option.getNames()) {
             own.push_back(each);
             if (!option.isFlag()) // the commands behind this one take it too
-                values += formatCase("'" + name + "'*' " + each + "'", action);
+                values += formatCase(patternOf(name, each), action);
         }
     }
     proposals.insert(proposals.end(), own.begin(), own.end());

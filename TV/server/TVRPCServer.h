@@ -5,8 +5,8 @@
 #include "TV/server/ContextTable.h"
 #include "TV/server/TVServer.h"
 
-#include <chrono>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>

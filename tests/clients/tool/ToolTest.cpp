@@ -717,9 +717,9 @@ TEST(ToolTest, NoConnectionNamesTheWayOut) {
 
 TEST(ToolTest, NoReplyEndsWithStatusThree) {
     FakeService fake({});
-    const auto failed = run({"time", "--timeout", "0.05"}, fake.getAddress());
+    const auto failed = run({"time", "--timeout", "1"}, fake.getAddress());
     EXPECT_EQ(failed.status, 3);
-    EXPECT_EQ(failed.errors, "ostrel-tv: no reply to ITVService::utcTimeGet within 0.05 s; "
+    EXPECT_EQ(failed.errors, "ostrel-tv: no reply to ITVService::utcTimeGet within 1 s; "
                              "wait longer with --timeout\n");
 }
 

@@ -13,8 +13,8 @@
 
 namespace Ostrel {
 
-/// Where a conversation is. It never goes back to one that stands above Open, and from there
-/// on only downwards.
+/// Where a conversation is. Down to Working it goes round, once for each request; from Open on it
+/// goes only downwards.
 enum class Phase {
     KeptAlive, ///< the last request is answered and the next has not begun
     ReadingHead,

@@ -39,8 +39,8 @@ void DummyTVModuleContext::uninit() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
 
 void DummyTVModuleContext::fail(const char* operation, ReturnCode code, int line) {
     const Exception exception(code);
-    ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, line, "%s(): throwing exception: %s\n",
-                     operation, exception.what());
+    ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName, line, throwingException, operation,
+                     exception.what());
     throw exception;
 }
 

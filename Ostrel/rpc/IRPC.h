@@ -4,6 +4,7 @@
 #include "Ostrel/rpc/ReturnCode.h"
 #include "Ostrel/serialization/SerialObject.h"
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -17,6 +18,7 @@ class RPCObserver;
 /// Keep a weak pointer to learn that the connection has closed.
 struct RPCPeer {
     std::shared_ptr<RPCObserver> observer = nullptr; ///< told of every request; null for none
+    std::atomic<bool> gone = false; ///< the client has gone: nobody waits for a reply any more
 };
 
 /// The objects that an RPC conversation is made of. Each of the last four turns itself into
@@ -26,6 +28,10 @@ public:
     /// A call on its way to its handler.
     class OSTREL_API RPCSynchronousMethodObject {
     public:
+        /// Bytes of params that are decoded in no time. Longer ones are not to be decoded where
+        /// others wait: with the turn in hand, see Turn::Pause.
+        static constexpr std::size_t shortParameters = 4096;
+
         /// @param id            the request's id as JSON text; empty when nobody wants a reply
         /// @param parameters    the params as the text of a JSON object
         /// @param replyLimit    bytes; a longer reply is refused while it is built

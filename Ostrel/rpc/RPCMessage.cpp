@@ -1,33 +1,27 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
 #include "Ostrel/rpc/RPCObserver.h"
+#include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/serialization/Json.h"
 
-#include <boost/json.hpp>
-
+#include <atomic>
 #include <chrono>
+#include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace Ostrel {
 
-namespace json = boost::json;
-
 namespace {
 
-constexpr const char* outOfMemory =
-    R"({"jsonrpc":"2.0","id":null,"error":{"code":-32603,"message":"Out of memory","data":{"returnCode":3,"name":"OutOfMemory"}}})";
-
-std::string_view view(const json::string& text) {
-    return {text.data(), text.size()};
-}
-
-bool isEmptyArray(const json::value* value) {
-    const auto* array = value != nullptr ? value->if_array() : nullptr;
-    return array != nullptr && array->empty();
-}
+/// The reply when there is no memory for one; the id belongs in its place.
+constexpr std::string_view lackOfMemory =
+    R"({"jsonrpc":"2.0","id":,"error":{"code":-32603,"message":"Out of memory","data":{"returnCode":3,"name":"OutOfMemory"}}})";
+constexpr std::string_view nullId = "null";
+constexpr auto idPlace = std::string_view(R"({"jsonrpc":"2.0","id":)").size();
 
 /// What is no request reaches no handler, and is told here.
 std::string refuse(std::string id, IRPC::ErrorCode code, std::string message) {
@@ -38,41 +32,52 @@ std::string refuse(std::string id, IRPC::ErrorCode code, std::string message) {
 
 } // namespace
 
-/// What stands around a request's params: whom it is for and what it is called.
+/// What stands around a request's params: whom it is for and what it is called. It refers into the
+/// message's text.
 struct RPCMessage::Envelope {
-    std::string refusal; ///< why it is no JSON-RPC 2.0 request; empty when it is one
-    std::string id; ///< as JSON text; empty when no reply is wanted
+    std::string_view refusal; ///< why it is no JSON-RPC 2.0 request; empty when it is one
+    std::string_view id; ///< as it stands in the text; empty when no reply is wanted
+    std::string_view name; ///< interface and method as they are written together
     std::string_view interfaceName;
     std::string_view methodName;
-    const json::value* params = nullptr; ///< null when there are none; an empty array is none
+    std::optional<JsonValue> params; ///< none when there are none; an empty array is none
 };
 
 class RPCMessage::Parts {
 public:
-    Parts(std::string_view text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits)
-        : server_(server), peer_(std::move(peer)), limits_(limits) {
-        // Room for the reply that is given when there is none left.
-        reply_.reserve(std::string_view(outOfMemory).size());
-        try {
-            read(text);
-        } catch (...) {
-            giveUp();
-        }
+    Parts(std::string text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits)
+        : text_(std::move(text)), server_(server), peer_(std::move(peer)), limits_(limits) {
+        reply_.reserve(lackOfMemory.size() + nullId.size());
     }
 
-    bool isDone() const noexcept { return next_ == count_; }
+    bool isDone() const noexcept { return isRead_ && next_ == count_; }
 
     bool needsTurn() const noexcept {
-        return envelope_.refusal.empty() && !server_.isReadOnly(envelope_.interfaceName);
+        return isRead_ && envelope_.refusal.empty() && !server_.isReadOnly(envelope_.interfaceName);
+    }
+
+    bool isQuick() const noexcept {
+        if (!isRead_)
+            return text_.size() <= smallText;
+        return (!envelope_.params || envelope_.params->getText().size() <= smallText) &&
+               !server_.mayWait(envelope_.name);
     }
 
     void step() noexcept {
         try {
-            add(peer_ != nullptr && peer_->observer != nullptr ? answerObserved() : answer());
+            if (!std::exchange(isRead_, true)) {
+                read();
+                return;
+            }
+            const Cancellation scope(peer_ != nullptr ? peer_->gone : nobodyGone);
+            add(answerInAnyCase());
             if (++next_ < count_)
-                envelope_ = examine(batch_->at(next_));
-            else if (batch_ != nullptr && !reply_.empty())
+                examine(batch_[next_]);
+            else if (!batch_.empty() && !reply_.empty())
                 reply_ += ']';
+        } catch (const Cancelled&) {
+            reply_.clear();
+            next_ = count_;
         } catch (...) {
             giveUp();
         }
@@ -81,90 +86,108 @@ public:
     std::string takeReply() { return std::move(reply_); }
 
 private:
-    void read(std::string_view text) {
-        boost::system::error_code failure;
-        const auto& document = document_.emplace(parseJson(text, &memory_, failure));
+    static inline const std::atomic<bool> nobodyGone = false;
+
+    void read() {
+        const auto failure = checkJson(text_);
         if (failure) {
             reply_ = refuse("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
-        } else if (const auto* batch = document.if_array(); batch == nullptr) {
+            return;
+        }
+        const JsonValue document(text_);
+        if (!document.isArray()) {
             count_ = 1;
-            envelope_ = examine(document);
-        } else if (batch->empty() || batch->size() > limits_.batch) {
+            examine(document);
+            return;
+        }
+        batch_ = document.getElements(limits_.batch + 1);
+        if (batch_.empty()) {
+            reply_ = refuse("null", IRPC::InvalidRequest, "the batch is empty");
+        } else if (batch_.size() > limits_.batch) {
             reply_ = refuse("null", IRPC::InvalidRequest,
-                            batch->empty()
-                                ? "the batch is empty"
-                                : "the batch has more than " + std::to_string(limits_.batch) + " messages");
+                            "the batch has more than " + std::to_string(limits_.batch) + " messages");
         } else {
-            batch_ = batch;
-            count_ = batch->size();
-            envelope_ = examine(batch->front());
+            count_ = batch_.size();
+            examine(batch_.front());
         }
     }
 
-    static Envelope examine(const json::value& value) {
-        Envelope envelope;
-        const auto* object = value.if_object();
-        if (object == nullptr) {
-            envelope.id = "null";
-            envelope.refusal = "the message is not a JSON object";
-            return envelope;
+    void examine(const JsonValue& value) {
+        envelope_ = {};
+        if (!value.isObject()) {
+            envelope_.id = "null";
+            envelope_.refusal = "the message is not a JSON object";
+            return;
         }
 
-        const auto* id = object->if_contains("id");
-        const bool idFits = id == nullptr || id->is_number() || id->is_string() || id->is_null();
+        const auto members = value.getMembers();
+        const auto* id = findMember(members, "id");
+        const bool idFits = id == nullptr || id->isNumber() || id->isString() || id->isNull();
         if (id != nullptr)
-            envelope.id = idFits ? json::serialize(*id) : "null";
+            envelope_.id = idFits ? id->getText() : "null";
+        // Room for the reply that is given when there is none left.
+        if (batch_.empty())
+            reply_.reserve(lackOfMemory.size() + envelope_.id.size());
 
-        const auto* version = object->if_contains("jsonrpc");
-        const auto* method = object->if_contains("method");
-        envelope.params = object->if_contains("params");
-        if (isEmptyArray(envelope.params))
-            envelope.params = nullptr;
+        std::string storage;
+        const auto* version = findMember(members, "jsonrpc");
+        const auto* method = findMember(members, "method");
+        const auto* params = findMember(members, "params");
+        if (params != nullptr && !(params->isArray() && params->getElements(1).empty()))
+            envelope_.params = *params;
         if (!idFits)
-            envelope.refusal = "member \"id\" is not a number, a string or null";
-        else if (version == nullptr || !version->is_string() || view(version->get_string()) != "2.0")
-            envelope.refusal = "member \"jsonrpc\" is not \"2.0\"";
-        else if (method == nullptr || !method->is_string())
-            envelope.refusal = "member \"method\" is not a string";
-        else if (envelope.params != nullptr && !envelope.params->is_structured())
-            envelope.refusal = "member \"params\" is not an object";
-        if (!envelope.refusal.empty()) {
+            envelope_.refusal = "member \"id\" is not a number, a string or null";
+        else if (version == nullptr || !version->isString() || version->readString(storage) != "2.0")
+            envelope_.refusal = "member \"jsonrpc\" is not \"2.0\"";
+        else if (method == nullptr || !method->isString())
+            envelope_.refusal = "member \"method\" is not a string";
+        else if (envelope_.params && !envelope_.params->isObject() && !envelope_.params->isArray())
+            envelope_.refusal = "member \"params\" is not an object";
+        if (!envelope_.refusal.empty()) {
             // What is no request cannot ask for silence either.
-            if (envelope.id.empty())
-                envelope.id = "null";
-            return envelope;
+            if (envelope_.id.empty())
+                envelope_.id = "null";
+            return;
         }
 
-        const auto name = view(method->get_string());
-        const auto colons = name.find("::");
+        envelope_.name = method->readString(unescapedName_);
+        const auto colons = envelope_.name.find("::");
         if (colons == std::string_view::npos) {
-            envelope.methodName = name;
+            envelope_.methodName = envelope_.name;
         } else {
-            envelope.interfaceName = name.substr(0, colons);
-            envelope.methodName = name.substr(colons + 2);
+            envelope_.interfaceName = envelope_.name.substr(0, colons);
+            envelope_.methodName = envelope_.name.substr(colons + 2);
         }
-        return envelope;
+    }
+
+    /// In a batch the want of memory is the answer to one request; the others may fare better.
+    std::string answerInAnyCase() {
+        try {
+            return peer_ != nullptr && peer_->observer != nullptr ? answerObserved() : answer();
+        } catch (const std::bad_alloc&) {
+            if (batch_.empty())
+                throw;
+            return envelope_.id.empty() ? std::string() : describeLackOfMemory({}, envelope_.id);
+        }
     }
 
     std::string answer() {
         if (!envelope_.refusal.empty())
-            return refuse(envelope_.id, IRPC::InvalidRequest, envelope_.refusal);
-        const auto* params = envelope_.params;
+            return refuse(std::string(envelope_.id), IRPC::InvalidRequest, std::string(envelope_.refusal));
+        const auto& params = envelope_.params;
         const auto budget = limits_.reply > reply_.size() ? limits_.reply - reply_.size() : 0;
         const IRPC::RPCSynchronousMethodObject method(
-            std::string(envelope_.interfaceName), std::string(envelope_.methodName), std::move(envelope_.id),
-            params == nullptr ? "{}" : json::serialize(*params), peer_, budget);
-        return params != nullptr && params->is_array() ? refuseList(method)
-                                                       : server_.handleRPCSynchronousMethod(method);
+            std::string(envelope_.interfaceName), std::string(envelope_.methodName),
+            std::string(envelope_.id), std::string(params ? params->getText() : "{}"), peer_, budget);
+        return params && params->isArray() ? refuseList(method) : server_.handleRPCSynchronousMethod(method);
     }
 
     std::string answerObserved() {
         using Clock = std::chrono::steady_clock;
-        const auto id = envelope_.id;
         const auto begin = Clock::now();
         auto reply = answer();
         peer_->observer->requestDone(
-            {envelope_.interfaceName, envelope_.methodName, id, reply, Clock::now() - begin});
+            {envelope_.interfaceName, envelope_.methodName, envelope_.id, reply, Clock::now() - begin});
         return reply;
     }
 
@@ -179,7 +202,7 @@ private:
     void add(std::string text) {
         if (text.empty())
             return;
-        if (batch_ == nullptr) {
+        if (batch_.empty()) {
             reply_ = std::move(text);
             return;
         }
@@ -187,29 +210,41 @@ private:
         reply_ += text;
     }
 
-    /// Ends the message with the reply that needs no memory.
+    /// Ends the message with the reply that needs no memory. Of a single request it carries the id,
+    /// so that its client knows which of its calls has failed.
     void giveUp() noexcept {
-        reply_.assign(outOfMemory);
+        const bool single = batch_.empty() && count_ == 1;
+        const bool hasRoom = reply_.capacity() >= lackOfMemory.size() + envelope_.id.size();
         next_ = count_;
+        reply_.clear();
+        if (!single || !hasRoom)
+            reply_ = describeLackOfMemory(std::move(reply_), nullId);
+        else if (!envelope_.id.empty())
+            reply_ = describeLackOfMemory(std::move(reply_), envelope_.id);
     }
 
+    static std::string describeLackOfMemory(std::string room, std::string_view id) {
+        room.append(lackOfMemory).insert(idPlace, id);
+        return room;
+    }
+
+    const std::string text_;
     RPCServer& server_;
     const std::shared_ptr<RPCPeer> peer_;
     const Limits limits_;
 
-    unsigned char buffer_[2048];
-    json::monotonic_resource memory_{buffer_, sizeof buffer_};
-    std::optional<json::value> document_; ///< lives in memory_, as everything that refers to it
-    const json::array* batch_ = nullptr; ///< null when the message is one request
+    bool isRead_ = false;
+    std::vector<JsonValue> batch_; ///< empty when the message is one request
     std::size_t count_ = 0; ///< requests in the message
     std::size_t next_ = 0;
     Envelope envelope_; ///< of the next request
+    std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;
 };
 
-RPCMessage::RPCMessage(std::string_view text, RPCServer& server, std::shared_ptr<RPCPeer> peer,
+RPCMessage::RPCMessage(std::string text, RPCServer& server, std::shared_ptr<RPCPeer> peer,
                        const Limits& limits)
-    : parts_(std::make_unique<Parts>(text, server, std::move(peer), limits)) {}
+    : parts_(std::make_unique<Parts>(std::move(text), server, std::move(peer), limits)) {}
 
 RPCMessage::~RPCMessage() = default;
 
@@ -219,6 +254,10 @@ bool RPCMessage::isDone() const noexcept {
 
 bool RPCMessage::needsTurn() const noexcept {
     return parts_->needsTurn();
+}
+
+bool RPCMessage::isQuick() const noexcept {
+    return parts_->isQuick();
 }
 
 void RPCMessage::step() noexcept {

@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <string_view>
 
 namespace Ostrel {
 
 /// One incoming JSON-RPC 2.0 message, a request or a batch, on its way to its reply.
 ///
-/// Its requests are carried out one after another by step(); between two steps the message
-/// may move to another thread, which lets each request run where its interface wants it.
+/// The first step() reads the text, and each of the others carries out one request; between two
+/// steps the message may move to another thread, which lets each request run where its interface
+/// wants it. Between steps it keeps the text, and no more of what stands in it.
 class RPCMessage {
 public:
     /// What a message may cost.
@@ -22,8 +22,10 @@ public:
         std::size_t batch = 100; ///< requests in a batch
     };
 
-    /// Parses the text, which may go away. Whatever is wrong with it becomes the reply.
-    RPCMessage(std::string_view text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits);
+    /// A longer text takes too long to be decoded where others wait for it.
+    static constexpr std::size_t smallText = IRPC::RPCSynchronousMethodObject::shortParameters; ///< bytes
+
+    RPCMessage(std::string text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits);
     ~RPCMessage();
 
     RPCMessage(const RPCMessage&) = delete;
@@ -32,10 +34,15 @@ public:
     /// Whether every request has been carried out.
     bool isDone() const noexcept;
 
-    /// Whether the next request must be carried out with the turn held. Not to be asked when done.
+    /// Whether the next step must be done with the turn held. Not to be asked when done.
     bool needsTurn() const noexcept;
 
-    /// Carries out the next request. Never throws.
+    /// Whether the next step is done in no time: what it decodes is short, and it waits for nobody.
+    /// Not to be asked when done.
+    bool isQuick() const noexcept;
+
+    /// Does the next step. Never throws; whatever is wrong becomes the reply. When the client has
+    /// gone, the message is done and has no reply.
     void step() noexcept;
 
     /// The reply's text, to be taken once when done; empty when there is nothing to reply.

@@ -1,5 +1,6 @@
 #include "Ostrel/rpc/RPCServer.h"
 
+#include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Mutex.h"
 #include "Ostrel/runtime/QuietExceptions.h"
@@ -83,6 +84,8 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     const HandlerScope scope(methodName);
     try {
         return (this->*handler->second)(method);
+    } catch (const Cancelled&) {
+        throw;
     } catch (...) {
         return IRPC::RPCErrorObject::forEscaped(method).serialize();
     }

@@ -53,6 +53,7 @@ public:
     ///
     /// The caller holds the turn unless isReadOnly() of the method's interface.
     /// @throws std::bad_alloc  there is no memory for the reply, not even for one that says so
+    /// @throws Cancelled       the client has gone, and the handler has noticed
     virtual std::string handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method);
 
     /// Called now and then by the host, with the turn held, for what a server does by itself;
@@ -63,6 +64,13 @@ public:
     /// at a time.
     bool isReadOnly(std::string_view interfaceName) const noexcept {
         return readOnlyInterfaces.find(interfaceName) != readOnlyInterfaces.end();
+    }
+
+    /// Whether that method may wait for others to finish. It does so without the turn, see
+    /// Turn::Pause, and is carried out where that holds up nobody.
+    /// @param name  interface and method, "INTERFACE::METHOD"
+    bool mayWait(std::string_view name) const noexcept {
+        return waitingMethods.find(name) != waitingMethods.end();
     }
 
     const std::string& getName() const { return name_; }
@@ -77,6 +85,8 @@ public:
 protected:
     std::map<std::string, MethodMap> methods; ///< by interface name; written by the constructor only
     std::set<std::string, std::less<>> readOnlyInterfaces; ///< written by the constructor only
+    /// The methods that mayWait(); written by the constructor only.
+    std::set<std::string, std::less<>> waitingMethods;
 
 private:
     const std::string name_;

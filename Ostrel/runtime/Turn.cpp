@@ -22,6 +22,8 @@ Tickets& tickets() {
     return instance;
 }
 
+thread_local bool heldByThread = false;
+
 } // namespace
 
 void Turn::take() {
@@ -29,6 +31,7 @@ void Turn::take() {
     std::unique_lock lock(state.mutex);
     const auto number = state.next++;
     state.shown.wait(lock, [&] { return state.current == number; });
+    heldByThread = true;
 }
 
 bool Turn::tryTake() {
@@ -37,10 +40,12 @@ bool Turn::tryTake() {
     if (state.current != state.next)
         return false;
     ++state.next;
+    heldByThread = true;
     return true;
 }
 
 void Turn::give() {
+    heldByThread = false;
     auto& state = tickets();
     {
         const std::lock_guard lock(state.mutex);
@@ -53,6 +58,16 @@ unsigned Turn::countWaiting() {
     auto& state = tickets();
     const std::lock_guard lock(state.mutex);
     return state.next == state.current ? 0 : static_cast<unsigned>(state.next - state.current - 1);
+}
+
+Turn::Pause::Pause() : held_(heldByThread) {
+    if (held_)
+        give();
+}
+
+Turn::Pause::~Pause() {
+    if (held_)
+        take();
 }
 
 } // namespace Ostrel

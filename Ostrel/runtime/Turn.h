@@ -34,6 +34,22 @@ public:
         Hold(const Hold&) = delete;
         Hold& operator=(const Hold&) = delete;
     };
+
+    /// Gives the turn up for one scope, if the calling thread holds it, and waits for it at the end.
+    ///
+    /// For a handler that waits for others, or works for long on what is its own alone. What it
+    /// knows of the module may have changed when the scope ends.
+    class Pause {
+    public:
+        Pause();
+        ~Pause();
+
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+
+    private:
+        const bool held_;
+    };
 };
 
 } // namespace Ostrel

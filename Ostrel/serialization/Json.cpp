@@ -2,16 +2,10 @@
 
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/error.hpp>
-#include <boost/json/value_stack.hpp>
+#include <boost/json/parse.hpp>
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <optional>
-#include <string>
-#include <utility>
 
 namespace json = boost::json;
 
@@ -20,135 +14,48 @@ namespace Ostrel {
 namespace {
 
 constexpr std::size_t maximumDepth = 64;
-constexpr std::size_t stackBytes = 1024; ///< of values being built, before the heap is asked
+constexpr std::string_view blanks = " \t\r\n";
 
 using Error = boost::system::error_code;
 using Text = json::string_view;
 
-/// The decimal value of a number's text: digits * 10^power, without zeros at either end.
-struct Decimal {
-    explicit Decimal(std::string_view text) : negative(text.front() == '-') {
-        const auto mark = text.find_first_of("eE");
-        const auto mantissa = text.substr(0, mark);
-        const auto first = mantissa.find_first_of("123456789");
-        if (first == mantissa.npos)
-            return;
-        const auto last = mantissa.find_last_of("123456789");
-        digits = mantissa.substr(first, last - first + 1);
-
-        const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
-        const auto place = static_cast<std::int64_t>(last);
-        power = place < point ? point - place - 1 : point - place;
-        if (mark != text.npos) {
-            const auto exponent = text.substr(text[mark + 1] == '+' ? mark + 2 : mark + 1);
-            std::int64_t value = 0; // the parser takes no exponent beyond an int
-            std::from_chars(exponent.data(), exponent.data() + exponent.size(), value);
-            power += value;
-        }
-    }
-
-    bool isIntegral() const { return digits.empty() || power >= 0; }
-
-    /// The absolute value of an integer; nothing when it needs more than 64 bits.
-    std::optional<std::uint64_t> magnitude() const {
-        std::uint64_t value = 0;
-        for (const char c : digits)
-            if (c != '.' && !append(value, static_cast<unsigned>(c - '0')))
-                return std::nullopt;
-        // The value is not 0 here, so that a huge power ends this after 20 rounds.
-        for (std::int64_t i = 0; i < power; ++i)
-            if (!append(value, 0))
-                return std::nullopt;
-        return value;
-    }
-
-    bool negative;
-    std::string_view digits; ///< may hold the point; empty when the value is 0
-    std::int64_t power = 0; ///< of ten, for the last digit
-
-private:
-    static bool append(std::uint64_t& value, unsigned digit) {
-        if (value > (std::numeric_limits<std::uint64_t>::max() - digit) / 10)
-            return false;
-        value = 10 * value + digit;
-        return true;
-    }
-};
-
-/// Builds the value that the parser reads.
-class Builder {
+/// Lets the parser go through a text, and keeps nothing of it.
+class Checker {
 public:
-    static constexpr std::size_t max_object_size = json::object::max_size();
-    static constexpr std::size_t max_array_size = json::array::max_size();
-    static constexpr std::size_t max_key_size = json::string::max_size();
-    static constexpr std::size_t max_string_size = json::string::max_size();
-
-    explicit Builder(json::storage_ptr storage) : stack_({}, buffer_, sizeof buffer_) {
-        stack_.reset(std::move(storage));
-    }
-
-    json::value release() { return stack_.release(); }
+    static constexpr std::size_t max_object_size = std::numeric_limits<std::size_t>::max();
+    static constexpr std::size_t max_array_size = max_object_size;
+    static constexpr std::size_t max_key_size = max_object_size;
+    static constexpr std::size_t max_string_size = max_object_size;
 
     bool on_document_begin(Error&) { return true; }
     bool on_document_end(Error&) { return true; }
     bool on_object_begin(Error&) { return true; }
-    bool on_object_end(std::size_t size, Error&) { return stack_.push_object(size), true; }
+    bool on_object_end(std::size_t, Error&) { return true; }
     bool on_array_begin(Error&) { return true; }
-    bool on_array_end(std::size_t size, Error&) { return stack_.push_array(size), true; }
-    bool on_key_part(Text part, std::size_t, Error&) { return stack_.push_chars(part), true; }
-    bool on_key(Text rest, std::size_t, Error&) { return stack_.push_key(rest), true; }
-    bool on_string_part(Text part, std::size_t, Error&) { return stack_.push_chars(part), true; }
-    bool on_string(Text rest, std::size_t, Error&) { return stack_.push_string(rest), true; }
+    bool on_array_end(std::size_t, Error&) { return true; }
+    bool on_key_part(Text, std::size_t, Error&) { return true; }
+    bool on_key(Text, std::size_t, Error&) { return true; }
+    bool on_string_part(Text, std::size_t, Error&) { return true; }
+    bool on_string(Text, std::size_t, Error&) { return true; }
     bool on_number_part(Text, Error&) { return true; }
-    bool on_int64(std::int64_t value, Text, Error&) { return stack_.push_int64(value), true; }
-    bool on_uint64(std::uint64_t value, Text, Error&) { return stack_.push_uint64(value), true; }
-    bool on_double(double rounded, Text text, Error&) {
-        pushNumber(rounded, Decimal({text.data(), text.size()}));
-        return true;
-    }
-    bool on_bool(bool value, Error&) { return stack_.push_bool(value), true; }
-    bool on_null(Error&) { return stack_.push_null(), true; }
+    bool on_int64(std::int64_t, Text, Error&) { return true; }
+    bool on_uint64(std::uint64_t, Text, Error&) { return true; }
+    bool on_double(double, Text, Error&) { return true; }
+    bool on_bool(bool, Error&) { return true; }
+    bool on_null(Error&) { return true; }
     bool on_comment_part(Text, Error&) { return true; }
     bool on_comment(Text, Error&) { return true; }
-
-private:
-    void pushNumber(double rounded, const Decimal& exact) {
-        // Infinity could not be written again: JSON has no text for it.
-        constexpr auto largest = std::numeric_limits<double>::max();
-        rounded = std::clamp(rounded, -largest, largest);
-        if (!exact.isIntegral()) {
-            // What was rounded to an integer must not pass for one, nor does its text when the
-            // value is written again.
-            if (std::trunc(rounded) == rounded && std::abs(rounded) < 0x1p64)
-                rounded = exact.negative ? -0.5 : 0.5;
-            stack_.push_double(rounded);
-            return;
-        }
-        constexpr std::uint64_t signedLimit = std::uint64_t{1} << 63;
-        const auto magnitude = exact.magnitude();
-        if (!magnitude || (exact.negative && *magnitude > signedLimit))
-            stack_.push_double(rounded);
-        else if (exact.negative)
-            stack_.push_int64(static_cast<std::int64_t>(0 - *magnitude));
-        else if (*magnitude < signedLimit)
-            stack_.push_int64(static_cast<std::int64_t>(*magnitude));
-        else
-            stack_.push_uint64(*magnitude);
-    }
-
-    unsigned char buffer_[stackBytes];
-    json::value_stack stack_;
 };
 
-json::value parseOnce(std::string_view text, json::storage_ptr storage, Error& error) {
+Error checkOnce(std::string_view text) {
     json::parse_options options;
     options.max_depth = maximumDepth;
-    json::basic_parser<Builder> parser(options, std::move(storage));
-    error.clear();
+    json::basic_parser<Checker> parser(options);
+    Error error;
     const auto size = parser.write_some(false, text.data(), text.size(), error);
     if (!error && size < text.size())
         error = json::error::extra_data;
-    return error ? json::value(nullptr) : parser.handler().release();
+    return error;
 }
 
 bool isDigit(char c) {
@@ -181,14 +88,150 @@ std::string clampExponents(std::string_view text) {
     return out;
 }
 
+/// Reads a JSON number as an integer, exactly; nothing when it is none or needs more than 63 bits.
+std::optional<std::int64_t> readInteger(std::string_view number) {
+    const auto mark = number.find_first_of("eE");
+    const auto mantissa = number.substr(0, mark);
+    const auto first = mantissa.find_first_of("123456789");
+    if (first == mantissa.npos)
+        return 0;
+    const auto last = mantissa.find_last_of("123456789");
+
+    // The value is that of the digits from first to last, times ten to this power.
+    const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+    const auto place = static_cast<std::int64_t>(last);
+    std::int64_t power = place < point ? point - place - 1 : point - place;
+    if (mark != number.npos) {
+        const auto exponent = number.substr(number[mark + 1] == '+' ? mark + 2 : mark + 1);
+        std::int64_t shift = 0;
+        if (std::from_chars(exponent.data(), exponent.data() + exponent.size(), shift).ec != std::errc() ||
+            __builtin_add_overflow(power, shift, &power))
+            return std::nullopt; // no text is long enough to make up for it
+    }
+    if (power < 0)
+        return std::nullopt;
+
+    const bool negative = number.front() == '-';
+    std::int64_t value = 0;
+    const auto append = [&](int digit) {
+        return !__builtin_mul_overflow(value, 10, &value) &&
+               !__builtin_add_overflow(value, negative ? -digit : digit, &value);
+    };
+    for (const char c : mantissa.substr(first, last - first + 1))
+        if (c != '.' && !append(c - '0'))
+            return std::nullopt;
+    // The value is not 0 here, so that a huge power ends this after 19 rounds.
+    for (; power > 0; --power)
+        if (!append(0))
+            return std::nullopt;
+    return value;
+}
+
+std::size_t skipString(std::string_view text, std::size_t at) {
+    for (++at; text[at] != '"'; ++at)
+        if (text[at] == '\\')
+            ++at;
+    return at + 1;
+}
+
+/// Where the value ends that begins there.
+std::size_t skipValue(std::string_view text, std::size_t at) {
+    if (text[at] == '"')
+        return skipString(text, at);
+    if (text[at] != '{' && text[at] != '[')
+        return std::min(text.find_first_of(",]} \t\r\n", at), text.size());
+    for (int depth = 0;;) {
+        const char c = text[at];
+        if (c == '"') {
+            at = skipString(text, at);
+            continue;
+        }
+        ++at;
+        if (c == '{' || c == '[')
+            ++depth;
+        else if ((c == '}' || c == ']') && --depth == 0)
+            return at;
+    }
+}
+
 } // namespace
 
-json::value parseJson(std::string_view text, json::storage_ptr storage, Error& error) {
-    auto value = parseOnce(text, storage, error);
+Error checkJson(std::string_view text) {
+    const auto error = checkOnce(text);
     // JSON bounds no exponent, but the parser does.
-    if (error == json::error::exponent_overflow)
-        value = parseOnce(clampExponents(text), std::move(storage), error);
-    return value;
+    return error == json::error::exponent_overflow ? checkOnce(clampExponents(text)) : error;
+}
+
+JsonValue::JsonValue(std::string_view text) : text_(text) {
+    text_.remove_prefix(text_.find_first_not_of(blanks));
+    text_ = text_.substr(0, text_.find_last_not_of(blanks) + 1);
+}
+
+std::optional<bool> JsonValue::asBool() const {
+    if (text_.front() != 't' && text_.front() != 'f')
+        return std::nullopt;
+    return text_.front() == 't';
+}
+
+std::optional<std::int64_t> JsonValue::asInt64() const {
+    return isNumber() ? readInteger(text_) : std::nullopt;
+}
+
+std::optional<std::string> JsonValue::asString() const {
+    if (!isString())
+        return std::nullopt;
+    std::string storage;
+    const auto value = readString(storage);
+    return storage.empty() ? std::string(value) : std::move(storage);
+}
+
+std::string_view JsonValue::readString(std::string& storage) const {
+    const auto inside = text_.substr(1, text_.size() - 2);
+    if (inside.find('\\') == std::string_view::npos)
+        return inside;
+    const auto value = json::parse({text_.data(), text_.size()});
+    storage.assign(value.get_string().data(), value.get_string().size());
+    return storage;
+}
+
+/// Goes to the item that comes next; false when there is none any more.
+bool JsonValue::findItem(std::size_t& at) const {
+    at = text_.find_first_not_of(" \t\r\n,:", at);
+    return text_[at] != ']' && text_[at] != '}';
+}
+
+JsonValue JsonValue::takeItem(std::size_t& at) const {
+    const auto begin = at;
+    at = skipValue(text_, at);
+    return JsonValue(text_.substr(begin, at - begin));
+}
+
+std::vector<JsonValue> JsonValue::getElements(std::size_t limit) const {
+    std::vector<JsonValue> elements;
+    for (std::size_t at = 1; elements.size() < limit && findItem(at);)
+        elements.push_back(takeItem(at));
+    return elements;
+}
+
+std::vector<JsonMember> JsonValue::getMembers() const {
+    std::vector<JsonMember> members;
+    for (std::size_t at = 1; findItem(at);) {
+        const auto key = takeItem(at);
+        findItem(at);
+        members.push_back({key, takeItem(at)});
+    }
+    return members;
+}
+
+bool JsonMember::isNamed(std::string_view name) const {
+    std::string storage;
+    return key.readString(storage) == name;
+}
+
+const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name) {
+    const auto found = std::find_if(members.rbegin(), members.rend(),
+                                    [&](const JsonMember& member) { return member.isNamed(name); });
+    return found == members.rend() ? nullptr : &found->value;
 }
 
 } // namespace Ostrel

@@ -1,24 +1,88 @@
 #pragma once
 
-#include <boost/json/storage_ptr.hpp>
-#include <boost/json/value.hpp>
 #include <boost/system/error_code.hpp>
 
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Ostrel {
 
-/// Parses a whole text as JSON, strictly as RFC 8259 has it: valid UTF-8, no byte order mark,
-/// nothing behind the value, nested at most 64 deep. Of duplicate members the last one counts.
-///
-/// Numbers are exact: one whose decimal value is an integer within 64 bits is held as an
-/// integer (1.0, 100e-2 and -0.0 too), every other one as a double that no rounding has made
-/// an integer within 64 bits.
-///
-/// @param storage  where the value lives
-/// @param error    cleared, or what is wrong with the text; then the value is null
+/// Says what keeps a whole text from being JSON, strictly as RFC 8259 has it: valid UTF-8, no byte
+/// order mark, nothing behind the value, nested at most 64 deep. No error when it is JSON.
 /// @throws std::bad_alloc
-boost::json::value parseJson(std::string_view text, boost::json::storage_ptr storage,
-                             boost::system::error_code& error);
+boost::system::error_code checkJson(std::string_view text);
+
+struct JsonMember;
+
+/// A value inside a text that checkJson() has found to be right. It refers into the text, keeps
+/// nothing, and reads what it is asked for: no tree is built, so that a text costs little more than
+/// its own bytes, whatever stands in it.
+class JsonValue {
+public:
+    /// @param text  a whole JSON text; must outlive the value
+    explicit JsonValue(std::string_view text);
+
+    /// The value as it stands in the text.
+    std::string_view getText() const { return text_; }
+
+    bool isNull() const { return text_.front() == 'n'; }
+    bool isString() const { return text_.front() == '"'; }
+    bool isArray() const { return text_.front() == '['; }
+    bool isObject() const { return text_.front() == '{'; }
+    bool isNumber() const { return !isNull() && !isString() && !isArray() && !isObject() && !asBool(); }
+
+    std::optional<bool> asBool() const;
+
+    /// A number whose value is an integer within the type's range: 1.0, 100e-2 and -0.0 are some too.
+    template <std::integral T> std::optional<T> asInteger() const {
+        const auto value = asInt64();
+        if (!value || !std::in_range<T>(*value))
+            return std::nullopt;
+        return static_cast<T>(*value);
+    }
+
+    std::optional<std::string> asString() const;
+
+    /// A string's value without a copy where that can be: in the text, or in the storage when it has
+    /// escapes. Only for strings.
+    std::string_view readString(std::string& storage) const;
+
+    /// An array's elements, in order; no more than so many. Only for arrays.
+    std::vector<JsonValue> getElements(std::size_t limit = std::numeric_limits<std::size_t>::max()) const;
+
+    /// Calls back with each element of an array, in order. Only for arrays.
+    template <class Visit> void forEachElement(Visit visit) const {
+        for (std::size_t at = 1; findItem(at);)
+            visit(takeItem(at));
+    }
+
+    /// An object's members, in order, each as often as it stands there. Only for objects.
+    std::vector<JsonMember> getMembers() const;
+
+private:
+    std::optional<std::int64_t> asInt64() const;
+    bool findItem(std::size_t& at) const;
+    JsonValue takeItem(std::size_t& at) const;
+
+    std::string_view text_; ///< without blanks around it
+};
+
+/// A member of an object.
+struct JsonMember {
+    JsonValue key; ///< a string
+    JsonValue value;
+
+    bool isNamed(std::string_view name) const;
+};
+
+/// Finds the member that counts, which is the last one of that name; null when there is none.
+const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name);
 
 } // namespace Ostrel

@@ -22,7 +22,8 @@ using boost::system::error_code;
 
 Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddress,
                        std::shared_ptr<RPCPeer> peer)
-    : hub_(hub), limits_(hub.getLimits()), socket_(std::move(socket)), peer_(std::move(peer)),
+    : hub_(hub), limits_(hub.getLimits()), socket_(std::move(socket)),
+      client_(std::make_shared<Lanes::Client>(std::move(peer))),
       http_(hub.getAdmission(), hub.getAdvice(), std::move(localAddress)),
       reader_(std::make_unique<HttpReader>(*this)), output_(*this) {}
 
@@ -107,7 +108,9 @@ void Connection::close() noexcept {
     phase_ = Phase::Closed;
     if (webSocket_ != nullptr)
         webSocket_->unsubscribe();
-    peer_.reset();
+    if (client_ != nullptr)
+        hub_.getLanes().leave(*client_);
+    client_.reset();
     error_code ignored;
     socket_.close(ignored);
     output_.clear();
@@ -319,7 +322,7 @@ void Connection::work(RPCServer& server, std::string_view text) {
         }
     };
     if (auto reply =
-            hub_.getLanes().carryOut(text, server, peer_, {limits_.reply, limits_.batch}, std::move(done)))
+            hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch}, std::move(done)))
         replyCame(std::move(*reply));
 }
 

@@ -2,6 +2,7 @@
 
 #include "Ostrel/transport/Conversation.h"
 #include "Ostrel/transport/Http.h"
+#include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/Output.h"
 
 #include <array>
@@ -90,7 +91,7 @@ private:
     ConnectionHub& hub_;
     const Limits& limits_;
     Socket socket_;
-    std::shared_ptr<RPCPeer> peer_; ///< null when closed
+    std::shared_ptr<Lanes::Client> client_; ///< null when closed
 
     Phase phase_ = Phase::ReadingHead;
     Clock::time_point deadline_ = Clock::time_point::max(); ///< of the phase

@@ -1,119 +1,210 @@
 #include "Ostrel/transport/Lanes.h"
 
-#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Turn.h"
 
-#include <boost/asio/post.hpp>
-
 #include <algorithm>
-#include <new>
-#include <thread>
+#include <cmath>
+#include <limits>
+#include <string>
 #include <utility>
+
+#include <pthread.h>
 
 namespace Ostrel {
 
 namespace {
 
-/// A longer text is parsed elsewhere: it would hold up everybody.
-constexpr std::size_t smallText = 4096;
+constexpr double quickMilliseconds = 50; ///< who has used less of late is quick
+constexpr double leastMilliseconds = 0.01; ///< less makes no difference
+constexpr std::chrono::duration<double> halfLife{1}; ///< of time that was used
+
+double toMilliseconds(Lanes::Client::Clock::duration time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
 
 } // namespace
 
-Lanes::Lanes() : turn_(1), readers_(std::clamp(std::thread::hardware_concurrency(), 2u, 8u)) {}
+// Clients
+
+Lanes::Client::Client(std::shared_ptr<RPCPeer> peer, Clock::time_point now) : peer_(std::move(peer)) {
+    setUsed(2 * quickMilliseconds, now);
+}
+
+// Urgency is the logarithm of the time used, and grows as that fades: it can be compared without
+// a look at the clock, and while a client waits it stays the same.
+double Lanes::Client::getUsed(Clock::time_point now) const {
+    return std::exp2(urgency_ - now.time_since_epoch() / halfLife);
+}
+
+void Lanes::Client::setUsed(double milliseconds, Clock::time_point now) {
+    urgency_ = std::log2(std::max(milliseconds, leastMilliseconds)) + now.time_since_epoch() / halfLife;
+}
+
+void Lanes::Client::charge(Clock::duration time, Clock::time_point now) {
+    setUsed(getUsed(now) + toMilliseconds(time), now);
+}
+
+bool Lanes::Client::isQuick(Clock::time_point now) const {
+    return getUsed(now) < quickMilliseconds;
+}
+
+// Lanes
+
+unsigned Lanes::countProcessors() {
+    return std::clamp(std::thread::hardware_concurrency(), 2u, 8u);
+}
+
+Lanes::Lanes(unsigned readers) : turn_{.mostDear = 1}, readers_{.mostDear = readers} {
+    const auto add = [this](Lane& lane, const std::string& name) {
+        threads_.emplace_back([this, &lane] { run(lane); });
+        pthread_setname_np(threads_.back().native_handle(), name.c_str());
+    };
+    try {
+        threads_.reserve(2 + readers_.mostDear);
+        add(turn_, "turn");
+        for (unsigned number = 1; number <= readers_.mostDear + 1; ++number)
+            add(readers_, "reader " + std::to_string(number));
+    } catch (...) {
+        stop();
+        throw;
+    }
+}
 
 Lanes::~Lanes() {
     stop();
 }
 
+void Lanes::beginStop() {
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    turn_.wanted.notify_all();
+    readers_.wanted.notify_all();
+}
+
 void Lanes::stop() {
-    stopping_ = true;
-    turn_.stop();
-    readers_.stop();
-    turn_.join();
-    readers_.join();
+    beginStop();
+    for (auto& thread : threads_)
+        if (thread.joinable())
+            thread.join();
 }
 
 std::optional<std::string> Lanes::carryOut(std::string_view text, RPCServer& server,
-                                           std::shared_ptr<RPCPeer> peer, const RPCMessage::Limits& limits,
-                                           Done done) {
-    if (text.size() > smallText) {
-        post(readers_, [this, text = std::string(text), &server, peer = std::move(peer), limits,
-                        done = std::move(done)] {
-            work(std::make_shared<RPCMessage>(text, server, peer, limits), done, readers_);
-        });
-        return std::nullopt;
-    }
-
-    auto message = std::make_shared<RPCMessage>(text, server, std::move(peer), limits);
-    // While a message is on the lanes this thread must not run handlers: one that deletes a
-    // context waits for its readers. Of a batch only the first request is tried here.
-    if (!message->isDone() && message->needsTurn() && busy_ == 0 && Turn::tryTake()) {
+                                           const std::shared_ptr<Client>& client,
+                                           const RPCMessage::Limits& limits, Done done) {
+    auto message = std::make_unique<RPCMessage>(std::string(text), server, client->getPeer(), limits);
+    if (text.size() <= RPCMessage::smallText) {
         message->step();
-        Turn::give();
+        // Of a batch only the first request is tried here.
+        if (!message->isDone() && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
+            message->step();
+            Turn::give();
+        }
+        if (message->isDone())
+            return message->takeReply();
     }
-    if (message->isDone())
-        return message->takeReply();
-    goOn(std::move(message), std::move(done));
+    enqueue({.client = client, .message = std::move(message), .done = std::move(done)});
     return std::nullopt;
 }
 
-template <class Work> void Lanes::post(boost::asio::thread_pool& lane, Work work) {
-    ++busy_;
-    try {
-        boost::asio::post(lane, [this, work = std::move(work)] {
-            try {
-                work();
-            } catch (...) {
-                ostrelDebugPrint(DebugLevel::Error, "Lanes", "Lanes", __LINE__,
-                                 "%s(): caught unknown exception\n", "work");
-            }
-            --busy_;
+void Lanes::leave(Client& client) noexcept {
+    Queue::node_type dropped; // outlives the lock: it may hold the last of its connection
+    const std::lock_guard lock(mutex_);
+    client.getPeer()->gone = true;
+    for (auto* lane : {&turn_, &readers_}) {
+        const auto found = std::find_if(lane->queue.begin(), lane->queue.end(), [&](const auto& entry) {
+            return entry.second.client.get() == &client;
         });
-    } catch (...) {
-        --busy_;
-        throw;
+        if (found != lane->queue.end())
+            dropped = lane->queue.extract(found);
     }
 }
 
-void Lanes::goOn(Message message, Done done) {
-    auto& lane = laneOf(*message);
-    post(lane,
-         [this, message = std::move(message), done = std::move(done), &lane] { work(message, done, lane); });
+void Lanes::post(std::function<void()> chore) {
+    enqueue({.chore = std::move(chore)});
 }
 
-boost::asio::thread_pool& Lanes::laneOf(const RPCMessage& message) {
-    return message.needsTurn() ? turn_ : readers_;
+void Lanes::enqueue(Job job) {
+    Queue one;
+    one.emplace(0, std::move(job));
+    const std::lock_guard lock(mutex_);
+    push(one.extract(one.begin()));
 }
 
-void Lanes::work(const Message& message, const Done& done, const boost::asio::thread_pool& lane) {
-    while (!message->isDone()) {
+/// A job keeps its place in memory as it goes from queue to queue, so that nothing can fail once
+/// it is in the first. With the lock held.
+void Lanes::push(Queue::node_type job) {
+    auto& [client, message, done, chore, isDear] = job.mapped();
+    auto& lane = message != nullptr && message->needsTurn() && message->isQuick() ? turn_ : readers_;
+    job.key() = client != nullptr ? client->getUrgency() : std::numeric_limits<double>::lowest();
+    isDear = false;
+    lane.queue.insert(std::move(job));
+    lane.wanted.notify_one();
+}
+
+void Lanes::run(Lane& lane) {
+    std::unique_lock lock(mutex_);
+    while (auto job = takeJob(lane, lock)) {
+        lock.unlock();
+        const auto took = work(job.mapped());
+        lock.lock();
+        handBack(lane, std::move(job), took, lock);
+    }
+}
+
+/// Waits for a job that one more thread may do; empty at the end. With the lock held.
+Lanes::Queue::node_type Lanes::takeJob(Lane& lane, std::unique_lock<std::mutex>& lock) {
+    for (;;) {
         if (stopping_)
-            return;
-        if (&laneOf(*message) != &lane) {
-            try {
-                goOn(message, done);
-                return;
-            } catch (const std::bad_alloc&) {
-                // The other lane would be better, but this one will do.
+            return {};
+        if (!lane.queue.empty()) {
+            // When the first is too dear to be done now, so are all behind it.
+            const auto first = lane.queue.begin();
+            auto& job = first->second;
+            job.isDear = job.client != nullptr && !job.client->isQuick(Client::Clock::now());
+            if (!job.isDear || lane.dear < lane.mostDear) {
+                lane.dear += job.isDear ? 1 : 0;
+                return lane.queue.extract(first);
             }
         }
-        if (message->needsTurn()) {
-            const Turn::Hold hold;
-            message->step();
-        } else {
-            message->step();
-        }
+        lane.wanted.wait(lock);
     }
-    done(message->takeReply());
 }
 
-void Lanes::housekeep() {
-    post(turn_, [] {
-        for (auto* server : RPCServer::running()) {
-            const Turn::Hold hold;
-            server->housekeep();
-        }
-    });
+/// Does one step of a job and returns how long it took, without the wait for the turn.
+Lanes::Client::Clock::duration Lanes::work(Job& job) {
+    using Clock = Client::Clock;
+    if (job.message == nullptr) {
+        job.chore();
+        return {};
+    }
+    std::optional<Turn::Hold> turn;
+    if (job.message->needsTurn())
+        turn.emplace();
+    const auto begin = Clock::now();
+    job.message->step();
+    return Clock::now() - begin;
+}
+
+/// Sees to what is left of a job after a step. With the lock held, though not while a reply is
+/// handed over.
+void Lanes::handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
+                     std::unique_lock<std::mutex>& lock) {
+    auto& [client, message, done, chore, isDear] = job.mapped();
+    lane.dear -= isDear ? 1 : 0;
+    if (client != nullptr)
+        client->charge(took, Client::Clock::now());
+    const bool isLeft = client == nullptr || client->getPeer()->gone;
+    if (!isLeft && !message->isDone()) {
+        push(std::move(job));
+        return;
+    }
+    lock.unlock();
+    if (!isLeft)
+        done(message->takeReply());
+    job = {}; // perhaps the last of a connection
+    lock.lock();
 }
 
 } // namespace Ostrel

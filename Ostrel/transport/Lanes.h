@@ -2,58 +2,125 @@
 
 #include "Ostrel/rpc/RPCMessage.h"
 
-#include <boost/asio/thread_pool.hpp>
-
-#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 namespace Ostrel {
 
-/// Carries messages out: a small request on the caller's own thread, where nothing else runs
-/// module code, which saves it two changes of thread; everything else on threads where waiting
-/// hurts nobody. What needs the turn has a thread of its own; what only reads shares a few.
+/// Carries messages out: a quick request on the caller's own thread where the turn is free, which
+/// saves it two changes of thread; everything else on threads where waiting hurts nobody. What
+/// needs the turn and is quick has a thread of its own; all else shares a few.
+///
+/// Among those who wait, the client goes first that has used least of these threads' time lately;
+/// of a batch the requests line up one by one. So a dear request delays its own client; and one
+/// thread is kept for the clients whose requests are quick.
 class Lanes {
 public:
     /// Takes the reply's text; empty when there is nothing to reply.
     using Done = std::function<void(std::string reply)>;
 
-    Lanes();
+    /// One client as the lanes know it: who it is, and how much of their time it has taken.
+    class Client {
+    public:
+        using Clock = std::chrono::steady_clock;
+
+        explicit Client(std::shared_ptr<RPCPeer> peer, Clock::time_point now = Clock::now());
+
+        const std::shared_ptr<RPCPeer>& getPeer() const { return peer_; }
+
+        /// Adds to the time that the client has used. What it used a second ago counts half.
+        void charge(Clock::duration time, Clock::time_point now);
+
+        /// Lower goes first. It compares with that of others at any time, since what all of them have used
+        /// fades alike.
+        double getUrgency() const { return urgency_; }
+
+        /// Whether it has used little of late. A client that has just come has not shown that it does.
+        bool isQuick(Clock::time_point now) const;
+
+    private:
+        double getUsed(Clock::time_point now) const;
+        void setUsed(double milliseconds, Clock::time_point now);
+
+        const std::shared_ptr<RPCPeer> peer_;
+        double urgency_ = 0;
+    };
+
+    /// From two to eight.
+    static unsigned countProcessors();
+
+    /// @param readers  how many threads may be busy with dear requests at a time, at least one
+    /// @throws std::system_error  the system has no threads left
+    explicit Lanes(unsigned readers = countProcessors());
     ~Lanes();
 
     Lanes(const Lanes&) = delete;
     Lanes& operator=(const Lanes&) = delete;
 
-    /// Carries every request of the message out.
+    /// Carries every request of the message out. A client has one message here at a time.
     /// @param text  may go away
-    /// @param done  called on another thread, unless the message was done here; must not throw
+    /// @param done  called on another thread, unless the message was done here or the client has
+    ///              left; must not throw
     /// @returns the reply when the message was done here
     std::optional<std::string> carryOut(std::string_view text, RPCServer& server,
-                                        std::shared_ptr<RPCPeer> peer, const RPCMessage::Limits& limits,
-                                        Done done);
+                                        const std::shared_ptr<Client>& client,
+                                        const RPCMessage::Limits& limits, Done done);
 
-    /// Lets every running server do what it does by itself.
-    void housekeep();
+    /// Drops what has not begun of the client's message, and lets what has begun know.
+    void leave(Client& client) noexcept;
 
-    /// Begins nothing any more and waits for the requests that are under way. What is left of
-    /// their messages is dropped.
+    /// Does something of the host's own where it holds up nobody. It must not throw.
+    void post(std::function<void()> chore);
+
+    /// Begins nothing any more. What is left of the messages is dropped.
+    void beginStop();
+
+    /// Begins to stop and waits for the requests that are under way.
     void stop();
 
 private:
-    using Message = std::shared_ptr<RPCMessage>;
+    /// A client's message, or a chore of the host's.
+    struct Job {
+        std::shared_ptr<Client> client = {}; ///< null for a chore
+        std::unique_ptr<RPCMessage> message = {}; ///< null for a chore
+        Done done = {};
+        std::function<void()> chore = {};
+        bool isDear = false; ///< while a thread has it: it is among those that Lane::dear counts
+    };
 
-    template <class Work> void post(boost::asio::thread_pool& lane, Work work);
-    void goOn(Message message, Done done);
-    boost::asio::thread_pool& laneOf(const RPCMessage& message);
-    void work(const Message& message, const Done& done, const boost::asio::thread_pool& lane);
+    /// By urgency: the first goes first.
+    using Queue = std::multimap<double, Job>;
 
-    std::atomic<unsigned> busy_ = 0; ///< messages on the lanes
-    std::atomic<bool> stopping_ = false;
-    boost::asio::thread_pool turn_;
-    boost::asio::thread_pool readers_;
+    /// Threads with a queue of their own.
+    struct Lane {
+        const unsigned mostDear; ///< how many may work for clients that are not quick
+        Queue queue = {};
+        unsigned dear = 0; ///< how many do
+        std::condition_variable wanted = {};
+    };
+
+    void enqueue(Job job);
+    void push(Queue::node_type job);
+    void run(Lane& lane);
+    Queue::node_type takeJob(Lane& lane, std::unique_lock<std::mutex>& lock);
+    static Client::Clock::duration work(Job& job);
+    void handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
+                  std::unique_lock<std::mutex>& lock);
+
+    std::mutex mutex_; ///< guards what follows, and what the lanes know of their clients
+    bool stopping_ = false;
+    Lane turn_;
+    Lane readers_;
+    std::vector<std::thread> threads_;
 };
 
 } // namespace Ostrel

@@ -1,6 +1,7 @@
 #include "Ostrel/transport/Listener.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/transport/Connection.h"
 #include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/Lanes.h"
@@ -259,8 +260,22 @@ private:
             if (stopping_)
                 return;
             housekeepLater();
-            lanes_.housekeep();
+            lanes_.post(&housekeep);
         });
+    }
+
+    /// Lets every running server do what it does by itself.
+    static void housekeep() noexcept {
+        try {
+            for (auto* server : RPCServer::running()) {
+                const Turn::Hold hold;
+                server->housekeep();
+            }
+        } catch (const std::exception& exception) {
+            complain("housekeep", exception.what());
+        } catch (...) {
+            complain("housekeep", "unknown");
+        }
     }
 
     void run() {

@@ -1,6 +1,7 @@
 #include "TV/server/ContextTable.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Turn.h"
 
 #include <random>
 #include <utility>
@@ -85,8 +86,11 @@ TVModuleContext* ContextTable::remove(std::uint32_t identifier) {
         slot = std::move(found->second);
         slots_.erase(found);
     }
-    while (const unsigned pins = slot->pins.load())
-        slot->pins.wait(pins);
+    if (slot->pins.load() > 0) {
+        const Turn::Pause pause; // a reader may take long, and others want the turn
+        while (const unsigned pins = slot->pins.load())
+            slot->pins.wait(pins);
+    }
     return slot->context;
 }
 

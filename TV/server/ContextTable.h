@@ -58,7 +58,7 @@ public:
     Pin pin(std::uint32_t identifier);
 
     /// From now on nobody finds the context; returns it when its last pin has gone. The caller
-    /// must not have it pinned.
+    /// must not have it pinned; it gives the turn up while it waits.
     /// @returns null when there is no such context
     TVModuleContext* remove(std::uint32_t identifier);
 

@@ -1,6 +1,7 @@
 #include "TV/server/TVRPCServer.h"
 
 #include "Ostrel/rpc/ParameterError.h"
+#include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/server/TVModule.h"
@@ -70,6 +71,7 @@ TVRPCServer::TVRPCServer(TVModule* module, ContextTable::Clock clock)
                 {"getGenreStringMapList", &TVRPCServer::getGenreStringMapList},
             });
     readOnlyInterfaces.insert("ITVGuide");
+    waitingMethods.insert("ITVService::deleteContext");
 }
 
 void TVRPCServer::publish(const std::string& interfaceName, MethodMap& group,
@@ -140,7 +142,7 @@ bool TVRPCServer::isScanRunning(TVModuleContext& context) const {
 std::string TVRPCServer::answerGuarded(const Call& call, const char* name, Lines lines, const Work& work) {
     std::string reply;
     try {
-        const auto request = deserialize<Request>(call.getParameters());
+        const auto request = decode<Request>(call.getParameters());
         const auto context = contexts_.pin(request.getContext());
         if (!context)
             refuseContext(name, lines.throwing);
@@ -151,6 +153,8 @@ std::string TVRPCServer::answerGuarded(const Call& call, const char* name, Lines
     } catch (const std::exception& exception) {
         logCaught(name, exception.what(), lines.catching);
         reply = IRPC::RPCErrorObject(call, exception.what()).serialize();
+    } catch (const Cancelled&) {
+        throw;
     } catch (...) {
         ostrelDebugPrint(DebugLevel::Error, moduleName, moduleName,
                          lines.catching != 0 ? lines.catching : __LINE__, caughtUnknownException, name);

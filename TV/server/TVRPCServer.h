@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "TV/server/ContextTable.h"
 #include "TV/server/TVServer.h"
@@ -93,10 +94,25 @@ private:
             if constexpr (std::is_invocable_v<Operation, TVModuleContext&>) {
                 return IRPC::RPCResultObject(call, operation(context)).serialize();
             } else {
-                Deserializer payload(text);
+                Deserializer payload = decode<Deserializer>(text);
                 return IRPC::RPCResultObject(call, operation(context, payload)).serialize();
             }
         });
+    }
+
+    /// Makes a T of a text. A long one takes a while and the turn is others' meanwhile.
+    template <typename T> static T decode(const std::string& text) {
+        if (text.size() <= Call::shortParameters)
+            return decodeNow<T>(text);
+        const Turn::Pause pause;
+        return decodeNow<T>(text);
+    }
+
+    template <typename T> static T decodeNow(const std::string& text) {
+        if constexpr (std::is_same_v<T, Deserializer>)
+            return Deserializer(text);
+        else
+            return deserialize<T>(text);
     }
 
     using Work = std::function<std::string(TVModuleContext& context, const std::string& payload)>;

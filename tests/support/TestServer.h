@@ -28,6 +28,9 @@ public:
     /// Sets what a method does: "echo", "first" or "second", in both interfaces.
     void on(const std::string& method, Handler handler) { handlers_[method] = std::move(handler); }
 
+    /// Declares a method, "INTERFACE::METHOD", to be one that may wait.
+    void letWait(const std::string& name) { waitingMethods.insert(name); }
+
     /// Answers the params' text as a JSON string.
     static std::string echo(const IRPC::RPCSynchronousMethodObject& call);
 

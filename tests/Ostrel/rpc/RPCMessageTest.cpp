@@ -20,7 +20,7 @@ namespace {
 using Call = IRPC::RPCSynchronousMethodObject;
 
 std::string replyTo(TestServer& server, std::string_view text, const RPCMessage::Limits& limits = {}) {
-    RPCMessage message(text, server, nullptr, limits);
+    RPCMessage message(std::string(text), server, nullptr, limits);
     while (!message.isDone())
         message.step();
     return message.takeReply();
@@ -291,6 +291,40 @@ TEST(RPCLogTest, StandardErrorShowsTheOutcomeAlone) {
                 testing::MatchesRegex("[^\n]* information [^\n]* Test::first refused: Invalid state\n"));
 }
 
+/// A server that has no memory left for a reply to "first".
+struct Starved : TestServer {
+    std::string handleRPCSynchronousMethod(const Call& call) override {
+        if (call.getMethodName() == "first")
+            throw std::bad_alloc();
+        return TestServer::handleRPCSynchronousMethod(call);
+    }
+};
+
+TEST(RPCMessageTest, AReplyForWhichThereIsNoMemorySaysWhichCallItWas) {
+    const auto lacking = [](const std::string& id) {
+        return R"({"jsonrpc":"2.0","id":)" + id + R"(,"error":{"code":-32603,"message":"Out of memory",)" +
+               R"("data":{"returnCode":3,"name":"OutOfMemory"}}})";
+    };
+    const auto request = [](const std::string& id, const std::string& method) {
+        return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"Test::)" + method + R"("})";
+    };
+    Starved server;
+    EXPECT_EQ(replyTo(server, request("7", "first")), lacking("7"));
+    const auto longId = '"' + std::string(1000, 'x') + '"';
+    EXPECT_EQ(replyTo(server, request(longId, "first")), lacking(longId));
+    EXPECT_EQ(replyTo(server, R"({"jsonrpc":"2.0","method":"Test::first"})"), "");
+    EXPECT_EQ(replyTo(server, '[' + request("1", "first") + ',' + request("2", "echo") + ']'),
+              '[' + lacking("1") + R"(,{"jsonrpc":"2.0","id":2,"result":"{}"}])");
+}
+
+TEST(RPCMessageTest, IdsGoBackAsTheyCame) {
+    TestServer server;
+    for (const char* id : {"1.50", "1e2", "-0", "12345678901234567890123", R"("\u0041\/")"})
+        EXPECT_EQ(
+            replyTo(server, std::string(R"({"jsonrpc":"2.0","id":)") + id + R"(,"method":"Test::echo"})"),
+            std::string(R"({"jsonrpc":"2.0","id":)") + id + R"(,"result":"{}"})");
+}
+
 TEST(RPCMessageTest, BatchAtItsLimitAndOnePast) {
     TestServer server;
     const auto batch = [](int size) {
@@ -355,6 +389,8 @@ TEST(RPCMessageTest, NeedsTheTurnUnlessTheInterfaceOnlyReads) {
     RPCMessage message(
         R"([{"jsonrpc":"2.0","id":1,"method":"Test::echo"},{"jsonrpc":"2.0","id":2,"method":"Reader::echo"}])",
         server, nullptr, {});
+    EXPECT_FALSE(message.needsTurn()); // to be read
+    message.step();
     EXPECT_TRUE(message.needsTurn());
     message.step();
     EXPECT_FALSE(message.needsTurn());

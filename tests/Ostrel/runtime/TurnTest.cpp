@@ -90,5 +90,21 @@ TEST(TurnTest, OneHoldsItAtATime) {
     EXPECT_EQ(Turn::countWaiting(), 0u);
 }
 
+TEST(TurnTest, APauseIsForOthers) {
+    Turn::take();
+    {
+        const Turn::Pause pause;
+        std::thread([] { const Turn::Hold turn; }).join(); // hangs without the pause
+    }
+    EXPECT_FALSE(Turn::tryTake());
+    Turn::give();
+}
+
+TEST(TurnTest, WhoDoesNotHoldItHasNothingToPause) {
+    { const Turn::Pause pause; }
+    EXPECT_TRUE(Turn::tryTake());
+    Turn::give();
+}
+
 } // namespace
 } // namespace Ostrel

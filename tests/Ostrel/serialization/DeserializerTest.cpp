@@ -208,7 +208,7 @@ TEST(DeserializerTest, EntersAndLeavesMembers) {
 TEST(DeserializerTest, AnObjectTextComesAsTextOrAsObject) {
     const Deserializer params(R"({"text":"{\"a\": 1}","object":{"b":[1.0,"x\n"]},"nonsense":"{"})");
     EXPECT_EQ(params.readObjectText("text"), R"({"a": 1})");
-    EXPECT_EQ(params.readObjectText("object"), R"({"b":[1,"x\n"]})");
+    EXPECT_EQ(params.readObjectText("object"), R"({"b":[1.0,"x\n"]})");
     EXPECT_EQ(params.readObjectText("nonsense"), "{");
     EXPECT_EQ(params.readObjectText("none"), "");
 }

@@ -1,6 +1,7 @@
 #include "TV/server/ContextTable.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Turn.h"
 #include "tests/TV/server/FakeModule.h"
 
 #include <gtest/gtest.h>
@@ -151,6 +152,22 @@ TEST_F(ContextTableTest, OthersAreServedWhileOneIsRemoved) {
     EXPECT_EQ(table.remove(other), &context);
     EXPECT_NE(add(), 0u);
 
+    pin.reset();
+    taker.join();
+}
+
+TEST_F(ContextTableTest, TheTurnIsOthersWhileARemovalWaits) {
+    const auto identifier = add();
+    std::optional<ContextTable::Pin> pin(table.pin(identifier));
+    std::thread taker([&] {
+        const Turn::Hold turn;
+        EXPECT_EQ(table.remove(identifier), &context);
+    });
+
+    while (table.pin(identifier))
+        std::this_thread::yield();
+    Turn::take(); // hangs where the removal keeps it
+    Turn::give();
     pin.reset();
     taker.join();
 }

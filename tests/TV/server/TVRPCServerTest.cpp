@@ -1,6 +1,8 @@
 #include "TV/server/TVRPCServer.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Cancellation.h"
+#include "Ostrel/runtime/Turn.h"
 #include "tests/TV/server/FakeModule.h"
 #include "tests/support/LogCapture.h"
 
@@ -371,6 +373,44 @@ TEST_F(TVRPCServerTest, DeletingWaitsForTheReadersOfTheContext) {
     deleter.join();
     EXPECT_EQ(contextsDuringTheCall, 1u);
     EXPECT_EQ(module.contexts, 0u);
+}
+
+TEST_F(TVRPCServerTest, OnlyDeletingAContextMayWait) {
+    EXPECT_TRUE(server.mayWait("ITVService::deleteContext"));
+    EXPECT_FALSE(server.mayWait("ITVService::createContext"));
+    EXPECT_FALSE(server.mayWait("ITVService::serviceListSet"));
+}
+
+TEST_F(TVRPCServerTest, LongTextsAreDecodedWhileOthersHaveTheTurn) {
+    const auto context = createContext();
+    const auto othersHadItBefore = [&](const std::string& base, const std::string& payload) {
+        bool had = false;
+        bool hadBefore = false;
+        module.onCall = [&] { hadBefore = had; };
+        Turn::take();
+        std::thread other([&] {
+            const Turn::Hold turn;
+            had = true;
+        });
+        while (Turn::countWaiting() != 1)
+            std::this_thread::yield();
+        EXPECT_EQ(callWith(context, "ITVService", "serviceListSet", payload), resultReply("true"));
+        EXPECT_EQ(module.calls.back(), "serviceListSet(" + base + ")");
+        Turn::give();
+        other.join();
+        return hadBefore;
+    };
+    const std::string longBase(IRPC::RPCSynchronousMethodObject::shortParameters, 'x');
+    EXPECT_TRUE(othersHadItBefore(longBase, R"({"base":")" + longBase + R"("})"));
+    EXPECT_FALSE(othersHadItBefore("all", R"({"base":"all"})"));
+}
+
+TEST_F(TVRPCServerTest, AClientThatHasGoneIsAnsweredNothing) {
+    const auto context = createContext();
+    module.onCall = [] { throw Cancelled(); };
+    LogCapture log;
+    EXPECT_THROW(callWith(context, "ITVGuide", "getGenreStringMapList", "{}"), Cancelled);
+    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(TVRPCServerLifeTest, GivesBackTheContextsThatClientsLeft) {

@@ -4,35 +4,29 @@
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/transport/Connection.h"
 #include "Ostrel/transport/ConnectionHub.h"
+#include "Ostrel/transport/Door.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/RefusalLog.h"
 #include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/ip/v6_only.hpp>
-#include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <future>
 #include <set>
 #include <thread>
 #include <utility>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace Ostrel {
 
 namespace asio = boost::asio;
 
-using asio::ip::tcp;
 using boost::system::error_code;
-using Local = asio::local::stream_protocol;
 
 namespace {
 
@@ -40,18 +34,6 @@ constexpr std::chrono::milliseconds tickTime{250};
 constexpr std::chrono::seconds housekeepTime{30};
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
-
-/// Removes the socket file that a host has left behind which ended without stopping.
-void removeStaleSocket(asio::io_context& context, const std::string& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode))
-        return;
-    Local::socket probe(context);
-    error_code failure;
-    probe.connect(Local::endpoint(path), failure);
-    if (failure == asio::error::connection_refused)
-        ::unlink(path.c_str());
-}
 
 } // namespace
 
@@ -62,14 +44,13 @@ public:
           housekeep_(context_) {
         for (auto& address : addresses_) {
             if (!address.isLoopback() && !admission_.needsToken())
-                refuseStart("listening on " + address.toString() + " lets others in",
-                            options_.advice.tokenNeeded);
-            if (address.isUnix())
-                bindLocal(address);
-            else
-                bindTcp(address);
+                throw StartError(
+                    "listening on " + address.toString() + " lets others in" +
+                    (options_.advice.tokenNeeded.empty() ? "" : "; " + options_.advice.tokenNeeded));
+            address = doors_.emplace_back(context_, address, options_.advice.addressInUse).getAddress();
         }
-        acceptAll();
+        for (auto& door : doors_)
+            door.open([this](Door::Guest guest) { welcome(std::move(guest)); });
         tickLater();
         housekeepLater();
         thread_ = std::thread([this] { run(); });
@@ -85,9 +66,6 @@ public:
         lanes_.stop();
         asio::post(context_, [this] { closeAll(); });
         thread_.join();
-        for (const auto& address : addresses_)
-            if (address.isUnix())
-                ::unlink(address.path.c_str());
     }
 
     const std::vector<Address>& getAddresses() const { return addresses_; }
@@ -128,103 +106,15 @@ public:
     }
 
 private:
-    using TcpAcceptor = asio::basic_socket_acceptor<tcp, asio::io_context::executor_type>;
-    using LocalAcceptor = asio::basic_socket_acceptor<Local, asio::io_context::executor_type>;
-
-    [[noreturn]] static void refuseStart(const std::string& why, const std::string& advice) {
-        throw StartError(advice.empty() ? why : why + "; " + advice);
-    }
-
-    [[noreturn]] void cannotListen(const Address& address, const error_code& failure) const {
-        if (failure == asio::error::address_in_use)
-            refuseStart(address.toString() + " is in use", options_.advice.addressInUse);
-        throw StartError("cannot listen on " + address.toString() + ": " + failure.message());
-    }
-
-    void bindTcp(Address& address) {
-        const tcp::endpoint endpoint(asio::ip::make_address(address.host), address.port);
-        TcpAcceptor acceptor(context_);
-        error_code failure;
-        acceptor.open(endpoint.protocol(), failure);
-        if (!failure)
-            acceptor.set_option(tcp::acceptor::reuse_address(true), failure);
-        if (!failure && endpoint.address().is_v6())
-            acceptor.set_option(asio::ip::v6_only(true), failure);
-        if (!failure)
-            acceptor.bind(endpoint, failure);
-        if (!failure)
-            acceptor.listen(asio::socket_base::max_listen_connections, failure);
-        if (failure)
-            cannotListen(address, failure);
-        address.port = acceptor.local_endpoint().port();
-        tcpDoors_.push_back({std::move(acceptor)});
-    }
-
-    void bindLocal(const Address& address) {
-        if (address.path.size() >= sizeof(sockaddr_un::sun_path))
-            throw StartError("cannot listen on " + address.toString() + ": the path is too long");
-        removeStaleSocket(context_, address.path);
-        LocalAcceptor acceptor(context_);
-        error_code failure;
-        acceptor.open(Local(), failure);
-        if (!failure) {
-            const auto mask = ::umask(0177);
-            acceptor.bind(Local::endpoint(address.path), failure);
-            ::umask(mask);
-        }
-        if (!failure)
-            acceptor.listen(asio::socket_base::max_listen_connections, failure);
-        if (failure)
-            cannotListen(address, failure);
-        localDoors_.push_back({std::move(acceptor)});
-    }
-
-    /// An acceptor and whether it waits for a client.
-    template <class Acceptor> struct Door {
-        Acceptor acceptor;
-        bool waiting = false;
-    };
-
-    /// Lets every acceptor wait that does not: at the start, and after the system or the memory
-    /// had no room for another client.
-    void acceptAll() {
-        for (auto& door : tcpDoors_)
-            accept(door);
-        for (auto& door : localDoors_)
-            accept(door);
-    }
-
-    template <class Acceptor> void accept(Door<Acceptor>& door) {
-        if (door.waiting || stopping_)
-            return;
-        door.acceptor.async_accept([this, &door](error_code failure, auto socket) {
-            door.waiting = false;
-            if (failure || stopping_)
-                return; // the next tick tries again
-            welcome(std::move(socket));
-            accept(door);
-        });
-        door.waiting = true;
-    }
-
-    template <class AcceptedSocket> void welcome(AcceptedSocket accepted) {
-        std::string localAddress;
-        if constexpr (std::is_same_v<typename AcceptedSocket::protocol_type, tcp>) {
-            error_code failure;
-            accepted.set_option(tcp::no_delay(true), failure);
-            localAddress = accepted.local_endpoint(failure).address().to_string();
-            if (failure)
-                return; // gone already
-        }
+    void welcome(Door::Guest guest) {
         const bool full = open_ >= options_.limits.connections;
         if (full && refused_.size() >= mostRefused)
             return;
         auto peer = std::make_shared<RPCPeer>();
         if (options_.logRequests)
-            peer->observer =
-                std::make_shared<RequestLog>(nameClient(accepted) + " #" + std::to_string(++welcomed_));
-        const auto connection = std::make_shared<Connection>(*this, Socket(std::move(accepted)),
-                                                             std::move(localAddress), std::move(peer));
+            peer->observer = std::make_shared<RequestLog>(guest.name + " #" + std::to_string(++welcomed_));
+        const auto connection = std::make_shared<Connection>(*this, std::move(guest.socket),
+                                                             std::move(guest.localAddress), std::move(peer));
         if (full) {
             refused_.insert(connection);
             connection->refuse();
@@ -235,21 +125,10 @@ private:
         }
     }
 
-    /// What the log calls a client: its address and port, or "unix".
-    template <class AcceptedSocket> static std::string nameClient(const AcceptedSocket& accepted) {
-        if constexpr (std::is_same_v<typename AcceptedSocket::protocol_type, tcp>) {
-            error_code failure;
-            const auto remote = accepted.remote_endpoint(failure);
-            return Address{remote.address().to_string(), remote.port(), {}}.toString();
-        }
-        return "unix";
-    }
-
     void tickLater() {
         tick_.expires_after(tickTime);
         tick_.async_wait([this](error_code) {
             tickLater();
-            acceptAll();
             forEachConnection([](Connection& connection) { connection.tick(Connection::Clock::now()); });
         });
     }
@@ -298,11 +177,8 @@ private:
 
     void stopAll() {
         stopping_ = true;
-        error_code ignored;
-        for (auto& door : tcpDoors_)
-            door.acceptor.close(ignored);
-        for (auto& door : localDoors_)
-            door.acceptor.close(ignored);
+        for (auto& door : doors_)
+            door.close();
         if (hasNone())
             allGone_.set_value();
         forEachConnection([](Connection& connection) { connection.stop(); });
@@ -336,8 +212,7 @@ private:
     std::vector<Address> addresses_;
 
     asio::io_context context_{1};
-    std::vector<Door<TcpAcceptor>> tcpDoors_;
-    std::vector<Door<LocalAcceptor>> localDoors_;
+    std::deque<Door> doors_;
     asio::steady_timer tick_;
     asio::steady_timer housekeep_;
 

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Ostrel/transport/Address.h"
+#include "Ostrel/transport/Socket.h"
+
+#include <boost/asio/basic_socket_acceptor.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <functional>
+#include <string>
+
+namespace Ostrel {
+
+/// One bound address, by which clients come in.
+///
+/// Made and closed on any thread; in between on the thread that runs the context.
+class Door {
+public:
+    /// A client that has come in.
+    struct Guest {
+        Socket socket;
+        std::string localAddress; ///< numeric, that it reached; empty on a Unix domain socket
+        std::string name; ///< what the log calls it: its address and port, or "unix"
+    };
+    using Welcome = std::function<void(Guest guest)>;
+
+    /// Binds the address; the system puts clients into a queue from now on.
+    /// @param addressInUse  what the refusal advises when somebody else has the address
+    /// @throws StartError  the address cannot be had
+    Door(boost::asio::io_context& context, const Address& address, const std::string& addressInUse);
+    ~Door();
+
+    Door(const Door&) = delete;
+    Door& operator=(const Door&) = delete;
+
+    /// The address, with the port that the system chose.
+    const Address& getAddress() const { return address_; }
+
+    /// Lets clients in from now on, one after another. While the system or the memory has no room
+    /// for another one, they wait in the system's queue.
+    void open(Welcome welcome);
+
+    /// Lets nobody in any more.
+    void close();
+
+private:
+    using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::generic::stream_protocol,
+                                                        boost::asio::io_context::executor_type>;
+
+    boost::system::error_code listenTcp();
+    boost::system::error_code listenLocal();
+    void accept();
+    void acceptLater();
+    void letIn(Socket socket);
+
+    Address address_;
+    Acceptor acceptor_;
+    boost::asio::steady_timer pause_; ///< until a client is accepted again
+    Welcome welcome_;
+};
+
+} // namespace Ostrel

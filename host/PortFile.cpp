@@ -1,5 +1,6 @@
 #include "host/PortFile.h"
 
+#include "Ostrel/transport/OwnFile.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <cerrno>
@@ -28,11 +29,8 @@ PortFile::PortFile(const std::string& path)
 
 PortFile::~PortFile() {
     struct stat ours {};
-    struct stat there {};
-    const auto& path = isPublished_ ? path_ : draft_;
-    if (::fstat(descriptor_, &ours) == 0 && ::lstat(path.c_str(), &there) == 0 &&
-        ours.st_ino == there.st_ino && ours.st_dev == there.st_dev)
-        ::unlink(path.c_str());
+    if (::fstat(descriptor_, &ours) == 0)
+        removeOwnFile(isPublished_ ? path_ : draft_, ours);
     ::close(descriptor_);
 }
 

@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Door.h"
 
+#include "Ostrel/transport/OwnFile.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -7,11 +8,12 @@
 #include <boost/asio/local/stream_protocol.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
 #include <utility>
 
-#include <sys/stat.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace Ostrel {
@@ -26,16 +28,28 @@ namespace {
 
 constexpr std::chrono::milliseconds pauseTime{250}; ///< before accepting is tried again
 
-/// Removes the socket file that a host has left behind which ended without stopping.
-void removeStaleSocket(asio::io_context& context, const std::string& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode))
+/// Whether nobody serves on a socket file any more.
+bool isStale(const Local::endpoint& endpoint) {
+    // It does not wait, as it would for one who serves and whose queue is full.
+    const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    const bool refused =
+        ::connect(probe, endpoint.data(), socklen_t(endpoint.size())) != 0 && errno == ECONNREFUSED;
+    if (probe >= 0)
+        ::close(probe);
+    return refused;
+}
+
+/// Makes room for a socket file, where one stands that nobody serves on.
+/// @throws StartError  something else stands there
+void makeRoom(const Address& address) {
+    struct stat there {};
+    if (::lstat(address.path.c_str(), &there) != 0)
         return;
-    Local::socket probe(context);
-    error_code failure;
-    probe.connect(Local::endpoint(path), failure);
-    if (failure == asio::error::connection_refused)
-        ::unlink(path.c_str());
+    if (!S_ISSOCK(there.st_mode))
+        throw StartError("cannot listen on " + address.toString() + ": that is " +
+                         (S_ISDIR(there.st_mode) ? "a folder" : "a file and no socket"));
+    if (isStale(Local::endpoint(address.path)))
+        ::unlink(address.path.c_str());
 }
 
 tcp::endpoint tcpOf(const asio::generic::stream_protocol::endpoint& endpoint) {
@@ -51,6 +65,8 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
     if (address.path.size() >= sizeof(sockaddr_un::sun_path))
         throw StartError("cannot listen on " + address.toString() + ": the path is too long");
     const auto failure = address.isUnix() ? listenLocal() : listenTcp();
+    if (failure)
+        removeFile();
     if (failure == asio::error::address_in_use)
         throw StartError(address.toString() + " is in use" +
                          (addressInUse.empty() ? std::string() : "; " + addressInUse));
@@ -59,8 +75,13 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
 }
 
 Door::~Door() {
-    if (address_.isUnix())
-        ::unlink(address_.path.c_str());
+    removeFile();
+}
+
+void Door::removeFile() noexcept {
+    if (file_)
+        removeOwnFile(address_.path, *file_);
+    file_.reset();
 }
 
 error_code Door::listenTcp() {
@@ -81,7 +102,7 @@ error_code Door::listenTcp() {
 }
 
 error_code Door::listenLocal() {
-    removeStaleSocket(acceptor_.get_executor().context(), address_.path);
+    makeRoom(address_);
     error_code failure;
     acceptor_.open(Local(), failure);
     if (!failure) {
@@ -89,6 +110,9 @@ error_code Door::listenLocal() {
         acceptor_.bind(Local::endpoint(address_.path), failure);
         ::umask(mask);
     }
+    struct stat ours {};
+    if (!failure && ::lstat(address_.path.c_str(), &ours) == 0)
+        file_ = ours;
     if (!failure)
         acceptor_.listen(asio::socket_base::max_listen_connections, failure);
     return failure;
@@ -100,6 +124,7 @@ void Door::open(Welcome welcome) {
 }
 
 void Door::close() {
+    removeFile();
     error_code ignored;
     acceptor_.close(ignored);
     pause_.cancel();

@@ -7,11 +7,17 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <functional>
+#include <optional>
 #include <string>
+
+#include <sys/stat.h>
 
 namespace Ostrel {
 
 /// One bound address, by which clients come in.
+///
+/// The file of a Unix domain socket takes the place of one that a host has left behind which did
+/// not stop, and goes with the door, unless somebody has put another in its place.
 ///
 /// Made and closed on any thread; in between on the thread that runs the context.
 class Door {
@@ -49,12 +55,14 @@ private:
 
     boost::system::error_code listenTcp();
     boost::system::error_code listenLocal();
+    void removeFile() noexcept;
     void accept();
     void acceptLater();
     void letIn(Socket socket);
 
     Address address_;
     Acceptor acceptor_;
+    std::optional<struct stat> file_; ///< of a Unix domain socket, while it may be there
     boost::asio::steady_timer pause_; ///< until a client is accepted again
     Welcome welcome_;
 };

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <fstream>
 #include <utility>
 
@@ -35,18 +37,25 @@ std::string_view trim(std::string_view text) {
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-/// An authority's host, without port and brackets; empty when it is no authority.
+/// Whether it can be the port of a server, 1 to 65535.
+bool isPort(std::string_view text) {
+    std::uint16_t port = 0;
+    const auto* last = text.data() + text.size();
+    const auto [end, failure] = std::from_chars(text.data(), last, port);
+    return failure == std::errc() && end == last && port != 0;
+}
+
+/// An authority's host, without port and brackets; empty when it is no authority. The port may be
+/// missing behind its colon.
 std::string hostOf(std::string_view authority) {
     const bool bracketed = authority.starts_with('[');
     const auto end = bracketed ? authority.find(']') : authority.find(':');
     if (bracketed && end == std::string_view::npos)
         return {};
     const auto host = bracketed ? authority.substr(1, end - 1) : authority.substr(0, end);
-    auto port = authority.substr(std::min(authority.size(), host.size() + (bracketed ? 2 : 0)));
-    if (!port.empty()) {
-        if (!port.starts_with(':') || port.find_first_not_of("0123456789", 1) != std::string_view::npos)
-            return {};
-    }
+    const auto rest = authority.substr(std::min(authority.size(), host.size() + (bracketed ? 2 : 0)));
+    if (!rest.empty() && rest != ":" && !(rest.starts_with(':') && isPort(rest.substr(1))))
+        return {};
     return lower(host);
 }
 
@@ -98,15 +107,16 @@ bool Admission::acceptsHost(std::string_view host, std::string_view localAddress
 }
 
 Admission::Origin Admission::judge(std::string_view origin, std::string_view host) const {
-    if (origin.empty())
-        return Origin::None;
     for (const auto& [scheme, defaultPort] : {std::pair("http://", ":80"), std::pair("https://", ":443")}) {
         if (!origin.starts_with(scheme))
             continue;
         const auto authority = origin.substr(std::string_view(scheme).size());
+        const auto name = hostOf(authority);
+        if (name.empty())
+            return Origin::Refused;
         if (equalIgnoringCase(withoutSuffix(authority, defaultPort), withoutSuffix(host, defaultPort)))
             return Origin::Own;
-        if (isLoopbackHost(hostOf(authority)))
+        if (isLoopbackHost(name))
             return Origin::Other;
     }
     return std::any_of(origins_.begin(), origins_.end(),

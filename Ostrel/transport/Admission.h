@@ -16,7 +16,7 @@ class OSTREL_API Admission {
 public:
     /// Where a browser's page comes from, as its request says.
     enum class Origin {
-        None, ///< no browser's request
+        None, ///< no browser's request: it says nothing; judge() does not give it
         Own, ///< the page that this listener serves
         Other, ///< another page that may call
         Refused,
@@ -31,8 +31,8 @@ public:
     /// @param localAddress  the numeric address that the client has reached
     bool acceptsHost(std::string_view host, std::string_view localAddress) const;
 
-    /// @param origin  the header, empty when there is none
-    /// @param host    the Host header
+    /// Where the page comes from whose request has an Origin header; an empty one is refused.
+    /// @param host  the Host header
     Origin judge(std::string_view origin, std::string_view host) const;
 
     bool needsToken() const { return !token_.empty(); }

@@ -133,11 +133,8 @@ std::optional<Answer> Http::refuseHead(const Request& head) const {
         return refusal(http::status::forbidden, "Host " + excerpt(host) + " is not this machine" +
                                                     advise(advice_.foreignHost, withoutPort(host)) + '\n');
 
-    if (head.count(http::field::origin) > 1 || judgeOrigin(head) == Admission::Origin::Refused) {
-        const auto origin = view(head[http::field::origin]);
-        return refusal(http::status::forbidden, "pages from " + excerpt(origin) + " may not call" +
-                                                    advise(advice_.foreignOrigin, origin) + '\n');
-    }
+    if (judgeOrigin(head) == Admission::Origin::Refused)
+        return refuseOrigin(head);
     if (head.method() == http::verb::post && head.count(http::field::content_length) == 0)
         return refusal(http::status::length_required, "Content-Length is missing\n");
     return std::nullopt;
@@ -194,7 +191,21 @@ bool Http::acceptsToken(const Request& request) const {
            admission_.acceptsToken(chooseSubProtocol(subProtocolOffers(request)).token);
 }
 
+Answer Http::refuseOrigin(const Request& head) const {
+    const auto origin = view(head[http::field::origin]);
+    std::string why =
+        "pages from " + excerpt(origin) + " may not call" + advise(advice_.foreignOrigin, origin);
+    if (head.count(http::field::origin) > 1)
+        why = "more than one Origin header";
+    else if (origin.empty())
+        why = "the Origin header is empty";
+    return refusal(http::status::forbidden, why + '\n');
+}
+
 Admission::Origin Http::judgeOrigin(const Request& head) const {
+    const auto count = head.count(http::field::origin);
+    if (count != 1)
+        return count == 0 ? Admission::Origin::None : Admission::Origin::Refused;
     return admission_.judge(view(head[http::field::origin]), view(head[http::field::host]));
 }
 

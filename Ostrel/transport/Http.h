@@ -56,6 +56,7 @@ public:
 
 private:
     Admission::Origin judgeOrigin(const Request& head) const;
+    Answer refuseOrigin(const Request& head) const;
     Outcome decideRpc(const Request& request, std::string_view name) const;
     bool acceptsToken(const Request& request) const;
 

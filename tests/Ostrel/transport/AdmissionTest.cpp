@@ -35,6 +35,13 @@ TEST(AdmissionTest, HostMustNameThisMachine) {
         {"127.0.0.1:80@evil", false},
         {"127.0.0.1:evil.com", false},
         {"localhost:", true},
+        {"127.0.0.1:0", false},
+        {"127.0.0.1:1", true},
+        {"127.0.0.1:65535", true},
+        {"127.0.0.1:65536", false},
+        {"127.0.0.1:99999999", false},
+        {"127.0.0.1:-1", false},
+        {"[::1]:65536", false},
     };
     for (const auto& [host, accepted] : rows)
         EXPECT_EQ(admission.acceptsHost(host, "10.0.0.5"), accepted) << host;
@@ -44,7 +51,12 @@ TEST(AdmissionTest, OriginMustBeKnown) {
     using Origin = Admission::Origin;
     const Admission admission({"https://tv.example", "null"}, {}, "");
     const std::pair<const char*, Origin> rows[] = {
-        {"", Origin::None},
+        {"", Origin::Refused},
+        {"http://", Origin::Refused},
+        {"http://127.0.0.1:65535", Origin::Other},
+        {"http://127.0.0.1:65536", Origin::Refused},
+        {"http://127.0.0.1:99999", Origin::Refused},
+        {"http://127.0.0.1:0", Origin::Refused},
         {"http://box:8480", Origin::Own},
         {"http://BOX:8480", Origin::Own},
         {"http://box:8481", Origin::Refused},
@@ -141,6 +153,7 @@ TEST(AdmissionTest, OriginThatNoBrowserSendsIsRefusedWithTheRightOne) {
         {"*", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
         {"https://*.tv.example", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
         {"https://", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
+        {"https://tv.example:65536", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
         {"https://tv.example:", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
         {"https://tv.example:http", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},
         {"https://fernseh\xc3\xbc.example", "http://HOST[:PORT] or https://HOST[:PORT], once for each"},

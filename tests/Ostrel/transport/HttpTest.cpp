@@ -96,7 +96,10 @@ const Row rows[] = {
     {"ForeignHost",     "GET /\nHost: evil.example:80",                   "403 last: Host evil.example:80 is not this machine; allow it with --name evil.example"},
     {"ForeignHost6",    "GET /\nHost: [fe80::1]:80",                      "403 last: Host [fe80::1]:80 is not this machine; allow it with --name [fe80::1]"},
     {"OddHost",         "GET /\nHost: \x1b[31m",                          "403 last: Host \\x1b[31m is not this machine; allow it with --name \\x1b[31m"},
-    {"TwoOrigins",      "GET /\nHost: localhost\nOrigin: http://localhost\nOrigin: http://a", "403 last: pages from http://localhost may not call; allow them with --page http://localhost"},
+    {"TwoOrigins",      "GET /\nHost: localhost\nOrigin: http://localhost\nOrigin: http://a", "403 last: more than one Origin header"},
+    {"EmptyOrigin",     "GET /healthz\nHost: localhost\nOrigin: ", "403 last: the Origin header is empty"},
+    {"OriginOfNoPort",  "GET /healthz\nHost: localhost\nOrigin: http://127.0.0.1:99999", "403 last: pages from http://127.0.0.1:99999 may not call; allow them with --page http://127.0.0.1:99999"},
+    {"HostOfNoPort",    "GET /\nHost: 127.0.0.1:99999999", "403 last: Host 127.0.0.1:99999999 is not this machine; allow it with --name 127.0.0.1"},
     {"KnownOrigin",     "GET /healthz\nHost: localhost\nOrigin: https://tv.example", "200: ok"},
     {"Chunked",         "POST /rpc/Test\nHost: localhost\nTransfer-Encoding: chunked", "400 last: Transfer-Encoding is not taken; send Content-Length"},
 };
@@ -147,6 +150,8 @@ TEST(HttpTest, OnlyAPageOfAnotherOriginIsNamed) {
     EXPECT_EQ(allowed("\nOrigin: http://localhost:1"), "");
     EXPECT_EQ(allowed("\nOrigin: http://evil.example"), "");
     EXPECT_EQ(allowed(""), "");
+    EXPECT_EQ(allowed("\nOrigin: "), "");
+    EXPECT_EQ(allowed("\nOrigin: https://tv.example\nOrigin: https://tv.example"), "");
 }
 
 TEST(HttpTest, WhatCannotBeReadIsAnsweredUnlessTheClientHasGone) {

@@ -687,6 +687,23 @@ TEST_F(ListenerTest, RefusalIsAlsoALineInTheLog) {
               "refused: Host evil.example is not this machine; allow it with --host evil.example");
 }
 
+TEST_F(ListenerTest, RequestOfTwoOriginsIsReadableForNeither) {
+    listen();
+    const std::string twice = "Origin: http://localhost:3000\r\nOrigin: http://localhost:3000\r\n";
+    for (const auto& [text, status] : {
+             std::pair(post(echoRequest, twice), "403"),
+             std::pair(post(echoRequest, twice + "Transfer-Encoding: chunked\r\n"), "400"),
+             std::pair("POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1048577\r\n" + twice +
+                           "\r\n",
+                       "413"),
+             std::pair(get("/healthz", twice + "X: " + std::string(17000, 'x') + "\r\n"), "431"),
+         }) {
+        const auto answer = exchange(text);
+        EXPECT_EQ(answer.substr(9, 3), status);
+        EXPECT_EQ(answer.find("Access-Control-Allow-Origin"), std::string::npos) << answer;
+    }
+}
+
 TEST_F(ListenerTest, OtherRefusalsAreNotLogged) {
     listen();
     EXPECT_TRUE(exchange(get("/rpc/Best")).starts_with("HTTP/1.1 404"));

@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Door.h"
 
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/transport/OwnFile.h"
 #include "Ostrel/transport/StartError.h"
 
@@ -26,7 +27,8 @@ using Local = asio::local::stream_protocol;
 
 namespace {
 
-constexpr std::chrono::milliseconds pauseTime{250}; ///< before accepting is tried again
+constexpr std::chrono::milliseconds pauseTime{100}; ///< before accepting is tried again
+constexpr std::chrono::minutes silentTime{1}; ///< between lines in the log that tell of it
 
 /// Whether nobody serves on a socket file any more.
 bool isStale(const Local::endpoint& endpoint) {
@@ -136,19 +138,25 @@ void Door::accept() {
             if (!acceptor_.is_open())
                 return;
             if (failure) {
-                acceptLater();
+                acceptLater(failure.message());
                 return;
             }
             // The next one is waited for first: what is thrown for this one keeps nobody out.
             accept();
             letIn(std::move(socket));
         });
-    } catch (const std::bad_alloc&) {
-        acceptLater();
+    } catch (const std::bad_alloc& exception) {
+        acceptLater(exception.what());
     }
 }
 
-void Door::acceptLater() {
+void Door::acceptLater(const std::string& why) {
+    const auto now = Clock::now();
+    if (now >= silentUntil_) {
+        silentUntil_ = now + silentTime;
+        ostrelDebugPrint(DebugLevel::Warning, "Listener", "Door", __LINE__,
+                         "no more clients can be let in for now: %s\n", why.c_str());
+    }
     pause_.expires_after(pauseTime);
     pause_.async_wait([this](error_code cancelled) {
         if (!cancelled && acceptor_.is_open())

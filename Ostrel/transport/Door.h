@@ -6,6 +6,7 @@
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/steady_timer.hpp>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -43,13 +44,15 @@ public:
     const Address& getAddress() const { return address_; }
 
     /// Lets clients in from now on, one after another. While the system or the memory has no room
-    /// for another one, they wait in the system's queue.
+    /// for another one, they wait in the system's queue, which is tried again and again; the log
+    /// tells of it once a minute.
     void open(Welcome welcome);
 
     /// Lets nobody in any more.
     void close();
 
 private:
+    using Clock = std::chrono::steady_clock;
     using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::generic::stream_protocol,
                                                         boost::asio::io_context::executor_type>;
 
@@ -57,13 +60,14 @@ private:
     boost::system::error_code listenLocal();
     void removeFile() noexcept;
     void accept();
-    void acceptLater();
+    void acceptLater(const std::string& why);
     void letIn(Socket socket);
 
     Address address_;
     Acceptor acceptor_;
     std::optional<struct stat> file_; ///< of a Unix domain socket, while it may be there
-    boost::asio::steady_timer pause_; ///< until a client is accepted again
+    boost::asio::steady_timer pause_; ///< until accepting is tried again
+    Clock::time_point silentUntil_ = Clock::time_point::min(); ///< no line in the log about it
     Welcome welcome_;
 };
 

@@ -2,7 +2,9 @@
 
 #include "Ostrel/transport/Listener.h"
 #include "Ostrel/transport/StartError.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/TempDirectory.h"
+#include "tests/support/TestServer.h"
 #include "tests/support/WireClient.h"
 
 #include <boost/asio/io_context.hpp>
@@ -13,6 +15,7 @@
 #include <optional>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -94,6 +97,47 @@ TEST_F(DoorTest, AddressWhoseServerHasALongQueueIsInUse) {
     for (const int client : clients)
         ::close(client);
     ::close(server);
+}
+
+/// Leaves the process so many descriptors that are free, as long as it lives.
+class FreeDescriptors {
+public:
+    explicit FreeDescriptors(rlim_t count) {
+        ::getrlimit(RLIMIT_NOFILE, &usual_);
+        const int lowest = ::dup(STDERR_FILENO);
+        ::close(lowest);
+        const rlimit few{rlim_t(lowest) + count, usual_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    }
+    ~FreeDescriptors() { ::setrlimit(RLIMIT_NOFILE, &usual_); }
+
+    FreeDescriptors(const FreeDescriptors&) = delete;
+    FreeDescriptors& operator=(const FreeDescriptors&) = delete;
+
+private:
+    rlimit usual_{};
+};
+
+TEST_F(DoorTest, ClientsWaitUntilADescriptorIsFree) {
+    constexpr const char* request = R"({"jsonrpc":"2.0","id":1,"method":"Test::echo"})";
+    const TestServer server;
+    LogCapture log;
+    Listener listener({address_, Address::parse("127.0.0.1:0")}, {{}, {}, ""});
+    for (const auto& address : listener.getAddresses()) {
+        WireClient old(address);
+        EXPECT_EQ(old.post("/rpc/Test", request).status, 200);
+        std::optional<FreeDescriptors> one(1);
+        WireClient waiting(address);
+        waiting.send("GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        // Until it was tried to let the client in, and then long enough for some more trying.
+        for (int i = 0; i < 4000 || log.lines().empty(); ++i)
+            ASSERT_EQ(old.post("/rpc/Test", request).status, 200);
+        one.reset();
+        EXPECT_EQ(waiting.readAnswer().status, 200);
+        EXPECT_EQ(old.post("/rpc/Test", request).status, 200);
+        EXPECT_EQ(log.takeTexts(),
+                  std::vector<std::string>{"no more clients can be let in for now: Too many open files"});
+    }
 }
 
 } // namespace

@@ -12,11 +12,18 @@
 
 #include <algorithm>
 #include <csignal>
+#include <ctime>
 #include <exception>
+#include <initializer_list>
 #include <iostream>
 #include <map>
+#include <new>
 #include <optional>
 #include <stdexcept>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -43,19 +50,53 @@ struct Options {
     std::string logLevel = "information";
 };
 
+/// Whether somebody wants the host to outlive its terminal, as nohup does.
+bool outlivesTerminal() {
+    struct sigaction hangUp {};
+    return sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler == SIG_IGN;
+}
+
+sigset_t signalSet(std::initializer_list<int> signals) {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : signals)
+        sigaddset(&set, signal);
+    return set;
+}
+
 /// Keeps the signals that end the host away from every thread, so that waitForEnd() gets them.
 sigset_t takeEndSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    const auto signals =
+        outlivesTerminal() ? signalSet({SIGINT, SIGTERM}) : signalSet({SIGINT, SIGTERM, SIGHUP});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
+/// Waits for the first signal, and for those that come together with it: a terminal and its shell
+/// send one each. Whoever sends another one later does not want to wait for the goodbyes.
 void waitForEnd(const sigset_t& signals) {
     int signal = 0;
     sigwait(&signals, &signal);
+    const timespec now{};
+    while (sigtimedwait(&signals, nullptr, &now) > 0) {
+    }
+    const auto impatient = signalSet({SIGINT, SIGTERM});
+    pthread_sigmask(SIG_UNBLOCK, &impatient, nullptr);
+}
+
+/// What is written to them and does not get there must not take the service along: their reader
+/// has gone, or the file has the size that it may have.
+void ignoreLossOfOutput() {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+/// Lets threads share their memory. With a heap for each, what was freed after a storm stays with
+/// the heap of the thread that had it: the C library gives back only what lies at a heap's end.
+void shareHeaps() {
+#ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 2);
+#endif
 }
 
 void tellAddresses(const Ostrel::Host& host) {
@@ -103,13 +144,24 @@ void checkPortFile(const Options& options) {
         throw UsageError("--port-file has no port to tell; serve on HOST:PORT too, with --listen");
 }
 
+/// Who is let in is the caller's to say, before anything is tried.
+/// @throws UsageError
+void checkToken(const Options& options) {
+    if (!options.host.tokenFile.empty())
+        return;
+    for (const auto& text : options.host.listen)
+        if (!Ostrel::Address::parse(text).isLoopback())
+            throw UsageError("--listen " + text + " lets others in; give a token with --token-file");
+}
+
 void serve(Options& options) {
     if (options.host.listen.empty())
         options.host.listen = {usualAddress};
     checkPortFile(options);
+    checkToken(options);
     Ostrel::setDebugLevel(logLevels.at(options.logLevel));
 
-    std::signal(SIGPIPE, SIG_IGN); // a reader of our output that goes away must not take the service along
+    ignoreLossOfOutput();
     const auto signals = takeEndSignals();
     std::optional<Ostrel::PortFile> portFile;
     if (!options.portFile.empty())
@@ -185,7 +237,7 @@ Program makeProgram(Options& options) {
          .description = "Log a line for every call",
          .read = flag(options.host.logRequests)}};
     program.run = [&options] { serve(options); };
-    program.exitStatuses = {{"0", "stopped by Ctrl-C or SIGTERM"},
+    program.exitStatuses = {{"0", "stopped by Ctrl-C, SIGTERM or SIGHUP; once more ends it at once"},
                             {"1", "not started, and one line on standard error says why"},
                             {"2", "wrong usage"}};
     return program;
@@ -195,6 +247,7 @@ Program makeProgram(Options& options) {
 
 int main(int argc, char** argv) {
     Ostrel::CommandLine::fillStandardStreams(true);
+    shareHeaps();
     Options options;
     const auto program = makeProgram(options);
     try {
@@ -202,6 +255,8 @@ int main(int argc, char** argv) {
         return Done;
     } catch (const UsageError& error) {
         return explain(error);
+    } catch (const std::bad_alloc&) {
+        return complain("there is not enough memory");
     } catch (const std::exception& exception) {
         return complain(exception.what());
     }

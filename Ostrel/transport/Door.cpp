@@ -14,6 +14,7 @@
 #include <new>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -74,6 +75,19 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
                          (addressInUse.empty() ? std::string() : "; " + addressInUse));
     if (failure)
         throw StartError("cannot listen on " + address.toString() + ": " + failure.message());
+    if (!hasRoomForClient()) {
+        removeFile();
+        throw StartError("cannot listen on " + address.toString() +
+                         ": no descriptor is left for a client; raise the limit of open files");
+    }
+}
+
+/// Whether the system gives us another descriptor.
+bool Door::hasRoomForClient() {
+    const int spare = ::fcntl(acceptor_.native_handle(), F_DUPFD_CLOEXEC, 0);
+    if (spare >= 0)
+        ::close(spare);
+    return spare >= 0;
 }
 
 Door::~Door() {

@@ -33,7 +33,7 @@ public:
 
     /// Binds the address; the system puts clients into a queue from now on.
     /// @param addressInUse  what the refusal advises when somebody else has the address
-    /// @throws StartError  the address cannot be had
+    /// @throws StartError  the address cannot be had, or no descriptor is left for a client
     Door(boost::asio::io_context& context, const Address& address, const std::string& addressInUse);
     ~Door();
 
@@ -58,6 +58,7 @@ private:
 
     boost::system::error_code listenTcp();
     boost::system::error_code listenLocal();
+    bool hasRoomForClient();
     void removeFile() noexcept;
     void accept();
     void acceptLater(const std::string& why);

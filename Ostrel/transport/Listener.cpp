@@ -12,13 +12,16 @@
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <deque>
 #include <future>
+#include <new>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -229,8 +232,18 @@ private:
     std::thread thread_;
 };
 
-Listener::Listener(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
-    : service_(std::make_unique<Service>(addresses, std::move(admission), options)) {}
+Listener::Listener(const std::vector<Address>& addresses, Admission admission,
+                   const ListenerOptions& options) try
+    : service_(std::make_unique<Service>(addresses, std::move(admission), options)) {
+} catch (const StartError&) {
+    throw;
+} catch (const std::bad_alloc&) {
+    throw StartError("cannot listen: there is not enough memory");
+} catch (const std::system_error& failure) { // of a thread
+    throw StartError("cannot listen: the system refuses a thread: " + failure.code().message());
+} catch (const boost::system::system_error& failure) { // of Asio's descriptors
+    throw StartError("cannot listen: the system refuses a descriptor: " + failure.code().message());
+}
 
 Listener::~Listener() = default;
 

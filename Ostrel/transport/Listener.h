@@ -25,7 +25,8 @@ struct ListenerOptions {
 class OSTREL_API Listener {
 public:
     /// Binds the addresses and begins to serve: whole or not at all.
-    /// @throws StartError  an address cannot be had, or would be open to others without a token
+    /// @throws StartError  an address cannot be had or would be open to others without a token, or
+    ///                     the system has no descriptor, thread or memory left for serving
     Listener(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options = {});
 
     /// Stops as stop() does.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -98,7 +99,6 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
 
     expectOneLine(runHost({"--listen", running.address().toString()}),
                   "is in use; choose another with --listen");
-    expectOneLine(runHost({"--listen", "0.0.0.0:8480"}), "--token-file");
     expectOneLine(runHost({"--token-file", directory.file("absent")}), "cannot read the token file");
     expectOneLine(runHost({"--token-file", shared}), "chmod 600");
     expectOneLine(runHost({"--listen", "unix:" + directory.file("no/such/directory")}),
@@ -142,6 +142,7 @@ const Misuse misuses[] = {
      "--allow-host: \"tv.example:1\" is no host's name"},
     {"PortAlone", {"--listen", "8480"}, "--listen: cannot listen on \"8480\": "},
     {"Name",     {"--listen", "tv.example:1"}, "--listen: cannot listen on \"tv.example:1\": "},
+    {"LetsOthersIn", {"--listen", "127.0.0.1:0", "--listen", "0.0.0.0:0"}, "--listen 0.0.0.0:0 lets others in; give a token with --token-file"},
     {"Port",     {"--listen", "127.0.0.1:x"}, "--listen: cannot listen on \"127.0.0.1:x\": "},
 };
 // clang-format on
@@ -289,6 +290,104 @@ TEST(HostTest, NothingIsServedWhenOneAddressCannotBe) {
     EXPECT_EQ(running.child().wait(), 0);
 }
 
+TEST(HostTest, StartsWithDescriptorsForAClientOrNotAtAll) {
+    bool refused = false;
+    for (int descriptors = 4;; ++descriptors) {
+        SCOPED_TRACE(descriptors);
+        ASSERT_LT(descriptors, 100);
+        Child child("/bin/sh", {"-c", "ulimit -n $1; exec \"$0\" --listen 127.0.0.1:0", OSTREL_TVD_PROGRAM,
+                                std::to_string(descriptors)});
+        const auto line = child.readLine();
+        if (line.empty()) {
+            const auto status = child.wait();
+            if (status != 127) { // else not even the libraries could be read
+                expectOneLine({status, child.readErrors()}, "cannot listen");
+                refused = true;
+            }
+            continue;
+        }
+        const auto at = line.find("127.0.0.1:");
+        WireClient client(Address::parse(line.substr(at, line.size() - at - 1)));
+        client.upgrade();
+        EXPECT_NE(
+            client.call(R"({"jsonrpc":"2.0","id":1,"method":"ITVService::createContext"})").find("result"),
+            std::string::npos);
+        child.terminate();
+        EXPECT_EQ(child.wait(), 0);
+        break;
+    }
+    EXPECT_TRUE(refused);
+}
+
+TEST(HostTest, HangUpIsAnEndWithAGoodbye) {
+    RunningHost running;
+    WireClient client(running.address());
+    client.upgrade();
+    running.child().signal(SIGHUP);
+    EXPECT_EQ(client.readFrame().closeCode(), 1001);
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+TEST(HostTest, SignalsThatComeTogetherAreOne) {
+    RunningHost running;
+    running.child().signal(SIGSTOP);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCONT})
+        running.child().signal(signal);
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+TEST(HostTest, SecondSignalEndsAtOnce) {
+    int status = 0;
+    for (int i = 0; i < 50 && status == 0; ++i) { // a client has a second to take its goodbye
+        RunningHost running;
+        WireClient client(running.address());
+        client.upgrade();
+        running.child().interrupt();
+        EXPECT_EQ(client.readFrame().closeCode(), 1001);
+        running.child().interrupt();
+        status = running.child().wait();
+    }
+    EXPECT_EQ(status, 1000 + SIGINT);
+}
+
+TEST(HostTest, OutlivesItsTerminalWhenToldTo) {
+    RunningHost running("/bin/sh",
+                        {"-c", "trap '' HUP; exec \"$0\" --listen 127.0.0.1:0", OSTREL_TVD_PROGRAM}, {});
+    running.child().signal(SIGHUP);
+    WireClient client(running.address());
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(client.post("/rpc/TV", "{}").status, 200);
+    running.child().terminate();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+
+#ifdef __GLIBC__
+TEST(HostTest, ThreadsShareTheirHeaps) {
+    RunningHost running;
+    std::vector<WireClient> clients;
+    for (int i = 0; i < 20; ++i) {
+        clients.emplace_back(running.address());
+        clients.back().upgrade();
+    }
+    for (int i = 0; i < 20; ++i) // what only reads has several threads
+        for (auto& client : clients)
+            client.sendText(R"({"jsonrpc":"2.0","id":1,"method":"ITVGuide::getGenreStringMapList"})");
+    for (int i = 0; i < 20; ++i)
+        for (auto& client : clients)
+            client.readReply();
+
+    // The C library's heaps, but for the first one, begin where such a number of bytes divides.
+    constexpr std::uint64_t alignment = 64U << 20;
+    std::ifstream maps("/proc/" + std::to_string(running.child().id()) + "/maps");
+    int heaps = 0;
+    for (std::string line; std::getline(maps, line);)
+        heaps += line.find("rw-p") != std::string::npos && std::stoull(line, nullptr, 16) % alignment == 0;
+    EXPECT_LE(heaps, 1);
+    running.child().terminate();
+    EXPECT_EQ(running.child().wait(), 0);
+}
+#endif
+
 /// A pipe for the host's standard error.
 class LogPipe {
 public:
@@ -343,6 +442,16 @@ TEST(HostTest, LogWhoseReaderHasGoneHoldsUpNothing) {
     auto host = pipe.startHost();
     pipe.closeReader();
     expectRefusals(host, 10);
+}
+
+TEST(HostTest, LogAtTheLimitOfItsSizeHoldsUpNothing) {
+    const TempDirectory directory;
+    RunningHost host("/bin/sh",
+                     {"-c", "ulimit -f 1; exec \"$0\" --listen 127.0.0.1:0 2>\"$1\"", OSTREL_TVD_PROGRAM,
+                      directory.file("log")},
+                     {});
+    expectRefusals(host, 30);
+    EXPECT_GE(contentOf(directory.file("log")).size(), 512U);
 }
 
 TEST(HostTest, EndsUnderLoad) {

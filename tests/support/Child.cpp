@@ -46,14 +46,25 @@ Child::Child(const std::string& program, const std::vector<std::string>& argumen
     posix_spawn_file_actions_adddup2(&files, pipe[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&files, errors_, STDERR_FILENO);
 
+    // Whoever runs the tests may have told them to outlive a terminal.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&ending, number);
+    posix_spawnattr_setsigdefault(&attributes, &ending);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+
     std::vector<std::string> words{program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = environment;
     for (char** variable = environ; *variable != nullptr; ++variable)
         variables.emplace_back(*variable);
-    const int failure = ::posix_spawn(&process_, program.c_str(), &files, nullptr, pointers(words).data(),
+    const int failure = ::posix_spawn(&process_, program.c_str(), &files, &attributes, pointers(words).data(),
                                       pointers(variables).data());
     posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
     ::close(pipe[1]);
     ::close(in);
     if (failure != 0)
@@ -86,12 +97,8 @@ void Child::closeOutput() {
     output_ = -1;
 }
 
-void Child::interrupt() {
-    ::kill(process_, SIGINT);
-}
-
-void Child::terminate() {
-    ::kill(process_, SIGTERM);
+void Child::signal(int number) {
+    ::kill(process_, number);
 }
 
 int Child::wait() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,9 @@ public:
     pid_t id() const { return process_; }
 
     void closeOutput(); ///< stops reading, as "| head" does
-    void interrupt(); ///< sends SIGINT
-    void terminate(); ///< sends SIGTERM
+    void interrupt() { signal(SIGINT); }
+    void terminate() { signal(SIGTERM); }
+    void signal(int number);
 
     /// Waits for the end and returns the exit status, or 1000 and the signal that killed it.
     int wait();

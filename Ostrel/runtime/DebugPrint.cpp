@@ -1,5 +1,6 @@
 #include "Ostrel/runtime/DebugPrint.h"
 
+#include "Ostrel/runtime/LineLimit.h"
 #include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/text/Printable.h"
 
@@ -29,8 +30,11 @@ constexpr std::size_t longestLine = 3000; ///< bytes of a text that standard err
 
 struct Log {
     std::atomic<DebugLevel> level = DebugLevel::Information;
-    std::mutex mutex; ///< guards the sink and is held while it runs
+    std::mutex mutex; ///< guards what follows and is held while the sink runs
     DebugSink sink; ///< empty: standard error
+    std::atomic<bool> hasSink = false; ///< may be looked at without the lock
+    LineLimit limit; ///< of standard error
+    bool isFlushedAtExit = false;
 };
 
 /// Never destroyed: threads may outlive the static objects.
@@ -137,6 +141,38 @@ std::string formatText(const char* format, std::va_list arguments) {
     return text;
 }
 
+/// Tells how many lines were left out, but for those of this second.
+void tellLeftOutUnderLock(Log& state, LineLimit::Clock::time_point now) {
+    for (const auto& [place, lines] : state.limit.takeLeftOut(now))
+        writeToStandardError({place.level, place.module, place.line,
+                              std::to_string(lines) + " more lines like these were left out"},
+                             place.level);
+}
+
+/// Nobody writes a line any more that would tell of those before it.
+void tellLeftOutAtExit() noexcept {
+    try {
+        auto& state = log();
+        const std::lock_guard lock(state.mutex);
+        tellLeftOutUnderLock(state, LineLimit::Clock::time_point::max());
+    } catch (...) {
+        // The line is dropped, as every other would be.
+    }
+}
+
+/// Whether standard error has room for a line of that place.
+bool admit(const LineLimit::Place& place) {
+    auto& state = log();
+    const auto now = LineLimit::Clock::now();
+    const std::lock_guard lock(state.mutex);
+    tellLeftOutUnderLock(state, now);
+    if (state.limit.admit(place, now))
+        return true;
+    if (!std::exchange(state.isFlushedAtExit, true))
+        std::atexit(tellLeftOutAtExit);
+    return false;
+}
+
 void write(DebugLine line, std::string_view raw, DebugLevel shown) {
     if (raw.ends_with('\n'))
         raw.remove_suffix(1);
@@ -155,12 +191,19 @@ void write(DebugLine line, std::string_view raw, DebugLevel shown) {
 
 void ostrelDebugPrint(DebugLevel level, const char* module, const char*, int line, const char* format,
                       ...) noexcept {
-    if (inSink || level > log().level.load(std::memory_order_relaxed))
+    auto& state = log();
+    const auto wanted = state.level.load(std::memory_order_relaxed);
+    if (inSink || level > wanted)
+        return;
+    const auto shown = shownLevel(level, format);
+    const bool hasSink = state.hasSink.load(std::memory_order_relaxed);
+    if (!hasSink && shown > wanted)
         return;
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        write({level, module, line, {}}, formatText(format, arguments), shownLevel(level, format));
+        if (hasSink || LineLimit::Lifted::isAlive() || admit({shown, module, line, format}))
+            write({level, module, line, {}}, formatText(format, arguments), shown);
     } catch (...) {
         // The line is dropped: there is nowhere left to report it.
     }
@@ -175,6 +218,7 @@ void setDebugSink(DebugSink sink) {
     auto& state = log();
     const std::lock_guard lock(state.mutex);
     state.sink.swap(sink);
+    state.hasSink = bool(state.sink);
 }
 
 } // namespace Ostrel

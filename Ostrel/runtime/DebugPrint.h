@@ -27,6 +27,8 @@ struct DebugLine {
 ///
 /// Any thread may call it, with or without a lock held. It never throws and never waits: a
 /// line for which there is no memory, or that standard error does not take at once, is dropped.
+/// Of one place in the source, told by module, line, level and format, standard error shows 20 lines
+/// a second, and before the next line how many more there were.
 ///
 /// @param module     the source file's module name
 /// @param component  the same name again, or a finer one; lines show the module

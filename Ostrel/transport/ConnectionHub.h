@@ -26,7 +26,7 @@ public:
     /// together wait for too much.
     virtual void addWaiting(std::ptrdiff_t change) = 0;
 
-    /// Somebody was not let in; the log tells why, though not of everybody in a flood.
+    /// Somebody was not let in; the log tells why.
     virtual void logRefusal(const std::string& why) = 0;
 
     /// The connection has closed.

@@ -6,7 +6,6 @@
 #include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/Door.h"
 #include "Ostrel/transport/Lanes.h"
-#include "Ostrel/transport/RefusalLog.h"
 #include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
@@ -92,7 +91,9 @@ public:
             std::shared_ptr(*most)->cutOff();
     }
 
-    void logRefusal(const std::string& why) override { refusals_.write(why); }
+    void logRefusal(const std::string& why) override {
+        ostrelDebugPrint(DebugLevel::Warning, "Listener", "Listener", __LINE__, "refused: %s", why.c_str());
+    }
 
     void remove(Connection& connection) override {
         for (auto* connections : {&connections_, &refused_}) {
@@ -222,7 +223,6 @@ private:
     std::set<std::shared_ptr<Connection>> connections_; ///< the open ones
     std::set<std::shared_ptr<Connection>> refused_; ///< those that are told there are too many
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
-    RefusalLog refusals_;
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< bytes for all clients
     bool stopping_ = false; ///< clients are being said goodbye to

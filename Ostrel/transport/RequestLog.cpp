@@ -1,6 +1,7 @@
 #include "Ostrel/transport/RequestLog.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/LineLimit.h"
 #include "Ostrel/text/Printable.h"
 
 #include <boost/json.hpp>
@@ -37,6 +38,7 @@ std::string outcomeOf(const RPCObserver::Exchange& exchange) {
 void RequestLog::requestDone(const Exchange& exchange) noexcept {
     try {
         const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(exchange.took).count();
+        const LineLimit::Lifted everyLineIsAskedFor;
         ostrelDebugPrint(DebugLevel::Information, "Requests", "Requests", __LINE__, "%s: %s: %s, %lld us\n",
                          client_.c_str(), nameOf(exchange).c_str(), outcomeOf(exchange).c_str(),
                          static_cast<long long>(micros));

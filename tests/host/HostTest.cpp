@@ -405,10 +405,12 @@ public:
             ::close(std::exchange(end_, -1));
     }
 
-    /// A host that writes its log there.
+    /// A host that writes its log there, a line for every call.
     RunningHost startHost() const {
         return RunningHost(
-            "/bin/sh", {"-c", "exec \"$0\" --listen 127.0.0.1:0 2>\"$1\"", OSTREL_TVD_PROGRAM, path_}, {});
+            "/bin/sh",
+            {"-c", "exec \"$0\" --listen 127.0.0.1:0 --log-requests 2>\"$1\"", OSTREL_TVD_PROGRAM, path_},
+            {});
     }
 
 private:
@@ -417,11 +419,11 @@ private:
     int end_ = -1;
 };
 
-/// Calls what is refused, which writes two lines each time.
-void expectRefusals(RunningHost& host, int count) {
+/// Calls what is refused, which is a line in the log each time, and ends the host.
+void expectRefusals(RunningHost& host, unsigned count) {
     WireClient client(host.address());
     client.upgrade();
-    for (int i = 0; i < count; ++i)
+    for (unsigned i = 0; i < count; ++i)
         EXPECT_NE(
             client
                 .call(R"({"jsonrpc":"2.0","id":1,"method":"ITVService::utcTimeGet","params":{"context":1}})")
@@ -442,6 +444,27 @@ TEST(HostTest, LogWhoseReaderHasGoneHoldsUpNothing) {
     auto host = pipe.startHost();
     pipe.closeReader();
     expectRefusals(host, 10);
+}
+
+TEST(HostTest, FloodOfRefusalsIsAFewLinesAndTheirNumber) {
+    constexpr unsigned refusals = 3000;
+    RunningHost host(OSTREL_TVD_PROGRAM, {"--listen", "127.0.0.1:0", "--log-requests"}, {});
+    expectRefusals(host, refusals);
+    std::istringstream log(host.child().readErrors());
+    unsigned requests = 0;
+    unsigned shown = 0;
+    unsigned leftOut = 0;
+    for (std::string line; std::getline(log, line);) {
+        const auto text = line.substr(line.find("] ") + 2);
+        requests += line.find("[Requests:") != std::string::npos;
+        shown += text == "ITVService::utcTimeGet refused: Invalid parameter (context)";
+        if (text.ends_with(" more lines like these were left out"))
+            leftOut += unsigned(std::stoul(text));
+    }
+    EXPECT_GE(shown, 20U);
+    EXPECT_GT(leftOut, 0U);
+    EXPECT_EQ(shown + leftOut, refusals);
+    EXPECT_EQ(requests, refusals) << "they were asked for";
 }
 
 TEST(HostTest, LogAtTheLimitOfItsSizeHoldsUpNothing) {

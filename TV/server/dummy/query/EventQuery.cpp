@@ -2,6 +2,7 @@
 
 #include "TV/server/dummy/query/Less.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
+#include "TV/server/dummy/quoril/Limits.h"
 
 #include <algorithm>
 #include <limits>
@@ -69,7 +70,10 @@ std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode) {
 
 EventQuery::EventQuery(const Guide& guide, const ITVGuide::Query& query)
     : guide_(guide), query_(query),
-      keys_(chooseKeys(query.getOrderByServiceIdPriority(), query.getOrderByStartTimePriority())) {}
+      keys_(chooseKeys(query.getOrderByServiceIdPriority(), query.getOrderByStartTimePriority())) {
+    for (const unsigned char genre : query.getGenreList())
+        genres_.set(genre);
+}
 
 /// Which of the events that come along are wanted, and when no more are.
 ///
@@ -103,6 +107,9 @@ private:
 bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     constexpr unsigned fewRows = 1024;
     constexpr unsigned noLimit = std::numeric_limits<unsigned>::max();
+    // Each takes a node of the expression, which need not be written to be refused.
+    if (query_.getServiceIdList().size() > nodeLimit)
+        return false;
     const auto& range = query_.getTimeRange();
     const bool strict = range.getValid() && range.getStrict();
     const unsigned mode = !range.getValid() ? AnyTime : strict ? EndsBefore : EndsAfter;
@@ -157,8 +164,8 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
 // Of a code above 255 the event shows less than is compared here.
 // Meant so: docs/oddities.md, "Genres are compared whole".
 bool EventQuery::hasGenre(const epgentry& row) const {
-    const auto& genres = query_.getGenreList();
-    return std::find(genres.begin(), genres.end(), row.Content) != genres.end();
+    const auto code = static_cast<std::uint32_t>(row.Content);
+    return code < genres_.size() && genres_[code];
 }
 
 bool EventQuery::hasTexts(std::uint32_t position) {

@@ -4,6 +4,7 @@
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/query/TextSearch.h"
 
+#include <bitset>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -44,6 +45,7 @@ private:
     const Guide& guide_;
     const ITVGuide::Query& query_;
     std::vector<std::int32_t> keys_; ///< of Less
+    std::bitset<256> genres_; ///< those of which an event must have one
     std::vector<TextSearch> searches_;
 };
 

@@ -227,6 +227,9 @@ TEST_F(EventQueryTest, GenresAreComparedWhole) {
     EXPECT_EQ(run(R"({"genreList":[255]})").size(), none.size());
     const auto wide = rowsWith([](const epgentry& row) { return row.Content > 255; });
     ASSERT_EQ(wide.size(), 7u);
+    EXPECT_EQ(run(R"({"genreList":[32,9,32,255]})").size(), news.size() + none.size());
+    EXPECT_EQ(run(R"({"genreList":[0]})").size(),
+              rowsWith([](const epgentry& row) { return row.Content == 0; }).size());
     const auto low = std::to_string(wide[0]->Content & 255);
     for (const EventInfo& event : run(R"({"genreList":[)" + low + "]}"))
         EXPECT_FALSE(event.getServiceId() == static_cast<unsigned>(wide[0]->ServiceId) &&
@@ -275,6 +278,13 @@ TEST_F(EventQueryTest, MoreServicesThanFitAreRefused) {
     // With a range there is room for less.
     EXPECT_FALSE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13],"timeRange":{}})"));
     EXPECT_TRUE(isRefused(R"({"serviceIdList":[1,2,3,4,5,6,7,8,9,10,11,12,13,14],"timeRange":{}})"));
+}
+
+TEST_F(EventQueryTest, AsManyServicesAsAMessageHoldsAreRefusedUnwritten) {
+    std::string list = "1000";
+    for (unsigned i = 0; i != 100000; ++i)
+        list += ",1000";
+    EXPECT_TRUE(isRefused(R"({"serviceIdList":[)" + list + "]}"));
 }
 
 TEST_F(EventQueryTest, RandomQueriesGiveWhatThePlainWayGives) {

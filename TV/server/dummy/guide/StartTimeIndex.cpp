@@ -43,6 +43,8 @@ void StartTimeIndex::fillTexts() {
     std::uint32_t last = 0;
     for (std::size_t position = 0; position != rows_.size(); ++position)
         last = std::max({last, titles_[position], descriptions_[position]});
+    for (const GuideRowFacts& facts : guideRowFacts())
+        longestText_ = std::max<std::size_t>({longestText_, facts.title.length, facts.description.length});
     textsSize_ = last == 0 ? 0 : last + std::strlen(PoolText{last}) + 1;
 }
 

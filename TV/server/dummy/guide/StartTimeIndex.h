@@ -39,6 +39,9 @@ public:
     /// other texts of the guide. Offsets count from its start.
     std::string_view texts() const;
 
+    /// How many bytes the longest title or description has.
+    std::size_t longestText() const { return longestText_; }
+
     /// The first position whose start, taken as an unsigned number, is not less than this.
     std::size_t firstFrom(std::uint32_t start) const;
 
@@ -65,7 +68,7 @@ private:
     std::vector<const epgentry*> rows_;
     Columns byStart_, byServiceAndStart_;
     std::vector<std::uint32_t> titles_, descriptions_;
-    std::size_t textsSize_ = 0;
+    std::size_t textsSize_ = 0, longestText_ = 0;
     std::vector<std::uint32_t> byService_;
     std::vector<Service> services_; ///< ascending by id
 };

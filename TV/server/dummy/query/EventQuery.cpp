@@ -1,11 +1,14 @@
 #include "TV/server/dummy/query/EventQuery.h"
 
+#include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/query/Less.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
+#include "TV/server/dummy/query/TextFilter.h"
 #include "TV/server/dummy/quoril/Limits.h"
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <utility>
 
 namespace Ostrel::TV {
@@ -92,9 +95,9 @@ public:
     /// Counts the next event.
     bool wants() { return seen_++ >= base_ || sorts_; }
 
-    void cut(VectorObject<ITVGuide::EventInfo>& events) const {
-        if (sorts_ && base_ < events.size())
-            events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(base_));
+    void cut(std::vector<std::uint32_t>& positions) const {
+        if (sorts_ && base_ < positions.size())
+            positions.erase(positions.begin(), positions.begin() + static_cast<std::ptrdiff_t>(base_));
     }
 
 private:
@@ -122,23 +125,28 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
 
     const bool sorts = keys_.size() > 1 || (keys_.size() == 1 && keys_.front() != Less::StartTime);
     const bool sliced = query_.getSliceRange().getValid();
-    // A slice may be full after a few rows, however many there are. Without one all are looked at.
-    const std::size_t most = sliced ? 0 : rows.count();
-    const unsigned patience = most <= fewRows ? fewRows : 0;
-    for (const std::string& wanted : query_.getStringList())
-        searches_.emplace_back(index, wanted, query_.getStringMatchDescription(), patience);
     const bool anyGenre = query_.getGenreList().empty();
+    const TextFilter texts(index, query_);
+    const auto narrow = [&] { rows.narrow([&](std::span<std::uint64_t> bits) { texts.narrow(bits); }); };
+    // A slice may be full after a few rows, however many there are: they are looked into one by one
+    // before all are. Without one all are looked into.
+    unsigned looks = sliced ? fewRows : 0;
+    if (looks == 0)
+        narrow();
     Slice slice(query_.getSliceRange(), sorts);
+    std::vector<std::uint32_t> positions;
+    positions.reserve(sliced ? 0 : rows.count());
     const auto consider = [&](std::uint32_t position) {
-        if (!hasTexts(position))
-            return;
-        const epgentry& row = *index[position];
-        if ((anyGenre || hasGenre(row)) && slice.wants())
-            appendEvent(events, row);
+        const bool passes = looks == 0 || texts.passes(position);
+        if (looks != 0 && --looks == 0)
+            narrow();
+        if (passes && (anyGenre || hasGenre(*index[position])) && slice.wants())
+            positions.push_back(position);
     };
 
-    if (sliced && sorts && keys_.front() == Less::ServiceId) {
-        // The events come in the order that is wanted, so that the first ones are enough.
+    // Where many come, or only the first ones are wanted, they are taken in their order.
+    const bool byService = sorts && keys_.front() == Less::ServiceId && (sliced || rows.count() > fewRows);
+    if (byService) {
         for (const std::uint32_t position : index.byService()) {
             if (slice.isFull())
                 break;
@@ -146,8 +154,6 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
                 consider(position);
         }
     } else {
-        if (!sliced && searches_.empty() && anyGenre)
-            events.reserve(most);
         while (!slice.isFull()) {
             const auto position = rows.nextPosition();
             if (!position)
@@ -155,9 +161,17 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
             consider(*position);
         }
     }
-    if (sorts)
+    slice.cut(positions);
+
+    constexpr std::size_t someEvents = 256;
+    events.reserve(positions.size());
+    for (const std::uint32_t position : positions) {
+        if (events.size() % someEvents == 0)
+            Cancellation::check();
+        appendEvent(events, *index[position]);
+    }
+    if (sorts && !byService)
         sortEvents(events, Less(keys_));
-    slice.cut(events);
     return true;
 }
 
@@ -166,15 +180,6 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
 bool EventQuery::hasGenre(const epgentry& row) const {
     const auto code = static_cast<std::uint32_t>(row.Content);
     return code < genres_.size() && genres_[code];
-}
-
-bool EventQuery::hasTexts(std::uint32_t position) {
-    // One text decides: of all that must be there the first one missed, of any the first found.
-    const bool all = query_.getStringAnd();
-    for (TextSearch& search : searches_)
-        if (search.occursAt(position) != all)
-            return !all;
-    return all || searches_.empty();
 }
 
 } // namespace Ostrel::TV

@@ -2,7 +2,6 @@
 
 #include "TV/interfaces/ITVGuide.h"
 #include "TV/server/dummy/guide/Guide.h"
-#include "TV/server/dummy/query/TextSearch.h"
 
 #include <bitset>
 #include <cstdint>
@@ -40,13 +39,11 @@ private:
     class Slice;
 
     bool hasGenre(const epgentry& row) const;
-    bool hasTexts(std::uint32_t position);
 
     const Guide& guide_;
     const ITVGuide::Query& query_;
     std::vector<std::int32_t> keys_; ///< of Less
     std::bitset<256> genres_; ///< those of which an event must have one
-    std::vector<TextSearch> searches_;
 };
 
 } // namespace Ostrel::TV

@@ -63,12 +63,4 @@ const epgentry* QuorilQuery::next() {
     return position ? index_[*position] : nullptr;
 }
 
-std::size_t QuorilQuery::count() const {
-    std::size_t count = 0;
-    for (const std::uint64_t word : rows_)
-        if (word != 0) // most are 0 where few rows are wanted
-            count += static_cast<std::size_t>(std::popcount(word));
-    return count;
-}
-
 } // namespace Ostrel::TV

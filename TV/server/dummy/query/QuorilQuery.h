@@ -1,12 +1,13 @@
 #pragma once
 
 #include "TV/server/dummy/guide/Guide.h"
+#include "TV/server/dummy/query/RowBits.h"
 #include "TV/server/dummy/quoril/Expression.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,15 @@ public:
     }
 
     /// How many rows there are in all.
-    std::size_t count() const;
+    std::size_t count() const { return countRows(rows_); }
+
+    /// Leaves out the rows whose bits are cleared.
+    /// @param clear  is given a bit for each position
+    template <typename Clear> void narrow(Clear clear) {
+        clear(std::span(rows_));
+        if (left_ != 0)
+            left_ &= rows_[word_ - 1];
+    }
 
     /// Whether the row at a position is one of them.
     bool matches(std::uint32_t position) const {

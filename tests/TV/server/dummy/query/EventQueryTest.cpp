@@ -53,7 +53,7 @@ protected:
 };
 
 bool holds(const char* text, const std::string& wanted) {
-    return text && std::string(text).find(wanted) != std::string::npos;
+    return text && std::string_view(text).find(wanted) != std::string_view::npos;
 }
 
 /// What a query gives, step by step.
@@ -93,13 +93,13 @@ std::vector<const epgentry*> runPlainly(const StartTimeIndex& index, const ITVGu
                                             [&](unsigned char genre) { return genre == row->Content; }))
             continue;
         if (!query.getStringList().empty()) {
-            unsigned found = 0, missed = 0;
-            for (const auto& text : query.getStringList())
-                ++(holds(row->Title, text) ||
-                           (query.getStringMatchDescription() && holds(row->Description, text))
-                       ? found
-                       : missed);
-            if (found == 0 || (query.getStringAnd() && missed != 0))
+            const auto isFound = [&](const std::string& text) {
+                return holds(row->Title, text) ||
+                       (query.getStringMatchDescription() && holds(row->Description, text));
+            };
+            const auto& texts = query.getStringList();
+            if (!(query.getStringAnd() ? std::all_of(texts.begin(), texts.end(), isFound)
+                                       : std::any_of(texts.begin(), texts.end(), isFound)))
                 continue;
         }
         if (!sortAfter && slice.getValid() && (n < slice.getBase() || n >= slice.getLimit())) {
@@ -328,6 +328,94 @@ TEST_F(EventQueryTest, RandomQueriesGiveWhatThePlainWayGives) {
         most = std::max(most, events.size());
     }
     EXPECT_GT(most, 5000u);
+}
+
+/// Texts to look for: pieces of what the guide says, as the elements of a JSON list.
+class TextPicker {
+public:
+    TextPicker(const StartTimeIndex& index, std::mt19937& random) : index_(index), random_(random) {}
+
+    std::string pick(std::size_t count) {
+        // Many texts are all found only where they are pieces of the same row.
+        const bool together = below(2) == 0;
+        std::size_t row = below(index_.size());
+        std::string list;
+        std::vector<std::string> texts;
+        for (std::size_t i = 0; i != count; ++i) {
+            if (!together)
+                row = below(index_.size());
+            if (!texts.empty() && below(8) == 0)
+                texts.push_back(texts[below(texts.size())]);
+            else
+                texts.push_back(below(together ? 1000 : 20) == 0 ? makeStranger() : makePiece(*index_[row]));
+            list += (i == 0 ? "\"" : ",\"") + texts.back() + "\"";
+        }
+        return list;
+    }
+
+private:
+    std::size_t below(std::size_t limit) { return random_() % limit; }
+
+    std::string makeStranger() {
+        const std::string strangers[] = {"", "no such text", "no\\u0000such", std::string(1000, 'e'), "e#"};
+        return strangers[below(std::size(strangers))];
+    }
+
+    std::string makePiece(const epgentry& row) {
+        const char* const description = row.Description;
+        const std::string text = description && below(2) == 0 ? description : std::string(row.Title);
+        const auto from = below(text.size());
+        std::string piece = text.substr(from, 1 + below(below(8) == 0 ? 200 : 5));
+        // No more of it than may stand in JSON as it is.
+        piece.erase(std::find_if(piece.begin(), piece.end(),
+                                 [](char c) { return c < ' ' || c == '"' || c == '\\' || c > '~'; }),
+                    piece.end());
+        return piece;
+    }
+
+    const StartTimeIndex& index_;
+    std::mt19937& random_;
+};
+
+TEST_F(EventQueryTest, RandomTextsFindWhatEachOfThemFinds) {
+    std::mt19937 random(1318);
+    const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+    TextPicker texts(index(), random);
+    std::size_t found = 0, foundAllOfMany = 0;
+    for (unsigned round = 0; round != 2000; ++round) {
+        const unsigned count = below(2) == 0 ? below(8) : below(ITVGuide::Query::stringLimit + 1);
+        const bool all = below(2) == 0;
+        std::string text = R"({"stringList":[)" + texts.pick(count) + "]";
+        text += R"(,"stringAnd":)" + std::string(all ? "true" : "false");
+        text += R"(,"stringMatchDescription":)" + std::string(below(2) ? "true" : "false");
+        // The plain way takes its time where many are looked for.
+        if (below(count < 8 ? 4 : all ? 8 : 80) != 0) {
+            const auto base = 1318366800 + below(700000);
+            text += R"(,"timeRange":{"base":)" + std::to_string(base) + R"(,"limit":)" +
+                    std::to_string(base + below(7200)) + "}";
+        }
+        if (below(4) == 0)
+            text += R"(,"genreList":[)" + std::to_string(16 * (1 + below(10))) + ",32,32,64]";
+        if (below(8) == 0)
+            text += R"(,"serviceIdList":[1000,1004,1010,1043])";
+        text += R"(,"orderByServiceIdPriority":)" + std::to_string(static_cast<int>(below(3)) - 1);
+        text += R"(,"orderByStartTimePriority":)" + std::to_string(static_cast<int>(below(3)) - 1);
+        if (below(3) == 0)
+            text += R"(,"sliceRange":{"base":)" + std::to_string(below(30)) + R"(,"limit":)" +
+                    std::to_string(below(below(2) ? 60 : 6000)) + "}";
+        text += "}";
+
+        const auto query = makeQuery(text);
+        VectorObject<EventInfo> wanted, events;
+        for (const epgentry* row : runPlainly(index(), query))
+            appendEvent(wanted, *row);
+        ASSERT_TRUE(EventQuery(guide(), query).run(events)) << text;
+        ASSERT_EQ(places(events), places(wanted)) << text;
+        found += !events.empty() && events.size() != index().size();
+        foundAllOfMany += all && count > 20 && !events.empty();
+    }
+    EXPECT_GT(found, 500u);
+    EXPECT_GT(foundAllOfMany, 5u);
 }
 
 TEST_F(EventQueryTest, AsksTheGuideThatItIsGiven) {

@@ -110,7 +110,7 @@ json::value Client::request(std::string_view method, std::string_view params) {
         text.append(R"(,"params":)").append(params);
     text += '}';
 
-    const auto deadline = std::chrono::steady_clock::now() + timeout_;
+    const auto deadline = MessageSocket::deadlineAfter(timeout_);
     connection_->send(text, deadline);
     json::value result;
     while (const auto message = connection_->receive(deadline)) {
@@ -175,7 +175,7 @@ void Client::deleteContext(std::uint32_t context) {
 }
 
 std::optional<Notification> Client::next(std::chrono::milliseconds timeout) {
-    return nextUntil(std::chrono::steady_clock::now() + timeout);
+    return nextUntil(MessageSocket::deadlineAfter(timeout));
 }
 
 Notification Client::next() {

@@ -9,7 +9,9 @@ namespace Ostrel::Client {
 /// How a client connects and waits.
 struct ClientOptions {
     std::string token; ///< sent as "Authorization: Bearer"; empty: none
-    std::chrono::milliseconds timeout{10000}; ///< for connecting, and for each reply
+    /// For connecting, the look-up of the host's name included, and for each reply. As here, wherever
+    /// this library takes a time to wait std::chrono::milliseconds::max() waits for ever.
+    std::chrono::milliseconds timeout{10000};
     /// Signals, such as SIGINT, each of which ends one wait with Interrupted as long as the client
     /// lives. Their handlers are the process's: two clients may name the same ones.
     std::vector<int> stopSignals;

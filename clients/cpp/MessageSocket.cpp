@@ -1,6 +1,7 @@
 #include "clients/cpp/MessageSocket.h"
 
 #include "clients/cpp/Errors.h"
+#include "clients/cpp/NameLookup.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/generic/stream_protocol.hpp>
@@ -13,6 +14,7 @@
 #include <boost/beast/http/field.hpp>
 #include <boost/beast/websocket.hpp>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -42,8 +44,7 @@ std::string firstLine(const std::string& text) {
 class MessageSocket::Stream {
 public:
     Stream(const Url& url, const ClientOptions& options)
-        : url_(url), deadline_(std::chrono::steady_clock::now() + options.timeout), signals_(io_),
-          stream_(io_) {
+        : url_(url), deadline_(deadlineAfter(options.timeout)), signals_(io_), stream_(io_) {
         for (const int signal : options.stopSignals)
             signals_.add(signal);
         if (!options.stopSignals.empty())
@@ -123,19 +124,17 @@ private:
     }
 
     std::vector<Protocol::endpoint> resolve() {
-        asio::ip::tcp::resolver resolver(io_);
-        std::vector<Protocol::endpoint> endpoints;
-        const auto error = await(deadline_, [&](auto handler) {
-            resolver.async_resolve(
-                url_.getHost(), std::to_string(url_.getPort()),
-                [&endpoints, done = std::move(handler)](error_code failure, const auto& results) mutable {
-                    for (const auto& result : results)
-                        endpoints.emplace_back(result.endpoint());
-                    done(failure);
-                });
-        });
-        if (error)
-            refuse(ConnectError::Cause::Unreachable, error.message());
+        error_code error;
+        const auto address = asio::ip::make_address(url_.getHost(), error);
+        if (!error)
+            return {asio::ip::tcp::endpoint(address, url_.getPort())};
+        const NameLookup lookup(url_.getHost(), std::to_string(url_.getPort()), io_);
+        const auto work = asio::make_work_guard(io_);
+        if (!runUntil(deadline_, [&lookup] { return lookup.isDone(); }))
+            refuse(ConnectError::Cause::Unreachable, error_code(asio::error::timed_out).message());
+        const auto& [failure, endpoints] = lookup.getAnswer();
+        if (failure)
+            refuse(ConnectError::Cause::Unreachable, failure.message());
         return endpoints;
     }
 
@@ -277,6 +276,13 @@ private:
     std::optional<int> interrupted_; ///< the signal that is to end a wait
     std::optional<std::string> lost_; ///< why, once it is
 };
+
+TimePoint MessageSocket::deadlineAfter(std::chrono::milliseconds timeout) {
+    const auto now = std::chrono::steady_clock::now();
+    // Compared in milliseconds: the clock counts nanoseconds, of which there are fewer.
+    const auto rest = std::chrono::floor<std::chrono::milliseconds>(never - now);
+    return timeout < rest ? now + std::max(timeout, std::chrono::milliseconds(0)) : never;
+}
 
 MessageSocket::MessageSocket(const Url& url, const ClientOptions& options)
     : stream_(std::make_unique<Stream>(url, options)) {}

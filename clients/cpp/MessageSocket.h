@@ -18,6 +18,9 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
     static constexpr TimePoint never = TimePoint::max();
 
+    /// Returns when so much time has passed, never where that is beyond what a clock can show.
+    static TimePoint deadlineAfter(std::chrono::milliseconds timeout);
+
     /// @throws ConnectError, Interrupted
     MessageSocket(const Url& url, const ClientOptions& options);
 

@@ -1,6 +1,7 @@
 #include "clients/cpp/Client.h"
 
 #include "tests/support/FakeService.h"
+#include "tests/support/SilentNameServer.h"
 
 #include <boost/json/serialize.hpp>
 
@@ -9,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <thread>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -20,6 +22,7 @@ using Ostrel::Test::error;
 using Ostrel::Test::FakeService;
 using Ostrel::Test::result;
 using namespace std::chrono_literals;
+using std::chrono::milliseconds;
 
 namespace {
 
@@ -235,6 +238,46 @@ TEST(ClientTest, NobodyAnswers) {
                   "cannot connect to " + silence.getAddress() + ": Connection timed out");
         EXPECT_EQ(refusal.getCause(), ConnectError::Cause::Unreachable);
     }
+}
+
+TEST(ClientTest, SilentNameServerIsNotWaitedFor) {
+    const SilentNameServer silence;
+    EXPECT_EQ(textOf<ConnectError>([] { Client client(Url("silent.test:1"), impatient()); }),
+              "cannot connect to silent.test:1: Connection timed out");
+    EXPECT_EQ(silence.getWaiting(), 1); // and nobody for it
+}
+
+TEST(ClientTest, InterruptEndsALookUp) {
+    const SilentNameServer silence;
+    ClientOptions options;
+    options.timeout = milliseconds::max();
+    options.stopSignals = {SIGUSR1};
+    std::thread interrupter([&silence] {
+        while (silence.getWaiting() == 0)
+            std::this_thread::yield();
+        ::kill(::getpid(), SIGUSR1);
+    });
+    EXPECT_THROW(Client(Url("silent.test:1"), options), Interrupted);
+    EXPECT_EQ(silence.getWaiting(), 1);
+    interrupter.join();
+}
+
+TEST(ClientTest, HostIsLookedUpByItsName) {
+    FakeService fake({});
+    const auto address = fake.getAddress();
+    const Client client(Url("localhost" + address.substr(address.find(':'))));
+    EXPECT_EQ(textOf<ConnectError>([] { Client nowhere(Url("silent.test:1")); }), // its server is away
+              "cannot connect to silent.test:1: Host not found (non-authoritative), try again later");
+}
+
+TEST(ClientTest, GreatestTimeIsNoLimit) {
+    FakeService fake({{"m", {started, result("true")}}});
+    ClientOptions options;
+    options.timeout = milliseconds::max();
+    Client client(Url(fake.getAddress()), options);
+    EXPECT_EQ(client.request("m"), true);
+    EXPECT_TRUE(client.next(milliseconds::max()));
+    EXPECT_FALSE(client.next(milliseconds::min()));
 }
 
 TEST(ClientTest, RefusedHandshakeShowsTheFirstLineOfTheAnswer) {

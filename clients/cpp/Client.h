@@ -2,17 +2,14 @@
 
 #include "clients/cpp/ClientOptions.h"
 #include "clients/cpp/Errors.h"
+#include "clients/cpp/Json.h"
 #include "clients/cpp/Notification.h"
 #include "clients/cpp/Records.h"
 #include "clients/cpp/Url.h"
 
-#include <boost/json/object.hpp>
-#include <boost/json/value.hpp>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,12 +18,12 @@
 
 namespace Ostrel::Client {
 
-class MessageSocket;
+class Connection;
 
 /// Talks to one TV service over one WebSocket.
 ///
 /// Times are seconds since 1970-01-01 UTC. Calls block until their reply is there. Notifications that arrive meanwhile are kept
-/// for next(). Only inside these operations the service's pings are answered: a client
+/// for next(), the newest keptNotifications of them. Only inside these operations the service's pings are answered: a client
 /// that calls nothing for more than a minute is closed by the service.
 ///
 /// Every operation may throw ConnectionLost and Interrupted; every call also TimedOut,
@@ -35,9 +32,6 @@ class Client {
 public:
     /// Where a seek counts from.
     enum class Whence : std::uint32_t { Start = 0, Cursor = 1, End = 2 };
-
-    /// The newest notifications are kept, no more than this many.
-    static constexpr std::size_t keptNotifications = 10000;
 
     /// @throws ConnectError, Interrupted
     explicit Client(const Url& url, const ClientOptions& options = {});
@@ -49,17 +43,17 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// Sends one request as it stands and returns its result.
+    /// Sends one request as it stands and returns its result as JSON text.
     ///
     /// @param params  the text of a JSON object; empty: none are sent
-    boost::json::value request(std::string_view method, std::string_view params = {});
+    std::string request(std::string_view method, std::string_view params = {});
 
-    /// Calls a method with this client's own context and returns its result.
+    /// Calls a method with this client's own context and returns its result as JSON text, of which
+    /// decode() makes values.
     ///
     /// @param method   interface and operation, for example "ITVService::serviceListGet"
     /// @param payload  the method's parameters as JSON text, sent as it stands; empty: none
-    boost::json::value call(std::string_view method, std::string_view payload = {});
-    boost::json::value call(std::string_view method, const boost::json::object& payload);
+    std::string call(std::string_view method, std::string_view payload = {});
 
     /// Returns this client's own context; the first use makes it.
     std::uint32_t getContext();
@@ -139,16 +133,12 @@ public:
     void clearTransponders(std::uint32_t sourceId);
 
 private:
-    using TimePoint = std::chrono::steady_clock::time_point;
-
-    bool takeMessage(const std::string& text, std::int64_t id, boost::json::value& result);
-    std::optional<Notification> nextUntil(TimePoint deadline);
+    template <class Result> Result ask(std::string_view method, std::string_view payload = {});
+    std::string makeParams(std::string_view payload);
 
     const std::chrono::milliseconds timeout_;
-    const std::unique_ptr<MessageSocket> connection_;
-    std::deque<Notification> notifications_;
+    const std::unique_ptr<Connection> connection_;
     std::optional<std::uint32_t> context_;
-    std::int64_t lastId_ = 0;
 };
 
 } // namespace Ostrel::Client

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <boost/json/object.hpp>
-#include <boost/json/value.hpp>
-
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -110,19 +107,5 @@ struct Query {
 
     bool operator==(const Query&) const = default;
 };
-
-/// Makes a record from a reply. Members that the record does not have are ignored.
-///
-/// @throws BadReply  names the member that is missing or of another type
-template <class Record> Record decode(const boost::json::value& reply);
-
-/// Makes a list of records from a reply, like decode().
-template <class Record> std::vector<Record> decodeList(const boost::json::value& reply);
-
-/// Returns the record as it travels: the same members in the same order.
-template <class Record> boost::json::object encode(const Record& record);
-
-/// Likewise; members that are as at the start are left out, which the service understands.
-boost::json::object encode(const Query& query);
 
 } // namespace Ostrel::Client

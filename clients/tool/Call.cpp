@@ -143,15 +143,15 @@ std::string getHint(const ServiceError& error, const std::string& method) {
     return "";
 }
 
-json::value perform(Client& client, const CallOptions& options, const std::string& method,
+std::string perform(Client& client, const CallOptions& options, const std::string& method,
                     const std::string& payload) {
     if (method == createContext)
-        return client.createContext();
+        return std::to_string(client.createContext());
     if (options.context)
         client.useContext(*options.context);
     if (method == deleteContext) {
         client.deleteContext(payload.empty() ? client.getContext() : readContext(payload));
-        return nullptr;
+        return "null";
     }
     if (method.starts_with("rpc."))
         return client.request(method, payload);

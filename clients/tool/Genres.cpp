@@ -2,8 +2,6 @@
 #include "clients/tool/Output.h"
 #include "clients/tool/Table.h"
 
-#include <boost/json/array.hpp>
-
 #include <cstdio>
 
 namespace Ostrel::Client::Tool {
@@ -13,10 +11,7 @@ namespace {
 void showGenres(Session& session) {
     const auto genres = session.getClient().getGenres();
     if (session.json) {
-        boost::json::array array;
-        for (const auto& genre : genres)
-            array.push_back(encode(genre));
-        printJson(array);
+        printJson(encode(genres));
         return;
     }
     Table table({{"Code"}, {"Genre"}});

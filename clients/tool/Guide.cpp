@@ -9,8 +9,6 @@
 #include "clients/tool/TimeSpan.h"
 #include "commandline/UsageError.h"
 
-#include <boost/json/array.hpp>
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -221,10 +219,7 @@ void showGuide(Session& session, const GuideOptions& options) {
     const auto lineup = needsLineup ? readLineup(client) : std::vector<ServiceInfo>();
     const auto events = findEvents(client, makeQuery(client, options), chooseServices(lineup, options));
     if (session.json) {
-        boost::json::array array;
-        for (const auto& event : events)
-            array.push_back(encode(event));
-        printJson(array);
+        printJson(encode(events));
         return;
     }
     if (!events.empty()) {

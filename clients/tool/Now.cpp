@@ -6,8 +6,6 @@
 #include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
 
-#include <boost/json/array.hpp>
-
 #include <limits>
 #include <memory>
 
@@ -68,11 +66,9 @@ std::string formatTable(const std::vector<Showing>& showings, std::int64_t now) 
     return table.format();
 }
 
-boost::json::value showingToJson(const Showing& showing) {
-    boost::json::object members{{"service", encode(showing.service)}, {"now", encode(showing.events[0])}};
-    members["next"] =
-        showing.events.size() > 1 ? boost::json::value(encode(showing.events[1])) : boost::json::value();
-    return members;
+std::string showingToJson(const Showing& showing) {
+    return R"({"service":)" + encode(showing.service) + R"(,"now":)" + encode(showing.events[0]) +
+           R"(,"next":)" + (showing.events.size() > 1 ? encode(showing.events[1]) : "null") + "}";
 }
 
 std::string describeSilence(Client& client, const NowOptions& options, std::int64_t now) {
@@ -97,10 +93,10 @@ void showNow(Session& session, const NowOptions& options) {
     auto& client = session.getClient();
     const auto showings = findShowings(client, options);
     if (session.json) {
-        boost::json::array array;
+        std::string list;
         for (const auto& showing : showings)
-            array.push_back(showingToJson(showing));
-        printJson(array);
+            list.append(list.empty() ? "" : ",").append(showingToJson(showing));
+        printJson("[" + list + "]");
         return;
     }
     const auto now = client.getUtcTime();

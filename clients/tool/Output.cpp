@@ -1,9 +1,11 @@
 #include "clients/tool/Output.h"
 
+#include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
 #include <cerrno>
 #include <ctime>
+#include <limits>
 #include <system_error>
 
 #include <sys/ioctl.h>
@@ -44,6 +46,13 @@ void append(std::string& text, const json::value& value, std::size_t depth) {
     }
 }
 
+// The client has read the text, and found it not too deep.
+json::value parse(const std::string& text) {
+    json::parse_options options;
+    options.max_depth = std::numeric_limits<std::size_t>::max();
+    return json::parse(text, {}, options);
+}
+
 } // namespace
 
 void print(std::string_view text) {
@@ -58,17 +67,28 @@ void print(std::string_view text) {
     }
 }
 
-void printJson(const json::value& value) {
-    print(json::serialize(value) + "\n");
+void printJson(const std::string& json) {
+    print(json + "\n");
 }
 
-json::value toJson(const Notification& notification) {
-    return {{"method", notification.method}, {"params", notification.params}};
+std::string toJson(const Notification& notification) {
+    return R"({"method":)" + json::serialize(json::string_view(notification.method)) + R"(,"params":)" +
+           notification.params + "}";
 }
 
-std::string indented(const json::value& value) {
+std::string indented(const std::string& json) {
     std::string text;
-    append(text, value, 0);
+    append(text, parse(json), 0);
+    return text;
+}
+
+std::string listMembers(const std::string& json) {
+    const auto value = parse(json);
+    std::string text;
+    for (const auto& member : value.as_object()) {
+        text.append(text.empty() ? "" : ", ").append(member.key()).append(" ");
+        text += json::serialize(member.value());
+    }
     return text;
 }
 

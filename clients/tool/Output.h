@@ -3,8 +3,6 @@
 #include "clients/cpp/Notification.h"
 #include "commandline/Text.h"
 
-#include <boost/json/value.hpp>
-
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -22,14 +20,17 @@ class OutputClosed : public std::exception {};
 /// @throws OutputClosed, std::system_error
 void print(std::string_view text);
 
-/// Prints a value on one line.
-void printJson(const boost::json::value& value);
+/// Prints JSON text on a line of its own.
+void printJson(const std::string& json);
 
 /// Returns a notification as scripts get it, {"method":...,"params":...}.
-boost::json::value toJson(const Notification& notification);
+std::string toJson(const Notification& notification);
 
-/// Returns a value on many lines, indented for people.
-std::string indented(const boost::json::value& value);
+/// Returns JSON text on many lines, indented for people.
+std::string indented(const std::string& json);
+
+/// Returns the members of a JSON object on one line for people: "sourceId 1, percent 42".
+std::string listMembers(const std::string& json);
 
 using CommandLine::printable;
 

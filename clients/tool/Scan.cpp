@@ -154,10 +154,9 @@ private:
         const bool isComplete = event.method == "ITVConfig::onScanComplete";
         display_.show(event);
         if (isProgress) {
-            const auto* percent = event.params.if_contains("percent");
-            if (percent == nullptr || !percent->is_int64())
+            if (!event.percent)
                 throw BadReply("the service sent a progress without a percentage");
-            progress_.percent = static_cast<std::uint32_t>(percent->get_int64());
+            progress_.percent = *event.percent;
         }
         if (isProgress || isComplete)
             countServices();
@@ -227,7 +226,7 @@ void scan(Session& session, Kind kind, std::uint32_t source) {
 void stopScan(Session& session, std::uint32_t source) {
     const bool stopped = session.getClient().stopScan(source);
     if (session.json)
-        printJson({{"stopped", stopped}});
+        printJson(stopped ? R"({"stopped":true})" : R"({"stopped":false})");
     else
         print(stopped ? "The scan is stopped.\n" : "No scan is running.\n");
 }

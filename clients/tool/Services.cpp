@@ -5,8 +5,6 @@
 #include "clients/tool/Pager.h"
 #include "clients/tool/Table.h"
 
-#include <boost/json/array.hpp>
-
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -124,10 +122,7 @@ void showServices(Session& session, const ServicesOptions& options) {
         page(services.empty() ? asSentence(describeNothing(options)) : formatTable(services));
         return;
     }
-    boost::json::array array;
-    for (const auto& service : services)
-        array.push_back(encode(service));
-    printJson(array);
+    printJson(encode(services));
 }
 
 } // namespace

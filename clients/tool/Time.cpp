@@ -10,7 +10,7 @@ namespace {
 void showTime(Session& session) {
     const auto seconds = session.getClient().getUtcTime();
     if (session.json) {
-        printJson(boost::json::object{{"time", seconds}});
+        printJson(R"({"time":)" + std::to_string(seconds) + "}");
         return;
     }
     const auto time = static_cast<std::time_t>(seconds);

@@ -36,7 +36,7 @@ void addTransponder(Session& session, const AddOptions& options) {
         options.frequencyKHz ? *options.frequencyKHz : *options.frequencyMHz * kiloHertzPerMegaHertz;
     session.getClient().addTransponder(options.source, frequencyKHz);
     if (session.json)
-        printJson({{"added", true}});
+        printJson(R"({"added":true})");
     else
         print("Added " + std::to_string(frequencyKHz / kiloHertzPerMegaHertz) + " MHz.\n");
 }
@@ -57,7 +57,7 @@ void clearTransponders(Session& session, const ClearOptions& options) {
         askWhetherToClear();
     session.getClient().clearTransponders(options.source);
     if (session.json)
-        printJson({{"cleared", true}});
+        printJson(R"({"cleared":true})");
     else
         print("All transponders and services are removed.\n");
 }

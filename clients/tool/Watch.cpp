@@ -1,8 +1,6 @@
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
 
-#include <boost/json/serialize.hpp>
-
 #include <ctime>
 
 namespace Ostrel::Client::Tool {
@@ -14,11 +12,8 @@ std::string describe(const Notification& notification) {
     std::tm local{};
     localtime_r(&now, &local);
     std::string line = formatTime("%Y-%m-%d %H:%M:%S", local) + "  " + notification.method;
-    const char* separator = "  ";
-    for (const auto& member : notification.params) {
-        line += separator + std::string(member.key()) + " " + boost::json::serialize(member.value());
-        separator = ", ";
-    }
+    if (const auto members = listMembers(notification.params); !members.empty())
+        line += "  " + members;
     return printable(line) + "\n";
 }
 

@@ -3,8 +3,6 @@
 #include "tests/support/FakeService.h"
 #include "tests/support/SilentNameServer.h"
 
-#include <boost/json/serialize.hpp>
-
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -144,14 +142,16 @@ TEST(ClientTest, RefusalCarriesEveryMember) {
 TEST(ClientTest, NotificationsBesideARepliesAreKeptInOrder) {
     FakeService fake({{"scan", {started, progress, result("true"), progress}}});
     Client client(Url(fake.getAddress()));
-    EXPECT_EQ(client.call("scan"), true);
+    EXPECT_EQ(client.call("scan"), "true");
     EXPECT_EQ(client.next().method, "ITVConfig::onScanStart");
     const auto kept = client.next(0ms);
     ASSERT_TRUE(kept);
-    EXPECT_EQ(boost::json::serialize(kept->params), R"({"sourceId":1,"percent":42})");
+    EXPECT_EQ(kept->params, R"({"sourceId":1,"percent":42})");
+    EXPECT_EQ(kept->sourceId, 1U);
+    EXPECT_EQ(kept->percent, 42U);
     EXPECT_EQ(client.next().method, "ITVConfig::onScanProgress"); // came after the reply
     EXPECT_FALSE(client.next(1ms));
-    EXPECT_EQ(client.call("scan"), true); // a wait in vain harms nothing
+    EXPECT_EQ(client.call("scan"), "true"); // a wait in vain harms nothing
 }
 
 TEST(ClientTest, NewestNotificationsAreKept) {
@@ -159,7 +159,7 @@ TEST(ClientTest, NewestNotificationsAreKept) {
         return R"({"jsonrpc":"2.0","method":"n","params":{"n":)" + std::to_string(n) + "}}";
     };
     FakeService::Frames atLimit;
-    for (std::size_t i = 1; i <= Client::keptNotifications; ++i)
+    for (std::size_t i = 1; i <= keptNotifications; ++i)
         atLimit.push_back(numbered(i));
     auto pastIt = atLimit;
     pastIt.push_back(numbered(pastIt.size() + 1));
@@ -169,14 +169,14 @@ TEST(ClientTest, NewestNotificationsAreKept) {
     for (const auto& [method, first] : {std::pair{"atLimit", 1}, {"pastIt", 2}}) {
         Client client(Url(fake.getAddress()));
         client.request(method);
-        EXPECT_EQ(client.next().params.at("n"), first) << method;
+        EXPECT_EQ(client.next().params, R"({"n":)" + std::to_string(first) + "}") << method;
     }
 }
 
 TEST(ClientTest, ReplyToAnotherRequestIsPassedOver) {
     FakeService fake({{"m", {R"({"jsonrpc":"2.0","id":77,"result":"late"})", result("\"mine\"")}}});
     Client client(Url(fake.getAddress()));
-    EXPECT_EQ(client.request("m"), "mine");
+    EXPECT_EQ(client.request("m"), "\"mine\"");
 }
 
 TEST(ClientTest, MissingReplyEndsTheWait) {
@@ -189,7 +189,7 @@ TEST(ClientTest, LargeReplyArrivesWhole) {
     const std::string text(20U << 20, 'x'); // past the WebSocket library's own default
     FakeService fake({{"m", {result('"' + text + '"')}}});
     Client client(Url(fake.getAddress()));
-    EXPECT_EQ(client.request("m").as_string().size(), text.size());
+    EXPECT_EQ(client.request("m").size(), text.size() + 2); // with its quotation marks
 }
 
 TEST(ClientTest, LostConnectionSaysWhy) {
@@ -275,7 +275,7 @@ TEST(ClientTest, GreatestTimeIsNoLimit) {
     ClientOptions options;
     options.timeout = milliseconds::max();
     Client client(Url(fake.getAddress()), options);
-    EXPECT_EQ(client.request("m"), true);
+    EXPECT_EQ(client.request("m"), "true");
     EXPECT_TRUE(client.next(milliseconds::max()));
     EXPECT_FALSE(client.next(milliseconds::min()));
 }

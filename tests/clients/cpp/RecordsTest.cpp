@@ -1,8 +1,5 @@
-#include "clients/cpp/Records.h"
 #include "clients/cpp/Errors.h"
-
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
+#include "clients/cpp/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -10,11 +7,9 @@ using namespace Ostrel::Client;
 
 namespace {
 
-namespace json = boost::json;
-
 template <class Record> std::string roundTrip(const std::string& text) {
     try {
-        return json::serialize(encode(decode<Record>(json::parse(text))));
+        return encode(decode<Record>(text));
     } catch (const BadReply& error) {
         return error.what();
     }
@@ -74,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Records, RecordTable, testing::ValuesIn(rows),
 
 TEST(RecordsTest, QueryLeavesOutWhatIsAsAtTheStart) {
     Query query;
-    EXPECT_EQ(json::serialize(encode(query)), "{}");
+    EXPECT_EQ(encode(query), "{}");
     query.serviceIdList = {1043};
     query.timeRange = {{true, 1, 2}};
     query.genreList = {16};
@@ -84,7 +79,7 @@ TEST(RecordsTest, QueryLeavesOutWhatIsAsAtTheStart) {
     query.orderByServiceIdPriority = 0;
     query.orderByStartTimePriority = 1;
     query.sliceRange = {{3, 4294967295}};
-    EXPECT_EQ(json::serialize(encode(query)),
+    EXPECT_EQ(encode(query),
               R"({"serviceIdList":[1043],"timeRange":{"strict":true,"base":1,"limit":2},"genreList":[16],)"
               R"("stringList":["News"],"stringAnd":true,"stringMatchDescription":true,)"
               R"("orderByServiceIdPriority":0,"orderByStartTimePriority":1,)"
@@ -92,11 +87,24 @@ TEST(RecordsTest, QueryLeavesOutWhatIsAsAtTheStart) {
 }
 
 TEST(RecordsTest, ListKeepsItsOrder) {
-    const auto genres =
-        decodeList<GenreStringMap>(json::parse(R"([{"code":2,"text":"b"},{"code":1,"text":"a"}])"));
-    EXPECT_EQ(genres, (std::vector<GenreStringMap>{{2, "b"}, {1, "a"}}));
-    EXPECT_THROW(decodeList<GenreStringMap>(json::parse("{}")), BadReply);
-    EXPECT_THROW(decodeList<GenreStringMap>(json::parse("[1]")), BadReply);
+    using Genres = std::vector<GenreStringMap>;
+    const std::string text = R"([{"code":2,"text":"b"},{"code":1,"text":"a"}])";
+    const auto genres = decode<Genres>(text);
+    EXPECT_EQ(genres, (Genres{{2, "b"}, {1, "a"}}));
+    EXPECT_EQ(encode(genres), text);
+    EXPECT_EQ(encode(Genres()), "[]");
+    EXPECT_THROW(decode<Genres>("{}"), BadReply);
+    EXPECT_THROW(decode<Genres>("[1]"), BadReply);
+}
+
+TEST(RecordsTest, PlainRepliesAreReadToo) {
+    EXPECT_TRUE(decode<bool>("true"));
+    EXPECT_THROW(decode<bool>("1"), BadReply);
+    EXPECT_EQ(decode<std::uint32_t>("4294967295"), 4294967295U);
+    EXPECT_THROW(decode<std::uint32_t>("4294967296"), BadReply);
+    EXPECT_EQ(decode<std::vector<std::string>>(R"(["a","\n"])"), (std::vector<std::string>{"a", "\n"}));
+    EXPECT_THROW(decode<std::vector<std::string>>("[1]"), BadReply);
+    EXPECT_THROW(decode<bool>("no JSON"), BadReply);
 }
 
 } // namespace

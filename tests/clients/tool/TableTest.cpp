@@ -1,8 +1,6 @@
 #include "clients/tool/Table.h"
 #include "clients/tool/Output.h"
 
-#include <boost/json/parse.hpp>
-
 #include <gtest/gtest.h>
 
 using namespace Ostrel::Client::Tool;
@@ -66,7 +64,7 @@ TEST(TableTest, ControlCharactersReachNoTerminal) {
 }
 
 TEST(OutputTest, IndentsForPeople) {
-    EXPECT_EQ(indented(boost::json::parse(R"({"a":[1,{"b":"x\ny"}],"c":[],"d":{},"e":null})")),
+    EXPECT_EQ(indented(R"({"a":[1,{"b":"x\ny"}],"c":[],"d":{},"e":null})"),
               "{\n  \"a\": [\n    1,\n    {\n      \"b\": \"x\\ny\"\n    }\n  ],\n"
               "  \"c\": [],\n  \"d\": {},\n  \"e\": null\n}");
 }

@@ -1,0 +1,134 @@
+#include "clients/cpp/Connection.h"
+
+#include "clients/cpp/Errors.h"
+#include "clients/cpp/MessageSocket.h"
+#include "clients/cpp/Values.h"
+
+#include <boost/json/serialize.hpp>
+
+#include <cstdio>
+#include <limits>
+
+namespace Ostrel::Client {
+
+namespace {
+
+namespace json = boost::json;
+
+std::string textAt(const json::object& members, std::string_view key) {
+    const auto* value = members.if_contains(key);
+    return value != nullptr && value->is_string() ? std::string(value->get_string()) : std::string();
+}
+
+std::optional<std::int64_t> numberAt(const json::object& members, std::string_view key) {
+    const auto* value = members.if_contains(key);
+    if (value == nullptr || !value->is_int64())
+        return std::nullopt;
+    return value->get_int64();
+}
+
+json::object objectAt(const json::object& members, std::string_view key) {
+    const auto* value = members.if_contains(key);
+    return value != nullptr && value->is_object() ? value->get_object() : json::object();
+}
+
+std::optional<std::uint32_t> unsignedAt(const json::object& members, std::string_view key) {
+    const auto number = numberAt(members, key);
+    if (!number || *number < 0 || *number > std::numeric_limits<std::uint32_t>::max())
+        return std::nullopt;
+    return static_cast<std::uint32_t>(*number);
+}
+
+ServiceError makeError(const json::object& error) {
+    const auto message = textAt(error, "message");
+    ServiceError made(numberAt(error, "code").value_or(0),
+                      message.empty() ? "the service refused and gave no reason" : message);
+    const auto data = objectAt(error, "data");
+    made.returnCode = numberAt(data, "returnCode");
+    made.name = textAt(data, "name");
+    made.member = textAt(data, "member");
+    return made;
+}
+
+Notification makeNotification(const json::object& message) {
+    const auto params = objectAt(message, "params");
+    return {.method = textAt(message, "method"),
+            .params = json::serialize(params),
+            .sourceId = unsignedAt(params, "sourceId"),
+            .percent = unsignedAt(params, "percent")};
+}
+
+std::string inSeconds(std::chrono::milliseconds time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g s", static_cast<double>(time.count()) / 1000);
+    return text;
+}
+
+} // namespace
+
+Connection::Connection(const Url& url, const ClientOptions& options)
+    : socket_(std::make_unique<MessageSocket>(url, options)) {}
+
+Connection::~Connection() = default;
+
+json::value Connection::request(std::string_view method, std::string_view params,
+                                std::chrono::milliseconds timeout) {
+    const auto id = ++lastId_;
+    std::string text = R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":)" +
+                       json::serialize(json::string_view(method.data(), method.size()));
+    if (!params.empty())
+        text.append(R"(,"params":)").append(params);
+    text += '}';
+
+    const auto deadline = MessageSocket::deadlineAfter(timeout);
+    socket_->send(text, deadline);
+    json::value result;
+    while (const auto message = socket_->receive(deadline)) {
+        if (takeMessage(*message, id, result))
+            return result;
+    }
+    throw TimedOut("no reply to " + std::string(method) + " within " + inSeconds(timeout));
+}
+
+/// Keeps a notification; true when the message is the reply to this request.
+bool Connection::takeMessage(const std::string& text, std::int64_t id, json::value& result) {
+    auto message = parse(text);
+    auto* members = message.if_object();
+    if (members == nullptr)
+        throw BadReply("the service sent what is no JSON-RPC message");
+    const auto* replyId = members->if_contains("id");
+    if (replyId == nullptr) {
+        if (notifications_.size() == keptNotifications)
+            notifications_.pop_front();
+        notifications_.push_back(makeNotification(*members));
+        return false;
+    }
+    const auto* error = members->if_contains("error");
+    // Another number is a reply that came too late. Null is the answer to a request that
+    // the service could not read, which can only be the one under way.
+    if (*replyId != id && !(replyId->is_null() && error != nullptr))
+        return false;
+    if (error != nullptr && error->is_object())
+        throw makeError(error->get_object());
+    auto* value = members->if_contains("result");
+    if (value == nullptr)
+        throw BadReply("the service sent a reply without a result");
+    result = std::move(*value);
+    return true;
+}
+
+std::optional<Notification> Connection::next(std::chrono::milliseconds timeout) {
+    const auto deadline = MessageSocket::deadlineAfter(timeout);
+    json::value ignored;
+    while (notifications_.empty()) {
+        const auto message = socket_->receive(deadline);
+        if (!message)
+            return std::nullopt;
+        takeMessage(*message, 0, ignored); // no request has the id 0
+    }
+    auto notification = std::move(notifications_.front());
+    notifications_.pop_front();
+    return notification;
+}
+
+} // namespace Ostrel::Client

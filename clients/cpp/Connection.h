@@ -1,0 +1,48 @@
+#pragma once
+
+#include "clients/cpp/ClientOptions.h"
+#include "clients/cpp/Notification.h"
+#include "clients/cpp/Url.h"
+
+#include <boost/json/value.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Ostrel::Client {
+
+class MessageSocket;
+
+/// One connection to a service: requests, the replies to them, and what is told unasked.
+class Connection {
+public:
+    /// @throws ConnectError, Interrupted
+    Connection(const Url& url, const ClientOptions& options);
+    ~Connection();
+
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// Sends one request and returns its result.
+    ///
+    /// @param params  the text of a JSON object; empty: none are sent
+    boost::json::value request(std::string_view method, std::string_view params,
+                               std::chrono::milliseconds timeout);
+
+    /// Returns the next notification, or nothing when none comes in time.
+    std::optional<Notification> next(std::chrono::milliseconds timeout);
+
+private:
+    bool takeMessage(const std::string& text, std::int64_t id, boost::json::value& result);
+
+    const std::unique_ptr<MessageSocket> socket_;
+    std::deque<Notification> notifications_;
+    std::int64_t lastId_ = 0;
+};
+
+} // namespace Ostrel::Client

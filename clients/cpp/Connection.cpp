@@ -104,9 +104,14 @@ bool Connection::takeMessage(const std::string& text, std::int64_t id, json::val
         return false;
     }
     const auto* error = members->if_contains("error");
-    // Another number is a reply that came too late. Null is the answer to a request that
-    // the service could not read, which can only be the one under way.
-    if (*replyId != id && !(replyId->is_null() && error != nullptr))
+    // Null is the answer to a request that the service could not read: the oldest without a reply.
+    // Another number than that of the one under way is a reply that came too late.
+    const bool isUnread = replyId->is_null() && error != nullptr && answeredId_ < lastId_;
+    const auto answered = isUnread ? answeredId_ + 1 : replyId->is_int64() ? replyId->get_int64() : 0;
+    if (answered <= answeredId_ || answered > lastId_)
+        return false;
+    answeredId_ = answered;
+    if (answered != id)
         return false;
     if (error != nullptr && error->is_object())
         throw makeError(error->get_object());

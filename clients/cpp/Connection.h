@@ -42,7 +42,8 @@ private:
 
     const std::unique_ptr<MessageSocket> socket_;
     std::deque<Notification> notifications_;
-    std::int64_t lastId_ = 0;
+    std::int64_t lastId_ = 0; ///< of the latest request
+    std::int64_t answeredId_ = 0; ///< of the latest that was answered: replies keep the order of requests
 };
 
 } // namespace Ostrel::Client

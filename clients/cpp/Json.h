@@ -8,7 +8,7 @@
 
 namespace Ostrel::Client {
 
-/// Makes what a method answers from its result as JSON text, which Client::call() returns: a record
+/// Makes what a method answers from its result as JSON text, which Context::call() returns: a record
 /// (not Query), a std::vector of one, bool, std::uint32_t, or std::vector<std::string>. Members that
 /// a record does not have are ignored.
 ///

@@ -146,7 +146,7 @@ std::string getHint(const ServiceError& error, const std::string& method) {
 std::string perform(Client& client, const CallOptions& options, const std::string& method,
                     const std::string& payload) {
     if (method == createContext)
-        return std::to_string(client.createContext());
+        return std::to_string(client.createContext().getContext());
     if (options.context)
         client.useContext(*options.context);
     if (method == deleteContext) {

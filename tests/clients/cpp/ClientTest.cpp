@@ -173,6 +173,22 @@ TEST(ClientTest, NewestNotificationsAreKept) {
     }
 }
 
+TEST(ClientTest, CallHasItsOwnTimeAndALateReplyHarmsNothing) {
+    FakeService fake({
+        {"slow", {}},
+        {"m", {R"({"jsonrpc":"2.0","id":1,"result":"late"})", result("\"mine\"")}},
+        {"n", {R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"late"}})", result("1")}},
+        {"unreadable", {R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"mine"}})"}},
+    });
+    Client client(Url(fake.getAddress()));
+    EXPECT_EQ(textOf<TimedOut>([&] { client.within(20ms).request("slow"); }),
+              "no reply to slow within 0.02 s");
+    EXPECT_EQ(client.request("m"), "\"mine\"");
+    EXPECT_THROW(client.within(0ms).request("slow"), TimedOut);
+    EXPECT_EQ(client.request("n"), "1");
+    EXPECT_EQ(textOf<ServiceError>([&] { client.request("unreadable"); }), "mine");
+}
+
 TEST(ClientTest, ReplyToAnotherRequestIsPassedOver) {
     FakeService fake({{"m", {R"({"jsonrpc":"2.0","id":77,"result":"late"})", result("\"mine\"")}}});
     Client client(Url(fake.getAddress()));
@@ -317,6 +333,24 @@ TEST(ClientTest, ContextThatIsThereIsUsed) {
     client.call("A::b");
     EXPECT_EQ(fake.getRequests(),
               std::vector<std::string>{R"({"jsonrpc":"2.0","id":1,"method":"A::b","params":{"context":9}})"});
+}
+
+TEST(ClientTest, EachContextHasItsOwnCalls) {
+    FakeService fake({{"ITVService::serviceListSeek", {result("1")}}});
+    Client client{Url(fake.getAddress())};
+    client.useContext(9);
+    auto other = client.createContext();
+    const Context& own = client;
+    auto same = own; // a handle, no copy of the context
+    client.useContext(10);
+    for (auto context : {other, client.with(7), same, other.within(1s)})
+        context.seek(0, Context::Whence::Start);
+    std::vector<std::string> used;
+    for (const auto& request : fake.getRequests()) {
+        if (const auto at = request.find("\"context\":"); at != std::string::npos)
+            used.push_back(request.substr(at + 10, request.find(',', at) - at - 10));
+    }
+    EXPECT_EQ(used, (std::vector<std::string>{"4711", "7", "10", "4711"}));
 }
 
 class TokenTest : public testing::Test {

@@ -3,19 +3,50 @@
 #include "Ostrel/rpc/IRPC.h"
 
 #include <algorithm>
+#include <atomic>
+#include <utility>
 
 namespace Ostrel {
+
+namespace {
+
+std::atomic<std::size_t> costOfAll = 0;
+
+/// It may be kept for long and by nobody who would widen it.
+std::string withoutSpare(std::string text) {
+    text.shrink_to_fit();
+    return text;
+}
+
+} // namespace
+
+RPCNotification::RPCNotification(std::string text) : text_(withoutSpare(std::move(text))) {
+    costOfAll += getCost();
+}
+
+RPCNotification::~RPCNotification() {
+    costOfAll -= getCost();
+}
+
+std::size_t RPCNotification::getCost() const {
+    // With what the allocator and the shared pointers keep beside two allocations.
+    return sizeof *this + 48 + text_.capacity();
+}
+
+std::size_t RPCNotification::getCostOfAll() {
+    return costOfAll;
+}
 
 RPCSubscriber::~RPCSubscriber() = default;
 
 RPCNotifier::~RPCNotifier() = default;
 
 void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload) {
-    const auto text =
-        std::make_shared<const std::string>(IRPC::RPCNotificationObject(name, payload).serialize());
+    const auto notification =
+        std::make_shared<const RPCNotification>(IRPC::RPCNotificationObject(name, payload).serialize());
     const std::lock_guard lock(mutex_);
     for (auto* subscriber : subscribers_)
-        subscriber->notify(text);
+        subscriber->notify(notification);
 }
 
 void RPCNotifier::subscribe(RPCSubscriber& subscriber) {

@@ -2,6 +2,7 @@
 
 #include "Ostrel/Export.h"
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -9,14 +10,38 @@
 
 namespace Ostrel {
 
+/// A notification on its way to the clients, who share it.
+///
+/// Any thread may hold one; nobody changes it.
+class OSTREL_API RPCNotification {
+public:
+    explicit RPCNotification(std::string text);
+    ~RPCNotification();
+
+    RPCNotification(const RPCNotification&) = delete;
+    RPCNotification& operator=(const RPCNotification&) = delete;
+
+    /// As it travels.
+    const std::string& getText() const { return text_; }
+
+    /// Bytes that keeping it costs, however many share it.
+    std::size_t getCost() const;
+
+    /// What all notifications of the process cost that somebody still holds.
+    static std::size_t getCostOfAll();
+
+private:
+    const std::string text_;
+};
+
 /// Takes the notifications of one notifier, in the order in which they were raised.
 class OSTREL_API RPCSubscriber {
 public:
     virtual ~RPCSubscriber();
 
-    /// Queues a notification's text. Must return at once and never throw; any thread may be
-    /// the caller, with module locks held.
-    virtual void notify(const std::shared_ptr<const std::string>& text) noexcept = 0;
+    /// Queues a notification. Must return at once and never throw; any thread may be the caller,
+    /// with module locks held.
+    virtual void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept = 0;
 };
 
 /// Passes notifications on to everybody who has subscribed.

@@ -25,7 +25,7 @@ Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddre
     : hub_(hub), limits_(hub.getLimits()), socket_(std::move(socket)),
       client_(std::make_shared<Lanes::Client>(std::move(peer))),
       http_(hub.getAdmission(), hub.getAdvice(), std::move(localAddress)),
-      reader_(std::make_unique<HttpReader>(*this)), output_(*this) {}
+      reader_(std::make_unique<HttpReader>(*this)), input_(*this), output_(*this) {}
 
 Connection::~Connection() {
     close();
@@ -70,6 +70,7 @@ void Connection::sayGoodbye(boost::beast::websocket::close_code code) {
     if (phase_ != Phase::Open)
         return;
     enter(Phase::Goodbye);
+    input_.lookAgain();
     webSocket_->unsubscribe();
     webSocket_->sendClose(code, [this] { finish(); });
 }
@@ -80,6 +81,7 @@ void Connection::finish() {
     if (webSocket_ != nullptr)
         webSocket_->unsubscribe();
     enter(Phase::Finishing);
+    input_.lookAgain();
     if (output_.getWaiting() == 0)
         drain();
 }
@@ -114,6 +116,7 @@ void Connection::close() noexcept {
     error_code ignored;
     socket_.close(ignored);
     output_.clear();
+    input_.lookAgain(); // whoever waits to read finds the socket closed
     releaseWebSocket();
     hub_.remove(*this);
 }
@@ -184,14 +187,28 @@ void Connection::send(std::string head, std::string body) {
     output_.push(std::move(head), std::move(body));
 }
 
-void Connection::send(std::string head, std::shared_ptr<const std::string> body) {
-    output_.push(std::move(head), std::move(body));
+// An answer always fits: there is but one of them at a time, and no further one while much waits.
+void Connection::send(std::string head, std::shared_ptr<const RPCNotification> notification) {
+    output_.push(std::move(head), std::move(notification));
+    const auto& cost = output_.getCost();
+    if (phase_ == Phase::Open && cost.notifications + cost.texts > limits_.waiting)
+        cutOff();
 }
 
-void Connection::waitingChanged(std::ptrdiff_t change) {
-    hub_.addWaiting(change);
-    if (change > 0 && output_.getWaiting() > limits_.waiting && phase_ < Phase::Goodbye)
-        cutOff();
+void Connection::waitingChanged() {
+    const auto& cost = output_.getCost();
+    // Once full it stays so until half has gone, so that it does not change with every byte.
+    const bool wasFull = std::exchange(full_, cost.all() > (full_ ? limits_.outbox / 2 : limits_.outbox));
+    if (wasFull && !full_)
+        input_.lookAgain();
+    const auto before = std::exchange(counted_, cost.own());
+    hub_.addWaiting(std::ptrdiff_t(counted_) - std::ptrdiff_t(before));
+}
+
+// Input
+
+bool Connection::mayRead() {
+    return phase_ >= Phase::Goodbye || !full_;
 }
 
 void Connection::allSent() {
@@ -204,6 +221,8 @@ void Connection::allSent() {
 // HTTP
 
 void Connection::awaitRequest() {
+    if (isEnding())
+        return;
     allowedOrigin_.clear();
     reader_->awaitRequest([this](const error_code& failure) {
         if (failure)
@@ -286,10 +305,8 @@ void Connection::answer(Answer what) {
     }
     enter(Phase::KeptAlive);
     // Through the queue: a client that sends many requests at once must not deepen the stack.
-    asio::post(socket_.get_executor(), guarded([this] {
-                   if (phase_ == Phase::KeptAlive)
-                       awaitRequest();
-               }));
+    asio::post(socket_.get_executor(),
+               guarded([this] { input_.whenAllowed(guarded([this] { awaitRequest(); })); }));
 }
 
 // WebSocket

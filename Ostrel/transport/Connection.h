@@ -2,6 +2,7 @@
 
 #include "Ostrel/transport/Conversation.h"
 #include "Ostrel/transport/Http.h"
+#include "Ostrel/transport/Input.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/Output.h"
 
@@ -53,16 +54,18 @@ public:
     /// Looks whether a time has run out. Called a few times a second.
     void tick(Clock::time_point now);
 
-    /// Bytes that wait for the client.
-    std::size_t getWaiting() const { return output_.getWaiting(); }
+    /// What keeping the bytes costs that wait for this client alone.
+    std::size_t getWaiting() const { return output_.getCost().own(); }
 
 private:
     Phase getPhase() const noexcept override { return phase_; }
     Socket& getSocket() noexcept override { return socket_; }
+    Input& getInput() noexcept override { return input_; }
     const Limits& getLimits() const noexcept override { return limits_; }
     void send(std::string head, std::string body) override;
-    void send(std::string head, std::shared_ptr<const std::string> body) override;
-    void waitingChanged(std::ptrdiff_t change) override;
+    void send(std::string head, std::shared_ptr<const RPCNotification> notification) override;
+    bool mayRead() override;
+    void waitingChanged() override;
     void allSent() override;
     void sayGoodbye(boost::beast::websocket::close_code code) override;
     void finish() override;
@@ -105,7 +108,10 @@ private:
     bool keepAlive_ = false;
 
     std::unique_ptr<WebSocket> webSocket_; ///< once upgraded
+    Input input_;
     Output output_;
+    std::size_t counted_ = 0; ///< of what waits, how much the hub knows about
+    bool full_ = false; ///< so much waits that nothing more is read
     std::array<char, 512> away_; ///< what is read at the end and thrown away
 };
 

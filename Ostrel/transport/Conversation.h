@@ -5,13 +5,15 @@
 
 #include <boost/beast/websocket/rfc6455.hpp>
 
-#include <cstddef>
 #include <exception>
 #include <memory>
 #include <string>
 #include <utility>
 
 namespace Ostrel {
+
+class Input;
+class RPCNotification;
 
 /// Where a conversation is. Down to Working it goes round, once for each request; from Open on it
 /// goes only downwards.
@@ -34,14 +36,18 @@ public:
 
     virtual Phase getPhase() const noexcept = 0;
     virtual Socket& getSocket() noexcept = 0;
+    virtual Input& getInput() noexcept = 0;
     virtual const Limits& getLimits() const noexcept = 0;
 
-    /// Queues bytes for the client: a head, then the body, which may be shared.
-    virtual void send(std::string head, std::string body) = 0;
-    virtual void send(std::string head, std::shared_ptr<const std::string> body) = 0;
+    /// Whether more may be read from the client. When that changes, its input is told.
+    virtual bool mayRead() = 0;
 
-    /// The bytes that wait for the client have become more or less.
-    virtual void waitingChanged(std::ptrdiff_t change) = 0;
+    /// Queues bytes for the client: a head, then an answer's body or a notification.
+    virtual void send(std::string head, std::string body) = 0;
+    virtual void send(std::string head, std::shared_ptr<const RPCNotification> notification) = 0;
+
+    /// What waits for the client has become more or less.
+    virtual void waitingChanged() = 0;
 
     /// The last byte that waited has gone out.
     virtual void allSent() = 0;

@@ -1,6 +1,7 @@
 #include "Ostrel/transport/HttpReader.h"
 
 #include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/Input.h"
 
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/http/read.hpp>
@@ -36,7 +37,7 @@ void HttpReader::awaitRequest(Handler handler) {
         handler({});
         return;
     }
-    conversation_.getSocket().async_read_some(
+    conversation_.getInput().async_read_some(
         buffer_.prepare(firstRead),
         conversation_.guarded([this, handler = std::move(handler)](error_code failure, std::size_t size) {
             buffer_.commit(size);
@@ -46,7 +47,7 @@ void HttpReader::awaitRequest(Handler handler) {
 
 void HttpReader::readHead(Handler handler) {
     http::async_read_header(
-        conversation_.getSocket(), buffer_, *parser_,
+        conversation_.getInput(), buffer_, *parser_,
         conversation_.guarded([this, handler = std::move(handler)](error_code failure, std::size_t size) {
             // The parser's own limit lets a little more pass.
             if (!failure && size > conversation_.getLimits().head)
@@ -56,7 +57,7 @@ void HttpReader::readHead(Handler handler) {
 }
 
 void HttpReader::readBody(Handler handler) {
-    http::async_read(conversation_.getSocket(), buffer_, *parser_,
+    http::async_read(conversation_.getInput(), buffer_, *parser_,
                      conversation_.guarded([handler = std::move(handler)](error_code failure, std::size_t) {
                          handler(failure);
                      }));

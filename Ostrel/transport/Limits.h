@@ -12,8 +12,11 @@ struct Limits {
     std::size_t reply = 64u << 20; ///< bytes of one reply, or of a batch's replies together
     std::size_t batch = 100; ///< messages in a batch
     std::size_t connections = 256; ///< open at once
-    std::size_t waiting = 64u << 20; ///< bytes waiting for one slow client
-    std::size_t waitingTogether = 512u << 20; ///< bytes waiting for all clients
+
+    // Bytes that wait are counted with what keeping them costs.
+    std::size_t outbox = 1u << 20; ///< waiting for a client that is not read from until they have gone
+    std::size_t waiting = 64u << 20; ///< notifications waiting for one client, beside its answers
+    std::size_t waitingTogether = 512u << 20; ///< waiting for all clients, what they share once
 
     std::chrono::milliseconds headTime{10'000}; ///< for a request's head to arrive
     std::chrono::milliseconds bodyTime{10'000}; ///< for a request's body to arrive

@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Listener.h"
 
+#include "Ostrel/rpc/RPCNotifier.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/transport/Connection.h"
@@ -72,7 +73,7 @@ public:
 
     const std::vector<Address>& getAddresses() const { return addresses_; }
 
-    Status getStatus() const { return {open_, std::size_t(waiting_)}; }
+    Status getStatus() const { return {open_, getWaiting()}; }
 
     const Limits& getLimits() const override { return options_.limits; }
     const Admission& getAdmission() const override { return admission_; }
@@ -81,7 +82,7 @@ public:
 
     void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
-        if (change <= 0 || std::size_t(waiting_) <= options_.limits.waitingTogether)
+        if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
         const auto most =
             std::max_element(connections_.begin(), connections_.end(), [](auto& left, auto& right) {
@@ -209,6 +210,9 @@ private:
         }
     }
 
+    /// What all that waits costs, with every text once that several clients share.
+    std::size_t getWaiting() const { return std::size_t(waiting_) + RPCNotification::getCostOfAll(); }
+
     bool hasNone() const { return connections_.empty() && refused_.empty(); }
 
     const ListenerOptions options_;
@@ -224,7 +228,7 @@ private:
     std::set<std::shared_ptr<Connection>> refused_; ///< those that are told there are too many
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
-    std::atomic<std::ptrdiff_t> waiting_ = 0; ///< bytes for all clients
+    std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
     bool stopping_ = false; ///< clients are being said goodbye to
     std::promise<void> allGone_;
 

@@ -45,7 +45,7 @@ public:
     /// What is going on, for tests and for people.
     struct Status {
         std::size_t connections; ///< open now
-        std::size_t waiting; ///< bytes for all clients
+        std::size_t waiting; ///< what keeping the bytes costs that wait for all clients
     };
 
     /// Any thread may ask, until stop().

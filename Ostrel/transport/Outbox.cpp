@@ -1,5 +1,7 @@
 #include "Ostrel/transport/Outbox.h"
 
+#include "Ostrel/rpc/RPCNotifier.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -10,35 +12,81 @@ namespace {
 /// As many as the system takes in one write.
 constexpr std::size_t mostBuffers = 64;
 
-} // namespace
+/// Bytes of an answer that is copied to stand with others in one chunk, and of such a chunk.
+constexpr std::size_t smallAnswer = 1024;
+constexpr std::size_t mostTogether = 4096;
 
-void Outbox::push(std::string head, std::string body) {
-    add({std::move(head), std::move(body), nullptr});
+/// What the allocator keeps beside an allocation.
+constexpr std::size_t allocationCost = 16;
+
+std::size_t heapCost(const std::string& text) {
+    const bool isInside = text.capacity() <= std::string().capacity();
+    return isInside ? 0 : text.capacity() + allocationCost;
 }
 
-void Outbox::push(std::string head, std::shared_ptr<const std::string> body) {
-    add({std::move(head), {}, std::move(body)});
+} // namespace
+
+Outbox::Cost Outbox::Chunk::cost() const {
+    // A chunk has its share of the queue's blocks.
+    const auto own = sizeof(Chunk) + 8 + heapCost(head);
+    if (textCost > 0)
+        return {.notifications = own, .texts = textCost};
+    return {.answers = own + (body ? sizeof *body + 2 * allocationCost + heapCost(*body) : 0)};
+}
+
+void Outbox::push(std::string head, std::string body) {
+    const auto size = head.size() + body.size();
+    if (size > smallAnswer) {
+        add({std::move(head), std::make_shared<const std::string>(std::move(body))});
+    } else if (takesMore(size)) {
+        auto& last = chunks_.back();
+        const auto before = last.cost();
+        last.head.append(head).append(body);
+        size_ += size;
+        changeCost(before, last.cost());
+    } else if (size > 0) {
+        add({std::move(head.append(body)), nullptr});
+    }
+}
+
+void Outbox::push(std::string head, std::shared_ptr<const RPCNotification> notification) {
+    const auto cost = notification->getCost();
+    const auto& text = notification->getText();
+    add({std::move(head), {std::move(notification), &text}, cost});
+}
+
+/// Whether the last chunk is one of short answers that has room.
+bool Outbox::takesMore(std::size_t size) const {
+    return chunks_.size() > gathered_ && chunks_.back().body == nullptr &&
+           chunks_.back().size() + size <= mostTogether;
 }
 
 void Outbox::add(Chunk chunk) {
-    const auto size = chunk.size();
-    if (size == 0)
-        return;
     chunks_.push_back(std::move(chunk));
-    size_ += size;
+    size_ += chunks_.back().size();
+    changeCost({}, chunks_.back().cost());
+}
+
+void Outbox::changeCost(const Cost& before, const Cost& after) {
+    cost_.answers += after.answers - before.answers;
+    cost_.notifications += after.notifications - before.notifications;
+    cost_.texts += after.texts - before.texts;
 }
 
 std::span<const boost::asio::const_buffer> Outbox::gather() {
     buffers_.clear();
     gathered_ = 0;
     auto skip = sent_;
+    const auto add = [&](const std::string& part) {
+        const auto taken = std::min(skip, part.size());
+        skip -= taken;
+        if (taken < part.size())
+            buffers_.emplace_back(part.data() + taken, part.size() - taken);
+    };
     for (const auto& chunk : chunks_) {
-        for (const auto* part : {&chunk.head, chunk.shared ? chunk.shared.get() : &chunk.body}) {
-            const auto taken = std::min(skip, part->size());
-            skip -= taken;
-            if (taken < part->size())
-                buffers_.emplace_back(part->data() + taken, part->size() - taken);
-        }
+        add(chunk.head);
+        if (chunk.body)
+            add(*chunk.body);
         ++gathered_;
         if (buffers_.size() + 2 > mostBuffers)
             break;
@@ -52,16 +100,22 @@ void Outbox::consume(std::size_t size) {
     gathered_ = 0;
     while (!chunks_.empty() && sent_ >= chunks_.front().size()) {
         sent_ -= chunks_.front().size();
+        changeCost(chunks_.front().cost(), {});
         chunks_.pop_front();
     }
 }
 
 void Outbox::dropUnsent() {
-    const auto keep = std::max<std::size_t>(gathered_, sent_ > 0 ? 1 : 0);
-    while (chunks_.size() > keep) {
+    while (chunks_.size() > kept()) {
         size_ -= chunks_.back().size();
+        changeCost(chunks_.back().cost(), {});
         chunks_.pop_back();
     }
+}
+
+/// How many chunks must stay as they are.
+std::size_t Outbox::kept() const {
+    return std::max<std::size_t>(gathered_, sent_ > 0 ? 1 : 0);
 }
 
 void Outbox::clear() {
@@ -69,6 +123,7 @@ void Outbox::clear() {
     gathered_ = 0;
     sent_ = 0;
     size_ = 0;
+    cost_ = {};
 }
 
 } // namespace Ostrel

@@ -11,15 +11,31 @@
 
 namespace Ostrel {
 
-/// The bytes that wait for one client, in the order in which they go out.
+class RPCNotification;
+
+/// The bytes that wait for one client, in the order in which they go out, and what keeping them
+/// costs.
 ///
-/// Texts are kept as they came, so that one gathered write sends all that waits without
-/// copying it.
+/// Long texts are kept as they came, so that one gathered write sends them without copying;
+/// short ones are put together, since each alone would cost more than it holds.
 class Outbox {
 public:
-    /// Puts a chunk at the end: a head, then one of the two bodies.
+    /// Bytes of memory that keeping what waits costs.
+    struct Cost {
+        std::size_t answers = 0; ///< for all that the client itself has brought about
+        std::size_t notifications = 0; ///< for queueing them, without their texts
+        std::size_t texts = 0; ///< of the notifications, which other clients may share
+
+        /// What nobody else shares.
+        std::size_t own() const { return answers + notifications; }
+        std::size_t all() const { return own() + texts; }
+    };
+
+    /// Puts an answer at the end.
     void push(std::string head, std::string body);
-    void push(std::string head, std::shared_ptr<const std::string> body);
+
+    /// Puts a notification at the end.
+    void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
     /// What the next write may send. It stays valid, whatever is pushed or dropped, until
     /// consume() or clear().
@@ -37,21 +53,28 @@ public:
     /// Bytes that wait.
     std::size_t size() const { return size_; }
 
+    const Cost& getCost() const { return cost_; }
+
 private:
     struct Chunk {
         std::string head;
-        std::string body;
-        std::shared_ptr<const std::string> shared; ///< the body, unless null
+        std::shared_ptr<const std::string> body; ///< null when all is in the head
+        std::size_t textCost = 0; ///< of a notification; 0 for an answer
 
-        std::size_t size() const { return head.size() + (shared ? shared->size() : body.size()); }
+        std::size_t size() const { return head.size() + (body ? body->size() : 0); }
+        Cost cost() const;
     };
 
+    bool takesMore(std::size_t size) const;
     void add(Chunk chunk);
+    void changeCost(const Cost& before, const Cost& after);
+    std::size_t kept() const;
 
     std::deque<Chunk> chunks_;
     std::size_t sent_ = 0; ///< bytes of the first chunk that are gone
     std::size_t gathered_ = 0; ///< chunks that a write under way refers to
     std::size_t size_ = 0;
+    Cost cost_;
     std::vector<boost::asio::const_buffer> buffers_;
 };
 

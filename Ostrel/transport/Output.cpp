@@ -13,16 +13,15 @@ void Output::push(std::string head, std::string body) {
     add(std::move(head), std::move(body));
 }
 
-void Output::push(std::string head, std::shared_ptr<const std::string> body) {
-    add(std::move(head), std::move(body));
+void Output::push(std::string head, std::shared_ptr<const RPCNotification> notification) {
+    add(std::move(head), std::move(notification));
 }
 
 template <class Body> void Output::add(std::string head, Body body) {
-    const auto before = outbox_.size();
-    if (before == 0)
+    if (outbox_.size() == 0)
         lastProgress_ = Clock::now();
     outbox_.push(std::move(head), std::move(body));
-    conversation_.waitingChanged(std::ptrdiff_t(outbox_.size() - before));
+    conversation_.waitingChanged();
     flush();
 }
 
@@ -40,7 +39,7 @@ void Output::flush() {
             }
             lastProgress_ = Clock::now();
             outbox_.consume(size);
-            conversation_.waitingChanged(-std::ptrdiff_t(size));
+            conversation_.waitingChanged();
             if (outbox_.size() == 0)
                 conversation_.allSent();
             else
@@ -49,15 +48,13 @@ void Output::flush() {
 }
 
 void Output::dropUnsent() {
-    const auto before = outbox_.size();
     outbox_.dropUnsent();
-    conversation_.waitingChanged(-std::ptrdiff_t(before - outbox_.size()));
+    conversation_.waitingChanged();
 }
 
 void Output::clear() {
-    const auto before = outbox_.size();
     outbox_.clear();
-    conversation_.waitingChanged(-std::ptrdiff_t(before));
+    conversation_.waitingChanged();
 }
 
 // The system wants bytes again only when much of its own queue has gone, which takes a slow

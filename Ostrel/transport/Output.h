@@ -10,6 +10,7 @@
 namespace Ostrel {
 
 class Conversation;
+class RPCNotification;
 
 /// Sends what waits for one client, as fast as the client takes it, and tells the conversation
 /// how much waits. On the listener's thread.
@@ -21,7 +22,7 @@ public:
 
     /// Queues a head and a body and sees to it that they are sent.
     void push(std::string head, std::string body);
-    void push(std::string head, std::shared_ptr<const std::string> body);
+    void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
     /// Takes away what need not be sent any more: everything but the rest of what has begun.
     void dropUnsent();
@@ -31,6 +32,9 @@ public:
 
     /// Bytes that wait.
     std::size_t getWaiting() const { return outbox_.size(); }
+
+    /// What keeping them costs.
+    const Outbox::Cost& getCost() const { return outbox_.getCost(); }
 
     /// Looks what the client has taken since the last look: whether bytes wait and it has taken
     /// none for so long.

@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/RPCServer.h"
 #include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/Input.h"
 #include "Ostrel/transport/WebSocketFrame.h"
 #include "Ostrel/transport/WebSocketLayer.h"
 
@@ -60,6 +61,8 @@ void WebSocket::open(MessageHandler handler) {
 }
 
 void WebSocket::readMessage() {
+    if (conversation_.getPhase() != Phase::Open)
+        return;
     stream_->async_read(buffer_, conversation_.guarded([this](error_code failure, std::size_t) {
         if (failure)
             conversation_.finish();
@@ -97,13 +100,13 @@ void WebSocket::reply(std::string text) {
     if (buffer_.capacity() > keptCapacity)
         buffer_.shrink_to_fit();
     if (conversation_.getPhase() == Phase::Open)
-        readMessage();
+        conversation_.getInput().whenAllowed(conversation_.guarded([this] { readMessage(); }));
 }
 
-void WebSocket::notify(const std::shared_ptr<const std::string>& text) noexcept {
+void WebSocket::notify(const std::shared_ptr<const RPCNotification>& notification) noexcept {
     try {
         const std::lock_guard lock(inboxMutex_);
-        inbox_.push_back(text);
+        inbox_.push_back(notification);
         if (inbox_.size() == 1)
             asio::post(conversation_.getSocket().get_executor(),
                        conversation_.guarded([this] { sendNotifications(); }));
@@ -113,16 +116,16 @@ void WebSocket::notify(const std::shared_ptr<const std::string>& text) noexcept 
 }
 
 void WebSocket::sendNotifications() {
-    std::vector<std::shared_ptr<const std::string>> texts;
+    std::vector<std::shared_ptr<const RPCNotification>> notifications;
     {
         const std::lock_guard lock(inboxMutex_);
-        texts.swap(inbox_);
+        notifications.swap(inbox_);
     }
-    for (auto& text : texts) {
+    for (auto& notification : notifications) {
         if (conversation_.getPhase() != Phase::Open)
             return;
-        auto head = textFrameHead(text->size());
-        conversation_.send(std::move(head), std::move(text));
+        auto head = textFrameHead(notification->getText().size());
+        conversation_.send(std::move(head), std::move(notification));
     }
 }
 

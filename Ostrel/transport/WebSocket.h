@@ -47,7 +47,7 @@ public:
     /// Takes no notifications any more.
     void unsubscribe() noexcept;
 
-    void notify(const std::shared_ptr<const std::string>& text) noexcept override;
+    void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override;
 
 private:
     class Stream;
@@ -63,7 +63,7 @@ private:
     std::unique_ptr<Stream> stream_;
 
     std::mutex inboxMutex_;
-    std::vector<std::shared_ptr<const std::string>> inbox_; ///< notifications from any thread
+    std::vector<std::shared_ptr<const RPCNotification>> inbox_; ///< notifications from any thread
 };
 
 } // namespace Ostrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/Input.h"
 
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/buffer.hpp>
@@ -18,7 +19,7 @@
 
 namespace Ostrel {
 
-/// What Beast takes for the socket below a WebSocket. Reads go to the socket, after the bytes
+/// What Beast takes for the socket below a WebSocket. Reads go to the input, after the bytes
 /// that were read behind the upgrade request; writes go to the outbox, where Beast's pongs
 /// and close frames queue up with our messages instead of cutting into them.
 class WebSocketLayer {
@@ -35,7 +36,7 @@ public:
         return boost::asio::async_initiate<Handler, void(boost::system::error_code, std::size_t)>(
             [this](auto&& done, const Buffers& where) {
                 if (early_.empty()) {
-                    conversation_.getSocket().async_read_some(where, std::forward<decltype(done)>(done));
+                    conversation_.getInput().async_read_some(where, std::forward<decltype(done)>(done));
                     return;
                 }
                 const auto size = boost::asio::buffer_copy(where, boost::asio::buffer(early_));

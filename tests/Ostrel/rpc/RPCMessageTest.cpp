@@ -433,7 +433,9 @@ TEST(RPCServerTest, IsFoundByItsNameWhileItRuns) {
 }
 
 struct Inbox : RPCSubscriber {
-    void notify(const std::shared_ptr<const std::string>& text) noexcept override { texts.push_back(*text); }
+    void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override {
+        texts.push_back(notification->getText());
+    }
     std::vector<std::string> texts;
 };
 

@@ -502,18 +502,18 @@ TEST_F(ListenerTest, ClientThatDoesNotReadIsCutOffAlone) {
     Limits limits;
     limits.waiting = 4u << 20;
     listen(limits);
-    server_.on("first", TestServer::answerOfSize(100'000));
     auto slow = webSocket();
+    slow.call(echoRequest); // has subscribed
     auto other = webSocket();
-    const auto text = frame(1, request("Test::first"));
+    const auto payload = '"' + std::string(100'000, 'x') + '"';
     std::size_t most = 0;
     // More than the limit and what the system's buffers take together.
     for (int i = 0; i < 300; ++i) {
-        slow.send(text);
+        server_.handleRPCNotification("Test::much", payload);
         EXPECT_EQ(other.call(echoRequest), echoReply);
         most = std::max(most, listener_->getStatus().waiting);
     }
-    EXPECT_LE(most, limits.waiting + 200'000);
+    EXPECT_LE(most, limits.waiting + 300'000);
     Frame frame;
     do
         frame = slow.readFrame();
@@ -525,6 +525,7 @@ TEST_F(ListenerTest, ClientThatDoesNotReadIsCutOffAlone) {
 TEST_F(ListenerTest, TogetherClientsMayOnlyLetSoMuchWait) {
     Limits limits;
     limits.waitingTogether = 8u << 20;
+    limits.outbox = limits.waiting;
     listen(limits);
     constexpr std::size_t replySize = 100'000;
     // The reply that goes past the limit is counted, with what is around it, before anybody is cut off.
@@ -547,6 +548,105 @@ TEST_F(ListenerTest, TogetherClientsMayOnlyLetSoMuchWait) {
         closed += client.readAll().ends_with(std::string("\x88\x02\x03\xf5", 4));
     }
     EXPECT_GE(closed, 1);
+}
+
+TEST_F(ListenerTest, SharedTextCountsOnceForAllClients) {
+    Limits limits;
+    limits.waitingTogether = 32u << 20;
+    listen(limits);
+    std::vector<WireClient> slow;
+    for (int i = 0; i < 8; ++i) {
+        slow.push_back(webSocket());
+        slow.back().call(echoRequest); // has subscribed
+    }
+    auto other = webSocket();
+    const auto payload = '"' + std::string(1'000'000, 'x') + '"';
+    for (int i = 0; i < 20; ++i) {
+        server_.handleRPCNotification("Test::much", payload);
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+    }
+    EXPECT_GT(listener_->getStatus().waiting, 10'000'000u);
+    EXPECT_EQ(listener_->getStatus().connections, 9u);
+    for (auto& client : slow)
+        for (int i = 0; i < 20; ++i)
+            EXPECT_EQ(client.readFrame().opcode, 1);
+}
+
+TEST_F(ListenerTest, ReplyAtItsLimitIsNoReasonToCutOff) {
+    Limits limits;
+    limits.reply = limits.waiting = 8'000'000;
+    listen(limits);
+    const auto around = std::string_view(R"({"jsonrpc":"2.0","id":1,"result":""})").size();
+    server_.on("first", TestServer::answerOfSize(limits.reply - around));
+    EXPECT_EQ(webSocket().call(request("Test::first")).size(), limits.reply);
+    EXPECT_EQ(connect().post("/rpc/Test", request("Test::first")).body.size(), limits.reply);
+}
+
+TEST_F(ListenerTest, PingsOfAClientThatDoesNotReadAreLeftUnread) {
+    const Limits limits;
+    listen(limits);
+    auto flooding = webSocket();
+    auto other = webSocket();
+    constexpr int count = 200'000; // much more than the system's buffers take
+    const std::string payload(125, 'p');
+    std::thread flood([&] {
+        const auto ping = frame(9, payload);
+        for (int i = 0; i < count; ++i)
+            flooding.send(ping);
+    });
+    while (listener_->getStatus().waiting <= limits.outbox)
+        std::this_thread::yield();
+    std::size_t most = 0;
+    for (int i = 0; i < 2000; ++i) {
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+        most = std::max(most, listener_->getStatus().waiting);
+    }
+    EXPECT_LE(most, limits.outbox + 65'536);
+    for (int i = 0; i < count; ++i)
+        ASSERT_EQ(flooding.readFrame(), (Frame{10, payload}));
+    flood.join();
+    EXPECT_EQ(flooding.call(echoRequest), echoReply);
+}
+
+class AskingAheadTest : public ListenerTest {
+protected:
+    AskingAheadTest() {
+        listen();
+        server_.on("first", [this, answer = TestServer::answerOfSize(1'000'000)](const Call& call) {
+            ++carriedOut_;
+            return answer(call);
+        });
+    }
+
+    /// Sends all requests and waits until no more are carried out.
+    void ask(WireClient& client, const std::string& request) {
+        for (int i = 0; i < count; ++i)
+            client.send(request);
+        while (listener_->getStatus().waiting <= Limits().outbox)
+            std::this_thread::yield();
+        auto other = webSocket();
+        for (int i = 0; i < 100; ++i)
+            EXPECT_EQ(other.call(echoRequest), echoReply);
+        EXPECT_LT(carriedOut_, count);
+        EXPECT_LT(listener_->getStatus().waiting, 4u << 20);
+    }
+
+    static constexpr int count = 50; // much more than the system's buffers take
+    std::atomic<int> carriedOut_ = 0;
+};
+
+TEST_F(AskingAheadTest, RequestsOfAnHttpClientThatDoesNotReadWait) {
+    auto client = connect();
+    ask(client, post(request("Test::first")));
+    for (int i = 0; i < count; ++i)
+        EXPECT_GT(client.readAnswer().body.size(), 1'000'000u);
+}
+
+TEST_F(AskingAheadTest, MessagesOfAWebSocketClientThatDoesNotReadWait) {
+    auto client = webSocket();
+    ask(client, frame(1, request("Test::first")));
+    for (int i = 0; i < count; ++i)
+        EXPECT_GT(client.readReply().size(), 1'000'000u);
 }
 
 TEST_F(ListenerTest, ConnectionsAtTheirLimitAndOnePast) {

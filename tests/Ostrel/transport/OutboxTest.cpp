@@ -1,9 +1,14 @@
 #include "Ostrel/transport/Outbox.h"
 
+#include "Ostrel/rpc/RPCNotifier.h"
+
 #include <gtest/gtest.h>
 
 namespace Ostrel {
 namespace {
+
+const std::string one(2000, '1'); // long enough to stand alone
+const std::string two(2000, '2');
 
 std::string textOf(Outbox& outbox) {
     std::string text;
@@ -12,24 +17,31 @@ std::string textOf(Outbox& outbox) {
     return text;
 }
 
+std::shared_ptr<const RPCNotification> notification(const std::string& text) {
+    return std::make_shared<const RPCNotification>(text);
+}
+
 TEST(OutboxTest, GathersAllThatWaits) {
     Outbox outbox;
-    outbox.push("<1>", std::string("one"));
-    outbox.push("<2>", std::make_shared<const std::string>("two"));
-    EXPECT_EQ(outbox.size(), 12u);
-    EXPECT_EQ(textOf(outbox), "<1>one<2>two");
+    outbox.push("<1>", one);
+    outbox.push("<2>", notification("two"));
+    outbox.push("<3>", std::string("three"));
+    outbox.push("<4>", std::string());
+    EXPECT_EQ(outbox.size(), one.size() + 3 + 6 + 8 + 3);
+    EXPECT_EQ(textOf(outbox), "<1>" + one + "<2>two<3>three<4>");
 }
 
 TEST(OutboxTest, GoesOnWhereAWriteStopped) {
-    const std::string whole = "<1>one<2>two";
+    const auto whole = "<1>" + one + "<2>two<3>three";
     for (std::size_t sent = 0; sent <= whole.size(); ++sent) {
         Outbox outbox;
-        outbox.push("<1>", std::string("one"));
-        outbox.push("<2>", std::make_shared<const std::string>("two"));
+        outbox.push("<1>", one);
+        outbox.push("<2>", notification("two"));
+        outbox.push("<3>", std::string("three"));
         outbox.gather();
         outbox.consume(sent);
-        EXPECT_EQ(textOf(outbox), whole.substr(sent)) << sent;
-        EXPECT_EQ(outbox.size(), whole.size() - sent);
+        ASSERT_EQ(textOf(outbox), whole.substr(sent)) << sent;
+        ASSERT_EQ(outbox.size(), whole.size() - sent);
     }
 }
 
@@ -37,7 +49,7 @@ TEST(OutboxTest, ManyChunksGoOutInSeveralWrites) {
     Outbox outbox;
     std::string whole;
     for (int i = 0; i < 200; ++i) {
-        outbox.push("h", std::to_string(i));
+        outbox.push("h", notification(std::to_string(i)));
         whole += "h" + std::to_string(i);
     }
     std::string sent;
@@ -49,32 +61,105 @@ TEST(OutboxTest, ManyChunksGoOutInSeveralWrites) {
     EXPECT_EQ(sent, whole);
 }
 
-TEST(OutboxTest, DroppingKeepsAChunkThatIsPartlySent) {
+TEST(OutboxTest, ShortAnswersStandTogetherInTheirPlaces) {
+    Outbox outbox;
+    std::string whole;
+    for (int i = 0; i < 3000; ++i) {
+        const auto text = std::to_string(i);
+        if (i % 1000 == 500)
+            outbox.push("n", notification(text));
+        else
+            outbox.push("a", text);
+        whole += (i % 1000 == 500 ? "n" : "a") + text;
+    }
+    EXPECT_EQ(textOf(outbox), whole);
+    EXPECT_LT(outbox.getCost().all(), 2 * whole.size());
+}
+
+TEST(OutboxTest, WhatAWriteRefersToIsNotWidened) {
     Outbox outbox;
     outbox.push("<1>", std::string("one"));
+    const auto gathered = outbox.gather();
+    const auto* bytes = static_cast<const char*>(gathered.front().data());
     outbox.push("<2>", std::string("two"));
+    outbox.dropUnsent();
+    EXPECT_EQ(std::string(bytes, gathered.front().size()), "<1>one");
+    EXPECT_EQ(textOf(outbox), "<1>one");
+}
+
+TEST(OutboxTest, DroppingKeepsAChunkThatIsPartlySent) {
+    Outbox outbox;
+    outbox.push("<1>", one);
+    outbox.push("<2>", two);
     outbox.gather();
     outbox.consume(2);
     outbox.dropUnsent();
-    EXPECT_EQ(outbox.size(), 4u);
-    EXPECT_EQ(textOf(outbox), ">one");
+    EXPECT_EQ(outbox.size(), 1 + one.size());
+    EXPECT_EQ(textOf(outbox), ">" + one);
 }
 
 TEST(OutboxTest, DroppingKeepsWhatAWriteRefersTo) {
     Outbox outbox;
-    outbox.push("<1>", std::string("one"));
+    outbox.push("<1>", one);
     outbox.gather();
-    outbox.push("<2>", std::string("two"));
+    outbox.push("<2>", two);
     outbox.dropUnsent();
-    EXPECT_EQ(textOf(outbox), "<1>one");
+    EXPECT_EQ(textOf(outbox), "<1>" + one);
 }
 
 TEST(OutboxTest, DroppingTakesEverythingElse) {
     Outbox outbox;
-    outbox.push("<1>", std::string("one"));
+    outbox.push("<1>", one);
+    outbox.push("<2>", notification("two"));
     outbox.dropUnsent();
     EXPECT_EQ(outbox.size(), 0u);
     EXPECT_EQ(textOf(outbox), "");
+    EXPECT_EQ(outbox.getCost().all(), 0u);
+}
+
+// What it costs
+
+TEST(OutboxTest, AnswerCostsWhatItHoldsAndWhatHoldsIt) {
+    Outbox outbox;
+    std::string roomy = one;
+    roomy.reserve(100'000);
+    outbox.push("<1>", std::move(roomy));
+    EXPECT_GT(outbox.getCost().answers, 100'000u);
+    EXPECT_LT(outbox.getCost().answers, 100'500u);
+    outbox.gather();
+    outbox.consume(1000);
+    EXPECT_GT(outbox.getCost().answers, 100'000u); // it is kept whole
+    outbox.consume(outbox.size());
+    EXPECT_EQ(outbox.getCost().all(), 0u);
+}
+
+TEST(OutboxTest, NotificationCostsItsChunkAndATextThatOthersMayShare) {
+    const auto before = RPCNotification::getCostOfAll();
+    Outbox outbox;
+    Outbox other;
+    {
+        const auto shared = notification(one);
+        outbox.push("<1>", shared);
+        other.push("<1>", shared);
+    }
+    EXPECT_EQ(outbox.getCost().answers, 0u);
+    EXPECT_GT(outbox.getCost().notifications, 0u);
+    EXPECT_LT(outbox.getCost().notifications, 100u);
+    EXPECT_GE(outbox.getCost().texts, one.size());
+    EXPECT_EQ(RPCNotification::getCostOfAll() - before, outbox.getCost().texts); // once
+    outbox.clear();
+    EXPECT_EQ(outbox.getCost().all(), 0u);
+    EXPECT_EQ(RPCNotification::getCostOfAll() - before, other.getCost().texts);
+    other.clear();
+    EXPECT_EQ(RPCNotification::getCostOfAll(), before);
+}
+
+TEST(OutboxTest, PongsCostLittleMoreThanTheirBytes) {
+    Outbox outbox;
+    for (int i = 0; i < 100'000; ++i)
+        outbox.push("\x8a\x01", std::string());
+    EXPECT_EQ(outbox.size(), 200'000u);
+    EXPECT_LT(outbox.getCost().all(), 2 * outbox.size());
 }
 
 } // namespace

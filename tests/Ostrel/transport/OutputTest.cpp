@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,10 +32,12 @@ public:
 
     Phase getPhase() const noexcept override { return Phase::Open; }
     Socket& getSocket() noexcept override { return socket_; }
+    Input& getInput() noexcept override { std::abort(); }
+    bool mayRead() override { return true; }
     const Limits& getLimits() const noexcept override { return limits_; }
     void send(std::string, std::string) override {}
-    void send(std::string, std::shared_ptr<const std::string>) override {}
-    void waitingChanged(std::ptrdiff_t) override {}
+    void send(std::string, std::shared_ptr<const RPCNotification>) override {}
+    void waitingChanged() override {}
     void allSent() override {}
     void sayGoodbye(boost::beast::websocket::close_code) override {}
     void finish() override {}

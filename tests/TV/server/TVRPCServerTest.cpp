@@ -500,8 +500,8 @@ TEST_F(HousekeepingTest, ModuleThatKnowsNoScanRunsNone) {
 
 TEST_F(TVRPCServerTest, ScanEventsBecomeNotifications) {
     struct Subscriber : RPCSubscriber {
-        void notify(const std::shared_ptr<const std::string>& text) noexcept override {
-            texts.push_back(*text);
+        void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override {
+            texts.push_back(notification->getText());
         }
         std::vector<std::string> texts;
     } subscriber;

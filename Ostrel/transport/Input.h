@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Ostrel/transport/Conversation.h"
+
+#include <boost/asio/async_result.hpp>
+#include <boost/asio/basic_waitable_timer.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <utility>
+
+namespace Ostrel {
+
+/// Reads from one client, when the conversation may read; until then whoever reads waits. On
+/// the listener's thread, and only with handlers that keep the conversation alive.
+///
+/// HTTP and WebSocket read through it as through a socket.
+class Input {
+public:
+    using executor_type = Socket::executor_type;
+
+    explicit Input(Conversation& conversation)
+        : conversation_(conversation),
+          gate_(conversation.getSocket().get_executor(), Clock::time_point::max()) {}
+
+    executor_type get_executor() { return gate_.get_executor(); }
+
+    template <class Buffers, class Handler> auto async_read_some(const Buffers& buffers, Handler&& handler) {
+        return boost::asio::async_initiate<Handler, void(boost::system::error_code, std::size_t)>(
+            [this](auto&& done, const Buffers& where) {
+                whenAllowed([this, where, done = std::forward<decltype(done)>(done)]() mutable {
+                    conversation_.getSocket().async_read_some(where, std::move(done));
+                });
+            },
+            handler, buffers);
+    }
+
+    /// Calls back as soon as the conversation may read, at once if it may now.
+    template <class Handler> void whenAllowed(Handler handler) {
+        held_ = !conversation_.mayRead();
+        if (!held_) {
+            handler();
+            return;
+        }
+        gate_.async_wait([this, handler = std::move(handler)](boost::system::error_code) mutable {
+            whenAllowed(std::move(handler));
+        });
+    }
+
+    /// The conversation may perhaps read now.
+    void lookAgain() {
+        if (held_)
+            gate_.cancel();
+    }
+
+    /// Whether somebody waits until the conversation may read.
+    bool isHeld() const { return held_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    Conversation& conversation_;
+    boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, executor_type>
+        gate_; ///< never runs out; cancelling it opens it
+    bool held_ = false;
+};
+
+} // namespace Ostrel

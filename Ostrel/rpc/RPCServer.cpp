@@ -91,7 +91,9 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     }
 }
 
-void RPCServer::housekeep() {}
+bool RPCServer::housekeep() {
+    return false;
+}
 
 RPCServer* RPCServer::find(const std::string& name) {
     auto& [mutex, servers] = registry();

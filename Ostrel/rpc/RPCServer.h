@@ -56,9 +56,11 @@ public:
     /// @throws Cancelled       the client has gone, and the handler has noticed
     virtual std::string handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method);
 
-    /// Called now and then by the host, with the turn held, for what a server does by itself;
-    /// what it throws is told in the log and ends this round. Nothing unless overridden.
-    virtual void housekeep();
+    /// Called by the host, with the turn held, some time after a connection has closed, for what
+    /// a server does by itself; what it throws is told in the log and ends this round. Nothing
+    /// unless overridden.
+    /// @returns whether it wants to be called again, though no further connection closes
+    virtual bool housekeep();
 
     /// Whether the handlers of that interface only read and may run without the turn, several
     /// at a time.

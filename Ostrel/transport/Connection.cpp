@@ -10,6 +10,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 
+#include <algorithm>
 #include <utility>
 #include <variant>
 
@@ -146,13 +147,11 @@ void Connection::enter(Phase phase) {
     if (phase_ == Phase::Closed)
         return;
     phase_ = phase;
-    // While an end or a pause still waits for the client to take bytes, no time runs but that
-    // of the stalled reader: allSent() enters the phase again.
-    const bool begins = output_.getWaiting() == 0 ||
-                        (phase != Phase::KeptAlive && phase != Phase::Goodbye && phase != Phase::Finishing);
-    const auto patience = getPatience();
-    deadline_ = begins && patience > std::chrono::milliseconds::zero() ? Clock::now() + patience
-                                                                       : Clock::time_point::max();
+    late_ = false;
+    pinged_ = false;
+    const auto now = Clock::now();
+    patience_.begin(getPatience(), now);
+    settle(now);
 }
 
 /// How long the conversation may stay in its phase; 0 for as long as it likes.
@@ -168,17 +167,67 @@ std::chrono::milliseconds Connection::getPatience() const {
     case Phase::Finishing:
     case Phase::Draining:
         return limits_.closing;
-    case Phase::Working:
     case Phase::Open:
+        return limits_.idleWebSocket / 2; // twice: then it is pinged, and then closed
+    case Phase::Working:
     case Phase::Closed:
         break;
     }
     return {};
 }
 
+/// Whether it is for the client to do something: then its time runs. While bytes wait for it, only
+/// that of the stalled reader does.
+bool Connection::isClientsTurn() const {
+    if (input_.isHeld())
+        return false;
+    switch (phase_) {
+    case Phase::ReadingHead:
+    case Phase::ReadingBody:
+        return true;
+    case Phase::Open:
+        return !waits_ && !working_;
+    default:
+        return !waits_;
+    }
+}
+
+void Connection::settle(Clock::time_point now) {
+    patience_.run(isClientsTurn(), now);
+    hub_.wakeAt(getNextTick(now));
+}
+
+Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) const {
+    if (phase_ == Phase::Closed)
+        return Clock::time_point::max();
+    const bool again = waits_ || working_ || input_.isHeld();
+    return again ? std::min(now + ConnectionHub::tickTime, patience_.getEnd()) : patience_.getEnd();
+}
+
 void Connection::tick(Clock::time_point now) {
-    if (lost_ || now >= deadline_ || output_.isStalled(now, limits_.stalledReader))
+    const bool over = now >= patience_.getEnd();
+    if (lost_)
         close();
+    else if ((waits_ || over) && output_.isStalled(now, limits_.stalledReader))
+        close();
+    else if (over)
+        runOut(now);
+}
+
+/// The client has let its time run out, unless the system is still giving it what we sent: then it
+/// begins anew when all is given.
+void Connection::runOut(Clock::time_point now) {
+    if (!output_.hasGivenAll()) {
+        late_ = true;
+    } else if (std::exchange(late_, false)) {
+        patience_.begin(getPatience(), now);
+    } else if (phase_ == Phase::Open && !pinged_) {
+        pinged_ = true;
+        patience_.begin(getPatience(), now);
+        webSocket_->ping();
+    } else {
+        close();
+    }
 }
 
 // Output
@@ -201,6 +250,9 @@ void Connection::waitingChanged() {
     const bool wasFull = std::exchange(full_, cost.all() > (full_ ? limits_.outbox / 2 : limits_.outbox));
     if (wasFull && !full_)
         input_.lookAgain();
+    const bool waited = std::exchange(waits_, output_.getWaiting() > 0);
+    if (waited != waits_)
+        settle(Clock::now());
     const auto before = std::exchange(counted_, cost.own());
     hub_.addWaiting(std::ptrdiff_t(counted_) - std::ptrdiff_t(before));
 }
@@ -211,11 +263,20 @@ bool Connection::mayRead() {
     return phase_ >= Phase::Goodbye || !full_;
 }
 
+void Connection::inputHeld() {
+    settle(Clock::now());
+}
+
+void Connection::heard() {
+    if (phase_ != Phase::Open)
+        return;
+    pinged_ = false;
+    patience_.begin(getPatience(), Clock::now());
+}
+
 void Connection::allSent() {
     if (phase_ == Phase::Finishing)
         drain();
-    else if (phase_ == Phase::KeptAlive || phase_ == Phase::Goodbye)
-        enter(phase_);
 }
 
 // HTTP
@@ -338,12 +399,18 @@ void Connection::work(RPCServer& server, std::string_view text) {
             self->giveUp();
         }
     };
-    if (auto reply =
-            hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch}, std::move(done)))
+    if (auto reply = hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch},
+                                              std::move(done))) {
         replyCame(std::move(*reply));
+        return;
+    }
+    working_ = true;
+    settle(Clock::now());
 }
 
 void Connection::replyCame(std::string reply) {
+    if (std::exchange(working_, false))
+        settle(Clock::now());
     if (phase_ == Phase::Working)
         answer(Http::answerReply(std::move(reply)));
     else if (phase_ == Phase::Open)

@@ -5,6 +5,7 @@
 #include "Ostrel/transport/Input.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/Output.h"
+#include "Ostrel/transport/Patience.h"
 
 #include <array>
 #include <atomic>
@@ -51,8 +52,11 @@ public:
     /// Cuts off a client that has let too much wait.
     void cutOff();
 
-    /// Looks whether a time has run out. Called a few times a second.
+    /// Looks whether a time has run out.
     void tick(Clock::time_point now);
+
+    /// When to call tick() next, unless something happens before; max() for never.
+    Clock::time_point getNextTick(Clock::time_point now) const;
 
     /// What keeping the bytes costs that wait for this client alone.
     std::size_t getWaiting() const { return output_.getCost().own(); }
@@ -65,6 +69,8 @@ private:
     void send(std::string head, std::string body) override;
     void send(std::string head, std::shared_ptr<const RPCNotification> notification) override;
     bool mayRead() override;
+    void inputHeld() override;
+    void heard() override;
     void waitingChanged() override;
     void allSent() override;
     void sayGoodbye(boost::beast::websocket::close_code code) override;
@@ -74,6 +80,9 @@ private:
 
     void enter(Phase phase);
     std::chrono::milliseconds getPatience() const;
+    bool isClientsTurn() const;
+    void settle(Clock::time_point now);
+    void runOut(Clock::time_point now);
     bool isEnding() const { return phase_ >= Phase::Finishing; }
 
     void awaitRequest();
@@ -97,7 +106,10 @@ private:
     std::shared_ptr<Lanes::Client> client_; ///< null when closed
 
     Phase phase_ = Phase::ReadingHead;
-    Clock::time_point deadline_ = Clock::time_point::max(); ///< of the phase
+    Patience patience_; ///< with the client in this phase
+    bool late_ = false; ///< it has run out, but the system still has bytes for the client
+    bool pinged_ = false; ///< and nothing heard since
+    bool working_ = false; ///< a message is being carried out elsewhere
     std::atomic<bool> lost_ = false; ///< there was no memory to tell the client something
 
     const Http http_;
@@ -111,6 +123,7 @@ private:
     Input input_;
     Output output_;
     std::size_t counted_ = 0; ///< of what waits, how much the hub knows about
+    bool waits_ = false; ///< bytes wait for the client
     bool full_ = false; ///< so much waits that nothing more is read
     std::array<char, 512> away_; ///< what is read at the end and thrown away
 };

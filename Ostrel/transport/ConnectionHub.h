@@ -3,6 +3,7 @@
 #include "Ostrel/transport/Advice.h"
 #include "Ostrel/transport/Limits.h"
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -28,6 +29,12 @@ public:
 
     /// Somebody was not let in; the log tells why.
     virtual void logRefusal(const std::string& why) = 0;
+
+    /// How often a connection is looked at that has to be looked at again and again.
+    static constexpr std::chrono::milliseconds tickTime{250};
+
+    /// Somebody must be looked at then, or up to tickTime later.
+    virtual void wakeAt(std::chrono::steady_clock::time_point when) noexcept = 0;
 
     /// The connection has closed.
     virtual void remove(Connection& connection) = 0;

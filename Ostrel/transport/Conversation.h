@@ -46,6 +46,12 @@ public:
     virtual void send(std::string head, std::string body) = 0;
     virtual void send(std::string head, std::shared_ptr<const RPCNotification> notification) = 0;
 
+    /// The input has begun to make its reader wait, or has ceased to.
+    virtual void inputHeld() = 0;
+
+    /// Bytes have come from the client.
+    virtual void heard() = 0;
+
     /// What waits for the client has become more or less.
     virtual void waitingChanged() = 0;
 

@@ -29,7 +29,13 @@ public:
         return boost::asio::async_initiate<Handler, void(boost::system::error_code, std::size_t)>(
             [this](auto&& done, const Buffers& where) {
                 whenAllowed([this, where, done = std::forward<decltype(done)>(done)]() mutable {
-                    conversation_.getSocket().async_read_some(where, std::move(done));
+                    conversation_.getSocket().async_read_some(
+                        where, [this, done = std::move(done)](boost::system::error_code failure,
+                                                              std::size_t size) mutable {
+                            if (!failure)
+                                conversation_.heard();
+                            std::move(done)(failure, size);
+                        });
                 });
             },
             handler, buffers);
@@ -37,7 +43,9 @@ public:
 
     /// Calls back as soon as the conversation may read, at once if it may now.
     template <class Handler> void whenAllowed(Handler handler) {
-        held_ = !conversation_.mayRead();
+        const bool wasHeld = std::exchange(held_, !conversation_.mayRead());
+        if (wasHeld != held_)
+            conversation_.inputHeld();
         if (!held_) {
             handler();
             return;

@@ -18,6 +18,7 @@ struct Limits {
     std::size_t waiting = 64u << 20; ///< notifications waiting for one client, beside its answers
     std::size_t waitingTogether = 512u << 20; ///< waiting for all clients, what they share once
 
+    // While bytes wait for the client, or the client for us, no time runs but the stalled reader's.
     std::chrono::milliseconds headTime{10'000}; ///< for a request's head to arrive
     std::chrono::milliseconds bodyTime{10'000}; ///< for a request's body to arrive
     std::chrono::milliseconds keepAlive{60'000}; ///< of an HTTP connection without a request

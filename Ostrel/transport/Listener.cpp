@@ -33,7 +33,6 @@ using boost::system::error_code;
 
 namespace {
 
-constexpr std::chrono::milliseconds tickTime{250};
 constexpr std::chrono::seconds housekeepTime{30};
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
@@ -41,10 +40,11 @@ constexpr std::size_t mostRefused = 256; ///< connections that are being told th
 } // namespace
 
 class Listener::Service final : public ConnectionHub {
+    using Clock = Connection::Clock;
+
 public:
     Service(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
-        : options_(options), admission_(std::move(admission)), addresses_(addresses), tick_(context_),
-          housekeep_(context_) {
+        : options_(options), admission_(std::move(admission)), addresses_(addresses), timer_(context_) {
         for (auto& address : addresses_) {
             if (!address.isLoopback() && !admission_.needsToken())
                 throw StartError(
@@ -54,8 +54,6 @@ public:
         }
         for (auto& door : doors_)
             door.open([this](Door::Guest guest) { welcome(std::move(guest)); });
-        tickLater();
-        housekeepLater();
         thread_ = std::thread([this] { run(); });
     }
 
@@ -92,6 +90,26 @@ public:
             std::shared_ptr(*most)->cutOff();
     }
 
+    // An earlier tick is kept, so that not every request sets the timer.
+    void wakeAt(Clock::time_point when) noexcept override {
+        if (when >= nextTick_)
+            return;
+        when = std::max(when, lastTick_ + tickTime);
+        if (when >= nextTick_)
+            return;
+        nextTick_ = Clock::time_point::max();
+        try {
+            timer_.expires_at(when);
+            timer_.async_wait([this](error_code failure) {
+                if (!failure)
+                    tick();
+            });
+            nextTick_ = when;
+        } catch (const std::exception& exception) {
+            complain("wakeAt", exception.what()); // whoever wants to be woken next tries again
+        }
+    }
+
     void logRefusal(const std::string& why) override {
         ostrelDebugPrint(DebugLevel::Warning, "Listener", "Listener", __LINE__, "refused: %s", why.c_str());
     }
@@ -104,6 +122,7 @@ public:
                 continue;
             connections->erase(found);
             open_ = connections_.size();
+            housekeepLater();
             if (stopping_ && hasNone())
                 allGone_.set_value();
             return;
@@ -130,36 +149,56 @@ private:
         }
     }
 
-    void tickLater() {
-        tick_.expires_after(tickTime);
-        tick_.async_wait([this](error_code) {
-            tickLater();
-            forEachConnection([](Connection& connection) { connection.tick(Connection::Clock::now()); });
+    void tick() {
+        nextTick_ = Clock::time_point::max();
+        lastTick_ = Clock::now();
+        forEachConnection([this](Connection& connection) {
+            connection.tick(lastTick_);
+            wakeAt(connection.getNextTick(lastTick_));
         });
-    }
-
-    void housekeepLater() {
-        housekeep_.expires_after(housekeepTime);
-        housekeep_.async_wait([this](error_code) {
-            if (stopping_)
-                return;
-            housekeepLater();
-            lanes_.post(&housekeep);
-        });
-    }
-
-    /// Lets every running server do what it does by itself.
-    static void housekeep() noexcept {
-        try {
-            for (auto* server : RPCServer::running()) {
-                const Turn::Hold hold;
-                server->housekeep();
-            }
-        } catch (const std::exception& exception) {
-            complain("housekeep", exception.what());
-        } catch (...) {
-            complain("housekeep", "unknown");
+        if (lastTick_ >= nextHousekeeping_) {
+            nextHousekeeping_ = Clock::time_point::max();
+            housekeep();
         }
+        wakeAt(nextHousekeeping_);
+    }
+
+    /// Lets the servers look after what a connection may have left, now and then until they have
+    /// nothing to look after.
+    void housekeepLater() {
+        if (stopping_ || nextHousekeeping_ != Clock::time_point::max())
+            return;
+        nextHousekeeping_ = Clock::now() + housekeepTime;
+        wakeAt(nextHousekeeping_);
+    }
+
+    void housekeep() {
+        lanes_.post([this] {
+            try {
+                if (keepHouse())
+                    asio::post(context_, [this] { housekeepLater(); });
+            } catch (const std::exception& exception) {
+                complain("housekeep", exception.what()); // the next connection that closes tries again
+            }
+        });
+    }
+
+    /// Lets every running server do what it does by itself; returns whether one wants to be asked again.
+    static bool keepHouse() {
+        bool again = false;
+        for (auto* server : RPCServer::running()) {
+            const Turn::Hold hold;
+            try {
+                again |= server->housekeep();
+            } catch (const std::exception& exception) {
+                complain("housekeep", exception.what());
+                again = true;
+            } catch (...) {
+                complain("housekeep", "unknown");
+                again = true;
+            }
+        }
+        return again;
     }
 
     void run() {
@@ -221,8 +260,10 @@ private:
 
     asio::io_context context_{1};
     std::deque<Door> doors_;
-    asio::steady_timer tick_;
-    asio::steady_timer housekeep_;
+    asio::steady_timer timer_; ///< for the next tick
+    Clock::time_point nextTick_ = Clock::time_point::max();
+    Clock::time_point lastTick_ = Clock::time_point::min();
+    Clock::time_point nextHousekeeping_ = Clock::time_point::max();
 
     std::set<std::shared_ptr<Connection>> connections_; ///< the open ones
     std::set<std::shared_ptr<Connection>> refused_; ///< those that are told there are too many

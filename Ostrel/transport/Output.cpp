@@ -18,8 +18,6 @@ void Output::push(std::string head, std::shared_ptr<const RPCNotification> notif
 }
 
 template <class Body> void Output::add(std::string head, Body body) {
-    if (outbox_.size() == 0)
-        lastProgress_ = Clock::now();
     outbox_.push(std::move(head), std::move(body));
     conversation_.waitingChanged();
     flush();
@@ -37,7 +35,7 @@ void Output::flush() {
                 conversation_.close();
                 return;
             }
-            lastProgress_ = Clock::now();
+            written_ += std::int64_t(size);
             outbox_.consume(size);
             conversation_.waitingChanged();
             if (outbox_.size() == 0)
@@ -57,20 +55,25 @@ void Output::clear() {
     conversation_.waitingChanged();
 }
 
-// The system wants bytes again only when much of its own queue has gone, which takes a slow
-// reader longer than anybody's patience.
+// What counts is what the client has taken and not what the system has: that takes bytes for a
+// client that is gone, and from a slow reader it wants more only when much of its queue has gone.
 bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) {
-    if (outbox_.size() == 0)
-        return false;
-    const int queued = getQueued();
-    if (queued < queued_)
+    const auto queued = getQueued();
+    const bool waits = outbox_.size() > 0 || queued > 0;
+    const auto taken = written_ - queued;
+    if (!waits || !waited_ || taken > taken_)
         lastProgress_ = now;
-    queued_ = queued;
-    return now - lastProgress_ >= patience;
+    waited_ = waits;
+    taken_ = taken;
+    return waits && now - lastProgress_ >= patience;
+}
+
+bool Output::hasGivenAll() {
+    return outbox_.size() == 0 && getQueued() == 0;
 }
 
 /// How much the system has taken and the client has not; 0 when it does not tell.
-int Output::getQueued() {
+std::int64_t Output::getQueued() {
     int size = 0;
     return ::ioctl(conversation_.getSocket().native_handle(), SIOCOUTQ, &size) == 0 ? size : 0;
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -36,20 +37,27 @@ public:
     /// What keeping them costs.
     const Outbox::Cost& getCost() const { return outbox_.getCost(); }
 
-    /// Looks what the client has taken since the last look: whether bytes wait and it has taken
-    /// none for so long.
+    /// Looks what the client has taken since the last look: whether bytes wait, here or in the
+    /// system's queue, and it has taken none for so long.
     bool isStalled(Clock::time_point now, std::chrono::milliseconds patience);
+
+    /// Whether the client has taken all, from the system's queue, too.
+    bool hasGivenAll();
 
 private:
     template <class Body> void add(std::string head, Body body);
     void flush();
-    int getQueued();
+    std::int64_t getQueued();
 
     Conversation& conversation_;
     Outbox outbox_;
     bool writing_ = false; ///< a write is under way, in whatever phase the conversation is
-    Clock::time_point lastProgress_; ///< when the client took bytes, or they began to wait
-    int queued_ = 0; ///< getQueued() at the last look
+    std::int64_t written_ = 0; ///< bytes that the system has taken
+
+    // At the last look:
+    bool waited_ = false; ///< whether bytes waited
+    std::int64_t taken_ = 0; ///< by the client
+    Clock::time_point lastProgress_; ///< when the client had taken bytes, or nothing waited
 };
 
 } // namespace Ostrel

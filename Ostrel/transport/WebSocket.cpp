@@ -39,16 +39,16 @@ WebSocket::WebSocket(Conversation& conversation, RPCServer& server, std::string 
 WebSocket::~WebSocket() = default;
 
 bool WebSocket::accept(const Http::Request& request, const std::string& subProtocol) {
-    const auto& limits = conversation_.getLimits();
-    stream_->set_option(
-        websocket::stream_base::timeout{websocket::stream_base::none(), limits.idleWebSocket, true});
+    // The connection keeps time itself.
+    stream_->set_option(websocket::stream_base::timeout{websocket::stream_base::none(),
+                                                        websocket::stream_base::none(), false});
     stream_->set_option(websocket::stream_base::decorator([subProtocol](websocket::response_type& response) {
         response.set("X-Content-Type-Options", "nosniff");
         response.erase(http::field::server);
         if (!subProtocol.empty())
             response.set(http::field::sec_websocket_protocol, subProtocol);
     }));
-    stream_->read_message_max(limits.message);
+    stream_->read_message_max(conversation_.getLimits().message);
     error_code failure;
     stream_->accept(request, failure);
     return !failure;
@@ -127,6 +127,10 @@ void WebSocket::sendNotifications() {
         auto head = textFrameHead(notification->getText().size());
         conversation_.send(std::move(head), std::move(notification));
     }
+}
+
+void WebSocket::ping() {
+    stream_->async_ping({}, conversation_.guarded([](error_code) {}));
 }
 
 void WebSocket::sendClose(websocket::close_code code, std::function<void()> answered) {

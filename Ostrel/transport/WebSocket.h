@@ -41,6 +41,9 @@ public:
     /// reads the next message.
     void reply(std::string text);
 
+    /// Asks the client whether it is still there; whatever it sends is an answer.
+    void ping();
+
     /// Queues the close frame; calls back when the client has answered it.
     void sendClose(boost::beast::websocket::close_code code, std::function<void()> answered);
 

@@ -118,14 +118,15 @@ bool TVRPCServer::release(std::uint32_t identifier) {
     return true;
 }
 
-void TVRPCServer::housekeep() {
+bool TVRPCServer::housekeep() {
     const auto abandoned = contexts_.findAbandoned();
-    if (abandoned.empty() || isScanRunning(*abandoned.front().context))
-        return;
-    for (const auto& each : abandoned)
-        release(each.identifier);
-    ostrelDebugPrint(DebugLevel::Information, moduleName, moduleName, __LINE__,
-                     "%s(): released %zu abandoned contexts\n", "housekeep", abandoned.size());
+    if (!abandoned.empty() && !isScanRunning(*abandoned.front().context)) {
+        for (const auto& each : abandoned)
+            release(each.identifier);
+        ostrelDebugPrint(DebugLevel::Information, moduleName, moduleName, __LINE__,
+                         "%s(): released %zu abandoned contexts\n", "housekeep", abandoned.size());
+    }
+    return !contexts_.getIdentifiers().empty();
 }
 
 bool TVRPCServer::isScanRunning(TVModuleContext& context) const {

@@ -39,7 +39,8 @@ public:
 
     /// Releases the contexts whose connection has closed and that nothing has used for some
     /// time, unless a scan is running: releasing a context would end it.
-    void housekeep() override;
+    /// @returns whether contexts remain
+    bool housekeep() override;
 
     void onScanStart(const unsigned& sourceId) override;
     void onScanComplete(const unsigned& sourceId) override;

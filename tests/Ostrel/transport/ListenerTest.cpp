@@ -12,7 +12,9 @@
 #include <algorithm>
 #include <condition_variable>
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <random>
@@ -21,6 +23,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Ostrel::Test {
 namespace {
@@ -699,7 +702,7 @@ TEST_F(ListenerTest, HttpConnectionWithoutARequestIsClosed) {
 
 TEST_F(ListenerTest, ReaderThatStallsIsClosed) {
     Limits limits;
-    limits.stalledReader = std::chrono::milliseconds(50);
+    limits.stalledReader = limits.closing = std::chrono::milliseconds(50);
     listen(limits);
     server_.on("first", TestServer::answerOfSize(20'000'000));
     auto client = webSocket();
@@ -718,6 +721,65 @@ TEST_F(ListenerTest, IdleWebSocketIsPingedAndThenClosed) {
     EXPECT_NO_THROW(client.readAll()); // the ping is never answered
     while (listener_->getStatus().connections > 0)
         std::this_thread::yield();
+}
+
+/// The limit must let a call come through; that it is over shows another client, who keeps silent.
+class IdleTest : public ListenerTest {
+protected:
+    IdleTest() {
+        Limits limits;
+        limits.idleWebSocket = std::chrono::milliseconds(2000);
+        listen(limits);
+    }
+
+    void letTheTimeRunOut() const { webSocket().readAll(); }
+};
+
+TEST_F(IdleTest, WebSocketThatAnswersPingsStays) {
+    auto client = webSocket();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(client.readFrame().opcode, 9);
+        client.sendFrame(10, "");
+    }
+    EXPECT_EQ(client.call(echoRequest), echoReply);
+}
+
+TEST_F(IdleTest, TimeSpentWorkingIsNone) {
+    Gate gate;
+    server_.on("first", [&](const Call& call) {
+        EXPECT_TRUE(gate.pass());
+        return TestServer::echo(call);
+    });
+    auto client = webSocket();
+    client.sendText(request("Reader::first"));
+    letTheTimeRunOut();
+    gate.open();
+    EXPECT_EQ(client.readFrame().payload, echoReply); // not even pinged
+}
+
+TEST_F(IdleTest, TimeInWhichBytesWaitIsNone) {
+    constexpr std::size_t size = 20'000'000;
+    server_.on("first", TestServer::answerOfSize(size));
+    auto client = webSocket();
+    client.sendText(request("Test::first"));
+    while (listener_->getStatus().waiting == 0)
+        std::this_thread::yield();
+    letTheTimeRunOut();
+    EXPECT_GE(client.readFrame().payload.size(), size);
+}
+
+TEST_F(IdleTest, SoIsTimeInWhichTheSystemStillHasSome) {
+    const TempDirectory directory;
+    const Listener listener({Address::parse("unix:" + directory.file("socket"))}, {{}, {}, ""},
+                            {.limits = {.idleWebSocket = std::chrono::milliseconds(2000)}});
+    server_.on("first", TestServer::answerOfSize(50'000));
+    WireClient client(listener.getAddresses().front());
+    client.upgrade("/rpc/Test");
+    client.sendText(request("Test::first"));
+    letTheTimeRunOut();
+    letTheTimeRunOut();
+    EXPECT_GE(client.readFrame().payload.size(), 50'000u);
+    EXPECT_EQ(client.call(echoRequest), echoReply);
 }
 
 // Who is let in
@@ -851,6 +913,21 @@ TEST_F(SlowReaderTest, IsKeptAliveUntilItHasAllOfItsAnswer) {
     expectWholeAnswer("");
 }
 
+TEST_F(SlowReaderTest, IsNotDisconnectedWhileTheSystemStillHasSome) {
+    const TempDirectory directory;
+    const Listener listener({Address::parse("unix:" + directory.file("socket"))}, {{}, {}, ""},
+                            {.limits = {.keepAlive = std::chrono::milliseconds(1)}});
+    server_.on("first", TestServer::answerOfSize(50'000));
+    WireClient client(listener.getAddresses().front());
+    client.send(post(request("Test::first")));
+    waitForATick();
+    waitForATick();
+    waitForATick();
+    EXPECT_EQ(listener.getStatus().connections, 1u);
+    EXPECT_GE(client.readAnswer().body.size(), 50'000u);
+    EXPECT_EQ(client.readAll(), "");
+}
+
 TEST_F(SlowReaderTest, MayHaveEndedItsOwnSending) {
     auto client = connect();
     client.send(post(request("Test::first")));
@@ -886,6 +963,38 @@ TEST_F(ListenerTest, RequestsAreNotLoggedUnasked) {
     listen();
     webSocket().call(echoRequest);
     EXPECT_EQ(log_.texts(), std::vector<std::string>());
+}
+
+// Quiet
+
+/// How often the threads of the process but this one have waited for something.
+std::map<std::string, long> waits() {
+    std::map<std::string, long> result;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(task.path() / "status");
+        for (std::string word; status >> word;)
+            if (word == "voluntary_ctxt_switches:" && task.path().filename() != std::to_string(::gettid()))
+                status >> result[task.path().filename()];
+    }
+    return result;
+}
+
+TEST_F(ListenerTest, NobodyToServeIsNoReasonToWakeUp) {
+    const auto others = waits(); // threads of a sanitizer
+    listen();
+    EXPECT_TRUE(exchange(get("/healthz")).starts_with("HTTP/1.1 200"));
+    while (listener_->getStatus().connections > 0)
+        std::this_thread::yield();
+    const auto quiet = [&] {
+        auto all = waits();
+        std::erase_if(all, [&](const auto& each) { return others.contains(each.first); });
+        return all;
+    };
+    // Of a tick that was asked for before, one may still come.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const auto before = quiet();
+    std::this_thread::sleep_for(std::chrono::milliseconds(800)); // three ticks, if there were any
+    EXPECT_EQ(quiet(), before);
 }
 
 // Unix domain sockets

@@ -34,6 +34,8 @@ public:
     Socket& getSocket() noexcept override { return socket_; }
     Input& getInput() noexcept override { std::abort(); }
     bool mayRead() override { return true; }
+    void inputHeld() override {}
+    void heard() override {}
     const Limits& getLimits() const noexcept override { return limits_; }
     void send(std::string, std::string) override {}
     void send(std::string, std::shared_ptr<const RPCNotification>) override {}
@@ -104,6 +106,31 @@ TEST_F(OutputTest, ClientThatTakesLittleIsNotStalled) {
     EXPECT_FALSE(output_->isStalled(now + 2h, 1h));
     EXPECT_FALSE(output_->isStalled(now + 2h + 59min, 1h));
     EXPECT_TRUE(output_->isStalled(now + 3h + 1min, 1h));
+}
+
+TEST_F(OutputTest, WhatTheSystemHasWaitsForTheClientToo) {
+    output_->push(std::string(), std::string(50'000, 'x'));
+    sendSome();
+    ASSERT_EQ(output_->getWaiting(), 0u);
+    const auto now = Output::Clock::now();
+    EXPECT_FALSE(output_->hasGivenAll());
+    EXPECT_FALSE(output_->isStalled(now, 1h));
+    EXPECT_TRUE(output_->isStalled(now + 1h, 1h));
+
+    clientReads(50'000);
+    EXPECT_TRUE(output_->hasGivenAll());
+    EXPECT_FALSE(output_->isStalled(now + 2h, 1h));
+}
+
+TEST_F(OutputTest, SystemThatTakesMoreIsNoClientThatDoes) {
+    output_->push(std::string(), std::string(50'000, 'x'));
+    sendSome();
+    const auto now = Output::Clock::now();
+    EXPECT_FALSE(output_->isStalled(now, 1h));
+    output_->push(std::string(), std::string(50'000, 'y'));
+    sendSome();
+    ASSERT_EQ(output_->getWaiting(), 0u);
+    EXPECT_TRUE(output_->isStalled(now + 1h, 1h));
 }
 
 } // namespace

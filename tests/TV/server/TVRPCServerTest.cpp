@@ -467,11 +467,11 @@ TEST_F(HousekeepingTest, RunningScanKeepsEveryContext) {
     module.onScanStart(1);
     module.scanning = true;
     now += 1000h;
-    server.housekeep();
+    EXPECT_TRUE(server.housekeep());
     EXPECT_EQ(module.contexts, 2u);
 
     module.scanning = false;
-    server.housekeep();
+    EXPECT_FALSE(server.housekeep());
     EXPECT_EQ(module.contexts, 0u);
 }
 

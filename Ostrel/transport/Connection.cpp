@@ -63,6 +63,7 @@ void Connection::cutOff() {
         close();
         return;
     }
+    cutOff_ = true;
     output_.dropUnsent();
     sayGoodbye(boost::beast::websocket::close_code::try_again_later);
 }
@@ -208,8 +209,8 @@ void Connection::tick(Clock::time_point now) {
     const bool over = now >= patience_.getEnd();
     if (lost_)
         close();
-    else if ((waits_ || over) && output_.isStalled(now, limits_.stalledReader))
-        close();
+    else if ((waits_ || over) && output_.isStalled(now, cutOff_ ? limits_.closing : limits_.stalledReader))
+        phase_ == Phase::Open ? cutOff() : close();
     else if (over)
         runOut(now);
 }

@@ -49,7 +49,8 @@ public:
 
     void close() noexcept override;
 
-    /// Cuts off a client that has let too much wait.
+    /// Cuts off a client that has let too much wait, or for too long: what has not begun to go out
+    /// is dropped. A WebSocket's client that reads again within the closing time is told why.
     void cutOff();
 
     /// Looks whether a time has run out.
@@ -58,8 +59,8 @@ public:
     /// When to call tick() next, unless something happens before; max() for never.
     Clock::time_point getNextTick(Clock::time_point now) const;
 
-    /// What keeping the bytes costs that wait for this client alone.
-    std::size_t getWaiting() const { return output_.getCost().own(); }
+    /// What to compare when one must be cut off for the sake of all.
+    double getBurden(Clock::time_point now) { return output_.getBurden(now); }
 
 private:
     Phase getPhase() const noexcept override { return phase_; }
@@ -109,6 +110,7 @@ private:
     Patience patience_; ///< with the client in this phase
     bool late_ = false; ///< it has run out, but the system still has bytes for the client
     bool pinged_ = false; ///< and nothing heard since
+    bool cutOff_ = false; ///< it has the closing time to take what is left
     bool working_ = false; ///< a message is being carried out elsewhere
     std::atomic<bool> lost_ = false; ///< there was no memory to tell the client something
 

@@ -23,8 +23,8 @@ public:
     virtual const Advice& getAdvice() const = 0;
     virtual Lanes& getLanes() = 0;
 
-    /// What waits for a connection costs more or less, without the texts that others share. Cuts
-    /// off the one with the most when all together wait for too much.
+    /// What waits for a connection costs more or less, without the texts that others share. When
+    /// all together wait for too much, the one is cut off that is the greatest burden.
     virtual void addWaiting(std::ptrdiff_t change) = 0;
 
     /// Somebody was not let in; the log tells why.

@@ -82,12 +82,8 @@ public:
         waiting_ += change;
         if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
-        const auto most =
-            std::max_element(connections_.begin(), connections_.end(), [](auto& left, auto& right) {
-                return left->getWaiting() < right->getWaiting();
-            });
-        if (most != connections_.end())
-            std::shared_ptr(*most)->cutOff();
+        if (!relieving_)
+            relieve();
     }
 
     // An earlier tick is kept, so that not every request sets the timer.
@@ -249,6 +245,31 @@ private:
         }
     }
 
+    /// Cuts clients off until less waits. Who is found again still has much of an answer that has
+    /// begun, and is closed.
+    void relieve() {
+        struct Scope {
+            explicit Scope(bool& flag) : flag_(flag) { flag_ = true; }
+            ~Scope() { flag_ = false; }
+            bool& flag_;
+        } const scope(relieving_); // the goodbyes wait, too
+        const auto now = Clock::now();
+        while (getWaiting() > options_.limits.waitingTogether) {
+            std::shared_ptr<Connection> worst;
+            double burden = 0;
+            for (const auto& connection : connections_) {
+                const auto other = connection->getBurden(now);
+                if (other > burden) {
+                    burden = other;
+                    worst = connection;
+                }
+            }
+            if (worst == nullptr)
+                return;
+            worst->cutOff();
+        }
+    }
+
     /// What all that waits costs, with every text once that several clients share.
     std::size_t getWaiting() const { return std::size_t(waiting_) + RPCNotification::getCostOfAll(); }
 
@@ -270,6 +291,7 @@ private:
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
+    bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to
     std::promise<void> allGone_;
 

@@ -47,6 +47,7 @@ void Output::flush() {
 
 void Output::dropUnsent() {
     outbox_.dropUnsent();
+    waited_ = false;
     conversation_.waitingChanged();
 }
 
@@ -57,7 +58,7 @@ void Output::clear() {
 
 // What counts is what the client has taken and not what the system has: that takes bytes for a
 // client that is gone, and from a slow reader it wants more only when much of its queue has gone.
-bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) {
+void Output::look(Clock::time_point now) {
     const auto queued = getQueued();
     const bool waits = outbox_.size() > 0 || queued > 0;
     const auto taken = written_ - queued;
@@ -65,7 +66,18 @@ bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience
         lastProgress_ = now;
     waited_ = waits;
     taken_ = taken;
-    return waits && now - lastProgress_ >= patience;
+}
+
+bool Output::isStalled(Clock::time_point now, std::chrono::milliseconds patience) {
+    look(now);
+    return waited_ && now - lastProgress_ >= patience;
+}
+
+double Output::getBurden(Clock::time_point now) {
+    look(now);
+    // Not nothing for those who have just begun: then the most alone decides.
+    const std::chrono::duration<double> time = now - lastProgress_ + std::chrono::milliseconds(1);
+    return double(outbox_.getCost().own()) * time.count();
 }
 
 bool Output::hasGivenAll() {

@@ -25,7 +25,8 @@ public:
     void push(std::string head, std::string body);
     void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
-    /// Takes away what need not be sent any more: everything but the rest of what has begun.
+    /// Takes away what need not be sent any more: everything but the rest of what has begun, for
+    /// which the client's time begins anew.
     void dropUnsent();
 
     /// Takes everything away; the connection has closed.
@@ -41,12 +42,17 @@ public:
     /// system's queue, and it has taken none for so long.
     bool isStalled(Clock::time_point now, std::chrono::milliseconds patience);
 
+    /// How much of a burden this client is: what waits for it alone, times how long it has taken
+    /// nothing. So it is not one who reads, though much may wait for it for a moment.
+    double getBurden(Clock::time_point now);
+
     /// Whether the client has taken all, from the system's queue, too.
     bool hasGivenAll();
 
 private:
     template <class Body> void add(std::string head, Body body);
     void flush();
+    void look(Clock::time_point now);
     std::int64_t getQueued();
 
     Conversation& conversation_;

@@ -712,6 +712,44 @@ TEST_F(ListenerTest, ReaderThatStallsIsClosed) {
     EXPECT_EQ(listener_->getStatus().waiting, 0u);
 }
 
+TEST_F(ListenerTest, WebSocketThatStalledIsToldWhenItReadsAgain) {
+    Limits limits;
+    limits.stalledReader = std::chrono::milliseconds(50);
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(20'000'000));
+    auto client = webSocket();
+    client.sendText(request("Test::first"));
+    while (log_.texts().empty()) // it is cut off
+        std::this_thread::yield();
+    EXPECT_GE(client.readFrame().payload.size(), 20'000'000u);
+    EXPECT_EQ(client.readFrame().closeCode(), 1013);
+}
+
+TEST_F(ListenerTest, EveryoneWhoIsCutOffForTheSakeOfAllIsTold) {
+    Limits limits;
+    limits.waitingTogether = 2u << 20;
+    limits.outbox = limits.waiting;
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(50'000));
+    std::vector<WireClient> slow;
+    for (int i = 0; i < 8; ++i)
+        slow.push_back(webSocket());
+    std::size_t cutOff = 0;
+    while (cutOff < slow.size()) {
+        for (auto& client : slow)
+            client.sendSome(frame(1, request("Test::first")));
+        cutOff = log_.texts().size();
+    }
+    EXPECT_EQ(listener_->getStatus().connections, slow.size()); // all are still being told
+    for (auto& client : slow) {
+        Frame frame;
+        do
+            frame = client.readFrame();
+        while (frame.opcode != 8);
+        EXPECT_EQ(frame.closeCode(), 1013);
+    }
+}
+
 TEST_F(ListenerTest, IdleWebSocketIsPingedAndThenClosed) {
     Limits limits;
     limits.idleWebSocket = std::chrono::milliseconds(400);

@@ -108,6 +108,19 @@ TEST_F(OutputTest, ClientThatTakesLittleIsNotStalled) {
     EXPECT_TRUE(output_->isStalled(now + 3h + 1min, 1h));
 }
 
+TEST_F(OutputTest, ClientThatTakesIsLessOfABurdenThanOneThatDoesNot) {
+    const auto now = Output::Clock::now();
+    output_->push(std::string(), std::string(400'000, 'x'));
+    sendSome();
+    EXPECT_GT(output_->getBurden(now), 0);
+    const auto burden = output_->getBurden(now + 10s);
+
+    output_->push(std::string(), std::string(40'000'000, 'x'));
+    EXPECT_GT(output_->getBurden(now + 10s), 90 * burden);
+    clientReads(65'536);
+    EXPECT_LT(output_->getBurden(now + 11s), burden);
+}
+
 TEST_F(OutputTest, WhatTheSystemHasWaitsForTheClientToo) {
     output_->push(std::string(), std::string(50'000, 'x'));
     sendSome();

@@ -831,8 +831,8 @@ protected:
 TEST_F(TokenTest, CallsNeedTheToken) {
     EXPECT_TRUE(exchange(post(echoRequest)).starts_with("HTTP/1.1 401"));
     EXPECT_TRUE(exchange(post(echoRequest, "Authorization: Bearer wrong\r\n")).starts_with("HTTP/1.1 401"));
-    EXPECT_EQ(log_.texts(),
-              std::vector<std::string>{"refused: the right token is needed: Authorization: Bearer TOKEN"});
+    const std::string line = "refused: the right token is needed: Authorization: Bearer TOKEN";
+    EXPECT_EQ(log_.texts(), (std::vector{line, line}));
     const auto answer = exchange(post(echoRequest, std::string("Authorization: Bearer ") + token + "\r\n"));
     EXPECT_TRUE(answer.starts_with("HTTP/1.1 200"));
     EXPECT_EQ(answer.find(token), std::string::npos);

@@ -15,10 +15,10 @@ namespace Ostrel {
 class RPCObserver;
 
 /// Stands for the connection that a call came by; it lives as long as the connection does.
-/// Keep a weak pointer to learn that the connection has closed.
+/// Keep a weak pointer to learn that the connection has closed and its last call has ended.
 struct RPCPeer {
     std::shared_ptr<RPCObserver> observer = nullptr; ///< told of every request; null for none
-    std::atomic<bool> gone = false; ///< the client has gone: nobody waits for a reply any more
+    std::atomic<bool> gone = false; ///< the connection has closed: nobody waits for a reply any more
 };
 
 /// The objects that an RPC conversation is made of. Each of the last four turns itself into

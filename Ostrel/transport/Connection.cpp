@@ -14,12 +14,21 @@
 #include <utility>
 #include <variant>
 
+#include <poll.h>
+
 namespace Ostrel {
 
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
 using boost::system::error_code;
+
+namespace {
+
+/// How long a request is worked on before its client is asked whether it still waits.
+constexpr std::chrono::seconds askAfter{1};
+
+} // namespace
 
 Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddress,
                        std::shared_ptr<RPCPeer> peer)
@@ -207,12 +216,40 @@ Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) con
 
 void Connection::tick(Clock::time_point now) {
     const bool over = now >= patience_.getEnd();
-    if (lost_)
+    if (lost_ || (isUnread() && hasGone(now)))
         close();
     else if ((waits_ || over) && output_.isStalled(now, cutOff_ ? limits_.closing : limits_.stalledReader))
         phase_ == Phase::Open ? cutOff() : close();
     else if (over)
         runOut(now);
+}
+
+/// Whether nobody reads, so that nobody learns from the socket when the client leaves.
+bool Connection::isUnread() const {
+    return working_ || (input_.isHeld() && !full_);
+}
+
+/// Whether there is nobody any more to take an answer.
+///
+/// A client that has ended its sending has gone when it speaks WebSocket, where it would say
+/// goodbye first. One that speaks HTTP may still wait for its answer, or may have closed
+/// altogether: that shows only when it is sent something, which a closed socket answers with a
+/// reset. So, when the work takes long, it is sent an interim response, which clients skip.
+bool Connection::hasGone(Clock::time_point now) {
+    pollfd socket{socket_.native_handle(), POLLRDHUP, 0};
+    ::poll(&socket, 1, 0);
+    if ((socket.revents & (POLLERR | POLLHUP)) != 0)
+        return true;
+    if ((socket.revents & POLLRDHUP) == 0)
+        return false;
+    if (webSocket_ != nullptr)
+        return true;
+    const bool takesInterim = phase_ == Phase::Working && reader_->getRequest().version() >= 11;
+    if (takesInterim && !asked_ && now - workingSince_ >= askAfter) {
+        asked_ = true;
+        send("HTTP/1.1 102 Processing\r\n\r\n", std::string());
+    }
+    return false;
 }
 
 /// The client has let its time run out, unless the system is still giving it what we sent: then it
@@ -406,7 +443,9 @@ void Connection::work(RPCServer& server, std::string_view text) {
         return;
     }
     working_ = true;
-    settle(Clock::now());
+    asked_ = false;
+    workingSince_ = Clock::now();
+    settle(workingSince_);
 }
 
 void Connection::replyCame(std::string reply) {

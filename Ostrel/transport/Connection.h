@@ -82,6 +82,8 @@ private:
     void enter(Phase phase);
     std::chrono::milliseconds getPatience() const;
     bool isClientsTurn() const;
+    bool isUnread() const;
+    bool hasGone(Clock::time_point now);
     void settle(Clock::time_point now);
     void runOut(Clock::time_point now);
     bool isEnding() const { return phase_ >= Phase::Finishing; }
@@ -112,6 +114,8 @@ private:
     bool pinged_ = false; ///< and nothing heard since
     bool cutOff_ = false; ///< it has the closing time to take what is left
     bool working_ = false; ///< a message is being carried out elsewhere
+    bool asked_ = false; ///< whether anybody waits for its reply
+    Clock::time_point workingSince_;
     std::atomic<bool> lost_ = false; ///< there was no memory to tell the client something
 
     const Http http_;

@@ -79,6 +79,12 @@ void WireClient::shutdownSend() {
     ::shutdown(socket_, SHUT_WR);
 }
 
+void WireClient::leave() {
+    const linger atOnce{1, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    ::close(std::exchange(socket_, -1));
+}
+
 bool WireClient::readMore() {
     char buffer[65536];
     const auto size = ::recv(socket_, buffer, sizeof buffer, 0);

@@ -40,6 +40,9 @@ public:
     /// Ends the sending direction.
     void shutdownSend();
 
+    /// Leaves without a goodbye: the other side gets a reset, through a Unix socket an end.
+    void leave();
+
     /// Reads to the end of the connection.
     std::string readAll();
 

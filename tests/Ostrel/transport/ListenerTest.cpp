@@ -1003,6 +1003,97 @@ TEST_F(ListenerTest, RequestsAreNotLoggedUnasked) {
     EXPECT_EQ(log_.texts(), std::vector<std::string>());
 }
 
+// Departures
+
+/// A request is being carried out that ends when the test lets it.
+class DepartureTest : public ListenerTest {
+protected:
+    DepartureTest() {
+        listen();
+        server_.on("first", [this](const Call& call) {
+            {
+                const std::lock_guard lock(mutex_);
+                peer_ = call.getPeer();
+            }
+            entered_.open();
+            EXPECT_TRUE(gate_.pass());
+            return TestServer::echo(call);
+        });
+    }
+    ~DepartureTest() override {
+        gate_.open();
+        listener_.reset(); // the handler refers to what is about to go
+    }
+
+    void begin(WireClient& client, const std::string& bytes) {
+        client.send(bytes);
+        EXPECT_TRUE(entered_.pass());
+    }
+
+    /// While the work goes on; never returns otherwise.
+    void expectDeparted() {
+        while (listener_->getStatus().connections > 0)
+            std::this_thread::yield();
+        const std::lock_guard lock(mutex_);
+        EXPECT_TRUE(peer_->gone);
+    }
+
+    Gate entered_;
+    Gate gate_;
+    std::mutex mutex_;
+    std::shared_ptr<RPCPeer> peer_;
+};
+
+TEST_F(DepartureTest, HttpClientThatResetsHasGone) {
+    auto client = connect();
+    begin(client, post(request("Reader::first")));
+    client.leave();
+    expectDeparted();
+}
+
+TEST_F(DepartureTest, HttpClientThatClosesHasGone) {
+    {
+        auto client = connect();
+        begin(client, post(request("Reader::first")));
+    }
+    expectDeparted();
+}
+
+TEST_F(DepartureTest, WebSocketClientThatClosesHasGone) {
+    {
+        auto client = webSocket();
+        begin(client, frame(1, request("Reader::first")));
+    }
+    expectDeparted();
+}
+
+TEST_F(DepartureTest, UnixClientThatClosesHasGone) {
+    const TempDirectory directory;
+    listen({}, {{}, {}, ""}, {Address::parse("unix:" + directory.file("socket"))});
+    {
+        auto client = connect();
+        begin(client, post(request("Reader::first")));
+    }
+    expectDeparted();
+}
+
+TEST_F(DepartureTest, HttpClientThatHasOnlyEndedItsSendingIsAnswered) {
+    auto old = connect();
+    begin(old,
+          "POST /rpc/Test HTTP/1.0\r\nHost: localhost\r\nContent-Type: application/json\r\nContent-Length: " +
+              std::to_string(request("Reader::first").size()) + "\r\n\r\n" + request("Reader::first"));
+    old.shutdownSend();
+    auto client = connect();
+    client.send(post(request("Reader::first")));
+    client.shutdownSend();
+    EXPECT_EQ(client.readAnswer().head, "HTTP/1.1 102 Processing\r\n\r\n");
+    gate_.open();
+    EXPECT_EQ(client.readAnswer().body, echoReply);
+    EXPECT_EQ(client.readAll(), "");
+    EXPECT_EQ(old.readAnswer().body, echoReply); // whose HTTP knows no interim responses
+    EXPECT_EQ(old.readAll(), "");
+}
+
 // Quiet
 
 /// How often the threads of the process but this one have waited for something.

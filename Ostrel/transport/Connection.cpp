@@ -35,7 +35,8 @@ Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddre
     : hub_(hub), limits_(hub.getLimits()), socket_(std::move(socket)),
       client_(std::make_shared<Lanes::Client>(std::move(peer))),
       http_(hub.getAdmission(), hub.getAdvice(), std::move(localAddress)),
-      reader_(std::make_unique<HttpReader>(*this)), input_(*this), output_(*this) {}
+      reader_(std::make_unique<HttpReader>(*this)), input_(*this),
+      message_(hub.getBudget(), [this] { input_.lookAgain(); }), output_(*this) {}
 
 Connection::~Connection() {
     close();
@@ -127,6 +128,7 @@ void Connection::close() noexcept {
     error_code ignored;
     socket_.close(ignored);
     output_.clear();
+    message_.finish();
     input_.lookAgain(); // whoever waits to read finds the socket closed
     releaseWebSocket();
     hub_.remove(*this);
@@ -298,7 +300,22 @@ void Connection::waitingChanged() {
 // Input
 
 bool Connection::mayRead() {
-    return phase_ >= Phase::Goodbye || !full_;
+    return phase_ >= Phase::Goodbye || (!full_ && message_.mayRead(getMessageSize()));
+}
+
+/// Bytes that have come of the message that is being read.
+std::size_t Connection::getMessageSize() const {
+    if (phase_ == Phase::Open)
+        return webSocket_->getMessageSize();
+    return phase_ == Phase::ReadingBody ? reader_->getBodySize() : 0;
+}
+
+/// Gives back what the message took to be read, once nobody needs its text here.
+void Connection::forgetMessage() {
+    if (webSocket_ != nullptr)
+        webSocket_->forgetMessage();
+    else
+        reader_->forgetBody();
 }
 
 void Connection::inputHeld() {
@@ -323,6 +340,8 @@ void Connection::awaitRequest() {
     if (isEnding())
         return;
     allowedOrigin_.clear();
+    forgetMessage();
+    message_.finish();
     reader_->awaitRequest([this](const error_code& failure) {
         if (failure)
             finish();
@@ -427,18 +446,27 @@ void Connection::upgrade(const Http::Upgrade& upgrade) {
 
 /// Has a message carried out and gets its reply, here or when it was done elsewhere.
 void Connection::work(RPCServer& server, std::string_view text) {
-    auto done = [self = std::static_pointer_cast<Connection>(shared_from_this())](std::string reply) {
+    // Counts until its reply has come, or whoever carries it out drops it.
+    const auto counted = std::make_shared<MessageBudget::Work>(hub_.getBudget(), text.size());
+    message_.finish();
+    auto done = [self = std::static_pointer_cast<Connection>(shared_from_this()),
+                 counted](std::string reply) {
         try {
             asio::post(self->socket_.get_executor(),
-                       self->guarded([&connection = *self, reply = std::move(reply)]() mutable {
+                       self->guarded([&connection = *self, counted, reply = std::move(reply)]() mutable {
+                           counted->end();
+                           connection.hub_.getBudget().serve();
                            connection.replyCame(std::move(reply));
                        }));
         } catch (...) {
             self->giveUp();
         }
     };
-    if (auto reply = hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch},
-                                              std::move(done))) {
+    auto reply =
+        hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch}, std::move(done));
+    forgetMessage();
+    if (reply) {
+        counted->end();
         replyCame(std::move(*reply));
         return;
     }

@@ -4,6 +4,7 @@
 #include "Ostrel/transport/Http.h"
 #include "Ostrel/transport/Input.h"
 #include "Ostrel/transport/Lanes.h"
+#include "Ostrel/transport/MessageBudget.h"
 #include "Ostrel/transport/Output.h"
 #include "Ostrel/transport/Patience.h"
 
@@ -97,6 +98,8 @@ private:
     void upgrade(const Http::Upgrade& upgrade);
 
     void work(RPCServer& server, std::string_view text);
+    std::size_t getMessageSize() const;
+    void forgetMessage();
     void replyCame(std::string reply);
 
     void drain();
@@ -127,6 +130,7 @@ private:
 
     std::unique_ptr<WebSocket> webSocket_; ///< once upgraded
     Input input_;
+    MessageBudget::Reader message_; ///< that is being read
     Output output_;
     std::size_t counted_ = 0; ///< of what waits, how much the hub knows about
     bool waits_ = false; ///< bytes wait for the client

@@ -12,6 +12,7 @@ namespace Ostrel {
 class Admission;
 class Connection;
 class Lanes;
+class MessageBudget;
 
 /// What the connections of one listener have in common. On the listener's thread.
 class ConnectionHub {
@@ -22,6 +23,7 @@ public:
     virtual const Admission& getAdmission() const = 0;
     virtual const Advice& getAdvice() const = 0;
     virtual Lanes& getLanes() = 0;
+    virtual MessageBudget& getBudget() = 0;
 
     /// What waits for a connection costs more or less, without the texts that others share. When
     /// all together wait for too much, the one is cut off that is the greatest burden.

@@ -19,6 +19,9 @@ namespace {
 
 constexpr std::size_t firstRead = 4096; ///< bytes
 
+/// A buffer that a large body has widened is given back.
+constexpr std::size_t keptCapacity = 16u << 10;
+
 } // namespace
 
 HttpReader::HttpReader(Conversation& conversation) : conversation_(conversation) {
@@ -61,6 +64,12 @@ void HttpReader::readBody(Handler handler) {
                      conversation_.guarded([handler = std::move(handler)](error_code failure, std::size_t) {
                          handler(failure);
                      }));
+}
+
+void HttpReader::forgetBody() {
+    parser_->get().body() = std::string();
+    if (buffer_.capacity() > keptCapacity)
+        buffer_.shrink_to_fit();
 }
 
 std::string HttpReader::releaseRest() {

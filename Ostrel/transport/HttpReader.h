@@ -30,6 +30,12 @@ public:
     /// What has been read of the request.
     const Http::Request& getRequest() const { return parser_->get(); }
 
+    /// Bytes that have come of the request's body.
+    std::size_t getBodySize() const { return parser_->get().body().size(); }
+
+    /// Gives the memory of the request's body back.
+    void forgetBody();
+
     /// Gives away what was read behind the request.
     std::string releaseRest();
 

@@ -8,6 +8,9 @@ namespace Ostrel {
 /// What clients may cost the process. The defaults are the ones that the wire promises.
 struct Limits {
     std::size_t message = 1u << 20; ///< bytes of one incoming message
+    /// Bytes of the messages of all clients that are being read, beyond the first 64 KiB of each, or
+    /// being carried out; further ones wait unread.
+    std::size_t messagesTogether = 64u << 20;
     std::size_t head = 16u << 10; ///< bytes of a request's line and headers
     std::size_t reply = 64u << 20; ///< bytes of one reply, or of a batch's replies together
     std::size_t batch = 100; ///< messages in a batch

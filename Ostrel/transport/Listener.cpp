@@ -7,6 +7,7 @@
 #include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/Door.h"
 #include "Ostrel/transport/Lanes.h"
+#include "Ostrel/transport/MessageBudget.h"
 #include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
@@ -44,7 +45,8 @@ class Listener::Service final : public ConnectionHub {
 
 public:
     Service(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
-        : options_(options), admission_(std::move(admission)), addresses_(addresses), timer_(context_) {
+        : options_(options), admission_(std::move(admission)), addresses_(addresses),
+          budget_(options.limits.messagesTogether, options.limits.message), timer_(context_) {
         for (auto& address : addresses_) {
             if (!address.isLoopback() && !admission_.needsToken())
                 throw StartError(
@@ -77,6 +79,7 @@ public:
     const Admission& getAdmission() const override { return admission_; }
     const Advice& getAdvice() const override { return options_.advice; }
     Lanes& getLanes() override { return lanes_; }
+    MessageBudget& getBudget() override { return budget_; }
 
     void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
@@ -148,6 +151,7 @@ private:
     void tick() {
         nextTick_ = Clock::time_point::max();
         lastTick_ = Clock::now();
+        budget_.tick();
         forEachConnection([this](Connection& connection) {
             connection.tick(lastTick_);
             wakeAt(connection.getNextTick(lastTick_));
@@ -279,6 +283,7 @@ private:
     const Admission admission_;
     std::vector<Address> addresses_;
 
+    MessageBudget budget_; ///< outlives whatever waits to be run
     asio::io_context context_{1};
     std::deque<Door> doors_;
     asio::steady_timer timer_; ///< for the next tick

@@ -90,15 +90,18 @@ void WebSocket::messageCame() {
     handler_(text);
 }
 
+void WebSocket::forgetMessage() {
+    buffer_.clear();
+    if (buffer_.capacity() > keptCapacity)
+        buffer_.shrink_to_fit();
+}
+
 void WebSocket::reply(std::string text) {
     sendNotifications();
     if (!text.empty() && conversation_.getPhase() == Phase::Open) {
         auto head = textFrameHead(text.size());
         conversation_.send(std::move(head), std::move(text));
     }
-    buffer_.clear();
-    if (buffer_.capacity() > keptCapacity)
-        buffer_.shrink_to_fit();
     if (conversation_.getPhase() == Phase::Open)
         conversation_.getInput().whenAllowed(conversation_.guarded([this] { readMessage(); }));
 }

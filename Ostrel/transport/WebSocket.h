@@ -22,7 +22,7 @@ class RPCServer;
 /// to it. On the listener's thread; only notify() may come from elsewhere.
 class WebSocket final : public RPCSubscriber {
 public:
-    /// Takes a message's text, which stays until reply().
+    /// Takes a message's text, which stays until forgetMessage().
     using MessageHandler = std::function<void(std::string_view text)>;
 
     /// @param early  what was read behind the upgrade request
@@ -36,6 +36,12 @@ public:
 
     /// Subscribes to the server and reads the first message.
     void open(MessageHandler handler);
+
+    /// Bytes that have come of the message that is being read.
+    std::size_t getMessageSize() const { return buffer_.size(); }
+
+    /// Gives the memory of the message at hand back.
+    void forgetMessage();
 
     /// Sends a message's reply, unless it is empty, behind what its handler has raised, and
     /// reads the next message.

@@ -761,6 +761,77 @@ TEST_F(ListenerTest, IdleWebSocketIsPingedAndThenClosed) {
         std::this_thread::yield();
 }
 
+class BudgetTest : public ListenerTest {
+protected:
+    BudgetTest() {
+        Limits limits;
+        limits.message = limits.messagesTogether = size;
+        limits.bodyTime = std::chrono::milliseconds(2000);
+        listen(limits);
+        server_.on("first", [this](const Call& call) {
+            entered_.open();
+            EXPECT_TRUE(gate_.pass());
+            return TestServer::echo(call);
+        });
+        server_.on("second", [this](const Call& call) {
+            ++carriedOut_;
+            return TestServer::echo(call);
+        });
+    }
+    ~BudgetTest() override {
+        gate_.open();
+        listener_.reset(); // the handlers refer to what is about to go
+    }
+
+    /// A message at its limit.
+    static std::string large(const char* method) {
+        const auto text = request(method);
+        return text + std::string(size - text.size(), ' ');
+    }
+
+    static constexpr std::size_t size = 300'000;
+
+    /// Returns when the time for a body is over.
+    void letTheTimeRunOut() const {
+        auto late = connect();
+        late.send("POST /rpc/Test HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n12345");
+        EXPECT_EQ(late.readAll(), "");
+    }
+
+    Gate entered_;
+    Gate gate_;
+    std::atomic<int> carriedOut_ = 0;
+};
+
+TEST_F(BudgetTest, LargeMessagesWaitUnreadAndNobodyElse) {
+    auto one = webSocket();
+    one.sendText(large("Reader::first"));
+    EXPECT_TRUE(entered_.pass());
+    auto two = webSocket();
+    two.sendText(large("Reader::second"));
+    auto three = connect();
+    three.send(post(large("Reader::second")));
+    auto other = webSocket();
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+    letTheTimeRunOut(); // theirs does not run
+    EXPECT_EQ(carriedOut_, 0);
+    gate_.open();
+    EXPECT_EQ(one.readReply(), echoReply);
+    EXPECT_EQ(two.readReply(), echoReply);
+    EXPECT_EQ(three.readAnswer().body, echoReply);
+}
+
+TEST_F(BudgetTest, ClientsWhoSendSlowlyBlockNobody) {
+    std::vector<WireClient> slow;
+    for (int i = 0; i < 8; ++i) {
+        slow.push_back(webSocket());
+        slow.back().send(frame(1, large("Reader::second")).substr(0, 200'000));
+    }
+    EXPECT_EQ(webSocket().call(large("Reader::second")), echoReply);
+    EXPECT_EQ(connect().post("/rpc/Test", large("Reader::second")).body, echoReply);
+}
+
 /// The limit must let a call come through; that it is over shows another client, who keeps silent.
 class IdleTest : public ListenerTest {
 protected:

@@ -1,12 +1,15 @@
 // The context's guide operations. They only read, and take no lock.
 
 #include "TV/server/dummy/DummyTVModuleContext.h"
+
+#include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/documents/RowDocument.h"
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/query/EventQuery.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
 
+#include <cstddef>
 #include <limits>
 
 namespace Ostrel::TV {
@@ -35,10 +38,14 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
     QuorilQuery rows(sharedGuide());
     if (!rows.init(expression, 0, noLimit))
         fail("query", ReturnCode::NotSupported, __LINE__);
+    constexpr std::size_t someDocuments = 256;
     VectorObject<std::string> documents;
     documents.reserve(rows.count());
-    while (const epgentry* row = rows.next())
+    while (const epgentry* row = rows.next()) {
+        if (documents.size() % someDocuments == 0)
+            Cancellation::check();
         documents.push_back(formatEntry(*format, row, Schedule));
+    }
     return documents;
 }
 

@@ -33,6 +33,7 @@ public:
 
     /// Finds, orders and slices.
     /// @returns false when services and times do not make an expression
+    /// @throws Cancelled  some events may have been added
     bool run(VectorObject<ITVGuide::EventInfo>& events);
 
 private:

@@ -38,7 +38,7 @@ TextFilter::TextFilter(const StartTimeIndex& index, const ITVGuide::Query& query
         few = texts.end();
     }
     for (auto text = texts.begin(); text != few; ++text)
-        few_.emplace_back(index, *text, inDescriptions_);
+        few_.emplace_back(*text);
     texts.erase(texts.begin(), few);
     std::sort(texts.begin(), texts.end());
     if (!texts.empty())
@@ -46,49 +46,65 @@ TextFilter::TextFilter(const StartTimeIndex& index, const ITVGuide::Query& query
 }
 
 bool TextFilter::passes(std::uint32_t position) const {
-    if (nonePasses_)
-        return false;
-    // One text decides: of all that must be there the first one missed, of any the first found.
-    for (const TextSearch& search : few_)
-        if (search.occursAt(position) != all_)
-            return !all_;
-    return many_ ? manyPass(position) : all_ || few_.empty();
+    if (nonePasses_ || isEmpty())
+        return !nonePasses_;
+    return all_ ? holdsFew(position) && (!many_ || holdsMany(position)) : holdsAny(position);
 }
 
-bool TextFilter::manyPass(std::uint32_t position) const {
+template <typename Condition> bool TextFilter::anyText(std::uint32_t position, Condition condition) const {
     const char* const title = PoolText{index_.titles()[position]};
     const char* const description = PoolText{inDescriptions_ ? index_.descriptions()[position] : 0};
-    if (!all_)
-        return (title && many_->occurIn(title)) || (description && many_->occurIn(description));
+    return (title && condition(title)) || (description && condition(description));
+}
+
+bool TextFilter::holdsAny(std::uint32_t position) const {
+    return anyText(position, [this](const char* text) {
+        return many_ ? many_->occurIn(text)
+                     : std::any_of(few_.begin(), few_.end(),
+                                   [&](const TextSearch& search) { return search.occursIn(text); });
+    });
+}
+
+bool TextFilter::holdsFew(std::uint32_t position) const {
+    return std::all_of(few_.begin(), few_.end(), [&](const TextSearch& search) {
+        return anyText(position, [&](const char* text) { return search.occursIn(text); });
+    });
+}
+
+bool TextFilter::holdsMany(std::uint32_t position) const {
     TextSet::Marks marks;
-    if (title)
-        many_->mark(title, marks);
-    if (description)
-        many_->mark(description, marks);
-    return marks.count() == many_->size();
+    return anyText(position, [&](const char* text) {
+        many_->mark(text, marks);
+        return marks.count() == many_->size();
+    });
 }
 
 void TextFilter::narrow(std::span<std::uint64_t> rows) const {
+    // Only for many rows is it worth it to read all texts.
+    const auto areMany = [&] { return countRows(rows) > 1024; };
     if (nonePasses_)
         return std::fill(rows.begin(), rows.end(), 0);
-    if (!all_ && few_.size() > 1)
-        return narrowToAny(rows);
-    for (const TextSearch& search : few_)
-        search.narrow(rows);
-    if (many_)
-        keepRows(rows, [this](std::uint32_t position) { return manyPass(position); });
-}
-
-void TextFilter::narrowToAny(std::span<std::uint64_t> rows) const {
-    std::vector<std::uint64_t> left(rows.begin(), rows.end()), found;
-    for (const TextSearch& search : few_) {
-        found = left;
-        search.narrow(found);
-        for (std::size_t i = 0; i != left.size(); ++i)
-            left[i] &= ~found[i];
+    if (isEmpty())
+        return;
+    // Of many texts, looked for in titles alone, the titles are less to read than all there is.
+    if (!all_ && (!many_ || inDescriptions_) && areMany()) {
+        FoundTexts found(index_);
+        for (const TextSearch& search : few_)
+            search.find(found);
+        if (many_)
+            many_->find(found);
+        return found.narrow(rows, inDescriptions_);
     }
-    for (std::size_t i = 0; i != left.size(); ++i)
-        rows[i] &= ~left[i];
+    auto next = few_.begin();
+    for (; all_ && next != few_.end() && areMany(); ++next) {
+        FoundTexts found(index_);
+        next->find(found);
+        found.narrow(rows, inDescriptions_);
+    }
+    if (next != few_.end() || !all_)
+        keepRows(rows, [this](std::uint32_t position) { return passes(position); });
+    else if (many_)
+        keepRows(rows, [this](std::uint32_t position) { return holdsMany(position); });
 }
 
 } // namespace Ostrel::TV

@@ -34,15 +34,22 @@ private:
     /// How many texts may be searched for one after the other.
     static constexpr std::size_t fewTexts = 4;
 
-    bool manyPass(std::uint32_t position) const;
-    void narrowToAny(std::span<std::uint64_t> rows) const;
+    bool isEmpty() const { return few_.empty() && !many_; }
+
+    /// What a row holds of few_ and many_.
+    bool holdsAny(std::uint32_t position) const;
+    bool holdsFew(std::uint32_t position) const;
+    bool holdsMany(std::uint32_t position) const;
+
+    /// Calls a condition with the row's texts that are there and may be looked into, until it is true.
+    template <typename Condition> bool anyText(std::uint32_t position, Condition condition) const;
 
     const StartTimeIndex& index_;
     const bool all_; ///< must be found; otherwise any
     const bool inDescriptions_;
     bool nonePasses_ = false;
-    std::vector<TextSearch> few_;
-    std::optional<TextSet> many_;
+    std::vector<TextSearch> few_; ///< with any, alone
+    std::optional<TextSet> many_; ///< with all, the others
 };
 
 } // namespace Ostrel::TV

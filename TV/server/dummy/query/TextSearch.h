@@ -1,40 +1,26 @@
 #pragma once
 
-#include <cstdint>
-#include <span>
+#include "TV/server/dummy/query/FoundTexts.h"
+
+#include <cstring>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace Ostrel::TV {
 
-class StartTimeIndex;
-
-/// Looks for one text in the titles of the guide's rows, and perhaps in their descriptions,
-/// byte for byte. Nothing occurs in a text that is absent.
+/// Looks for one text, byte for byte.
 class TextSearch {
 public:
-    /// @param index   must stay where it is
     /// @param wanted  without a NUL
-    TextSearch(const StartTimeIndex& index, std::string_view wanted, bool inDescriptions);
+    explicit TextSearch(std::string_view wanted) : wanted_(wanted) {}
 
-    /// Whether the row at that position has a text in which it occurs.
-    bool occursAt(std::uint32_t position) const;
+    bool occursIn(const char* text) const { return std::strstr(text, wanted_.c_str()) != nullptr; }
 
-    /// Clears the bits of those rows that have none. Unless they are few, every text of the guide
-    /// is read once, however many rows share it.
-    /// @param rows  a bit for each position
-    void narrow(std::span<std::uint64_t> rows) const;
+    /// Adds every text of the guide in which it occurs.
+    void find(FoundTexts& found) const;
 
 private:
-    using Bits = std::vector<std::uint64_t>;
-
-    bool occursIn(std::uint32_t offset) const;
-    /// A bit for each byte of the texts, set where one starts that holds what is wanted.
-    Bits findTexts() const;
-
-    const StartTimeIndex& index_;
     const std::string wanted_;
-    const bool inDescriptions_;
 };
 
 } // namespace Ostrel::TV

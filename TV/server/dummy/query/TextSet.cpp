@@ -1,5 +1,7 @@
 #include "TV/server/dummy/query/TextSet.h"
 
+#include "Ostrel/runtime/Cancellation.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -46,6 +48,17 @@ TextSet::TextSet(std::vector<std::string_view> texts)
 
 bool TextSet::occurIn(const char* text) const {
     return scan(text, [](std::size_t) { return true; });
+}
+
+void TextSet::find(FoundTexts& found) const {
+    const std::string_view texts = found.texts();
+    for (std::size_t offset = 0; offset < texts.size();) {
+        Cancellation::check();
+        const std::string_view text = texts.data() + offset;
+        if (occurIn(text.data()))
+            found.add(offset);
+        offset += text.size() + 1;
+    }
 }
 
 void TextSet::mark(const char* text, Marks& marks) const {

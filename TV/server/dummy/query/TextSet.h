@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TV/server/dummy/query/FoundTexts.h"
+
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -26,6 +28,10 @@ public:
 
     /// Whether any of them occurs in a text.
     bool occurIn(const char* text) const;
+
+    /// Adds every text of the guide in which any of them occurs.
+    /// @throws Cancelled
+    void find(FoundTexts& found) const;
 
     /// Marks those that occur in a text. It may stop when all are marked.
     void mark(const char* text, Marks& marks) const;

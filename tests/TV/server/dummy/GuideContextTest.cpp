@@ -1,12 +1,15 @@
 // The guide operations of a context, as its handlers call them.
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "TV/server/dummy/documents/RowDocument.h"
 #include "TV/server/dummy/guide/GuideTable.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"
+
+#include <atomic>
 
 using namespace Ostrel;
 using namespace Ostrel::TV;
@@ -48,6 +51,26 @@ protected:
 };
 
 } // namespace
+
+TEST_F(GuideContextTest, LongWorkThatNobodyWaitsForIsLeft) {
+    std::string strangers = R"("no such text")"; // so that no event is made
+    for (unsigned i = 0; i != 10; ++i)
+        strangers += R"(,"no such text )" + std::to_string(i) + '"';
+    const std::string queries[] = {"{}", R"({"orderByServiceIdPriority":0})",
+                                   R"({"stringList":["no such text"]})",
+                                   R"({"stringList":[)" + strangers + "]}"};
+    std::atomic<bool> wanted = true;
+    {
+        const Cancellation scope(wanted);
+        for (const std::string& text : queries)
+            EXPECT_THROW(context.queryEventInfo(makeQuery(text)), Cancelled) << text;
+        for (const char* format : {"quoriljson", "quorilxml"})
+            EXPECT_THROW(context.query("", "quoril", format), Cancelled);
+        wanted = false;
+        EXPECT_EQ(context.query("", "quoril", "quoriljson").size(), 11658u);
+    }
+    EXPECT_EQ(context.queryEventInfo(makeQuery("{}")).size(), 11658u);
+}
 
 TEST_F(GuideContextTest, TheEmptyExpressionGivesEveryDocumentInOrder) {
     for (const char* format : {"quoriljson", "quorilxml"}) {

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
+#include <span>
 
 using namespace Ostrel::TV;
 
@@ -135,6 +137,25 @@ TEST_F(QuorilQueryTest, ARefusedTextLeavesTheQueryAsItWas) {
     const epgentry* second = query.next();
     ASSERT_NE(second, nullptr);
     EXPECT_LT(first->Start, second->Start);
+}
+
+TEST_F(QuorilQueryTest, RowsThatAreLeftOutNoLongerCome) {
+    QuorilQuery query(guide());
+    ASSERT_TRUE(query.init("", 0, noLimit));
+    for (std::uint32_t position = 0; position != 70; ++position)
+        ASSERT_EQ(query.nextPosition(), position);
+    query.narrow([](std::span<std::uint64_t> rows) {
+        for (std::uint64_t& word : rows)
+            word &= 0x5555555555555555; // every second one
+    });
+    EXPECT_EQ(query.count(), 11658u / 2);
+    EXPECT_TRUE(query.matches(2));
+    EXPECT_FALSE(query.matches(3));
+    for (std::uint32_t position = 70; position < 11658; position += 2)
+        ASSERT_EQ(query.nextPosition(), position);
+    EXPECT_EQ(query.nextPosition(), std::nullopt);
+    query.narrow([](std::span<std::uint64_t>) {});
+    EXPECT_EQ(query.nextPosition(), std::nullopt);
 }
 
 TEST_F(QuorilQueryTest, RandomExpressionsSelectWhatAPlainEvaluatorSays) {

@@ -82,6 +82,14 @@ TEST_F(TextFilterTest, WhatNoTextCanHoldIsFoundNowhere) {
     }
 }
 
+TEST_F(TextFilterTest, NothingOccursInAnAbsentText) {
+    const auto without = rowsWith([](const epgentry& row) { return row.Description == nullptr; });
+    ASSERT_FALSE(without.empty());
+    const std::string title = static_cast<const char*>(without[0]->Title);
+    EXPECT_EQ(all('"' + title + "!\""), 0u);
+    EXPECT_EQ(any('"' + title + R"(!","#1","#2","#3","#4","#5")"), 0u);
+}
+
 TEST_F(TextFilterTest, TheLongestTextOfTheGuideIsFound) {
     std::string longest;
     for (const epgentry& row : guideRows())

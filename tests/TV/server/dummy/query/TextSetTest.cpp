@@ -1,8 +1,13 @@
 #include "TV/server/dummy/query/TextSet.h"
 
+#include "Ostrel/runtime/Cancellation.h"
+#include "TV/server/dummy/query/RowBits.h"
+#include "tests/TV/server/dummy/GuideFixture.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <random>
 #include <string>
 #include <vector>
@@ -41,7 +46,7 @@ void PrintTo(const Row& row, std::ostream* out) {
 class TextSetTable : public testing::TestWithParam<Row> {};
 
 // clang-format off
-const Row rows[] = {
+const Row textRows[] = {
     {"Nothing",             {"a"},                                  "",            ""},
     {"OneByte",             {"a"},                                  "bab",         "a"},
     {"OneByteAtTheEnd",     {"a"},                                  "ba",          "a"},
@@ -68,7 +73,7 @@ TEST_P(TextSetTable, FindsThese) {
     EXPECT_EQ(describe(set, GetParam().wanted, GetParam().text), GetParam().found);
 }
 
-INSTANTIATE_TEST_SUITE_P(TextSet, TextSetTable, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(TextSet, TextSetTable, testing::ValuesIn(textRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(TextSetTest, RandomSetsFindWhatEachOfTheirTextsFinds) {
@@ -102,6 +107,38 @@ TEST(TextSetTest, RandomSetsFindWhatEachOfTheirTextsFinds) {
     }
     EXPECT_GT(found, 10000u);
     EXPECT_GT(missed, 10000u);
+}
+
+using TextSetInGuideTest = GuideFixture;
+
+TEST_F(TextSetInGuideTest, FindsEveryTextThatHoldsOneOfThem) {
+    const std::vector<std::string> wanted{"Film", "News", "lighthouse keeper", "no such text", "q"};
+    FoundTexts found(index());
+    TextSet(viewsOf(wanted)).find(found);
+    std::vector<std::uint64_t> rows(index().size() / rowBits + 1, ~std::uint64_t{0});
+    rows.resize(index().size() / rowBits); // all but the last ones, which are no whole word
+    found.narrow(rows, true);
+    std::size_t count = 0;
+    for (std::uint32_t position = 0; position != rows.size() * rowBits; ++position) {
+        const epgentry& row = *index()[position];
+        const bool holds = std::any_of(wanted.begin(), wanted.end(), [&](const std::string& text) {
+            return std::string_view(row.Title).find(text) != std::string_view::npos ||
+                   (row.Description &&
+                    std::string_view(row.Description).find(text) != std::string_view::npos);
+        });
+        ASSERT_EQ(rows[position / rowBits] >> position % rowBits & 1, holds) << position;
+        count += holds;
+    }
+    EXPECT_GT(count, 100u);
+}
+
+TEST_F(TextSetInGuideTest, CanBeLeftWhileItReadsTheTexts) {
+    const std::vector<std::string> wanted{"no such text"};
+    const TextSet set(viewsOf(wanted));
+    FoundTexts found(index());
+    const std::atomic<bool> cancelled = true;
+    const Ostrel::Cancellation scope(cancelled);
+    EXPECT_THROW(set.find(found), Ostrel::Cancelled);
 }
 
 TEST(TextSetTest, MarksAreAddedToThoseThatAreThere) {

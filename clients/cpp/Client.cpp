@@ -27,6 +27,14 @@ void Client::deleteContext(std::uint32_t context) {
         context_->reset();
 }
 
+int Client::getDescriptor() {
+    return connection_->getDescriptor();
+}
+
+void Client::handleInput() {
+    connection_->handleInput();
+}
+
 std::optional<Notification> Client::next(std::chrono::milliseconds timeout) {
     return connection_->next(timeout);
 }

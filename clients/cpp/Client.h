@@ -16,8 +16,9 @@ namespace Ostrel::Client {
 /// in Context.
 ///
 /// Notifications that come while it waits for something are kept for next(), the newest
-/// keptNotifications of them. Only inside these operations the service's pings are answered: a
-/// client that calls nothing for more than a minute is closed by the service.
+/// keptNotifications of them. The service's pings are answered only inside these operations: it
+/// closes a client for which none runs for more than a minute. A program that has an event loop
+/// calls handleInput() when getDescriptor() is readable; another one waits in next().
 ///
 /// Every operation may throw ConnectionLost and Interrupted. One client, one thread: not for sharing.
 class Client : public Context {
@@ -44,7 +45,28 @@ public:
     /// Deletes a context. This ends a running scan, whoever started it.
     void deleteContext(std::uint32_t context);
 
-    /// Returns the next notification, or nothing when none comes in time.
+    /// Returns a descriptor for the event loop of a program that waits for other things too: poll(),
+    /// epoll, QSocketNotifier, g_unix_fd_add(). While it is readable there is something to do here:
+    ///
+    ///     client.handleInput();
+    ///     while (const auto notification = client.next(0ms))
+    ///         show(*notification);
+    ///
+    /// That is so too after a call beside whose reply a notification came, and once the connection is
+    /// lost. The client owns the descriptor, which stays the same as long as the client lives: wait on
+    /// it, and do nothing else with it. Signals do not make it readable.
+    ///
+    /// @throws Error  there are no more descriptors
+    int getDescriptor();
+
+    /// Takes in what has come, without waiting for more: keeps notifications for next(), drops replies
+    /// that are too late, and answers pings. To call it now and then keeps an idle connection alive.
+    ///
+    /// @throws ConnectionLost  once no notification is left for next()
+    /// @throws BadReply  what came is no message; the connection is as good as before
+    void handleInput();
+
+    /// Returns the next notification, or nothing when none comes in time; 0 ms does not wait.
     std::optional<Notification> next(std::chrono::milliseconds timeout);
 
     /// Waits for the next notification.

@@ -71,8 +71,22 @@ Connection::Connection(const Url& url, const ClientOptions& options)
 
 Connection::~Connection() = default;
 
+/// Leaves the descriptor telling the truth, however an operation ends.
+class Connection::Settling {
+public:
+    explicit Settling(Connection& connection) : connection_(connection) {}
+    ~Settling() { connection_.settle(); }
+
+    Settling(const Settling&) = delete;
+    Settling& operator=(const Settling&) = delete;
+
+private:
+    Connection& connection_;
+};
+
 json::value Connection::request(std::string_view method, std::string_view params,
                                 std::chrono::milliseconds timeout) {
+    const Settling settling(*this);
     const auto id = ++lastId_;
     std::string text = R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":)" +
                        json::serialize(json::string_view(method.data(), method.size()));
@@ -83,7 +97,7 @@ json::value Connection::request(std::string_view method, std::string_view params
     const auto deadline = MessageSocket::deadlineAfter(timeout);
     socket_->send(text, deadline);
     json::value result;
-    while (const auto message = socket_->receive(deadline)) {
+    while (const auto message = receive(deadline)) {
         if (takeMessage(*message, id, result))
             return result;
     }
@@ -123,10 +137,11 @@ bool Connection::takeMessage(const std::string& text, std::int64_t id, json::val
 }
 
 std::optional<Notification> Connection::next(std::chrono::milliseconds timeout) {
+    const Settling settling(*this);
     const auto deadline = MessageSocket::deadlineAfter(timeout);
     json::value ignored;
     while (notifications_.empty()) {
-        const auto message = socket_->receive(deadline);
+        const auto message = receive(deadline);
         if (!message)
             return std::nullopt;
         takeMessage(*message, 0, ignored); // no request has the id 0
@@ -134,6 +149,61 @@ std::optional<Notification> Connection::next(std::chrono::milliseconds timeout) 
     auto notification = std::move(notifications_.front());
     notifications_.pop_front();
     return notification;
+}
+
+int Connection::getDescriptor() {
+    if (!readiness_) {
+        readiness_.emplace();
+        if (!socket_->getLoss())
+            readiness_->watch(socket_->getDescriptor());
+        settle();
+    }
+    return readiness_->getDescriptor();
+}
+
+void Connection::handleInput() {
+    const Settling settling(*this);
+    readReady();
+    json::value ignored;
+    while (!unread_.empty())
+        takeMessage(takeUnread(), 0, ignored); // no request has the id 0
+    if (notifications_.empty() && socket_->getLoss())
+        throw ConnectionLost(*socket_->getLoss());
+}
+
+std::optional<std::string> Connection::receive(std::chrono::steady_clock::time_point deadline) {
+    return unread_.empty() ? socket_->receive(deadline) : takeUnread();
+}
+
+std::string Connection::takeUnread() {
+    auto message = std::move(unread_.front());
+    unread_.pop_front();
+    return message;
+}
+
+/// Takes in what has come, as many messages as keep the caller only for a moment.
+void Connection::readReady() {
+    constexpr std::size_t most = 100;
+    while (unread_.size() < most) {
+        auto message = socket_->takeReady();
+        if (!message)
+            return;
+        unread_.push_back(std::move(*message));
+    }
+}
+
+/// The WebSocket reads ahead: a message may be there that the socket shows no more.
+void Connection::settle() noexcept {
+    if (!readiness_)
+        return;
+    bool isReady = true;
+    try {
+        readReady();
+        isReady = !unread_.empty() || !notifications_.empty() || socket_->getLoss();
+    } catch (const std::exception&) {
+        // For want of memory: the next operation says so.
+    }
+    readiness_->set(isReady);
 }
 
 } // namespace Ostrel::Client

@@ -2,6 +2,7 @@
 
 #include "clients/cpp/ClientOptions.h"
 #include "clients/cpp/Notification.h"
+#include "clients/cpp/Readiness.h"
 #include "clients/cpp/Url.h"
 
 #include <boost/json/value.hpp>
@@ -37,10 +38,22 @@ public:
     /// Returns the next notification, or nothing when none comes in time.
     std::optional<Notification> next(std::chrono::milliseconds timeout);
 
+    /// See Client.
+    int getDescriptor();
+    void handleInput();
+
 private:
+    class Settling;
+
+    std::optional<std::string> receive(std::chrono::steady_clock::time_point deadline);
+    std::string takeUnread();
+    void readReady();
+    void settle() noexcept;
     bool takeMessage(const std::string& text, std::int64_t id, boost::json::value& result);
 
     const std::unique_ptr<MessageSocket> socket_;
+    std::optional<Readiness> readiness_; ///< once somebody waits on it
+    std::deque<std::string> unread_; ///< messages that are there, not looked at yet
     std::deque<Notification> notifications_;
     std::int64_t lastId_ = 0; ///< of the latest request
     std::int64_t answeredId_ = 0; ///< of the latest that was answered: replies keep the order of requests

@@ -94,18 +94,32 @@ public:
     std::optional<std::string> receive(TimePoint deadline) {
         read();
         runUntil(deadline, [this] { return hasMessage_ || lost_; });
-        if (hasMessage_) {
-            hasMessage_ = false;
-            std::string text = beast::buffers_to_string(incoming_.data());
-            incoming_.clear();
-            return text;
-        }
+        if (hasMessage_)
+            return takeMessage();
         if (lost_)
             throw ConnectionLost(*lost_);
         return std::nullopt;
     }
 
+    std::optional<std::string> takeReady() {
+        read();
+        while (!hasMessage_ && !lost_ && pollOne()) {
+        }
+        return hasMessage_ ? std::optional(takeMessage()) : std::nullopt;
+    }
+
+    const std::optional<std::string>& getLoss() const { return lost_; }
+
+    int getDescriptor() { return stream_.next_layer().native_handle(); }
+
 private:
+    std::string takeMessage() {
+        hasMessage_ = false;
+        std::string text = beast::buffers_to_string(incoming_.data());
+        incoming_.clear();
+        return text;
+    }
+
     void connect() {
         std::vector<Protocol::endpoint> endpoints;
         if (url_.isUnix())
@@ -217,12 +231,17 @@ private:
         });
     }
 
+    /// Carries out one thing that is ready; false when there is none.
+    bool pollOne() {
+        if (io_.stopped())
+            io_.restart();
+        return io_.poll_one() > 0;
+    }
+
     /// Carries out what is under way until the condition holds; false at the deadline.
     template <class Condition> bool runUntil(TimePoint deadline, Condition isMet) {
         while (!interrupted_ && !isMet()) {
-            if (io_.stopped())
-                io_.restart();
-            if (io_.poll_one() > 0)
+            if (pollOne())
                 continue;
             if (deadline == never)
                 io_.run_one();
@@ -295,6 +314,18 @@ void MessageSocket::send(const std::string& text, TimePoint deadline) {
 
 std::optional<std::string> MessageSocket::receive(TimePoint deadline) {
     return stream_->receive(deadline);
+}
+
+std::optional<std::string> MessageSocket::takeReady() {
+    return stream_->takeReady();
+}
+
+const std::optional<std::string>& MessageSocket::getLoss() const {
+    return stream_->getLoss();
+}
+
+int MessageSocket::getDescriptor() const {
+    return stream_->getDescriptor();
 }
 
 } // namespace Ostrel::Client

@@ -37,6 +37,15 @@ public:
     /// @throws ConnectionLost, Interrupted
     std::optional<std::string> receive(TimePoint deadline);
 
+    /// Returns the next message if it is there, lost or not, and answers pings. Does not wait.
+    std::optional<std::string> takeReady();
+
+    /// Returns why the connection is lost; nothing while it stands.
+    const std::optional<std::string>& getLoss() const;
+
+    /// Returns the socket, to wait on only: what it has shown may have been read already.
+    int getDescriptor() const;
+
 private:
     class Stream;
 

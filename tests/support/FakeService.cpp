@@ -13,6 +13,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -27,11 +28,28 @@ using Stream = websocket::stream<asio::ip::tcp::socket>;
 
 namespace {
 
+/// Holds back what is sent until a packet is full, or this ends.
+class Together {
+public:
+    explicit Together(int socket) : socket_(socket) { set(1); }
+    ~Together() { set(0); }
+
+private:
+    void set(int isOn) const { ::setsockopt(socket_, IPPROTO_TCP, TCP_CORK, &isOn, sizeof isOn); }
+
+    int socket_;
+};
+
 /// Sends the frames; false when one of them ended the connection.
 bool send(Stream& stream, const FakeService::Frames& frames, const std::string& id) {
+    const Together together(stream.next_layer().native_handle());
     for (auto frame : frames) {
         if (frame == "DROP")
             return false;
+        if (frame == "PING") {
+            stream.ping({});
+            continue;
+        }
         if (frame == "CLOSE") {
             stream.close({websocket::close_code::going_away, "going away"});
             return false;
@@ -84,6 +102,11 @@ std::vector<std::string> FakeService::getRequests() const {
     return requests_;
 }
 
+void FakeService::note(const std::string& request) {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+}
+
 void FakeService::serve() {
     while (true) {
         const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
@@ -122,6 +145,10 @@ void FakeService::serveOne(int socket) {
                 return;
             }
         }
+        stream.control_callback([this](websocket::frame_type type, beast::string_view) {
+            if (type == websocket::frame_type::pong)
+                note("PONG");
+        });
         stream.accept(request);
         if (!send(stream, greeting_, ""))
             return;
@@ -129,10 +156,7 @@ void FakeService::serveOne(int socket) {
             buffer.clear();
             stream.read(buffer);
             const auto text = beast::buffers_to_string(buffer.data());
-            {
-                const std::lock_guard lock(mutex_);
-                requests_.push_back(text);
-            }
+            note(text);
             const auto message = boost::json::parse(text);
             const auto& members = message.as_object();
             const auto answer = answers_.find(std::string(members.at("method").as_string()));

@@ -12,8 +12,8 @@ namespace Ostrel::Test {
 ///
 /// The answers to a method are the frames to send, one after another; "$ID" in them
 /// becomes the request's id. The frame "CLOSE" closes with 1001, "DROP" cuts the
-/// connection. A method that is not in the table is not answered. createContext is, with
-/// 4711, unless the table says otherwise.
+/// connection, "PING" pings. Small frames of one answer arrive together. A method that is not in
+/// the table is not answered. createContext is, with 4711, unless the table says otherwise.
 class FakeService {
 public:
     using Frames = std::vector<std::string>;
@@ -27,12 +27,14 @@ public:
 
     std::string getAddress() const { return "127.0.0.1:" + std::to_string(port_); }
 
-    /// Returns what the clients sent, as it travelled; the header first where one was sent.
+    /// Returns what the clients sent, as it travelled; the header first where one was sent, and
+    /// "PONG" for the answer to a ping.
     std::vector<std::string> getRequests() const;
 
 private:
     void serve();
     void serveOne(int socket);
+    void note(const std::string& request);
 
     std::map<std::string, Frames> answers_;
     Frames greeting_;

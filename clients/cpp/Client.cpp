@@ -9,6 +9,20 @@ Client::Client(const Url& url, const ClientOptions& options)
 
 Client::~Client() = default;
 
+bool Client::reconnect() {
+    connection_->reconnect();
+    try {
+        if (*context_)
+            getUtcTime(); // a call that changes nothing
+    } catch (const ServiceError& error) {
+        if (error.member == "context") {
+            context_->reset();
+            return false;
+        }
+    }
+    return true;
+}
+
 Context Client::createContext() {
     return with(makeContext());
 }

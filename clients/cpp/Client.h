@@ -33,6 +33,19 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
+    /// Connects anew to the same service, for example after ConnectionLost. Notifications since then
+    /// are lost, and nothing tells how many: what they would have told is to be asked for, as by
+    /// getScanInfo(). Those from before are there for next(); a call that was under way may have
+    /// been carried out.
+    ///
+    /// Contexts belong to no connection and go on, with their lists and cursors. But once the one
+    /// that made it has closed, the service releases a context that is not used for 10 minutes.
+    ///
+    /// @return whether this client's own context is there; if not, the next call that needs it makes
+    ///         a new one, with no list selected
+    /// @throws ConnectError, Interrupted  nothing has changed, and this can be called again
+    bool reconnect();
+
     /// Makes a further context.
     Context createContext();
 

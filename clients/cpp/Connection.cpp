@@ -67,7 +67,7 @@ std::string inSeconds(std::chrono::milliseconds time) {
 } // namespace
 
 Connection::Connection(const Url& url, const ClientOptions& options)
-    : socket_(std::make_unique<MessageSocket>(url, options)) {}
+    : url_(url), options_(options), socket_(std::make_unique<MessageSocket>(url, options)) {}
 
 Connection::~Connection() = default;
 
@@ -163,12 +163,24 @@ int Connection::getDescriptor() {
 
 void Connection::handleInput() {
     const Settling settling(*this);
-    readReady();
-    json::value ignored;
-    while (!unread_.empty())
-        takeMessage(takeUnread(), 0, ignored); // no request has the id 0
+    takeReady();
     if (notifications_.empty() && socket_->getLoss())
         throw ConnectionLost(*socket_->getLoss());
+}
+
+void Connection::reconnect() {
+    const Settling settling(*this);
+    auto socket = std::make_unique<MessageSocket>(url_, options_);
+    if (readiness_)
+        readiness_->watch(socket->getDescriptor());
+    try {
+        takeReady();
+    } catch (const BadReply&) {
+        // The last that a lost connection brings may be anything.
+    }
+    unread_.clear();
+    answeredId_ = lastId_; // nobody will answer the others now
+    socket_ = std::move(socket);
 }
 
 std::optional<std::string> Connection::receive(std::chrono::steady_clock::time_point deadline) {
@@ -190,6 +202,14 @@ void Connection::readReady() {
             return;
         unread_.push_back(std::move(*message));
     }
+}
+
+/// Looks at what has come: keeps notifications.
+void Connection::takeReady() {
+    readReady();
+    json::value ignored;
+    while (!unread_.empty())
+        takeMessage(takeUnread(), 0, ignored); // no request has the id 0
 }
 
 /// The WebSocket reads ahead: a message may be there that the socket shows no more.

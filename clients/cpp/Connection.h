@@ -42,16 +42,24 @@ public:
     int getDescriptor();
     void handleInput();
 
+    /// Connects anew, to the same service. What was told before is still there for next().
+    ///
+    /// @throws ConnectError, Interrupted  nothing has changed
+    void reconnect();
+
 private:
     class Settling;
 
     std::optional<std::string> receive(std::chrono::steady_clock::time_point deadline);
     std::string takeUnread();
     void readReady();
+    void takeReady();
     void settle() noexcept;
     bool takeMessage(const std::string& text, std::int64_t id, boost::json::value& result);
 
-    const std::unique_ptr<MessageSocket> socket_;
+    const Url url_;
+    const ClientOptions options_;
+    std::unique_ptr<MessageSocket> socket_;
     std::optional<Readiness> readiness_; ///< once somebody waits on it
     std::deque<std::string> unread_; ///< messages that are there, not looked at yet
     std::deque<Notification> notifications_;

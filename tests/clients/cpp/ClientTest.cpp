@@ -1,7 +1,9 @@
 #include "clients/cpp/Client.h"
 
+#include "tests/support/Child.h"
 #include "tests/support/FakeService.h"
 #include "tests/support/SilentNameServer.h"
+#include "tests/support/TempDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +19,7 @@
 #include <unistd.h>
 
 using namespace Ostrel::Client;
+using Ostrel::Test::Child;
 using Ostrel::Test::error;
 using Ostrel::Test::FakeService;
 using Ostrel::Test::result;
@@ -361,6 +364,9 @@ bool isReadable(Client& client, int milliseconds = 0) {
     return ::poll(&waiting, 1, milliseconds) == 1;
 }
 
+/// A notification that comes in many pieces.
+const std::string large = R"({"jsonrpc":"2.0","method":")" + std::string(4U << 20, 'x') + R"("})";
+
 constexpr int longWait = 10000; // ms; only a test that fails takes so long
 
 TEST(ClientTest, DescriptorIsReadableWhileThereIsSomethingToTake) {
@@ -391,7 +397,6 @@ TEST(ClientTest, DescriptorIsReadableWhileThereIsSomethingToTake) {
 }
 
 TEST(ClientTest, InputIsTakenWithoutWaiting) {
-    const std::string large = R"({"jsonrpc":"2.0","method":")" + std::string(1U << 20, 'x') + R"("})";
     FakeService::Frames greeting(250, started);
     greeting.push_back(large);
     FakeService fake({}, greeting);
@@ -433,6 +438,74 @@ TEST(ClientTest, LossMakesTheDescriptorReadable) {
     EXPECT_THROW(client.handleInput(), ConnectionLost);
     EXPECT_TRUE(isReadable(client));
     EXPECT_THROW(client.next(0ms), ConnectionLost);
+}
+
+TEST(ClientTest, ReconnectsAfterALoss) {
+    FakeService fake(
+        {{"last", {started, "DROP"}}, {"m", {result("1"), progress}}, {"later", FakeService::Frames{large}}});
+    Client client(Url(fake.getAddress()));
+    const auto descriptor = client.getDescriptor();
+    EXPECT_THROW(client.request("last"), ConnectionLost);
+    EXPECT_TRUE(client.reconnect()); // there is no context to be lost
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanStart"); // what came before is kept
+    EXPECT_EQ(client.getDescriptor(), descriptor);
+    EXPECT_FALSE(isReadable(client));
+    EXPECT_EQ(client.request("m"), "1");
+    EXPECT_TRUE(isReadable(client));
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanProgress");
+    EXPECT_FALSE(isReadable(client));
+    EXPECT_THROW(client.within(0ms).request("later"), TimedOut);
+    bool isThere = false;
+    while (!isThere && isReadable(client, longWait)) {
+        client.handleInput();
+        isThere = client.next(0ms).has_value();
+    }
+    EXPECT_TRUE(isThere);
+
+    EXPECT_THROW(client.request("last"), ConnectionLost);
+    fake.refuseWith(503, "");
+    EXPECT_THROW(client.reconnect(), ConnectError);
+    EXPECT_EQ(client.next().method, "ITVConfig::onScanStart"); // nothing has changed
+    EXPECT_THROW(client.next(0ms), ConnectionLost);
+}
+
+TEST(ClientTest, UnreadableRequestAfterAReconnectIsRefused) {
+    FakeService fake({
+        {"last", FakeService::Frames{"DROP"}},
+        {"unreadable", {R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"mine"}})"}},
+    });
+    Client client(Url(fake.getAddress()));
+    EXPECT_THROW(client.request("last"), ConnectionLost);
+    client.reconnect();
+    EXPECT_EQ(textOf<ServiceError>([&] { client.request("unreadable"); }), "mine");
+}
+
+TEST(ClientTest, ContextOutlivesItsConnectionAndNotItsService) {
+    const Ostrel::Test::TempDirectory folder;
+    const auto address = "unix:" + folder.file("socket");
+    const auto start = [&address] {
+        auto host = std::make_unique<Child>(
+            OSTREL_TVD_PROGRAM, std::vector<std::string>{"--listen", address, "--log-level", "error"});
+        EXPECT_NE(host->readLine(), "");
+        return host;
+    };
+    const auto stop = [](Child& host) {
+        host.terminate();
+        EXPECT_EQ(host.wait(), 0);
+    };
+    auto host = start();
+    Client client{Url(address)};
+    client.selectList("all");
+    client.seek(5, Context::Whence::Start);
+    EXPECT_TRUE(client.reconnect());
+    EXPECT_EQ(client.seek(1, Context::Whence::Cursor), 6U);
+
+    stop(*host);
+    EXPECT_THROW(client.getUtcTime(), ConnectionLost);
+    host = start();
+    EXPECT_FALSE(client.reconnect());
+    EXPECT_EQ(textOf<ServiceError>([&] { client.read(1); }), "Invalid state"); // no list is selected
+    stop(*host);
 }
 
 class TokenTest : public testing::Test {

@@ -26,6 +26,8 @@
 #include <thread>
 #include <utility>
 
+#include <pthread.h>
+
 namespace Ostrel {
 
 namespace asio = boost::asio;
@@ -57,6 +59,7 @@ public:
         for (auto& door : doors_)
             door.open([this](Door::Guest guest) { welcome(std::move(guest)); });
         thread_ = std::thread([this] { run(); });
+        pthread_setname_np(thread_.native_handle(), "listener");
     }
 
     ~Service() override { stop(); }

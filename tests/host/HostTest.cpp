@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -22,6 +23,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+#define OSTREL_SANITIZED 1
+#elif defined __has_feature
+#define OSTREL_SANITIZED (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
+#else
+#define OSTREL_SANITIZED 0
+#endif
 
 namespace Ostrel::Test {
 namespace {
@@ -317,6 +326,38 @@ TEST(HostTest, StartsWithDescriptorsForAClientOrNotAtAll) {
         break;
     }
     EXPECT_TRUE(refused);
+}
+
+#if !OSTREL_SANITIZED // sanitizers want address space by the terabyte
+TEST(HostTest, StartsWithThreadsAndMemoryOrNotAtAll) {
+    bool refused = false;
+    for (int mebibytes = 8;; mebibytes += 2) {
+        SCOPED_TRACE(mebibytes);
+        ASSERT_LT(mebibytes, 1024);
+        Child child("/bin/sh", {"-c", "ulimit -v $1; exec \"$0\" --listen 127.0.0.1:0", OSTREL_TVD_PROGRAM,
+                                std::to_string(mebibytes << 10)});
+        if (!child.readLine().empty())
+            break;
+        const auto status = child.wait();
+        if (!refused && status != 1)
+            continue; // it did not come as far as main()
+        expectOneLine({status, child.readErrors()}, "");
+        refused = true;
+    }
+    EXPECT_TRUE(refused);
+}
+#endif
+
+TEST(HostTest, ThreadsHaveNames) {
+    RunningHost running;
+    std::set<std::string> names;
+    const auto tasks = "/proc/" + std::to_string(running.child().id()) + "/task";
+    for (const auto& task : std::filesystem::directory_iterator(tasks))
+        names.insert(contentOf(task.path() / "comm"));
+    for (const std::string name : {"ostrel-tvd", "listener", "turn", "reader 1", "reader 2"})
+        EXPECT_TRUE(names.contains(name + "\n")) << name;
+    running.child().terminate();
+    EXPECT_EQ(running.child().wait(), 0);
 }
 
 TEST(HostTest, HangUpIsAnEndWithAGoodbye) {

@@ -65,17 +65,18 @@ void settle(const HostProcess& host, Row& row) {
 std::string describeTrouble(const HostProcess& host, const std::vector<Fate>& neighbours,
                             const Latency& all) {
     std::string result;
+    const auto add = [&](const std::string& what) { result += (result.empty() ? "" : "; ") + what; };
     if (!host.isAlive())
-        result += "the host has ended; ";
+        add("the host has ended");
     const auto count = [&](const auto& isMeant) {
         return std::to_string(std::count_if(neighbours.begin(), neighbours.end(), isMeant));
     };
     if (const auto cut = count([](const Fate& fate) { return fate.hasEnded; }); cut != "0")
-        result += "neighbours cut off: " + cut + "; ";
+        add("neighbours cut off: " + cut);
     if (const auto refused = count([](const Fate& fate) { return fate.refusals > 0; }); refused != "0")
-        result += "neighbours refused: " + refused + "; ";
+        add("neighbours refused: " + refused);
     if (all.unanswered > 0)
-        result += "neighbours' calls without a reply: " + std::to_string(all.unanswered) + "; ";
+        add("neighbours' calls without a reply: " + std::to_string(all.unanswered));
     return result;
 }
 
@@ -140,7 +141,9 @@ void print(const Row& row) {
                 row.alone.slowest, marked(row.beside.slowest, row.beside.slowest > aimSlowest, 1).c_str(),
                 row.idle, marked(row.peak, row.peak > row.idle + aimPeak, 0).c_str(),
                 marked(row.settled, row.settled > row.idle + aimSettled, 0).c_str(), 100 * row.busy);
-    std::printf("%-17s %s%s\n", "", row.trouble.c_str(), row.told.c_str());
+    for (const auto& line : {row.trouble, row.told})
+        if (!line.empty())
+            std::printf("%-17s %s\n", "", line.c_str());
 }
 
 // For scripts.

@@ -26,8 +26,8 @@ public:
     /// @throws ConnectError, Interrupted
     explicit Client(const Url& url, const ClientOptions& options = {});
 
-    /// Closes the connection. The context stays: the service releases it by itself, and
-    /// deleting one would end a scan that somebody else runs.
+    /// Closes the connection, unless a Context of it is still held. The contexts stay: the service
+    /// releases them by itself, and deleting one would end a scan that somebody else runs.
     ~Client();
 
     Client(const Client&) = delete;

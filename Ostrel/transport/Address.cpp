@@ -102,7 +102,7 @@ std::string Address::toString() const {
     return (v6 ? '[' + host + ']' : host) + ':' + std::to_string(port);
 }
 
-bool isLoopbackHost(std::string_view host) {
+bool Address::isLoopbackHost(std::string_view host) {
     if (host == "localhost")
         return true;
     boost::system::error_code noAddress;

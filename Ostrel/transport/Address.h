@@ -20,14 +20,14 @@ struct OSTREL_API Address {
 
     bool isUnix() const { return !path.empty(); }
 
+    /// Whether a host name or numeric address means this machine alone: localhost, 127.x.x.x, ::1.
+    static bool isLoopbackHost(std::string_view host);
+
     /// Whether only this machine can reach it.
     bool isLoopback() const;
 
     /// The form that parse() reads.
     std::string toString() const;
 };
-
-/// Whether a host name or numeric address means this machine alone: localhost, 127.x.x.x, ::1.
-bool isLoopbackHost(std::string_view host);
 
 } // namespace Ostrel

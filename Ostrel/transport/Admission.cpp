@@ -30,13 +30,6 @@ bool equalIgnoringCase(std::string_view left, std::string_view right) {
     return lower(left) == lower(right);
 }
 
-std::string_view trim(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 /// Whether it can be the port of a server, 1 to 65535.
 bool isPort(std::string_view text) {
     std::uint16_t port = 0;
@@ -102,7 +95,7 @@ bool Admission::acceptsHost(std::string_view host, std::string_view localAddress
     const auto name = hostOf(host);
     if (name.empty())
         return false;
-    return isLoopbackHost(name) || name == localAddress ||
+    return Address::isLoopbackHost(name) || name == localAddress ||
            std::any_of(hosts_.begin(), hosts_.end(), [&](const auto& allowed) { return allowed == name; });
 }
 
@@ -116,7 +109,7 @@ Admission::Origin Admission::judge(std::string_view origin, std::string_view hos
             return Origin::Refused;
         if (equalIgnoringCase(withoutSuffix(authority, defaultPort), withoutSuffix(host, defaultPort)))
             return Origin::Own;
-        if (isLoopbackHost(name))
+        if (Address::isLoopbackHost(name))
             return Origin::Other;
     }
     return std::any_of(origins_.begin(), origins_.end(),
@@ -175,28 +168,6 @@ std::string Admission::readTokenFile(const std::string& path) {
         throw StartError("the token file " + path +
                          " does not hold one line of at least 32 characters A-Z a-z 0-9 - _");
     return token;
-}
-
-std::string_view bearerOf(std::string_view authorization) {
-    const auto space = authorization.find(' ');
-    if (space == std::string_view::npos || !equalIgnoringCase(authorization.substr(0, space), "bearer"))
-        return {};
-    return trim(authorization.substr(space));
-}
-
-SubProtocols chooseSubProtocol(std::string_view offers) {
-    constexpr std::string_view tokenPrefix = "bearer.";
-    SubProtocols result;
-    while (!offers.empty()) {
-        const auto comma = offers.find(',');
-        const auto offer = trim(offers.substr(0, comma));
-        offers = comma == std::string_view::npos ? std::string_view() : offers.substr(comma + 1);
-        if (offer.starts_with(tokenPrefix))
-            result.token = offer.substr(tokenPrefix.size());
-        else if (result.chosen.empty() || offer == "jsonrpc")
-            result.chosen = offer;
-    }
-    return result;
 }
 
 } // namespace Ostrel

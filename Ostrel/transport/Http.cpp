@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/RPCServer.h"
 #include "Ostrel/text/Printable.h"
+#include "Ostrel/transport/Credentials.h"
 #include "Ostrel/transport/WebSocketFrame.h"
 
 #include <boost/beast/http/error.hpp>

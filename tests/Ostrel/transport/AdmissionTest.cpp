@@ -87,35 +87,6 @@ TEST(AdmissionTest, TokenMustBeTheWholeToken) {
         EXPECT_FALSE(admission.acceptsToken(wrong)) << wrong;
 }
 
-TEST(AdmissionTest, BearerScheme) {
-    EXPECT_EQ(bearerOf("Bearer abc"), "abc");
-    EXPECT_EQ(bearerOf("bearer  abc "), "abc");
-    EXPECT_EQ(bearerOf("Basic abc"), "");
-    EXPECT_EQ(bearerOf("Bearer"), "");
-}
-
-TEST(AdmissionTest, SubProtocolIsChosen) {
-    struct Row {
-        const char* offers;
-        const char* chosen;
-        const char* token;
-    };
-    const Row rows[] = {
-        {"", "", ""},
-        {"jsonrpc", "jsonrpc", ""},
-        {"chat, jsonrpc", "jsonrpc", ""},
-        {"chat, other", "chat", ""},
-        {"bearer.secret, chat", "chat", "secret"},
-        {"jsonrpc,bearer.secret", "jsonrpc", "secret"},
-        {"bearer.secret", "", "secret"},
-    };
-    for (const auto& row : rows) {
-        const auto result = chooseSubProtocol(row.offers);
-        EXPECT_EQ(result.chosen, row.chosen) << row.offers;
-        EXPECT_EQ(result.token, row.token) << row.offers;
-    }
-}
-
 /// What is thrown for a text that should not be read.
 template <class Value> std::string refusalOf(Value (*parse)(const std::string&), const std::string& text) {
     try {

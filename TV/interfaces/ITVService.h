@@ -8,6 +8,8 @@
 
 namespace Ostrel::TV {
 
+static_assert(sizeof(std::time_t) == 8, "on 32 bits build with _TIME_BITS=64, as the libraries are");
+
 /// The services that can be received, read like a file: a context selects a list and has a cursor
 /// of its own in it. Beside the lists it asks for what is on, for the signal and for the time.
 ///

@@ -144,9 +144,9 @@ std::string formatText(const char* format, std::va_list arguments) {
 /// Tells how many lines were left out, but for those of this second.
 void tellLeftOutUnderLock(Log& state, LineLimit::Clock::time_point now) {
     for (const auto& [place, lines] : state.limit.takeLeftOut(now))
-        writeToStandardError({place.level, place.module, place.line,
+        writeToStandardError({DebugLevel(place.level), place.module, place.line,
                               std::to_string(lines) + " more lines like these were left out"},
-                             place.level);
+                             DebugLevel(place.level));
 }
 
 /// Nobody writes a line any more that would tell of those before it.
@@ -202,7 +202,7 @@ void ostrelDebugPrint(DebugLevel level, const char* module, const char*, int lin
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        if (hasSink || LineLimit::Lifted::isAlive() || admit({shown, module, line, format}))
+        if (hasSink || LineLimit::Lifted::isAlive() || admit({int(shown), module, line, format}))
             write({level, module, line, {}}, formatText(format, arguments), shown);
     } catch (...) {
         // The line is dropped: there is nowhere left to report it.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Ostrel/runtime/DebugPrint.h"
-
 #include <chrono>
 #include <compare>
 #include <cstdint>
@@ -23,7 +21,7 @@ public:
     /// Where a line comes from. Lines of one place and different levels count by themselves, so
     /// that refusals hide no error.
     struct Place {
-        DebugLevel level;
+        int level;
         const char* module;
         int line;
         const char* format;

@@ -8,7 +8,7 @@ namespace {
 using std::chrono::milliseconds;
 
 const LineLimit::Clock::time_point start{std::chrono::hours(1)};
-const LineLimit::Place place{DebugLevel::Information, "M", 1, "%s"};
+const LineLimit::Place place{5, "M", 1, "%s"};
 
 unsigned countAdmitted(LineLimit& limit, const LineLimit::Place& where, unsigned lines,
                        LineLimit::Clock::time_point now) {
@@ -28,10 +28,9 @@ TEST(LineLimitTest, LetsTwentyOfAPlaceThroughInASecond) {
 TEST(LineLimitTest, OtherPlacesAndLevelsCountByThemselves) {
     LineLimit limit;
     EXPECT_EQ(countAdmitted(limit, place, 1000, start), 20U);
-    for (const LineLimit::Place& other : {LineLimit::Place{DebugLevel::Error, "M", 1, "%s"},
-                                          LineLimit::Place{DebugLevel::Information, "N", 1, "%s"},
-                                          LineLimit::Place{DebugLevel::Information, "M", 2, "%s"},
-                                          LineLimit::Place{DebugLevel::Information, "M", 1, "other"}})
+    for (const LineLimit::Place& other :
+         {LineLimit::Place{1, "M", 1, "%s"}, LineLimit::Place{5, "N", 1, "%s"},
+          LineLimit::Place{5, "M", 2, "%s"}, LineLimit::Place{5, "M", 1, "other"}})
         EXPECT_EQ(countAdmitted(limit, other, 20, start), 20U);
 }
 

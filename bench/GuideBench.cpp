@@ -15,6 +15,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -260,20 +261,22 @@ std::size_t countEvents(const ITVGuide::Query& query) {
     return events.size();
 }
 
+/// One pass over all texts.
+std::size_t countHits(std::string_view phrase) {
+    std::size_t hits = 0;
+    std::string_view texts = sharedGuide().index().texts();
+    while (const void* hit = memmem(texts.data(), texts.size(), phrase.data(), phrase.size())) {
+        ++hits;
+        texts.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(hit) - texts.data()) +
+                            phrase.size());
+    }
+    return hits;
+}
+
 void addTexts(std::vector<Comparison>& comparisons) {
     const auto rare = std::make_shared<ITVGuide::Query>(
         makeQuery(std::string(R"({"stringMatchDescription":true,"stringList":[")") + rarePhrase + "\"]}"));
-    const auto pass = [] {
-        std::size_t hits = 0;
-        std::string_view texts = sharedGuide().index().texts();
-        const std::size_t size = std::strlen(rarePhrase);
-        while (const void* hit = memmem(texts.data(), texts.size(), rarePhrase, size)) {
-            ++hits;
-            texts.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(hit) - texts.data()) +
-                                size);
-        }
-        return hits;
-    };
+    const auto pass = [] { return countHits(rarePhrase); };
     comparisons.push_back({"a rare phrase in titles and descriptions", "one memmem pass over the texts", 2,
                            [=] { benchmark::DoNotOptimize(countEvents(*rare)); },
                            [=] { benchmark::DoNotOptimize(pass()); }});
@@ -289,6 +292,69 @@ void addTexts(std::vector<Comparison>& comparisons) {
     comparisons.push_back({"a frequent word, by service, first 20", "SQLite instr in index order", 1,
                            [=] { benchmark::DoNotOptimize(countEvents(*frequent)); },
                            [=] { benchmark::DoNotOptimize(countRows(*statement)); }});
+}
+
+/// Phrases that stand in few texts, all different.
+std::vector<std::string> rarePhrases() {
+    constexpr std::size_t count = ITVGuide::Query::stringLimit, shortest = 12;
+    std::vector<std::string> phrases;
+    const auto& rows = columns().rows;
+    for (std::size_t i = 0; i != rows.size() && phrases.size() != count; i += 40) {
+        const char* const description = rows[i]->Description;
+        const std::string text = description ? description : "";
+        const std::size_t from = text.find(' '), to = text.find(' ', from + shortest);
+        if (from == text.npos || to == text.npos || text.find_first_of("\"\\") != text.npos)
+            continue;
+        const std::string phrase = text.substr(from + 1, to - from - 1);
+        if (std::find(phrases.begin(), phrases.end(), phrase) == phrases.end())
+            phrases.push_back(phrase);
+    }
+    expectEqual(phrases.size(), count, "rare phrases");
+    return phrases;
+}
+
+/// The dearest that a request can ask for.
+void addAttacks(std::vector<Comparison>& comparisons) {
+    std::string list;
+    const auto phrases = std::make_shared<std::vector<std::string>>(rarePhrases());
+    for (const std::string& phrase : *phrases)
+        list += (list.empty() ? "\"" : ",\"") + phrase + '"';
+    const auto query = std::make_shared<ITVGuide::Query>(
+        makeQuery(R"({"stringMatchDescription":true,"stringList":[)" + list + "]}"));
+    const auto walk = [phrases] {
+        std::size_t count = 0;
+        for (const epgentry* row : columns().rows)
+            count += std::any_of(phrases->begin(), phrases->end(), [&](const std::string& phrase) {
+                const char* const title = row->Title;
+                const char* const description = row->Description;
+                return (title && std::strstr(title, phrase.c_str())) ||
+                       (description && std::strstr(description, phrase.c_str()));
+            });
+        return count;
+    };
+    expectEqual(countEvents(*query), walk(), "rare phrases");
+    comparisons.push_back({"256 rare phrases in titles and descriptions",
+                           "a memmem pass over the texts for each", 0.25,
+                           [=] { benchmark::DoNotOptimize(countEvents(*query)); },
+                           [=] {
+                               for (const std::string& phrase : *phrases)
+                                   benchmark::DoNotOptimize(countHits(phrase));
+                           }});
+
+    // All of it is read, and what it asks for is little.
+    constexpr std::size_t messageLimit = 1 << 20;
+    const auto expression = std::make_shared<std::string>("ServiceId == " + std::to_string(secondService));
+    expression->insert(expression->find("== ") + 3, messageLimit - expression->size(), '0');
+    expectEqual(filter(*expression), filter("ServiceId == " + std::to_string(secondService)), "zeros");
+    comparisons.push_back({"an expression of 1 MiB", "its digits as a number", 2,
+                           [=] { benchmark::DoNotOptimize(filter(*expression)); },
+                           [=] {
+                               std::uint64_t value = 0;
+                               for (const char c : *expression)
+                                   if (c >= '0' && c <= '9')
+                                       value = value * 10 + static_cast<unsigned>(c - '0');
+                               benchmark::DoNotOptimize(value);
+                           }});
 }
 
 void addNowNext(std::vector<Comparison>& comparisons) {
@@ -323,6 +389,7 @@ std::vector<Comparison> makeGuideComparisons() {
     addFilters(comparisons);
     addPage(comparisons);
     addTexts(comparisons);
+    addAttacks(comparisons);
     addNowNext(comparisons);
     return comparisons;
 }

@@ -6,6 +6,7 @@
 #include "Ostrel/transport/Connection.h"
 #include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/Door.h"
+#include "Ostrel/transport/HeapTrim.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/MessageBudget.h"
 #include "Ostrel/transport/RequestLog.h"
@@ -86,6 +87,7 @@ public:
 
     void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
+        heap_.saw(getWaiting());
         if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
         if (!relieving_)
@@ -164,6 +166,10 @@ private:
             housekeep();
         }
         wakeAt(nextHousekeeping_);
+        heap_.saw(budget_.takePeak());
+        heap_.tick(lastTick_, getWaiting() + budget_.getTotal());
+        if (heap_.isDue())
+            wakeAt(lastTick_);
     }
 
     /// Lets the servers look after what a connection may have left, now and then until they have
@@ -299,6 +305,7 @@ private:
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
+    HeapTrim heap_;
     bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to
     std::promise<void> allGone_;

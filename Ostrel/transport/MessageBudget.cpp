@@ -18,8 +18,10 @@ void MessageBudget::serve() {
 }
 
 void MessageBudget::tick() {
-    favoured_ = nullptr;
-    serve();
+    for (int i = 0; i < favouredAtATick && !line_.empty(); ++i) {
+        favoured_ = nullptr;
+        serve();
+    }
 }
 
 bool MessageBudget::Reader::mayRead(std::size_t size) {
@@ -51,6 +53,7 @@ void MessageBudget::Reader::finish() {
 void MessageBudget::Reader::hold(std::size_t size) {
     budget_.reading_ = budget_.reading_ - held_ + size;
     held_ = size;
+    budget_.noteTotal();
 }
 
 } // namespace Ostrel

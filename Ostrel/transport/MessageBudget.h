@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <deque>
@@ -13,8 +14,8 @@ namespace Ostrel {
 ///
 /// Who wants to read on while there is no room stands in line, in the order of asking. But when
 /// it is messages half read that hold the room, and hardly anything is being carried out, the
-/// first in line reads on nevertheless, to the end of its message or to the next tick(): so
-/// clients who send slowly cannot block others, and still the messages end one after another.
+/// first in line reads on nevertheless, to the end of its message or to the next tick(), where
+/// some more may: so clients who send slowly cannot block others, and still the messages end one after another.
 ///
 /// On one thread, but for what is said of Work.
 class MessageBudget {
@@ -38,13 +39,20 @@ public:
     /// Bytes of all that counts.
     std::size_t getTotal() const { return reading_ + working_; }
 
+    /// The most that getTotal() has been since this was last asked.
+    std::size_t takePeak() { return std::exchange(peak_, getTotal()); }
+
 private:
+    static constexpr int favouredAtATick = 8;
+
     bool hasRoom() const { return getTotal() < limit_; }
+    void noteTotal() { peak_ = std::max(peak_, getTotal()); }
 
     const std::size_t limit_;
     const std::size_t message_;
     std::size_t reading_ = 0;
     std::atomic<std::size_t> working_ = 0;
+    std::size_t peak_ = 0;
     std::deque<Reader*> line_;
     Reader* favoured_ = nullptr; ///< who reads on though there is no room
 };
@@ -82,7 +90,10 @@ private:
 /// due.
 class MessageBudget::Work {
 public:
-    Work(MessageBudget& budget, std::size_t size) : budget_(budget), size_(size) { budget_.working_ += size; }
+    Work(MessageBudget& budget, std::size_t size) : budget_(budget), size_(size) {
+        budget_.working_ += size;
+        budget_.noteTotal();
+    }
     ~Work() { end(); }
 
     Work(const Work&) = delete;

@@ -26,6 +26,10 @@
 #include <unistd.h>
 
 namespace Ostrel::Test {
+
+/// How often memory has been given back.
+int countTrims();
+
 namespace {
 
 using Call = IRPC::RPCSynchronousMethodObject;
@@ -1195,6 +1199,15 @@ TEST_F(ListenerTest, NobodyToServeIsNoReasonToWakeUp) {
     const auto before = quiet();
     std::this_thread::sleep_for(std::chrono::milliseconds(800)); // three ticks, if there were any
     EXPECT_EQ(quiet(), before);
+}
+
+TEST_F(ListenerTest, MemoryIsGivenBackWhenItIsQuietAgain) {
+    listen();
+    server_.on("first", TestServer::answerOfSize(20'000'000));
+    const auto before = countTrims();
+    EXPECT_GT(webSocket().call(request("Test::first")).size(), 20'000'000u);
+    while (countTrims() == before)
+        std::this_thread::yield();
 }
 
 // Unix domain sockets

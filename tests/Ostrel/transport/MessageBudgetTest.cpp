@@ -83,7 +83,8 @@ const Row rows[] = {
     {"HalfReadMessagesDoNotBlock",  "a448 b448 c64 c100 c128 c448", "a b c c c c"},
     {"OneAtATimeBeyondTheRoom",     "a448 b448 c64 d64 e64 c128 c!200 d128 c. dx", "a b c - - c d d - e"},
     {"WhoEndsLetsTheNextGo",        "a448 b448 c64 d64 e64 cx dx", "a b c - - d e"},
-    {"FavourEndsWithTheTick",       "a480 b480 c64 d64 e64 tick tick c100 c128 d100", "a b c - - d e c - d"},
+    {"FavourEndsWithTheTick",       "a480 b480 c64 d64 e64 tick c100 c128 d100 e128", "a b c - - de c - d e"},
+    {"WhoLosesFavourStandsInLine",   "a480 b480 c64 d64 e64 cx tick d128", "a b c - - d e -"},
     {"NotWhileMuchIsCarriedOut",    "a!512 b448 c64 tick a.", "- b - - c"},
 };
 // clang-format on
@@ -99,6 +100,13 @@ TEST_P(MessageBudgetTable, LetsTheseRead) {
 
 INSTANTIATE_TEST_SUITE_P(Rows, MessageBudgetTable, testing::ValuesIn(rows),
                          [](const auto& row) { return std::string(row.param.name); });
+
+TEST(MessageBudgetTest, PeakIsRemembered) {
+    MessageBudget budget(1u << 20, 512u << 10);
+    { const MessageBudget::Work work(budget, 1000); }
+    EXPECT_EQ(budget.takePeak(), 1000u);
+    EXPECT_EQ(budget.takePeak(), 0u);
+}
 
 TEST(MessageBudgetTest, EndedWorkDoesNotCount) {
     MessageBudget budget(1u << 20, 512u << 10);

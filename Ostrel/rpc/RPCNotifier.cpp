@@ -11,6 +11,7 @@ namespace Ostrel {
 namespace {
 
 std::atomic<std::size_t> costOfAll = 0;
+thread_local std::atomic<unsigned>* raised = nullptr; ///< where this thread counts
 
 /// It may be kept for long and by nobody who would widen it.
 std::string withoutSpare(std::string text) {
@@ -20,7 +21,8 @@ std::string withoutSpare(std::string text) {
 
 } // namespace
 
-RPCNotification::RPCNotification(std::string text) : text_(withoutSpare(std::move(text))) {
+RPCNotification::RPCNotification(std::string text, std::string topic)
+    : text_(withoutSpare(std::move(text))), topic_(std::move(topic)) {
     costOfAll += getCost();
 }
 
@@ -30,20 +32,30 @@ RPCNotification::~RPCNotification() {
 
 std::size_t RPCNotification::getCost() const {
     // With what the allocator and the shared pointers keep beside two allocations.
-    return sizeof *this + 48 + text_.capacity();
+    return sizeof *this + 48 + text_.capacity() + topic_.capacity();
 }
 
 std::size_t RPCNotification::getCostOfAll() {
     return costOfAll;
 }
 
+RPCNotificationCount::RPCNotificationCount(std::atomic<unsigned>* count) noexcept
+    : outer_(std::exchange(raised, count)) {}
+
+RPCNotificationCount::~RPCNotificationCount() {
+    raised = outer_;
+}
+
 RPCSubscriber::~RPCSubscriber() = default;
 
 RPCNotifier::~RPCNotifier() = default;
 
-void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload) {
-    const auto notification =
-        std::make_shared<const RPCNotification>(IRPC::RPCNotificationObject(name, payload).serialize());
+void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload,
+                                        const std::string& topic) {
+    const auto notification = std::make_shared<const RPCNotification>(
+        IRPC::RPCNotificationObject(name, payload).serialize(), topic);
+    if (raised != nullptr)
+        ++*raised;
     const std::lock_guard lock(mutex_);
     for (auto* subscriber : subscribers_)
         subscriber->notify(notification);

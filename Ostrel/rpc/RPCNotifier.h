@@ -2,6 +2,7 @@
 
 #include "Ostrel/Export.h"
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -15,7 +16,7 @@ namespace Ostrel {
 /// Any thread may hold one; nobody changes it.
 class OSTREL_API RPCNotification {
 public:
-    explicit RPCNotification(std::string text);
+    explicit RPCNotification(std::string text, std::string topic = {});
     ~RPCNotification();
 
     RPCNotification(const RPCNotification&) = delete;
@@ -23,6 +24,11 @@ public:
 
     /// As it travels.
     const std::string& getText() const { return text_; }
+
+    /// Whether it says anew what an earlier one has said, so that nobody needs that any more.
+    bool replaces(const RPCNotification& earlier) const {
+        return !topic_.empty() && topic_ == earlier.topic_;
+    }
 
     /// Bytes that keeping it costs, however many share it.
     std::size_t getCost() const;
@@ -32,6 +38,22 @@ public:
 
 private:
     const std::string text_;
+    const std::string topic_; ///< empty when each stands for itself
+};
+
+/// Counts, while it lives, the notifications that the calling thread raises. One may live inside
+/// another's scope; the inner one counts.
+class OSTREL_API RPCNotificationCount {
+public:
+    /// @param count  goes up by one for each; must outlive the scope; null when nobody counts
+    explicit RPCNotificationCount(std::atomic<unsigned>* count) noexcept;
+    ~RPCNotificationCount();
+
+    RPCNotificationCount(const RPCNotificationCount&) = delete;
+    RPCNotificationCount& operator=(const RPCNotificationCount&) = delete;
+
+private:
+    std::atomic<unsigned>* const outer_;
 };
 
 /// Takes the notifications of one notifier, in the order in which they were raised.
@@ -57,10 +79,16 @@ public:
     /// not read is cut off at its own limit while the others notice nothing. A client
     /// sees the notifications of one server in the order of these calls.
     ///
+    /// A notification with a topic takes the place of the one raised before it, where that has the
+    /// same topic and still waits for a client with nothing behind it: there only the latest
+    /// arrives, in an order that is right.
+    ///
     /// @param name     interface and operation, for example "ITVConfig::onScanStart"
     /// @param payload  the members, as the text of a JSON object
+    /// @param topic    what it tells the latest of; empty when every single one matters
     /// @throws std::bad_alloc  nothing was sent
-    void handleRPCNotification(const std::string& name, const std::string& payload);
+    void handleRPCNotification(const std::string& name, const std::string& payload,
+                               const std::string& topic = {});
 
     /// Adds a subscriber, who must unsubscribe before it goes away.
     void subscribe(RPCSubscriber& subscriber);

@@ -82,6 +82,8 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
         return refuse(method, "unknown method \"" + excerpt(interfaceName + "::" + methodName) + '"');
 
     const HandlerScope scope(methodName);
+    const auto& peer = method.getPeer();
+    const RPCNotificationCount count(peer != nullptr ? &peer->raised : nullptr);
     try {
         return (this->*handler->second)(method);
     } catch (const Cancelled&) {

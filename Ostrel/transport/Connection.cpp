@@ -28,6 +28,10 @@ namespace {
 /// How long a request is worked on before its client is asked whether it still waits.
 constexpr std::chrono::seconds askAfter{1};
 
+/// How long a client that raises too many notifications is not read from, and within what time
+/// they are too many.
+constexpr std::chrono::seconds slowTime{1};
+
 } // namespace
 
 Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddress,
@@ -217,6 +221,10 @@ Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) con
 }
 
 void Connection::tick(Clock::time_point now) {
+    if (slowed_ && (now >= slowedUntil_ || !hub_.isCrowded())) {
+        slowed_ = false;
+        input_.lookAgain();
+    }
     const bool over = now >= patience_.getEnd();
     if (lost_ || (isUnread() && hasGone(now)))
         close();
@@ -284,6 +292,10 @@ void Connection::send(std::string head, std::shared_ptr<const RPCNotification> n
         cutOff();
 }
 
+void Connection::withdraw(const RPCNotification& notification) {
+    output_.withdraw(notification);
+}
+
 void Connection::waitingChanged() {
     const auto& cost = output_.getCost();
     // Once full it stays so until half has gone, so that it does not change with every byte.
@@ -293,14 +305,15 @@ void Connection::waitingChanged() {
     const bool waited = std::exchange(waits_, output_.getWaiting() > 0);
     if (waited != waits_)
         settle(Clock::now());
-    const auto before = std::exchange(counted_, cost.own());
-    hub_.addWaiting(std::ptrdiff_t(counted_) - std::ptrdiff_t(before));
+    const auto before = std::exchange(told_, cost);
+    hub_.addWaiting(std::ptrdiff_t(cost.own() - before.own()),
+                    std::ptrdiff_t(cost.notifications - before.notifications));
 }
 
 // Input
 
 bool Connection::mayRead() {
-    return phase_ >= Phase::Goodbye || (!full_ && message_.mayRead(getMessageSize()));
+    return phase_ >= Phase::Goodbye || (!full_ && !slowed_ && message_.mayRead(getMessageSize()));
 }
 
 /// Bytes that have come of the message that is being read.
@@ -479,10 +492,26 @@ void Connection::work(RPCServer& server, std::string_view text) {
 void Connection::replyCame(std::string reply) {
     if (std::exchange(working_, false))
         settle(Clock::now());
+    slowDown();
     if (phase_ == Phase::Working)
         answer(Http::answerReply(std::move(reply)));
     else if (phase_ == Phase::Open)
         webSocket_->reply(std::move(reply));
+}
+
+/// In a storm of notifications whoever raises it is slowed before anybody else notices.
+void Connection::slowDown() {
+    const auto raised = peer_->raised.exchange(0);
+    if (raised == 0)
+        return;
+    const auto now = Clock::now();
+    if (now - raisedSince_ >= slowTime) {
+        raisedSince_ = now;
+        raised_ = 0;
+    }
+    raised_ += raised;
+    slowed_ = raised_ > limits_.raised && hub_.isCrowded();
+    slowedUntil_ = now + slowTime;
 }
 
 } // namespace Ostrel

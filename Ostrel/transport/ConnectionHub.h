@@ -27,7 +27,11 @@ public:
 
     /// What waits for a connection costs more or less, without the texts that others share. When
     /// all together wait for too much, the one is cut off that is the greatest burden.
-    virtual void addWaiting(std::ptrdiff_t change) = 0;
+    /// @param notifications  how much of that is for notifications
+    virtual void addWaiting(std::ptrdiff_t change, std::ptrdiff_t notifications) = 0;
+
+    /// Whether so many notifications wait that who raises them must be slowed down.
+    virtual bool isCrowded() const = 0;
 
     /// Somebody was not let in; the log tells why.
     virtual void logRefusal(const std::string& why) = 0;

@@ -85,13 +85,18 @@ public:
     Lanes& getLanes() override { return lanes_; }
     MessageBudget& getBudget() override { return budget_; }
 
-    void addWaiting(std::ptrdiff_t change) override {
+    void addWaiting(std::ptrdiff_t change, std::ptrdiff_t notifications) override {
         waiting_ += change;
+        notifications_ += notifications;
         heap_.saw(getWaiting());
         if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
         if (!relieving_)
             relieve();
+    }
+
+    bool isCrowded() const override {
+        return std::size_t(notifications_) + RPCNotification::getCostOfAll() > options_.limits.crowd;
     }
 
     // An earlier tick is kept, so that not every request sets the timer.
@@ -305,6 +310,7 @@ private:
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
+    std::ptrdiff_t notifications_ = 0; ///< of that, for notifications
     HeapTrim heap_;
     bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to

@@ -55,6 +55,11 @@ void Outbox::push(std::string head, std::shared_ptr<const RPCNotification> notif
     add({std::move(head), {std::move(notification), &text}, cost});
 }
 
+void Outbox::withdraw(const RPCNotification& notification) {
+    if (chunks_.size() > kept() && chunks_.back().body.get() == &notification.getText())
+        dropLast();
+}
+
 /// Whether the last chunk is one of short answers that has room.
 bool Outbox::takesMore(std::size_t size) const {
     return chunks_.size() > gathered_ && chunks_.back().body == nullptr &&
@@ -106,11 +111,14 @@ void Outbox::consume(std::size_t size) {
 }
 
 void Outbox::dropUnsent() {
-    while (chunks_.size() > kept()) {
-        size_ -= chunks_.back().size();
-        changeCost(chunks_.back().cost(), {});
-        chunks_.pop_back();
-    }
+    while (chunks_.size() > kept())
+        dropLast();
+}
+
+void Outbox::dropLast() {
+    size_ -= chunks_.back().size();
+    changeCost(chunks_.back().cost(), {});
+    chunks_.pop_back();
 }
 
 /// How many chunks must stay as they are.

@@ -37,6 +37,9 @@ public:
     /// Puts a notification at the end.
     void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
+    /// Takes a notification away, if nothing stands behind it and it has not begun to go out.
+    void withdraw(const RPCNotification& notification);
+
     /// What the next write may send. It stays valid, whatever is pushed or dropped, until
     /// consume() or clear().
     std::span<const boost::asio::const_buffer> gather();
@@ -68,6 +71,7 @@ private:
     bool takesMore(std::size_t size) const;
     void add(Chunk chunk);
     void changeCost(const Cost& before, const Cost& after);
+    void dropLast();
     std::size_t kept() const;
 
     std::deque<Chunk> chunks_;

@@ -45,6 +45,11 @@ void Output::flush() {
         }));
 }
 
+void Output::withdraw(const RPCNotification& notification) {
+    outbox_.withdraw(notification);
+    conversation_.waitingChanged();
+}
+
 void Output::dropUnsent() {
     outbox_.dropUnsent();
     waited_ = false;

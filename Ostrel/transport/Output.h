@@ -25,6 +25,9 @@ public:
     void push(std::string head, std::string body);
     void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
+    /// Takes a notification away, if nothing stands behind it and it has not begun to go out.
+    void withdraw(const RPCNotification& notification);
+
     /// Takes away what need not be sent any more: everything but the rest of what has begun, for
     /// which the client's time begins anew.
     void dropUnsent();

@@ -109,6 +109,10 @@ void WebSocket::reply(std::string text) {
 void WebSocket::notify(const std::shared_ptr<const RPCNotification>& notification) noexcept {
     try {
         const std::lock_guard lock(inboxMutex_);
+        if (!inbox_.empty() && notification->replaces(*inbox_.back())) {
+            inbox_.back() = notification;
+            return;
+        }
         inbox_.push_back(notification);
         if (inbox_.size() == 1)
             asio::post(conversation_.getSocket().get_executor(),
@@ -127,9 +131,16 @@ void WebSocket::sendNotifications() {
     for (auto& notification : notifications) {
         if (conversation_.getPhase() != Phase::Open)
             return;
-        auto head = textFrameHead(notification->getText().size());
-        conversation_.send(std::move(head), std::move(notification));
+        send(std::move(notification));
     }
+}
+
+void WebSocket::send(std::shared_ptr<const RPCNotification> notification) {
+    if (const auto latest = latest_.lock(); latest != nullptr && notification->replaces(*latest))
+        conversation_.withdraw(*latest);
+    latest_ = notification;
+    auto head = textFrameHead(notification->getText().size());
+    conversation_.send(std::move(head), std::move(notification));
 }
 
 void WebSocket::ping() {

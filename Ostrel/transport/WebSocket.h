@@ -62,6 +62,7 @@ private:
     class Stream;
 
     void readMessage();
+    void send(std::shared_ptr<const RPCNotification> notification);
     void messageCame();
     void sendNotifications();
 
@@ -70,6 +71,7 @@ private:
     MessageHandler handler_;
     boost::beast::flat_buffer buffer_; ///< the message at hand
     std::unique_ptr<Stream> stream_;
+    std::weak_ptr<const RPCNotification> latest_; ///< that was sent
 
     std::mutex inboxMutex_;
     std::vector<std::shared_ptr<const RPCNotification>> inbox_; ///< notifications from any thread

@@ -7,6 +7,7 @@
 #include "TV/server/TVModuleContext.h"
 
 #include <memory>
+#include <string>
 
 namespace Ostrel::TV {
 
@@ -116,7 +117,9 @@ void TVRPCServer::onScanProgress(const unsigned& sourceId, const unsigned& perce
     serialize("sourceId", sourceId, serializer);
     serialize("percent", percent, serializer);
     serializer.endObject("");
-    handleRPCNotification("ITVConfig::onScanProgress", serializer.generate());
+    // A client that reads late needs only the latest; between two scans stands a start.
+    handleRPCNotification("ITVConfig::onScanProgress", serializer.generate(),
+                          "onScanProgress " + std::to_string(sourceId));
 }
 
 void TVRPCServer::onScanComplete(const unsigned& sourceId) {

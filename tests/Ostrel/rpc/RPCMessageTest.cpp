@@ -456,5 +456,38 @@ TEST(RPCNotifierTest, EverySubscriberGetsEveryNotificationInOrder) {
     EXPECT_EQ(second.texts, (std::vector{two, three}));
 }
 
+TEST(RPCNotifierTest, NotificationReplacesOneOfItsTopic) {
+    const RPCNotification one("1", "a");
+    EXPECT_TRUE(RPCNotification("2", "a").replaces(one));
+    EXPECT_FALSE(RPCNotification("2", "b").replaces(one));
+    EXPECT_FALSE(RPCNotification("2").replaces(RPCNotification("1")));
+}
+
+TEST(RPCNotifierTest, NotificationsOfAThreadAreCounted) {
+    RPCNotifier notifier;
+    const auto raise = [&] { notifier.handleRPCNotification("I::one", "{}"); };
+    std::atomic<unsigned> outer = 0;
+    std::atomic<unsigned> inner = 0;
+    raise();
+    {
+        const RPCNotificationCount count(&outer);
+        raise();
+        {
+            const RPCNotificationCount nested(&inner);
+            raise();
+            raise();
+        }
+        {
+            const RPCNotificationCount nobody(nullptr);
+            raise();
+        }
+        std::thread(raise).join();
+        raise();
+    }
+    raise();
+    EXPECT_EQ(outer, 2u);
+    EXPECT_EQ(inner, 2u);
+}
+
 } // namespace
 } // namespace Ostrel::Test

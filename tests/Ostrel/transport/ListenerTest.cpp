@@ -378,6 +378,81 @@ TEST_F(ListenerTest, NotificationsReachEveryWebSocketInOrderAndBeforeTheReply) {
     EXPECT_EQ(watcher.readFrame().payload, two);
 }
 
+class StormTest : public ListenerTest {
+protected:
+    /// A client for whom so much waits that further notifications do, too.
+    WireClient reluctant() {
+        server_.on("second", TestServer::answerOfSize(20'000'000));
+        auto client = webSocket();
+        client.sendText(request("Test::second"));
+        while (listener_->getStatus().waiting == 0)
+            std::this_thread::yield();
+        return client;
+    }
+
+    void raise(const std::string& name, int n, const std::string& topic) {
+        server_.handleRPCNotification("Test::" + name, std::to_string(n), topic);
+    }
+};
+
+TEST_F(StormTest, LatestOfATopicTakesThePlaceOfThoseThatWait) {
+    listen();
+    auto client = reluctant();
+    const auto raiseAll = [this](const Call& call) {
+        for (int i = 0; i < 100; ++i)
+            raise("progress", i, "a");
+        raise("progress", 100, "b");
+        raise("done", 0, "");
+        raise("done", 1, "");
+        for (int i = 200; i < 300; ++i)
+            raise("progress", i, "b");
+        return TestServer::echo(call);
+    };
+    server_.on("first", raiseAll);
+    webSocket().call(request("Test::first")); // at once
+    auto other = webSocket();
+    for (int i = 300; i < 400; ++i) { // and one by one
+        raise("progress", i, "b");
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+    }
+    client.readReply();
+    for (const auto* expected : {R"(progress","params":99)", R"(progress","params":100)",
+                                 R"(done","params":0)", R"(done","params":1)", R"(progress","params":399)"})
+        EXPECT_NE(client.readFrame().payload.find(expected), std::string::npos) << expected;
+}
+
+TEST_F(StormTest, WhoRaisesItIsSlowedFirst) {
+    Limits limits;
+    limits.crowd = 100'000;
+    limits.raised = 10;
+    listen(limits);
+    auto deaf = reluctant();
+    std::atomic<int> raised = 0;
+    server_.on("first", [&](const Call& call) {
+        for (int i = 0; i < 50; ++i)
+            raise("noise", ++raised, "");
+        return TestServer::echo(call);
+    });
+    auto raiser = webSocket();
+    auto other = webSocket();
+    // Without a pause this takes as many round trips as there are messages.
+    std::string messages;
+    for (int i = 0; i < 100; ++i)
+        messages += frame(1, request("Test::first"));
+    raiser.send(messages);
+    int last = 0;
+    for (int same = 0; same < 200; ++same) {
+        EXPECT_EQ(other.call(echoRequest), echoReply);
+        if (std::exchange(last, raised.load()) != last)
+            same = 0;
+    }
+    EXPECT_LT(raised, 5000);
+    EXPECT_GE(raised, 100'000 / 500); // it was not slowed before it was crowded
+    deaf.leave(); // and now it is not crowded any more
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(raiser.readReply(), echoReply);
+}
+
 TEST_F(ListenerTest, NotificationsFromManyThreadsComeInOneOrder) {
     listen();
     std::vector<WireClient> clients;

@@ -117,6 +117,28 @@ TEST(OutboxTest, DroppingTakesEverythingElse) {
     EXPECT_EQ(outbox.getCost().all(), 0u);
 }
 
+TEST(OutboxTest, LastNotificationIsWithdrawnUnlessItHasBegun) {
+    Outbox outbox;
+    const auto first = notification("first");
+    const auto second = notification("second");
+    const auto third = notification("third");
+    outbox.push("<1>", first);
+    outbox.gather();
+    outbox.withdraw(*first);
+    outbox.push("<2>", second);
+    outbox.push("<3>", std::string("answer"));
+    outbox.withdraw(*second);
+    outbox.push("<4>", third);
+    outbox.withdraw(*second);
+    EXPECT_EQ(textOf(outbox), "<1>first<2>second<3>answer<4>third");
+    outbox.consume(0);
+    outbox.withdraw(*third);
+    EXPECT_EQ(textOf(outbox), "<1>first<2>second<3>answer");
+    EXPECT_EQ(outbox.size(), std::string("<1>first<2>second<3>answer").size());
+    outbox.consume(outbox.size());
+    EXPECT_EQ(outbox.getCost().all(), 0u);
+}
+
 // What it costs
 
 TEST(OutboxTest, AnswerCostsWhatItHoldsAndWhatHoldsIt) {

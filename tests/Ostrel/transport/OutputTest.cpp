@@ -39,6 +39,7 @@ public:
     const Limits& getLimits() const noexcept override { return limits_; }
     void send(std::string, std::string) override {}
     void send(std::string, std::shared_ptr<const RPCNotification>) override {}
+    void withdraw(const RPCNotification&) override {}
     void waitingChanged() override {}
     void allSent() override {}
     void sayGoodbye(boost::beast::websocket::close_code) override {}

@@ -498,6 +498,28 @@ TEST_F(HousekeepingTest, ModuleThatKnowsNoScanRunsNone) {
     EXPECT_EQ(module.contexts, 0u);
 }
 
+TEST_F(TVRPCServerTest, OnlyProgressOfTheSameSourceReplacesProgress) {
+    struct Subscriber : RPCSubscriber {
+        void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override {
+            all.push_back(notification);
+        }
+        std::vector<std::shared_ptr<const RPCNotification>> all;
+    } subscriber;
+    server.subscribe(subscriber);
+    server.init();
+    module.onScanProgress(1, 42);
+    module.onScanProgress(1, 43);
+    module.onScanProgress(2, 43);
+    module.onScanStart(2);
+    module.onScanComplete(2);
+    server.uninit();
+    server.unsubscribe(subscriber);
+    ASSERT_EQ(subscriber.all.size(), 5u);
+    EXPECT_TRUE(subscriber.all[1]->replaces(*subscriber.all[0]));
+    for (std::size_t i = 2; i < 5; ++i)
+        EXPECT_FALSE(subscriber.all[i]->replaces(*subscriber.all[i - 1])) << i;
+}
+
 TEST_F(TVRPCServerTest, ScanEventsBecomeNotifications) {
     struct Subscriber : RPCSubscriber {
         void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override {

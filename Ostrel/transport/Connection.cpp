@@ -501,7 +501,7 @@ void Connection::replyCame(std::string reply) {
 
 /// In a storm of notifications whoever raises it is slowed before anybody else notices.
 void Connection::slowDown() {
-    const auto raised = peer_->raised.exchange(0);
+    const auto raised = client_->getPeer()->raised.exchange(0);
     if (raised == 0)
         return;
     const auto now = Clock::now();

@@ -6,18 +6,22 @@
 
 namespace Ostrel {
 
-void HeapTrim::tick(Clock::time_point now, std::size_t bytes) {
+bool HeapTrim::tick(Clock::time_point now, std::size_t bytes) {
     if (!due_)
-        return;
+        return false;
     const bool wasQuiet = std::exchange(wasQuiet_, bytes <= little);
     if (!wasQuiet)
         quietSince_ = now;
     if (!wasQuiet_ || now - quietSince_ < quiet)
-        return;
+        return false;
     due_ = false;
     wasQuiet_ = false;
+    return true;
+}
+
+void HeapTrim::giveBack() noexcept {
 #ifdef __GLIBC__
-    trim_ = std::async(std::launch::async, [] { ::malloc_trim(0); });
+    ::malloc_trim(0);
 #endif
 }
 

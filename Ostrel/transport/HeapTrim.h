@@ -2,14 +2,11 @@
 
 #include <chrono>
 #include <cstddef>
-#include <future>
 
 namespace Ostrel {
 
-/// Gives memory back to the system that something large has left behind, once it has become
-/// quiet: the allocator keeps what was freed and never asked for again.
-///
-/// It gives back on a thread of its own, since that may take a while.
+/// Knows when it is time to give memory back to the system that something large has left behind:
+/// once it has become quiet. The allocator keeps what was freed and never asked for again.
 class HeapTrim {
 public:
     using Clock = std::chrono::steady_clock;
@@ -20,9 +17,12 @@ public:
     /// Whether tick() is to be called now and then.
     bool isDue() const { return due_; }
 
-    /// Gives back when there has been little under way for a second.
+    /// Whether to give back now: there has been little under way for a second.
     /// @param bytes  that are under way
-    void tick(Clock::time_point now, std::size_t bytes);
+    bool tick(Clock::time_point now, std::size_t bytes);
+
+    /// Gives back, which may take a while.
+    static void giveBack() noexcept;
 
 private:
     static constexpr std::size_t large = 1u << 20;
@@ -32,7 +32,6 @@ private:
     bool due_ = false;
     bool wasQuiet_ = false; ///< at the last tick
     Clock::time_point quietSince_;
-    std::future<void> trim_; ///< the latest
 };
 
 } // namespace Ostrel

@@ -172,7 +172,8 @@ private:
         }
         wakeAt(nextHousekeeping_);
         heap_.saw(budget_.takePeak());
-        heap_.tick(lastTick_, getWaiting() + budget_.getTotal());
+        if (heap_.tick(lastTick_, getWaiting() + budget_.getTotal()))
+            lanes_.post(&HeapTrim::giveBack);
         if (heap_.isDue())
             wakeAt(lastTick_);
     }

@@ -53,7 +53,9 @@ Host::Host(const HostOptions& options) {
         throw StartError("another RPC server runs under the name " + server_->getName());
     try {
         listener_.emplace(addresses, std::move(admission),
-                          ListenerOptions{.advice = adviseOptions(), .logRequests = options.logRequests});
+                          ListenerOptions{.advice = adviseOptions(),
+                                          .logRequests = options.logRequests,
+                                          .mainServer = server_->getName()});
     } catch (...) {
         server_->uninit();
         throw;

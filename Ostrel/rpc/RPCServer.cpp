@@ -43,6 +43,27 @@ std::string refuse(const IRPC::RPCSynchronousMethodObject& method, const std::st
     return IRPC::RPCErrorObject(method.getId(), IRPC::MethodNotFound, what).serialize();
 }
 
+/// The description of a server as a value.
+class Description : public SerialObject {
+public:
+    explicit Description(std::string_view text) : text_(text) {}
+
+    Description* clone() const override { return new Description(*this); }
+    void serialize(Serializer& out) const override { out.writeJson("", text_); }
+    void serialize(const std::string& key, Serializer& out) const override { out.writeJson(key, text_); }
+
+private:
+    std::string_view text_;
+};
+
+std::string discover(const IRPC::RPCSynchronousMethodObject& method, std::string_view description) {
+    try {
+        return IRPC::RPCResultObject(method, Description(description)).serialize();
+    } catch (const TextTooLarge& failure) {
+        return IRPC::RPCErrorObject(method, failure.what()).serialize();
+    }
+}
+
 } // namespace
 
 RPCServer::RPCServer(const std::string& name) : name_(name) {}
@@ -72,6 +93,8 @@ std::string RPCServer::getFixedRPCAddress() const {
 std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method) {
     const auto& interfaceName = method.getInterfaceName();
     const auto& methodName = method.getMethodName();
+    if (interfaceName.empty() && methodName == "rpc.discover" && !getDescription().empty())
+        return discover(method, getDescription());
     if (interfaceName.empty())
         return refuse(method, "unknown method \"" + excerpt(methodName) + "\"; names read INTERFACE::METHOD");
     const auto interface = methods.find(interfaceName);
@@ -91,6 +114,10 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     } catch (...) {
         return IRPC::RPCErrorObject::forEscaped(method).serialize();
     }
+}
+
+std::string_view RPCServer::getDescription() const noexcept {
+    return {};
 }
 
 bool RPCServer::housekeep() {

@@ -56,6 +56,10 @@ public:
     /// @throws Cancelled       the client has gone, and the handler has noticed
     virtual std::string handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method);
 
+    /// What clients can know of the server, as the text of an OpenRPC document; they ask for it
+    /// with "rpc.discover". Empty when there is none. Valid as long as the server; any thread may ask.
+    virtual std::string_view getDescription() const noexcept;
+
     /// Called by the host, with the turn held, some time after a connection has closed, for what
     /// a server does by itself; what it throws is told in the log and ends this round. Nothing
     /// unless overridden.

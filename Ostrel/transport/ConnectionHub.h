@@ -22,6 +22,7 @@ public:
     virtual const Limits& getLimits() const = 0;
     virtual const Admission& getAdmission() const = 0;
     virtual const Advice& getAdvice() const = 0;
+    virtual const std::string& getMainServer() const = 0;
     virtual Lanes& getLanes() = 0;
     virtual MessageBudget& getBudget() = 0;
 

@@ -20,6 +20,9 @@ namespace http = beast::http;
 namespace {
 
 constexpr std::string_view rpcPath = "/rpc/";
+constexpr std::string_view descriptionPath = "/openrpc.json";
+constexpr std::string_view descriptionFolder = "/openrpc/";
+constexpr std::string_view descriptionEnd = ".json";
 constexpr std::string_view healthPath = "/healthz";
 constexpr std::array jsonTypes = {"application/json", "application/json-rpc", "application/jsonrequest"};
 
@@ -90,6 +93,16 @@ Answer wrongMethod(const std::string& allowed) {
             .headers = "Allow: " + allowed + "\r\n"};
 }
 
+Answer unknownServer(std::string_view name) {
+    return {http::status::not_found, "no RPC server has the name " + excerpt(name) + '\n'};
+}
+
+Answer tokenMissing() {
+    return {.status = http::status::unauthorized,
+            .body = "the right token is needed: Authorization: Bearer TOKEN\n",
+            .headers = "WWW-Authenticate: Bearer\r\n"};
+}
+
 Answer answerHealth() {
     if (RPCServer::running().empty())
         return {http::status::service_unavailable, "no server is running\n"};
@@ -119,8 +132,10 @@ std::optional<Answer> refuseUpgrade(const Http::Request& request) {
 
 } // namespace
 
-Http::Http(const Admission& admission, const Advice& advice, std::string localAddress)
-    : admission_(admission), advice_(advice), localAddress_(std::move(localAddress)) {}
+Http::Http(const Admission& admission, const Advice& advice, const std::string& mainServer,
+           std::string localAddress)
+    : admission_(admission), advice_(advice), mainServer_(mainServer),
+      localAddress_(std::move(localAddress)) {}
 
 std::optional<Answer> Http::refuseHead(const Request& head) const {
     if (head.count(http::field::transfer_encoding) != 0)
@@ -145,6 +160,11 @@ Http::Outcome Http::decide(const Request& request) const {
     const auto path = pathOf(request);
     if (path.starts_with(rpcPath))
         return decideRpc(request, path.substr(rpcPath.size()));
+    if (path == descriptionPath)
+        return describe(request, mainServer_);
+    if (path.starts_with(descriptionFolder) && path.ends_with(descriptionEnd))
+        return describe(request, path.substr(descriptionFolder.size(),
+                                             path.size() - descriptionFolder.size() - descriptionEnd.size()));
     if (!isGet(request))
         return wrongMethod("GET, HEAD");
     if (path == healthPath)
@@ -155,7 +175,7 @@ Http::Outcome Http::decide(const Request& request) const {
 Http::Outcome Http::decideRpc(const Request& request, std::string_view name) const {
     auto* server = RPCServer::find(std::string(name));
     if (server == nullptr)
-        return Answer{http::status::not_found, "no RPC server has the name " + excerpt(name) + '\n'};
+        return unknownServer(name);
     if (request.method() == http::verb::options)
         return answerPreflight();
 
@@ -163,9 +183,7 @@ Http::Outcome Http::decideRpc(const Request& request, std::string_view name) con
     if (!isPost && !isGet(request))
         return wrongMethod("GET, HEAD, POST, OPTIONS");
     if (!acceptsToken(request))
-        return Answer{.status = http::status::unauthorized,
-                      .body = "the right token is needed: Authorization: Bearer TOKEN\n",
-                      .headers = "WWW-Authenticate: Bearer\r\n"};
+        return tokenMissing();
     if (isPost) {
         if (isJson(request))
             return Call{*server};
@@ -182,6 +200,20 @@ Http::Outcome Http::decideRpc(const Request& request, std::string_view name) con
         .status = http::status::upgrade_required,
         .body = "send JSON-RPC 2.0 by POST with Content-Type: application/json, or open a WebSocket here\n",
         .headers = "Upgrade: websocket\r\nConnection: Upgrade\r\n"};
+}
+
+/// The document is written for machines that look for it without a call.
+Answer Http::describe(const Request& request, std::string_view name) const {
+    if (request.method() == http::verb::options)
+        return answerPreflight();
+    if (!isGet(request))
+        return wrongMethod("GET, HEAD, OPTIONS");
+    if (!acceptsToken(request))
+        return tokenMissing();
+    const auto* server = RPCServer::find(std::string(name));
+    if (server == nullptr || server->getDescription().empty())
+        return unknownServer(name);
+    return {http::status::ok, std::string(server->getDescription()), "application/json"};
 }
 
 bool Http::acceptsToken(const Request& request) const {

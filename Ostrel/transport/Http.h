@@ -33,10 +33,12 @@ public:
     };
     using Outcome = std::variant<Answer, Call, Upgrade>;
 
-    /// Refers to its first two arguments.
+    /// Refers to its first three arguments.
+    /// @param mainServer    the name of the server that /openrpc.json describes
     /// @param localAddress  the numeric address that the client reached; empty for a Unix
     ///                      domain socket, whose clients may name any host
-    Http(const Admission& admission, const Advice& advice, std::string localAddress);
+    Http(const Admission& admission, const Advice& advice, const std::string& mainServer,
+         std::string localAddress);
 
     /// What is wrong with a request, whatever its body may be; nothing when it may go on. Who
     /// is not let in is answered with 403, and nobody else.
@@ -58,10 +60,12 @@ private:
     Admission::Origin judgeOrigin(const Request& head) const;
     Answer refuseOrigin(const Request& head) const;
     Outcome decideRpc(const Request& request, std::string_view name) const;
+    Answer describe(const Request& request, std::string_view name) const;
     bool acceptsToken(const Request& request) const;
 
     const Admission& admission_;
     const Advice& advice_;
+    const std::string& mainServer_;
     const std::string localAddress_;
 };
 

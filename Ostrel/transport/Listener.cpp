@@ -82,6 +82,7 @@ public:
     const Limits& getLimits() const override { return options_.limits; }
     const Admission& getAdmission() const override { return admission_; }
     const Advice& getAdvice() const override { return options_.advice; }
+    const std::string& getMainServer() const override { return options_.mainServer; }
     Lanes& getLanes() override { return lanes_; }
     MessageBudget& getBudget() override { return budget_; }
 

@@ -16,6 +16,7 @@ struct ListenerOptions {
     Limits limits = {};
     Advice advice = {};
     bool logRequests = false; ///< a line in the log for every request
+    std::string mainServer = {}; ///< the name of the one that /openrpc.json describes
 };
 
 /// Serves the running RPC servers over WebSocket and HTTP, on as many addresses as wanted.

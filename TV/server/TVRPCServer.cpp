@@ -4,6 +4,7 @@
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/serialization/UInt32Object.h"
+#include "TV/interfaces/Description.h"
 #include "TV/server/TVModule.h"
 #include "TV/server/TVModuleContext.h"
 
@@ -93,6 +94,10 @@ TVRPCServer::~TVRPCServer() {
 
 bool TVRPCServer::init() {
     return TVServer::init() && RPCServer::init();
+}
+
+std::string_view TVRPCServer::getDescription() const noexcept {
+    return description();
 }
 
 // This method and the next catch nothing: the platform answers what is thrown.

@@ -37,6 +37,8 @@ public:
 
     bool init() override;
 
+    std::string_view getDescription() const noexcept override;
+
     /// Releases the contexts whose connection has closed and that nothing has used for some
     /// time, unless a scan is running: releasing a context would end it.
     /// @returns whether contexts remain

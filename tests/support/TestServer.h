@@ -31,6 +31,9 @@ public:
     /// Declares a method, "INTERFACE::METHOD", to be one that may wait.
     void letWait(const std::string& name) { waitingMethods.insert(name); }
 
+    std::string_view getDescription() const noexcept override { return description; }
+    std::string description = "{\"openrpc\":1}\n";
+
     /// Answers the params' text as a JSON string.
     static std::string echo(const IRPC::RPCSynchronousMethodObject& call);
 

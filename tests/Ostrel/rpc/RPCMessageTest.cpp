@@ -83,6 +83,8 @@ const Row rows[] = {
     {"ParamsList", R"({"jsonrpc":"2.0","id":1,"method":"Test::echo","params":[1]})",
                    error("1", -32602, R"(params is not a JSON object","data":{"name":"DecodeError","member":"params"})")},
 
+    {"Discover", R"({"jsonrpc":"2.0","id":1,"method":"rpc.discover"})", "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"openrpc\":1}\n}"},
+    {"DiscoverWithParams", R"([{"jsonrpc":"2.0","id":1,"method":"rpc.discover","params":{"a":1}}])", "[{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"openrpc\":1}\n}]"},
     {"NoInterface", R"({"jsonrpc":"2.0","id":1,"method":"echo"})",
                     error("1", -32601, R"(unknown method \"echo\"; names read INTERFACE::METHOD")")},
     {"UnknownInterface", R"({"jsonrpc":"2.0","id":1,"method":"Best::echo"})", error("1", -32601, R"(unknown interface \"Best\"")")},
@@ -382,6 +384,19 @@ TEST(RPCMessageTest, ReplyIsCountedWhileItIsBuiltAndNotAfterwards) {
     const auto reply = replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"Test::first"})", {1 << 20, 100});
     EXPECT_TRUE(finished);
     EXPECT_NE(reply.find("-32001"), std::string::npos);
+}
+
+TEST(RPCMessageTest, AServerWithoutADescriptionHasNothingToDiscover) {
+    TestServer server;
+    server.description.clear();
+    EXPECT_EQ(replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"rpc.discover"})"),
+              error("1", -32601, R"(unknown method \"rpc.discover\"; names read INTERFACE::METHOD")"));
+}
+
+TEST(RPCMessageTest, ADescriptionIsAReplyWithALimit) {
+    TestServer server;
+    EXPECT_TRUE(replyTo(server, R"({"jsonrpc":"2.0","id":1,"method":"rpc.discover"})", {40, 100})
+                    .starts_with(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32001,)"));
 }
 
 TEST(RPCMessageTest, NeedsTheTurnUnlessTheInterfaceOnlyReads) {

@@ -12,6 +12,7 @@ namespace {
 
 namespace http = boost::beast::http;
 
+const std::string mainServer = "Test";
 constexpr const char* token = "0123456789abcdefghijklmnopqrstuv";
 
 /// Reads "POST /path" and its headers, one a line, as a request.
@@ -87,6 +88,13 @@ const Row rows[] = {
     {"Delete",          "DELETE /rpc/Test\nHost: localhost" + bearer,     "405: the method is not one of GET, HEAD, POST, OPTIONS"},
     {"NoServer",        "GET /rpc/Best\nHost: localhost",                 "404: no RPC server has the name Best"},
     {"Elsewhere",       "GET /\nHost: localhost",                         "404: there is nothing here; calls go to /rpc/Test"},
+    {"Described",       "GET /openrpc.json\nHost: localhost" + bearer,     "200: {\"openrpc\":1}"},
+    {"DescribedByName", "HEAD /openrpc/Test.json?a\nHost: localhost" + bearer, "200: {\"openrpc\":1}"},
+    {"DescribedNobody", "GET /openrpc/Best.json\nHost: localhost" + bearer, "404: no RPC server has the name Best"},
+    {"DescribedNoName", "GET /openrpc/.json\nHost: localhost" + bearer,    "404: no RPC server has the name "},
+    {"DescribedWithout", "GET /openrpc.json\nHost: localhost",             "401: the right token is needed: Authorization: Bearer TOKEN"},
+    {"DescribedAsked",  "OPTIONS /openrpc.json\nHost: localhost",          "204"},
+    {"DescribedPost",   "POST /openrpc.json\nHost: localhost\nContent-Length: 0" + bearer, "405: the method is not one of GET, HEAD, OPTIONS"},
     {"Health",          "GET /healthz\nHost: localhost",                  "200: ok"},
     {"HealthAbsolute",  "GET http://localhost/healthz?a\nHost: localhost", "200: ok"},
     {"HealthOfAnyHost", "GET /healthz\nHost: evil.example",               "200: ok"},
@@ -110,7 +118,7 @@ protected:
     const TestServer server_;
     const Admission admission_{{"https://tv.example"}, {}, token};
     const Advice advice_{.foreignHost = "allow it with --name", .foreignOrigin = "allow them with --page"};
-    const Http http_{admission_, advice_, "127.0.0.1"};
+    const Http http_{admission_, advice_, mainServer, "127.0.0.1"};
 };
 
 TEST_P(HttpOutcomeTable, ComesToThis) {
@@ -120,10 +128,19 @@ TEST_P(HttpOutcomeTable, ComesToThis) {
 INSTANTIATE_TEST_SUITE_P(Rows, HttpOutcomeTable, testing::ValuesIn(rows),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(HttpTest, AServerWithoutADescriptionHasNoDocument) {
+    TestServer server;
+    server.description.clear();
+    const Admission admission({}, {}, "");
+    const Advice none;
+    const Http http(admission, none, mainServer, "");
+    EXPECT_EQ(outcomeOf(http, "GET /openrpc.json"), "404: no RPC server has the name Test");
+}
+
 TEST(HttpTest, WithoutAdviceNoWayOutIsNamed) {
     const Admission admission({}, {}, "");
     const Advice none;
-    const Http http(admission, none, "127.0.0.1");
+    const Http http(admission, none, mainServer, "127.0.0.1");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: a.example"), "403 last: Host a.example is not this machine");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: localhost\nOrigin: null"),
               "403 last: pages from null may not call");
@@ -134,7 +151,7 @@ TEST(HttpTest, WithoutAdviceNoWayOutIsNamed) {
 TEST(HttpTest, ClientsOfAUnixSocketMayNameAnyHost) {
     const Admission admission({}, {}, "");
     const Advice none;
-    const Http http(admission, none, "");
+    const Http http(admission, none, mainServer, "");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: a.example"), "404: there is nothing here");
     EXPECT_EQ(outcomeOf(http, "GET /"), "404: there is nothing here");
 }
@@ -142,7 +159,7 @@ TEST(HttpTest, ClientsOfAUnixSocketMayNameAnyHost) {
 TEST(HttpTest, OnlyAPageOfAnotherOriginIsNamed) {
     const Admission admission({"https://tv.example"}, {}, "");
     const Advice none;
-    const Http http(admission, none, "127.0.0.1");
+    const Http http(admission, none, mainServer, "127.0.0.1");
     const auto allowed = [&](const std::string& origin) {
         return http.getAllowedOrigin(requestOf("GET /\nHost: localhost:1" + origin));
     };

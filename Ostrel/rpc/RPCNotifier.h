@@ -80,8 +80,8 @@ public:
     /// sees the notifications of one server in the order of these calls.
     ///
     /// A notification with a topic takes the place of the one raised before it, where that has the
-    /// same topic and still waits for a client with nothing behind it: there only the latest
-    /// arrives, in an order that is right.
+    /// same topic and waits, with nothing behind it, for a client that is far behind: there only
+    /// the latest arrives, in an order that is right.
     ///
     /// @param name     interface and operation, for example "ITVConfig::onScanStart"
     /// @param payload  the members, as the text of a JSON object

@@ -293,7 +293,8 @@ void Connection::send(std::string head, std::shared_ptr<const RPCNotification> n
 }
 
 void Connection::withdraw(const RPCNotification& notification) {
-    output_.withdraw(notification);
+    if (full_)
+        output_.withdraw(notification);
 }
 
 void Connection::waitingChanged() {

@@ -52,7 +52,8 @@ public:
     /// Bytes have come from the client.
     virtual void heard() = 0;
 
-    /// Takes a notification back, if nothing was sent behind it and it has not begun to go out.
+    /// Takes a notification back that is not worth sending any more, if the client is far behind,
+    /// nothing was sent behind it and it has not begun to go out.
     virtual void withdraw(const RPCNotification& notification) = 0;
 
     /// What waits for the client has become more or less.

@@ -109,10 +109,6 @@ void WebSocket::reply(std::string text) {
 void WebSocket::notify(const std::shared_ptr<const RPCNotification>& notification) noexcept {
     try {
         const std::lock_guard lock(inboxMutex_);
-        if (!inbox_.empty() && notification->replaces(*inbox_.back())) {
-            inbox_.back() = notification;
-            return;
-        }
         inbox_.push_back(notification);
         if (inbox_.size() == 1)
             asio::post(conversation_.getSocket().get_executor(),

@@ -117,7 +117,7 @@ void TVRPCServer::onScanProgress(const unsigned& sourceId, const unsigned& perce
     serialize("sourceId", sourceId, serializer);
     serialize("percent", percent, serializer);
     serializer.endObject("");
-    // A client that reads late needs only the latest; between two scans stands a start.
+    // A client that is far behind needs only the latest; between two scans stands a start.
     handleRPCNotification("ITVConfig::onScanProgress", serializer.generate(),
                           "onScanProgress " + std::to_string(sourceId));
 }

@@ -409,12 +409,17 @@ TEST_F(StormTest, LatestOfATopicTakesThePlaceOfThoseThatWait) {
         return TestServer::echo(call);
     };
     server_.on("first", raiseAll);
+    auto reader = webSocket(); // who gets every single one
+    reader.call(echoRequest);
     webSocket().call(request("Test::first")); // at once
     auto other = webSocket();
     for (int i = 300; i < 400; ++i) { // and one by one
         raise("progress", i, "b");
         EXPECT_EQ(other.call(echoRequest), echoReply);
     }
+    for (int i = 0; i < 100; ++i)
+        EXPECT_NE(reader.readFrame().payload.find("progress\",\"params\":" + std::to_string(i)),
+                  std::string::npos);
     client.readReply();
     for (const auto* expected : {R"(progress","params":99)", R"(progress","params":100)",
                                  R"(done","params":0)", R"(done","params":1)", R"(progress","params":399)"})

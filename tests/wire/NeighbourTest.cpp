@@ -40,7 +40,10 @@ std::string dearBatch(const std::string& context) {
             texts += (texts.empty() ? "\"" : ",\"") + std::string{first, second} + '"';
     const auto query = call("ITVGuide::queryEventInfo", context,
                             R"({"query":{"stringMatchDescription":true,"stringList":[)" + texts + "]}}");
-    return "[" + query + "," + query + "," + query + "]";
+    std::string batch = "[" + query;
+    for (int i = 1; i < 100; ++i)
+        batch += "," + query;
+    return batch + "]";
 }
 
 class NeighbourTest : public testing::Test {

@@ -1,24 +1,34 @@
 #include "Ostrel/runtime/Turn.h"
 
 #include <condition_variable>
-#include <cstdint>
 #include <mutex>
+#include <utility>
 
 namespace Ostrel {
 
 namespace {
 
-/// Who asks draws a number; the turn is the one's whose number is shown.
-struct Tickets {
+/// A thread that waits for the turn. It lives on that thread's stack, so that waiting cannot
+/// fail for want of memory.
+struct Waiter {
+    Waiter* next = nullptr;
+    bool granted = false;
+    std::condition_variable wake;
+};
+
+/// Who has the turn and who is next. Each waiter is woken by itself: with hundreds of tasks
+/// waiting, waking all of them for one to go on would take longer than what they do.
+struct Line {
     std::mutex mutex;
-    std::condition_variable shown;
-    std::uint64_t next = 0; ///< drawn by the next who asks
-    std::uint64_t current = 0; ///< equal to next: nobody holds the turn or waits for it
+    bool taken = false;
+    Waiter* first = nullptr;
+    Waiter** end = &first; ///< where the next to come is noted
+    unsigned length = 0;
 };
 
 /// Never destroyed: threads may outlive the static objects.
-Tickets& tickets() {
-    static auto& instance = *new Tickets;
+Line& line() {
+    static auto& instance = *new Line;
     return instance;
 }
 
@@ -27,37 +37,50 @@ thread_local bool heldByThread = false;
 } // namespace
 
 void Turn::take() {
-    auto& state = tickets();
+    auto& state = line();
     std::unique_lock lock(state.mutex);
-    const auto number = state.next++;
-    state.shown.wait(lock, [&] { return state.current == number; });
+    if (state.taken) {
+        Waiter self;
+        *std::exchange(state.end, &self.next) = &self;
+        ++state.length;
+        self.wake.wait(lock, [&] { return self.granted; });
+    }
+    state.taken = true;
     heldByThread = true;
 }
 
 bool Turn::tryTake() {
-    auto& state = tickets();
+    auto& state = line();
     const std::lock_guard lock(state.mutex);
-    if (state.current != state.next)
+    if (state.taken)
         return false;
-    ++state.next;
+    state.taken = true;
     heldByThread = true;
     return true;
 }
 
 void Turn::give() {
     heldByThread = false;
-    auto& state = tickets();
-    {
-        const std::lock_guard lock(state.mutex);
-        ++state.current;
+    auto& state = line();
+    const std::lock_guard lock(state.mutex);
+    if (state.first == nullptr) {
+        state.taken = false;
+        return;
     }
-    state.shown.notify_all();
+    // It stays taken, so that nobody comes between.
+    auto& next = *state.first;
+    state.first = next.next;
+    if (state.first == nullptr)
+        state.end = &state.first;
+    --state.length;
+    next.granted = true;
+    next.wake.notify_one();
 }
 
 unsigned Turn::countWaiting() {
-    auto& state = tickets();
+    auto& state = line();
     const std::lock_guard lock(state.mutex);
-    return state.next == state.current ? 0 : static_cast<unsigned>(state.next - state.current - 1);
+    return state.length;
 }
 
 Turn::Pause::Pause() : held_(heldByThread) {

@@ -64,6 +64,8 @@ void Connection::stop() {
         sayGoodbye(boost::beast::websocket::close_code::going_away);
     else if (phase_ == Phase::Working)
         keepAlive_ = false;
+    else if (phase_ <= Phase::ReadingHead && !waits_)
+        close(); // nothing is under way
     else if (phase_ < Phase::Open)
         finish();
 }

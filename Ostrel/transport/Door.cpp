@@ -28,6 +28,10 @@ using Local = asio::local::stream_protocol;
 
 namespace {
 
+/// Bytes; the system takes twice as much, and up to 6 MiB of its own accord.
+constexpr int receiveBuffer = 128 << 10;
+constexpr int sendBuffer = 256 << 10;
+
 constexpr std::chrono::milliseconds pauseTime{100}; ///< before accepting is tried again
 constexpr std::chrono::minutes silentTime{1}; ///< between lines in the log that tell of it
 
@@ -108,6 +112,11 @@ error_code Door::listenTcp() {
         acceptor_.set_option(tcp::acceptor::reuse_address(true), failure);
     if (!failure && endpoint.address().is_v6())
         acceptor_.set_option(asio::ip::v6_only(true), failure);
+    // What the system keeps for a client is bounded as well; its sockets inherit it.
+    if (!failure)
+        acceptor_.set_option(asio::socket_base::receive_buffer_size(receiveBuffer), failure);
+    if (!failure)
+        acceptor_.set_option(asio::socket_base::send_buffer_size(sendBuffer), failure);
     if (!failure)
         acceptor_.bind(endpoint, failure);
     if (!failure)
@@ -136,6 +145,7 @@ error_code Door::listenLocal() {
 
 void Door::open(Welcome welcome) {
     welcome_ = std::move(welcome);
+    acceptor_.non_blocking(true);
     accept();
 }
 
@@ -146,18 +156,19 @@ void Door::close() {
     pause_.cancel();
 }
 
+/// Waits for the next client before it is taken from the system's queue: an operation that took it
+/// would be lost, and with it all who come, where there is no memory for its socket.
 void Door::accept() {
     try {
-        acceptor_.async_accept([this](error_code failure, Socket socket) {
+        acceptor_.async_wait(Acceptor::wait_read, [this](error_code failure) {
             if (!acceptor_.is_open())
                 return;
-            if (failure) {
+            if (!failure)
+                letOneIn(failure);
+            if (!failure || failure == asio::error::would_block)
+                accept();
+            else
                 acceptLater(failure.message());
-                return;
-            }
-            // The next one is waited for first: what is thrown for this one keeps nobody out.
-            accept();
-            letIn(std::move(socket));
         });
     } catch (const std::bad_alloc& exception) {
         acceptLater(exception.what());
@@ -176,6 +187,16 @@ void Door::acceptLater(const std::string& why) {
         if (!cancelled && acceptor_.is_open())
             accept();
     });
+}
+
+void Door::letOneIn(error_code& failure) {
+    try {
+        auto socket = acceptor_.accept(failure);
+        if (!failure)
+            letIn(std::move(socket));
+    } catch (const std::bad_alloc&) {
+        failure = make_error_code(boost::system::errc::not_enough_memory);
+    }
 }
 
 void Door::letIn(Socket socket) {

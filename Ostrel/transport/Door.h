@@ -62,6 +62,7 @@ private:
     void removeFile() noexcept;
     void accept();
     void acceptLater(const std::string& why);
+    void letOneIn(boost::system::error_code& failure);
     void letIn(Socket socket);
 
     Address address_;

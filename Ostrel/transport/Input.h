@@ -4,6 +4,7 @@
 
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/basic_waitable_timer.hpp>
+#include <boost/beast/core/buffers_prefix.hpp>
 
 #include <chrono>
 #include <cstddef>
@@ -19,6 +20,9 @@ class Input {
 public:
     using executor_type = Socket::executor_type;
 
+    /// Bytes that are taken at a time, so that a round of all who send a long message is short.
+    static constexpr std::size_t readSize = 16u << 10;
+
     explicit Input(Conversation& conversation)
         : conversation_(conversation),
           gate_(conversation.getSocket().get_executor(), Clock::time_point::max()) {}
@@ -30,8 +34,9 @@ public:
             [this](auto&& done, const Buffers& where) {
                 whenAllowed([this, where, done = std::forward<decltype(done)>(done)]() mutable {
                     conversation_.getSocket().async_read_some(
-                        where, [this, done = std::move(done)](boost::system::error_code failure,
-                                                              std::size_t size) mutable {
+                        boost::beast::buffers_prefix(readSize, where),
+                        [this, done = std::move(done)](boost::system::error_code failure,
+                                                       std::size_t size) mutable {
                             if (!failure)
                                 conversation_.heard();
                             std::move(done)(failure, size);

@@ -32,6 +32,7 @@ struct Limits {
     std::chrono::milliseconds keepAlive{60'000}; ///< of an HTTP connection without a request
     std::chrono::milliseconds stalledReader{30'000}; ///< while bytes wait and none is taken
     std::chrono::milliseconds idleWebSocket{60'000}; ///< without an answer; pinged after half of it
+    std::chrono::milliseconds housekeeping{30'000}; ///< after a connection has closed, for what it left
     std::chrono::milliseconds closing{3'000}; ///< for a client to take the end of a conversation
 };
 

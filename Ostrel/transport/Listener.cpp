@@ -37,7 +37,6 @@ using boost::system::error_code;
 
 namespace {
 
-constexpr std::chrono::seconds housekeepTime{30};
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
 
@@ -149,13 +148,13 @@ private:
             peer->observer = std::make_shared<RequestLog>(guest.name + " #" + std::to_string(++welcomed_));
         const auto connection = std::make_shared<Connection>(*this, std::move(guest.socket),
                                                              std::move(guest.localAddress), std::move(peer));
-        if (full) {
-            refused_.insert(connection);
-            connection->refuse();
-        } else {
-            connections_.insert(connection);
-            open_ = connections_.size();
-            connection->start();
+        (full ? refused_ : connections_).insert(connection);
+        open_ = connections_.size();
+        try {
+            full ? connection->refuse() : connection->start();
+        } catch (...) {
+            connection->close();
+            throw;
         }
     }
 
@@ -184,7 +183,7 @@ private:
     void housekeepLater() {
         if (stopping_ || nextHousekeeping_ != Clock::time_point::max())
             return;
-        nextHousekeeping_ = Clock::now() + housekeepTime;
+        nextHousekeeping_ = Clock::now() + options_.limits.housekeeping;
         wakeAt(nextHousekeeping_);
     }
 

@@ -31,6 +31,9 @@ public:
     /// Declares a method, "INTERFACE::METHOD", to be one that may wait.
     void letWait(const std::string& name) { waitingMethods.insert(name); }
 
+    bool housekeep() override { return onHousekeep != nullptr && onHousekeep(); }
+    std::function<bool()> onHousekeep;
+
     std::string_view getDescription() const noexcept override { return description; }
     std::string description = "{\"openrpc\":1}\n";
 

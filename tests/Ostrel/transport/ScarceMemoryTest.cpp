@@ -1,0 +1,132 @@
+// What the platform does when there is no memory: nothing that is thrown leaves a thread, no
+// client waits for ever, and the next one is served.
+
+#include "Ostrel/transport/Listener.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestServer.h"
+#include "tests/support/WireClient.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <thread>
+
+#include <pthread.h>
+
+namespace {
+
+/// Which allocation fails, once, and on which thread.
+std::atomic<int> failsAfter = 0; ///< 0: none
+const char* failsOn = "";
+
+bool fails() noexcept {
+    if (failsAfter.load(std::memory_order_acquire) == 0)
+        return false;
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    return std::strncmp(name, failsOn, std::strlen(failsOn)) == 0 && failsAfter.fetch_sub(1) == 1;
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    auto* const memory = fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace Ostrel::Test {
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string echoReply = R"({"jsonrpc":"2.0","id":1,"result":"{}"})";
+
+std::string request(const std::string& method, const std::string& params = "{}") {
+    return R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + params + '}';
+}
+
+/// The start of a thread's name, and how often it must be tried at least.
+struct Place {
+    const char* thread;
+    int least;
+};
+
+std::ostream& operator<<(std::ostream& out, const Place& place) {
+    return out << place.thread;
+}
+
+class ScarceMemoryTest : public testing::TestWithParam<Place> {
+protected:
+    ScarceMemoryTest() {
+        server_.on("first", [this](const IRPC::RPCSynchronousMethodObject& call) {
+            server_.handleRPCNotification("Test::raised", "{}");
+            return TestServer::echo(call);
+        });
+    }
+
+    /// Everything that a client does, each with its reply or without; it may be cut off anywhere.
+    void converse() {
+        try {
+            WireClient client(listener_.getAddresses().front());
+            client.upgrade("/rpc/Test");
+            client.call(request("Test::first"));
+            client.call(request("Reader::echo"));
+            client.call('[' + request("Test::echo") + ',' + request("Test::echo") + ',' +
+                        request("Reader::echo") + ']');
+            client.call(request("Test::echo", R"({"a":")" + std::string(5000, 'x') + R"("})"));
+            client.sendFrame(9, "ping");
+            client.readFrame();
+            client.sendFrame(8, "\x03\xe8");
+            client.readFrame();
+            WireClient poster(listener_.getAddresses().front());
+            poster.post("/rpc/Test", request("Reader::echo"));
+            poster.post("/rpc/Test", "nonsense");
+        } catch (const std::exception&) {
+        }
+    }
+
+    const LogCapture log_;
+    TestServer server_;
+    // A client that nobody could tell that it lacks something is let go when its time runs out.
+    Listener listener_{{Address::parse("127.0.0.1:0")}, {{}, {}, ""}, {.limits = {.idleWebSocket = 100ms}}};
+};
+
+TEST_P(ScarceMemoryTest, WhicheverAllocationFailsTheNextClientIsServed) {
+    failsOn = GetParam().thread;
+    int tried = 0;
+    for (;; ++tried) {
+        SCOPED_TRACE(tried);
+        failsAfter.store(tried + 1, std::memory_order_release);
+        converse();
+        if (failsAfter.exchange(0) > 0)
+            break; // it was not come to any more
+        WireClient client(listener_.getAddresses().front());
+        client.upgrade("/rpc/Test");
+        ASSERT_EQ(client.call(request("Test::echo")), echoReply);
+        ASSERT_EQ(client.call(request("Reader::echo")), echoReply);
+    }
+    EXPECT_GE(tried, GetParam().least);
+}
+
+INSTANTIATE_TEST_SUITE_P(Threads, ScarceMemoryTest,
+                         testing::Values(Place{"listener", 100}, Place{"turn", 3}, Place{"reader", 10}),
+                         [](const auto& row) { return std::string(row.param.thread); });
+
+} // namespace
+} // namespace Ostrel::Test

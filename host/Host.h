@@ -12,10 +12,10 @@ namespace Ostrel {
 
 /// What the host is told on its command line.
 struct HostOptions {
-    std::vector<std::string> listen; ///< addresses as Address::parse() reads them
-    std::vector<std::string> allowedOrigins; ///< as Admission::parseOrigin() reads them
-    std::vector<std::string> allowedHosts; ///< as Admission::parseHost() reads them
-    std::string tokenFile; ///< empty for none
+    std::vector<std::string> listen = {}; ///< addresses as Address::parse() reads them
+    std::vector<std::string> allowedOrigins = {}; ///< as Admission::parseOrigin() reads them
+    std::vector<std::string> allowedHosts = {}; ///< as Admission::parseHost() reads them
+    std::string tokenFile = {}; ///< empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
 };

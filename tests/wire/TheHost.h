@@ -9,10 +9,7 @@ namespace Ostrel::Test {
 /// the built-in data are loaded once in a process.
 inline Host& theHost() {
     static const TempDirectory directory;
-    static Host host({.listen = {"127.0.0.1:0", "unix:" + directory.file("socket")},
-                      .allowedOrigins = {},
-                      .allowedHosts = {},
-                      .tokenFile = {}});
+    static Host host({.listen = {"127.0.0.1:0", "unix:" + directory.file("socket")}});
     return host;
 }
 

@@ -398,6 +398,7 @@ TEST_F(TVRPCServerTest, LongTextsAreDecodedWhileOthersHaveTheTurn) {
         EXPECT_EQ(module.calls.back(), "serviceListSet(" + base + ")");
         Turn::give();
         other.join();
+        module.onCall = nullptr;
         return hadBefore;
     };
     const std::string longBase(IRPC::RPCSynchronousMethodObject::shortParameters, 'x');

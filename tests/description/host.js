@@ -13,6 +13,7 @@ const program =
 
 /** The host, and one WebSocket to it on which one message at a time is answered. */
 export class Host {
+  address; // its host and port
   #process;
   #ended; // its exit status
   #log = ''; // the end of what it wrote to standard error
@@ -66,7 +67,8 @@ export class Host {
       once(createInterface(this.#process.stdout), 'line'), // it ends with the address
       this.#ended.then(() => assert.fail(`${program} does not start:\n${this.#log}`)),
     ]);
-    this.#socket = new WebSocket(`ws://${line.split('http://')[1]}/rpc/TV`, 'jsonrpc', {
+    this.address = line.split('http://')[1];
+    this.#socket = new WebSocket(`ws://${this.address}/rpc/TV`, 'jsonrpc', {
       perMessageDeflate: false,
     });
     this.#socket.on('message', (text) => {

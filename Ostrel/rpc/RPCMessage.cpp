@@ -63,6 +63,8 @@ public:
                !server_.mayWait(envelope_.name);
     }
 
+    bool isRefused() const noexcept { return isRead_ && !envelope_.refusal.empty(); }
+
     void step() noexcept {
         try {
             if (!std::exchange(isRead_, true)) {
@@ -82,6 +84,8 @@ public:
             giveUp();
         }
     }
+
+    std::size_t getReplySize() const noexcept { return reply_.capacity(); }
 
     std::string takeReply() { return std::move(reply_); }
 
@@ -260,8 +264,16 @@ bool RPCMessage::isQuick() const noexcept {
     return parts_->isQuick();
 }
 
+bool RPCMessage::isRefused() const noexcept {
+    return parts_->isRefused();
+}
+
 void RPCMessage::step() noexcept {
     parts_->step();
+}
+
+std::size_t RPCMessage::getReplySize() const noexcept {
+    return parts_->getReplySize();
 }
 
 std::string RPCMessage::takeReply() {

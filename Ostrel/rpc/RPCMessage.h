@@ -41,9 +41,16 @@ public:
     /// Not to be asked when done.
     bool isQuick() const noexcept;
 
+    /// Whether the next step reaches no handler, since it is for what is no request. Not to be asked
+    /// when done.
+    bool isRefused() const noexcept;
+
     /// Does the next step. Never throws; whatever is wrong becomes the reply. When the client has
     /// gone, the message is done and has no reply.
     void step() noexcept;
+
+    /// Bytes that the reply has so far.
+    std::size_t getReplySize() const noexcept;
 
     /// The reply's text, to be taken once when done; empty when there is nothing to reply.
     std::string takeReply();

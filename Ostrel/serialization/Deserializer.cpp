@@ -98,6 +98,10 @@ void Deserializer::leaveMember(const std::string&) {
     document_->levels.pop_back();
 }
 
+std::size_t Deserializer::getSize() const {
+    return document_->text.size();
+}
+
 bool Deserializer::has(const std::string& key) const {
     return document_->find(key) != nullptr;
 }
@@ -147,10 +151,10 @@ std::string Deserializer::readObjectText(const std::string& key) const {
 
 void Deserializer::refuseUnknown(std::initializer_list<const char*> known) const {
     for (const auto& member : document_->current()) {
+        if (std::any_of(known.begin(), known.end(), [&](const char* name) { return member.isNamed(name); }))
+            continue;
         std::string storage;
         const auto name = member.key.readString(storage);
-        if (std::find(known.begin(), known.end(), name) != known.end())
-            continue;
         const auto where = document_->path(excerpt(name));
         throw DecodeError("unknown member \"" + where + '"', where);
     }

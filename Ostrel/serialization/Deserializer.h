@@ -40,6 +40,9 @@ public:
     Deserializer(const Deserializer&) = delete;
     Deserializer& operator=(const Deserializer&) = delete;
 
+    /// Bytes of the whole text.
+    std::size_t getSize() const;
+
     /// Whether the current object has a member of that name, null included.
     bool has(const std::string& key) const;
 

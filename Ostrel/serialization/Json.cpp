@@ -134,6 +134,24 @@ std::size_t skipString(std::string_view text, std::size_t at) {
     return at + 1;
 }
 
+/// Reads a byte of a string, or an escape as the number of its UTF-16 unit, and goes behind it.
+unsigned readCharacter(std::string_view inside, std::size_t& at) {
+    constexpr std::string_view signs = "bfnrt";
+    constexpr std::string_view controls = "\b\f\n\r\t";
+    const char c = inside[at++];
+    if (c != '\\')
+        return static_cast<unsigned char>(c);
+    const char sign = inside[at++];
+    if (sign != 'u') {
+        const auto found = signs.find(sign);
+        return static_cast<unsigned char>(found == signs.npos ? sign : controls[found]);
+    }
+    unsigned unit = 0;
+    std::from_chars(inside.data() + at, inside.data() + at + 4, unit, 16);
+    at += 4;
+    return unit;
+}
+
 /// Where the value ends that begins there.
 std::size_t skipValue(std::string_view text, std::size_t at) {
     if (text[at] == '"')
@@ -223,9 +241,16 @@ std::vector<JsonMember> JsonValue::getMembers() const {
     return members;
 }
 
+// Without decoding the key, of which a long text may hold very many.
 bool JsonMember::isNamed(std::string_view name) const {
-    std::string storage;
-    return key.readString(storage) == name;
+    const auto raw = key.getText().substr(1, key.getText().size() - 2);
+    std::size_t matched = 0;
+    for (std::size_t at = 0; at < raw.size(); ++matched) {
+        const auto code = readCharacter(raw, at);
+        if (matched == name.size() || code != static_cast<unsigned char>(name[matched]))
+            return false;
+    }
+    return matched == name.size();
 }
 
 const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name) {

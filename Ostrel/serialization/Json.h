@@ -79,10 +79,12 @@ struct JsonMember {
     JsonValue key; ///< a string
     JsonValue value;
 
+    /// @param name  ASCII
     bool isNamed(std::string_view name) const;
 };
 
 /// Finds the member that counts, which is the last one of that name; null when there is none.
+/// @param name  ASCII
 const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name);
 
 } // namespace Ostrel

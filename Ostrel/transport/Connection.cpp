@@ -64,7 +64,7 @@ void Connection::stop() {
         sayGoodbye(boost::beast::websocket::close_code::going_away);
     else if (phase_ == Phase::Working)
         keepAlive_ = false;
-    else if (phase_ <= Phase::ReadingHead && !waits_)
+    else if (phase_ <= Phase::ReadingHead && output_.hasGivenAll())
         close(); // nothing is under way
     else if (phase_ < Phase::Open)
         finish();
@@ -246,7 +246,8 @@ bool Connection::isUnread() const {
 /// A client that has ended its sending has gone when it speaks WebSocket, where it would say
 /// goodbye first. One that speaks HTTP may still wait for its answer, or may have closed
 /// altogether: that shows only when it is sent something, which a closed socket answers with a
-/// reset. So, when the work takes long, it is sent an interim response, which clients skip.
+/// reset. So, when the work takes long, it is sent an interim response, which clients skip; one of
+/// HTTP/1.0 would not, and counts as gone.
 bool Connection::hasGone(Clock::time_point now) {
     pollfd socket{socket_.native_handle(), POLLRDHUP, 0};
     ::poll(&socket, 1, 0);
@@ -256,8 +257,11 @@ bool Connection::hasGone(Clock::time_point now) {
         return false;
     if (webSocket_ != nullptr)
         return true;
-    const bool takesInterim = phase_ == Phase::Working && reader_->getRequest().version() >= 11;
-    if (takesInterim && !asked_ && now - workingSince_ >= askAfter) {
+    if (phase_ != Phase::Working || now - workingSince_ < askAfter)
+        return false;
+    if (reader_->getRequest().version() < 11)
+        return true;
+    if (!asked_) {
         asked_ = true;
         send("HTTP/1.1 102 Processing\r\n\r\n", std::string());
     }
@@ -386,7 +390,7 @@ void Connection::readBody() {
         answer(std::move(*refusal));
         return;
     }
-    if (boost::beast::iequals(head[http::field::expect], "100-continue"))
+    if (head.version() >= 11 && boost::beast::iequals(head[http::field::expect], "100-continue"))
         send("HTTP/1.1 100 Continue\r\n\r\n", std::string());
     enter(Phase::ReadingBody);
     reader_->readBody([this](const error_code& failure) {
@@ -465,8 +469,12 @@ void Connection::work(RPCServer& server, std::string_view text) {
     // Counts until its reply has come, or whoever carries it out drops it.
     const auto counted = std::make_shared<MessageBudget::Work>(hub_.getBudget(), text.size());
     message_.finish();
-    auto done = [self = std::static_pointer_cast<Connection>(shared_from_this()),
+    // Whoever drops it on another thread must not be the last to know the connection.
+    auto done = [weak = std::weak_ptr(std::static_pointer_cast<Connection>(shared_from_this())),
                  counted](std::string reply) {
+        const auto self = weak.lock();
+        if (self == nullptr)
+            return;
         try {
             asio::post(self->socket_.get_executor(),
                        self->guarded([&connection = *self, counted, reply = std::move(reply)]() mutable {

@@ -54,6 +54,9 @@ public:
     /// is dropped. A WebSocket's client that reads again within the closing time is told why.
     void cutOff();
 
+    /// Whether a message is being carried out elsewhere.
+    bool isWorking() const { return working_; }
+
     /// Looks whether a time has run out.
     void tick(Clock::time_point now);
 

@@ -194,7 +194,7 @@ void Door::letOneIn(error_code& failure) {
         auto socket = acceptor_.accept(failure);
         if (!failure)
             letIn(std::move(socket));
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         failure = make_error_code(boost::system::errc::not_enough_memory);
     }
 }

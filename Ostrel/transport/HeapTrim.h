@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <limits>
 
 namespace Ostrel {
 
@@ -10,6 +11,9 @@ namespace Ostrel {
 class HeapTrim {
 public:
     using Clock = std::chrono::steady_clock;
+
+    /// More than anything that is under way.
+    static constexpr std::size_t everything = std::numeric_limits<std::size_t>::max();
 
     /// What is under way has come to so many bytes.
     void saw(std::size_t bytes) noexcept { due_ = due_ || bytes > large; }

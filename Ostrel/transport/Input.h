@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 namespace Ostrel {
@@ -55,9 +56,13 @@ public:
             handler();
             return;
         }
-        gate_.async_wait([this, handler = std::move(handler)](boost::system::error_code) mutable {
-            whenAllowed(std::move(handler));
-        });
+        try {
+            gate_.async_wait([this, handler = std::move(handler)](boost::system::error_code) mutable {
+                whenAllowed(std::move(handler));
+            });
+        } catch (const std::bad_alloc& exception) {
+            conversation_.fail(exception.what()); // nobody else would ever end it
+        }
     }
 
     /// The conversation may perhaps read now.

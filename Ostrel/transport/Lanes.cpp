@@ -9,14 +9,26 @@
 #include <utility>
 
 #include <pthread.h>
+#include <time.h>
 
 namespace Ostrel {
 
 namespace {
 
-constexpr double quickMilliseconds = 50; ///< who has used less of late is quick
+constexpr double quickMilliseconds = 100; ///< who has used less of late is quick
 constexpr double leastMilliseconds = 0.01; ///< less makes no difference
-constexpr std::chrono::duration<double> halfLife{1}; ///< of time that was used
+/// Of time that was used. Long, since it fades for those who wait as well: who waits for a few of these
+/// goes before others who have used much less.
+constexpr std::chrono::duration<double> halfLife{10};
+constexpr std::size_t repliesTogether = 64u << 20; ///< bytes of replies in the making
+constexpr std::chrono::milliseconds lookAgain{100}; ///< whether a client has become quick meanwhile
+
+/// That this thread has had.
+Lanes::Client::Clock::duration getProcessorTime() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 double toMilliseconds(Lanes::Client::Clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
@@ -27,7 +39,7 @@ double toMilliseconds(Lanes::Client::Clock::duration time) {
 // Clients
 
 Lanes::Client::Client(std::shared_ptr<RPCPeer> peer, Clock::time_point now) : peer_(std::move(peer)) {
-    setUsed(2 * quickMilliseconds, now);
+    setUsed(1.1 * quickMilliseconds, now);
 }
 
 // Urgency is the logarithm of the time used, and grows as that fades: it can be compared without
@@ -97,7 +109,9 @@ std::optional<std::string> Lanes::carryOut(std::string_view text, RPCServer& ser
     if (text.size() <= RPCMessage::smallText) {
         message->step();
         // Of a batch only the first request is tried here.
-        if (!message->isDone() && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
+        if (!message->isDone() && message->isRefused())
+            message->step();
+        else if (!message->isDone() && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
             message->step();
             Turn::give();
         }
@@ -109,15 +123,17 @@ std::optional<std::string> Lanes::carryOut(std::string_view text, RPCServer& ser
 }
 
 void Lanes::leave(Client& client) noexcept {
-    Queue::node_type dropped; // outlives the lock: it may hold the last of its connection
+    Queue::node_type dropped; // outlives the lock, which is no place to destroy it
     const std::lock_guard lock(mutex_);
     client.getPeer()->gone = true;
     for (auto* lane : {&turn_, &readers_}) {
         const auto found = std::find_if(lane->queue.begin(), lane->queue.end(), [&](const auto& entry) {
             return entry.second.client.get() == &client;
         });
-        if (found != lane->queue.end())
-            dropped = lane->queue.extract(found);
+        if (found == lane->queue.end())
+            continue;
+        dropped = lane->queue.extract(found);
+        noteReply(dropped.mapped(), 0);
     }
 }
 
@@ -135,7 +151,7 @@ void Lanes::enqueue(Job job) {
 /// A job keeps its place in memory as it goes from queue to queue, so that nothing can fail once
 /// it is in the first. With the lock held.
 void Lanes::push(Queue::node_type job) {
-    auto& [client, message, done, chore, isDear] = job.mapped();
+    auto& [client, message, done, chore, isDear, replySize] = job.mapped();
     auto& lane = message != nullptr && message->needsTurn() && message->isQuick() ? turn_ : readers_;
     job.key() = client != nullptr ? client->getUrgency() : std::numeric_limits<double>::lowest();
     isDear = false;
@@ -160,21 +176,33 @@ Lanes::Queue::node_type Lanes::takeJob(Lane& lane, std::unique_lock<std::mutex>&
             return {};
         if (!lane.queue.empty()) {
             // When the first is too dear to be done now, so are all behind it.
-            const auto first = lane.queue.begin();
-            auto& job = first->second;
-            job.isDear = job.client != nullptr && !job.client->isQuick(Client::Clock::now());
-            if (!job.isDear || lane.dear < lane.mostDear) {
-                lane.dear += job.isDear ? 1 : 0;
-                return lane.queue.extract(first);
+            const auto isDear = [](const Job& job) {
+                return job.client != nullptr && !job.client->isQuick(Client::Clock::now());
+            };
+            auto next = lane.queue.begin();
+            auto most = lane.mostDear;
+            if (replies_ > repliesTogether && isDear(next->second)) {
+                // One reply is made to its end, so that not all of them grow.
+                most = 1;
+                next = std::max_element(lane.queue.begin(), lane.queue.end(), [](auto& left, auto& right) {
+                    return left.second.replySize < right.second.replySize;
+                });
             }
+            auto& job = next->second;
+            job.isDear = isDear(job);
+            if (!job.isDear || lane.dear < most) {
+                lane.dear += job.isDear ? 1 : 0;
+                return lane.queue.extract(next);
+            }
+            lane.wanted.wait_for(lock, lookAgain);
+        } else {
+            lane.wanted.wait(lock);
         }
-        lane.wanted.wait(lock);
     }
 }
 
-/// Does one step of a job and returns how long it took, without the wait for the turn.
+/// Does one step of a job and returns what time of a processor it took.
 Lanes::Client::Clock::duration Lanes::work(Job& job) {
-    using Clock = Client::Clock;
     if (job.message == nullptr) {
         job.chore();
         return {};
@@ -182,28 +210,36 @@ Lanes::Client::Clock::duration Lanes::work(Job& job) {
     std::optional<Turn::Hold> turn;
     if (job.message->needsTurn())
         turn.emplace();
-    const auto begin = Clock::now();
+    const auto begin = getProcessorTime();
     job.message->step();
-    return Clock::now() - begin;
+    return getProcessorTime() - begin;
+}
+
+/// What is there of a job's reply has become more or less. With the lock held.
+void Lanes::noteReply(Job& job, std::size_t size) {
+    replies_ = replies_ - job.replySize + size;
+    job.replySize = size;
 }
 
 /// Sees to what is left of a job after a step. With the lock held, though not while a reply is
 /// handed over.
 void Lanes::handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
                      std::unique_lock<std::mutex>& lock) {
-    auto& [client, message, done, chore, isDear] = job.mapped();
+    auto& [client, message, done, chore, isDear, replySize] = job.mapped();
     lane.dear -= isDear ? 1 : 0;
     if (client != nullptr)
         client->charge(took, Client::Clock::now());
     const bool isLeft = client == nullptr || client->getPeer()->gone;
     if (!isLeft && !message->isDone()) {
+        noteReply(job.mapped(), message->getReplySize());
         push(std::move(job));
         return;
     }
+    noteReply(job.mapped(), 0);
     lock.unlock();
     if (!isLeft)
         done(message->takeReply());
-    job = {}; // perhaps the last of a connection
+    job = {};
     lock.lock();
 }
 

@@ -37,7 +37,7 @@ public:
 
         const std::shared_ptr<RPCPeer>& getPeer() const { return peer_; }
 
-        /// Adds to the time that the client has used. What it used a second ago counts half.
+        /// Adds to the time that the client has used. What it used ten seconds ago counts half.
         void charge(Clock::duration time, Clock::time_point now);
 
         /// Lower goes first. It compares with that of others at any time, since what all of them have used
@@ -68,8 +68,8 @@ public:
 
     /// Carries every request of the message out. A client has one message here at a time.
     /// @param text  may go away
-    /// @param done  called on another thread, unless the message was done here or the client has
-    ///              left; must not throw
+    /// @param done  called on another thread, unless the message was done here, the client has
+    ///              left or the lanes stop; must not throw. It may be destroyed on any thread.
     /// @returns the reply when the message was done here
     std::optional<std::string> carryOut(std::string_view text, RPCServer& server,
                                         const std::shared_ptr<Client>& client,
@@ -95,6 +95,7 @@ private:
         Done done = {};
         std::function<void()> chore = {};
         bool isDear = false; ///< while a thread has it: it is among those that Lane::dear counts
+        std::size_t replySize = 0; ///< bytes of its reply so far, while it waits
     };
 
     /// By urgency: the first goes first.
@@ -113,11 +114,13 @@ private:
     void run(Lane& lane);
     Queue::node_type takeJob(Lane& lane, std::unique_lock<std::mutex>& lock);
     static Client::Clock::duration work(Job& job);
+    void noteReply(Job& job, std::size_t size);
     void handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
                   std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_; ///< guards what follows, and what the lanes know of their clients
     bool stopping_ = false;
+    std::size_t replies_ = 0; ///< bytes of replies in the making
     Lane turn_;
     Lane readers_;
     std::vector<std::thread> threads_;

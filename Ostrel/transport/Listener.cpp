@@ -69,8 +69,10 @@ public:
             return;
         asio::post(context_, [this] { stopAll(); });
         allGone_.get_future().wait_for(farewellTime);
+        lanes_.beginStop();
+        asio::post(context_, [this] { closeAll(); }); // what is under way learns that nobody waits
         lanes_.stop();
-        asio::post(context_, [this] { closeAll(); });
+        asio::post(context_, [this] { end(); });
         thread_.join();
     }
 
@@ -110,8 +112,14 @@ public:
         try {
             timer_.expires_at(when);
             timer_.async_wait([this](error_code failure) {
-                if (!failure)
+                if (failure)
+                    return;
+                try {
                     tick();
+                } catch (const std::exception& exception) {
+                    complain("tick", exception.what());
+                    wakeAt(lastTick_); // what was left out is not forgotten
+                }
             });
             nextTick_ = when;
         } catch (const std::exception& exception) {
@@ -124,6 +132,10 @@ public:
     }
 
     void remove(Connection& connection) override {
+        if (connection.isWorking()) {
+            heap_.saw(HeapTrim::everything); // what was being made for it may have been large
+            wakeAt(Clock::now());
+        }
         for (auto* connections : {&connections_, &refused_}) {
             const auto found = std::find_if(connections->begin(), connections->end(),
                                             [&](const auto& other) { return other.get() == &connection; });
@@ -245,7 +257,11 @@ private:
 
     void closeAll() {
         forEachConnection([](Connection& connection) { connection.close(); });
-        // Behind what the connections have posted to take themselves apart.
+    }
+
+    /// Behind what the connections have posted to take themselves apart.
+    void end() {
+        closeAll();
         asio::post(context_, [this] { context_.stop(); });
     }
 
@@ -285,7 +301,11 @@ private:
             }
             if (worst == nullptr)
                 return;
-            worst->cutOff();
+            try {
+                worst->cutOff();
+            } catch (...) {
+                worst->close(); // which is no fault of whoever is served now
+            }
         }
     }
 

@@ -22,7 +22,7 @@ struct ListenerOptions {
 /// Serves the running RPC servers over WebSocket and HTTP, on as many addresses as wanted.
 ///
 /// One thread does all input and output; handlers run there or on lanes beside it. Nothing a
-/// client sends or leaves out stops it, and no client waits for another.
+/// client sends or leaves out stops it, and no client waits for one that is slow.
 class OSTREL_API Listener {
 public:
     /// Binds the addresses and begins to serve: whole or not at all.

@@ -1,16 +1,18 @@
 #include "Ostrel/transport/MessageBudget.h"
 
+#include <algorithm>
+
 namespace Ostrel {
 
 void MessageBudget::serve() {
     while (!line_.empty()) {
-        const bool nevertheless = favoured_ == nullptr && working_ < message_;
+        const bool nevertheless = favoured_.size() < mostFavoured && working_ < message_;
         if (!hasRoom() && !nevertheless)
             return;
         auto& reader = *line_.front();
-        line_.pop_front();
         if (!hasRoom())
-            favoured_ = &reader;
+            favoured_.push_back(&reader);
+        line_.pop_front();
         reader.inLine_ = false;
         reader.hold(reader.size_ + step);
         reader.goOn_();
@@ -18,10 +20,8 @@ void MessageBudget::serve() {
 }
 
 void MessageBudget::tick() {
-    for (int i = 0; i < favouredAtATick && !line_.empty(); ++i) {
-        favoured_ = nullptr;
-        serve();
-    }
+    favoured_.clear();
+    serve();
 }
 
 bool MessageBudget::Reader::mayRead(std::size_t size) {
@@ -30,12 +30,12 @@ bool MessageBudget::Reader::mayRead(std::size_t size) {
         return true;
     if (inLine_)
         return false;
-    if (budget_.favoured_ == this) {
+    if (std::count(budget_.favoured_.begin(), budget_.favoured_.end(), this) > 0) {
         hold(size + step);
         return true;
     }
-    inLine_ = true;
     budget_.line_.push_back(this);
+    inLine_ = true;
     budget_.serve();
     return !inLine_;
 }
@@ -44,8 +44,7 @@ void MessageBudget::Reader::finish() {
     if (inLine_)
         std::erase(budget_.line_, this);
     inLine_ = false;
-    if (budget_.favoured_ == this)
-        budget_.favoured_ = nullptr;
+    std::erase(budget_.favoured_, this);
     hold(0);
     budget_.serve();
 }

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <utility>
+#include <vector>
 
 namespace Ostrel {
 
@@ -43,7 +44,7 @@ public:
     std::size_t takePeak() { return std::exchange(peak_, getTotal()); }
 
 private:
-    static constexpr int favouredAtATick = 8;
+    static constexpr std::size_t mostFavoured = 32;
 
     bool hasRoom() const { return getTotal() < limit_; }
     void noteTotal() { peak_ = std::max(peak_, getTotal()); }
@@ -54,16 +55,15 @@ private:
     std::atomic<std::size_t> working_ = 0;
     std::size_t peak_ = 0;
     std::deque<Reader*> line_;
-    Reader* favoured_ = nullptr; ///< who reads on though there is no room
+    std::vector<Reader*> favoured_; ///< who read on though there is no room, until the next tick
 };
 
-/// One client's part: the message that is being read.
+/// One client's part: the message that is being read. To be finished before it is destroyed, which
+/// may happen on any thread.
 class MessageBudget::Reader {
 public:
     /// @param goOn  called when a mayRead() that was refused will be granted
     Reader(MessageBudget& budget, std::function<void()> goOn) : budget_(budget), goOn_(std::move(goOn)) {}
-    ~Reader() { finish(); }
-
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 

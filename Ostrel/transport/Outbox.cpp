@@ -41,6 +41,7 @@ void Outbox::push(std::string head, std::string body) {
     } else if (takesMore(size)) {
         auto& last = chunks_.back();
         const auto before = last.cost();
+        last.head.reserve(last.head.size() + size); // all or nothing
         last.head.append(head).append(body);
         size_ += size;
         changeCost(before, last.cost());

@@ -26,8 +26,6 @@ public:
         running_ = running;
     }
 
-    bool isRunning() const { return running_; }
-
     /// When it runs out, unless it stands still before that; max() for never.
     Clock::time_point getEnd() const {
         return running_ && !endless_ ? since_ + left_ : Clock::time_point::max();

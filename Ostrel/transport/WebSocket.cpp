@@ -44,7 +44,7 @@ bool WebSocket::accept(const Http::Request& request, const std::string& subProto
                                                         websocket::stream_base::none(), false});
     stream_->set_option(websocket::stream_base::decorator([subProtocol](websocket::response_type& response) {
         response.set("X-Content-Type-Options", "nosniff");
-        response.erase(http::field::server);
+        response.set(http::field::server, "ostrel"); // else Beast's name and version
         if (!subProtocol.empty())
             response.set(http::field::sec_websocket_protocol, subProtocol);
     }));

@@ -109,7 +109,7 @@ std::string TVRPCServer::createContext(const Call& call) {
 }
 
 std::string TVRPCServer::deleteContext(const Call& call) {
-    const auto request = deserialize<Request>(call.getParameters());
+    const auto request = decode<Request>(call.getParameters());
     if (!release(request.getContext()))
         refuseContext("deleteContext", 0);
     return IRPC::RPCReturnObject(call).serialize();

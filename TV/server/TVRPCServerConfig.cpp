@@ -7,6 +7,7 @@
 #include "TV/server/TVModuleContext.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Ostrel::TV {
@@ -14,6 +15,10 @@ namespace Ostrel::TV {
 namespace {
 
 std::shared_ptr<ITVConfig::TuningParams> readTuningParams(Deserializer& payload) {
+    // They may be as long as the payload, which is too long to be read with the turn in hand.
+    std::optional<Turn::Pause> pause;
+    if (payload.getSize() > IRPC::RPCSynchronousMethodObject::shortParameters)
+        pause.emplace();
     return std::shared_ptr<ITVConfig::TuningParams>(
         createSerialObject<ITVConfig::TuningParams>("tuningParams", payload));
 }

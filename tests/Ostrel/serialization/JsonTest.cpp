@@ -205,6 +205,24 @@ TEST(JsonTest, MembersComeInOrderAndAsOftenAsTheyStand) {
     EXPECT_TRUE(JsonValue(" { } ").getMembers().empty());
 }
 
+TEST(JsonTest, KeysAreComparedAsWhatTheyStandFor) {
+    const auto isNamed = [](const std::string& key, const char* name) {
+        EXPECT_FALSE(checkJson('"' + key + '"')) << key;
+        const auto text = "{\"" + key + "\":1}";
+        return JsonValue(text).getMembers().front().isNamed(name);
+    };
+    EXPECT_TRUE(isNamed("limit", "limit"));
+    EXPECT_TRUE(isNamed(R"(l\u0069m\u0069t)", "limit"));
+    EXPECT_TRUE(isNamed(R"(a\/\"\\b)", "a/\"\\b"));
+    EXPECT_TRUE(isNamed(R"(\b\f\n\r\t)", "\b\f\n\r\t"));
+    EXPECT_FALSE(isNamed("limi", "limit"));
+    EXPECT_FALSE(isNamed("limits", "limit"));
+    EXPECT_FALSE(isNamed("", "limit"));
+    EXPECT_FALSE(isNamed(R"(\u016cimit)", "limit")); // 0x16c is no l
+    EXPECT_FALSE(isNamed(R"(\ud83d\ude00)", "limit"));
+    EXPECT_FALSE(isNamed("\xc3\xa9", "e"));
+}
+
 TEST(JsonTest, TheLastMemberOfANameCounts) {
     const auto members = JsonValue(R"({"a":1,"b":2,"\u0061":3})").getMembers();
     ASSERT_NE(findMember(members, "a"), nullptr);

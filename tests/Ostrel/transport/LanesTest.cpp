@@ -79,9 +79,9 @@ struct LanesTest : testing::Test {
 TEST(LanesClientTest, WhatWasUsedFades) {
     const auto begin = Clock::now();
     Lanes::Client client(nullptr, begin - 1h);
-    client.charge(80ms, begin);
+    client.charge(160ms, begin);
     EXPECT_FALSE(client.isQuick(begin));
-    EXPECT_TRUE(client.isQuick(begin + 1s));
+    EXPECT_TRUE(client.isQuick(begin + 10s));
 }
 
 TEST(LanesClientTest, WhoHasJustComeHasNotShownToBeQuick) {
@@ -96,9 +96,9 @@ TEST(LanesClientTest, UrgenciesCompareWheneverTheyWereMade) {
     Lanes::Client early(nullptr, begin - 1h);
     Lanes::Client late(nullptr, begin - 1h);
     early.charge(800ms, begin);
-    late.charge(300ms, begin + 1s);
+    late.charge(300ms, begin + 10s);
     EXPECT_GT(early.getUrgency(), late.getUrgency()); // 400 ms are left of the 800
-    late.charge(200ms, begin + 1s);
+    late.charge(200ms, begin + 10s);
     EXPECT_LT(early.getUrgency(), late.getUrgency());
 }
 

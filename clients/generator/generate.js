@@ -1,5 +1,6 @@
 // Makes what is made from the description:
 //
+//     node generate.js typescript [FILE]    types and typed methods for clients/typescript
 //     node generate.js reference [FILE]     the reference for people, docs/reference.md
 //
 // FILE is written if its text changes; without one the text goes to standard output.
@@ -7,9 +8,10 @@
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname } from 'node:path';
 import { reference } from './reference.js';
+import { typescript } from './typescript.js';
 
 /** @type {Record<string, () => string>} */
-const generators = { reference };
+const generators = { reference, typescript };
 const [name = '', file] = process.argv.slice(2);
 const generate = generators[name];
 

@@ -1,0 +1,168 @@
+// Makes TypeScript of the description: the records, what each method takes and gives, and a class
+// of typed methods for each interface. What the description says of them is what editors show.
+
+import { interfaces, methods, nameOf, notifications, openrpc, paramOf, rangeOf, reasonFor, resolve, valuesOf } from './description.js';
+
+/** @typedef {import('./description.js').Schema} Schema  @typedef {import('./description.js').Method} Method */
+
+const { schemas, errors } = openrpc.components;
+
+/** Methods are called as `tv.service.NAME()`, notifications heard by their names without "on".
+ * @param {string} name */
+const shortName = (name) => name.split('::')[1];
+/** @param {string} name */
+const eventName = (name) => name.replace(/^.*::on(.)/, (_, first) => first.toLowerCase());
+
+/** Names of the wire become those of this library, which its readers can type.
+ * @param {string} text */
+const localized = (text) => text.replaceAll(/`ITV\w+::on(\w)(\w*)`/g, (_, first, rest) => `\`${first.toLowerCase()}${rest}\``).replaceAll('*/', '*\\/');
+
+/** Returns a doc comment. @param {(string | undefined)[]} paragraphs  @param {string} indent */
+function comment(paragraphs, indent) {
+  const lines = paragraphs.filter((text) => text).join('\n\n').split('\n');
+  const text = lines.map(localized);
+  if (text.length === 1) return `${indent}/** ${text[0]} */\n`;
+  return `${indent}/**\n${text.map((line) => `${indent} * ${line}`.trimEnd()).join('\n')}\n${indent} */\n`;
+}
+
+/** What a schema says of a value, in paragraphs. @param {Schema} schema */
+function explain(schema) {
+  const range = rangeOf(schema);
+  const facts = [
+    schema['x-unit'] && `Unit: ${schema['x-unit']}.`,
+    range && !['unsigned', 'int'].includes(range) && `Range: ${range}.`,
+    schema.maxItems && `At most ${schema.maxItems}.`,
+    schema.default !== undefined && `Default: ${JSON.stringify(schema.default)}.`,
+  ];
+  return [
+    schema.description,
+    valuesOf(schema).map(({ value, meaning }) => `- \`${JSON.stringify(value)}\` ${meaning}`).join('\n'),
+    facts.filter(Boolean).join(' '),
+    schema.deprecated && '@deprecated',
+  ];
+}
+
+const simple = { integer: 'number', number: 'number', string: 'string', boolean: 'boolean', null: 'null' };
+
+/** Returns the type of a schema's values. @param {Schema} schema  @param {string} indent  @returns {string} */
+function typeOf(schema, indent = '') {
+  if (schema.$ref !== undefined) return nameOf(/** @type {any} */ (schema));
+  if (schema.const !== undefined) return JSON.stringify(schema.const);
+  if (schema.oneOf !== undefined) return schema.oneOf.map((/** @type {Schema} */ choice) => typeOf(choice, indent)).join(' | ');
+  if (schema.type === 'array') return `Array<${typeOf(schema.items, indent)}>`;
+  if (schema.type === 'object') return `{\n${members(schema, `${indent}  `)}${indent}}`;
+  return [schema.type].flat().map((type) => simple[/** @type {keyof simple} */ (type)]).join(' | ');
+}
+
+/** @param {Schema} schema  @param {string} indent */
+function members(schema, indent) {
+  return Object.entries(schema.properties ?? {})
+    .map(([name, member]) => {
+      const optional = schema.required?.includes(name) ? '' : '?';
+      const said = comment(explain(member.description ? member : resolve(member)), indent);
+      return `${said}${indent}${name}${optional}: ${typeOf(member, indent)};\n`;
+    })
+    .join('');
+}
+
+/** @param {[string, Schema]} entry */
+function record([name, schema]) {
+  const said = comment(explain(schema), '');
+  if (schema.type === 'object') return `${said}export interface ${name} ${typeOf(schema)}\n`;
+  return `${said}export type ${name} = ${typeOf(schema)};\n`;
+}
+
+/** The payload that a caller gives; undefined where there is nothing to give. @param {Method} method */
+function payloadOf(method) {
+  const schema = paramOf(method, 'payload');
+  return schema?.properties === undefined ? undefined : schema;
+}
+
+/** @param {string} text */
+const capitalized = (text) => text[0].toUpperCase() + text.slice(1);
+/** @param {Method} method */
+const payloadName = (method) => `${capitalized(shortName(method.name))}Payload`;
+
+/** @param {Method} method */
+function payloadRecord(method) {
+  const schema = payloadOf(method);
+  return schema && `/** What {@link ${method.name.replace('::', '.')}} takes. */\nexport interface ${payloadName(method)} ${typeOf(schema)}\n`;
+}
+
+/** @param {Method} method */
+function typedMethod(method) {
+  const refused = Object.keys(method['x-refused'] ?? {});
+  const said = comment(
+    [
+      `${method.summary}.`,
+      method.description,
+      method.result.schema.description && `Result: ${method.result.schema.description}`,
+      method.result.schema['x-unit'] && `Unit: ${method.result.schema['x-unit']}.`,
+      refused.map((error) => `@throws {ServiceError} \`${error}\`: ${reasonFor(method, error)}`).join('\n'),
+    ],
+    '  ',
+  );
+  const payload = payloadOf(method);
+  const parameter = payload === undefined ? '' : `payload: ${payloadName(method)}, `;
+  const argument = payload !== undefined ? 'payload' : paramOf(method, 'payload') ? '{}' : 'undefined';
+  return `${said}  ${shortName(method.name)}(${parameter}options?: CallOptions): Promise<${typeOf(method.result.schema, '  ')}> {
+    return this.tv.call('${method.name}', ${argument}, options);
+  }\n`;
+}
+
+/** @param {[string, Method[]]} entry */
+const typedInterface = ([name, list]) => `/** The methods of \`${name}\`, by the wire's own names. */
+export class ${name}<T extends Caller = Caller> {
+  constructor(protected readonly tv: T) {}
+
+${list.map(typedMethod).join('\n')}}
+`;
+
+/** @param {Method} method */
+function methodEntry(method) {
+  const payload = payloadOf(method);
+  const type = payload ? payloadName(method) : paramOf(method, 'payload') ? 'object' : 'undefined';
+  return `${comment([`${method.summary}.`], '  ')}  '${method.name}': { payload: ${type}; result: ${typeOf(method.result.schema, '  ')} };\n`;
+}
+
+/** @param {Method} method */
+function notificationEntry(method) {
+  const properties = Object.fromEntries(method.params.map((/** @type {any} */ { name, schema }) => [name, schema]));
+  const params = { type: 'object', required: Object.keys(properties), properties };
+  return `${comment([`${method.summary}.`, method.description], '  ')}  ${eventName(method.name)}: ${typeOf(params, '  ')};\n`;
+}
+
+const resultCodes = Object.values(errors)
+  .map(({ data }) => data && resolve(data).properties)
+  .filter((properties) => properties?.returnCode);
+const withoutData = Object.entries(errors).filter(([, { data }]) => data === undefined);
+const errorNames = new Set([...resultCodes.map(({ name }) => name.const), ...withoutData.map(([name]) => name)]);
+const contextless = methods.filter((method) => paramOf(method, 'context') === undefined);
+
+export const typescript = () => `// Made from TV/interfaces/openrpc.json by clients/generator. Changes belong there.
+
+import type { CallOptions, Caller } from '../call.js';
+
+${Object.entries(schemas).map(record).join('\n')}
+${methods.map(payloadRecord).filter(Boolean).join('\n')}
+/** What each method takes as payload and gives as result. */
+export interface Methods {
+${methods.map(methodEntry).join('\n')}}
+
+/** What the service tells by itself, each with what it carries. */
+export interface Notifications {
+${notifications.map(notificationEntry).join('\n')}}
+
+/** How an error of the service is called. */
+export type ErrorName =
+${[...errorNames].map((name) => `  | '${name}'`).join('\n')};
+
+/** The names of errors that have no result code, by the code they travel with. */
+export const errorNames: Readonly<Record<number, ErrorName>> = {
+${withoutData.map(([name, { code }]) => `  [${code}]: '${name}',`).join('\n')}
+};
+
+/** The methods that take no context. */
+export const contextless: readonly string[] = [${contextless.map(({ name }) => `'${name}'`).join(', ')}];
+
+${[...interfaces].map(typedInterface).join('\n')}`;

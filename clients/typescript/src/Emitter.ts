@@ -1,0 +1,62 @@
+import type { Notifications } from './generated/description.js';
+
+/** How the connection stands. */
+export type State = 'connecting' | 'open' | 'waiting' | 'closed';
+
+/** What tv.on() and tv.events() tell: the service's notifications, and what the connection goes through. */
+export interface Events extends Notifications {
+  /** The connection has changed. */
+  state: {
+    state: State;
+    /** In `waiting`: when the next attempt begins, in milliseconds from now. */
+    retryIn?: number;
+    /** Why the connection is not there, for people. */
+    reason?: string;
+  };
+  /**
+   * A new connection is there. What happened meanwhile was not told, and lists must be selected anew:
+   * ask again for whatever is on show.
+   */
+  resync: {};
+}
+
+/** The names of events, of which a pattern such as `scan*` means several. */
+export type Matching<Pattern extends string> = Pattern extends `${infer Start}*`
+  ? Extract<keyof Events, `${Start}${string}`>
+  : Extract<keyof Events, Pattern>;
+
+/** An event by its name and what it carries. */
+export type TvEvent<Name extends keyof Events = keyof Events> = {
+  [N in Name]: { name: N; params: Events[N] };
+}[Name];
+
+type Listener = (name: string, params: unknown) => void;
+
+/** Tells listeners of events, in the order of their coming. */
+export class Emitter {
+  readonly #listeners = new Set<Listener>();
+
+  /** Returns what ends the listening. */
+  listen(pattern: string, listener: Listener): () => void {
+    const start = pattern.endsWith('*') ? pattern.slice(0, -1) : undefined;
+    const entry: Listener = (name, params) => {
+      if (start === undefined ? name === pattern : name.startsWith(start)) listener(name, params);
+    };
+    this.#listeners.add(entry);
+    return () => void this.#listeners.delete(entry);
+  }
+
+  /** A listener that throws is reported as an uncaught error, and the others are told all the same. */
+  emit(name: string, params: unknown): void {
+    for (const listener of [...this.#listeners]) {
+      if (!this.#listeners.has(listener)) continue; // ended by one before it
+      try {
+        listener(name, params);
+      } catch (error) {
+        queueMicrotask(() => {
+          throw error;
+        });
+      }
+    }
+  }
+}

@@ -1,0 +1,128 @@
+// A host for one test, and a line to it on which things go wrong. Both are gone at the test's end.
+
+import assert from 'node:assert/strict';
+import { type ChildProcess, spawn } from 'node:child_process';
+import { once } from 'node:events';
+import type { AddressInfo } from 'node:net';
+import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
+import { connect, type ConnectOptions, type Tv } from '@ostrel/tv';
+import { onTestFinished } from 'vitest';
+import { WebSocket, WebSocketServer } from 'ws';
+
+const program =
+  process.env.OSTREL_TVD ?? fileURLToPath(new URL('../../../build/release/host/ostrel-tvd', import.meta.url));
+
+/** The host, with the clock at noon in London on the day in the middle of the guide. */
+export class Host {
+  readonly #process: ChildProcess;
+  #log = ''; // the end of what it wrote to standard error
+
+  /** @param listen  the address; the system chooses the port unless it is named */
+  static async start(listen = '127.0.0.1:0', ...more: string[]): Promise<Host> {
+    const child = spawn(program, ['--listen', listen, '--fake-time', '--log-level', 'error', ...more], {
+      env: { ...process.env, TZ: 'Europe/London' },
+      stdio: ['ignore', 'pipe', 'pipe'],
+    });
+    const host = new Host(child);
+    onTestFinished(() => host.stop());
+    const [line] = await Promise.race([
+      once(createInterface(child.stdout), 'line'), // it ends with the address
+      once(child, 'exit').then(() => assert.fail(`${program} does not start:\n${host.#log}`)),
+    ]);
+    host.address = line.split('http://')[1];
+    return host;
+  }
+
+  address = '';
+
+  private constructor(child: ChildProcess) {
+    this.#process = child;
+    child.stderr?.on('data', (text) => (this.#log = (this.#log + text).slice(-65536)));
+  }
+
+  get url(): string {
+    return `ws://${this.address}`;
+  }
+
+  /** Ends it without a goodbye. */
+  async kill(): Promise<void> {
+    this.#process.kill('SIGKILL');
+    await once(this.#process, 'exit');
+  }
+
+  async stop(): Promise<void> {
+    if (this.#process.exitCode !== null || this.#process.signalCode !== null) return;
+    this.#process.kill();
+    const [status] = await once(this.#process, 'exit');
+    assert.equal(status, 0, `${program} ended badly:\n${this.#log}`);
+  }
+}
+
+/** Connects for one test. */
+export async function connected(url: string, options: ConnectOptions = {}): Promise<Tv> {
+  const tv = await connect(url, { firstPause: 10, ...options });
+  onTestFinished(() => tv.close());
+  return tv;
+}
+
+interface Request {
+  id: number;
+  method: string;
+}
+
+/** A line to a host that passes everything on and loses what it is told to. */
+export class Line {
+  readonly #server = new WebSocketServer({ port: 0, host: '127.0.0.1' });
+  readonly #sockets = new Set<WebSocket>();
+  readonly #lost = new Set<number>();
+  /** Every request that has come, in its order. */
+  readonly requests: Request[] = [];
+  /** The method whose replies do not arrive. */
+  loses = '';
+  /** The method on whose request the line breaks, once the host has answered it. */
+  breaksOn = '';
+
+  static async to(host: Host): Promise<Line> {
+    const line = new Line();
+    line.#server.on('connection', (near) => line.#join(near, new WebSocket(`${host.url}/rpc/TV`)));
+    onTestFinished(() => line.#end());
+    await once(line.#server, 'listening');
+    return line;
+  }
+
+  get url(): string {
+    return `ws://127.0.0.1:${(this.#server.address() as AddressInfo).port}`;
+  }
+
+  /** How often a method was asked for. */
+  count(method: string): number {
+    return this.requests.filter((request) => request.method === method).length;
+  }
+
+  #join(near: WebSocket, far: WebSocket): void {
+    this.#sockets.add(near).add(far);
+    const breaking = new Set<number>();
+    const opened = once(far, 'open');
+    near.on('message', async (text) => {
+      for (const request of [JSON.parse(String(text))].flat() as Request[]) {
+        this.requests.push(request);
+        if (request.method === this.loses) this.#lost.add(request.id);
+        if (request.method === this.breaksOn) breaking.add(request.id);
+      }
+      await opened;
+      far.send(String(text));
+    });
+    far.on('message', (text) => {
+      const { id } = JSON.parse(String(text));
+      if (breaking.has(id)) near.terminate();
+      else if (!this.#lost.has(id)) near.send(String(text));
+    });
+    near.on('close', () => far.terminate());
+  }
+
+  #end(): void {
+    for (const socket of this.#sockets) socket.terminate();
+    this.#server.close();
+  }
+}

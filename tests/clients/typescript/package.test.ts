@@ -1,0 +1,42 @@
+// What is delivered: its size, its declarations, its documentation.
+
+import { build } from 'esbuild';
+import { execFileSync } from 'node:child_process';
+import { readFileSync } from 'node:fs';
+import { fileURLToPath } from 'node:url';
+import { gzipSync } from 'node:zlib';
+import { expect, test } from 'vitest';
+import { Host } from './host.js';
+
+const root = fileURLToPath(new URL('../../../', import.meta.url));
+const library = `${root}clients/typescript/`;
+
+test('a page loads less than 12 kB of it', async () => {
+  const { outputFiles } = await build({
+    stdin: { contents: "export * from '@ostrel/tv'", resolveDir: library },
+    bundle: true,
+    minify: true,
+    format: 'esm',
+    external: ['ws'],
+    write: false,
+  });
+  const size = gzipSync(outputFiles[0]!.contents, { level: 9 }).length;
+  console.log(`${size} bytes`);
+  expect(size).toBeLessThan(12_000);
+});
+
+test('its version is that of the description', () => {
+  const read = (file: string) => JSON.parse(readFileSync(file, 'utf8'));
+  expect(read(`${library}package.json`).version).toBe(read(`${root}TV/interfaces/openrpc.json`).info.version);
+});
+
+test('the first program of the README prints what stands there', async () => {
+  const host = await Host.start();
+  const readme = readFileSync(`${library}README.md`, 'utf8');
+  const [, program] = readme.match(/```js\n(.*?)```/s)!;
+  const [, output] = readme.match(/```text\n(.*?)```/s)!;
+  expect(program).toContain('ws://127.0.0.1:8480');
+  const text = program!.replace('ws://127.0.0.1:8480', host.url);
+  const printed = execFileSync(process.execPath, ['--input-type=module', '-e', text], { cwd: library, encoding: 'utf8' });
+  expect(printed).toBe(output);
+});

@@ -1,0 +1,10 @@
+import { defineConfig } from 'vitest/config';
+
+export default defineConfig({
+  test: {
+    include: ['*.test.ts'],
+    testTimeout: 60_000,
+    maxWorkers: 2,
+    minWorkers: 1,
+  },
+});

@@ -13,9 +13,13 @@ const shortName = (name) => name.split('::')[1];
 /** @param {string} name */
 const eventName = (name) => name.replace(/^.*::on(.)/, (_, first) => first.toLowerCase());
 
-/** Names of the wire become those of this library, which its readers can type.
+/** Names of the wire become those of this library, which can be typed, and those of methods lead there.
  * @param {string} text */
-const localized = (text) => text.replaceAll(/`ITV\w+::on(\w)(\w*)`/g, (_, first, rest) => `\`${first.toLowerCase()}${rest}\``).replaceAll('*/', '*\\/');
+const localized = (text) =>
+  text
+    .replaceAll(/`(ITV\w+::on\w+)`/g, (_, name) => `\`${eventName(name)}\``)
+    .replaceAll(/`(ITV\w+)::(\w+)`/g, '{@link $1.$2 | $2}')
+    .replaceAll('*/', '*\\/');
 
 /** Returns a doc comment. @param {(string | undefined)[]} paragraphs  @param {string} indent */
 function comment(paragraphs, indent) {
@@ -89,16 +93,21 @@ function payloadRecord(method) {
   return schema && `/** What {@link ${method.name.replace('::', '.')}} takes. */\nexport interface ${payloadName(method)} ${typeOf(schema)}\n`;
 }
 
+/** @param {string} error */
+const nameOnTheWire = (error) => resolve(errors[error].data ?? {}).properties?.name.const ?? error;
+
 /** @param {Method} method */
 function typedMethod(method) {
-  const refused = Object.keys(method['x-refused'] ?? {});
+  const { description: result, 'x-unit': unit } = method.result.schema;
+  const returned = result || unit ? [`@returns ${result ?? unit}`] : [];
+  const thrown = Object.keys(method['x-refused'] ?? {}).map(
+    (error) => `@throws {ServiceError} \`${nameOnTheWire(error)}\`: ${reasonFor(method, error)}`,
+  );
   const said = comment(
     [
       `${method.summary}.`,
       method.description,
-      method.result.schema.description && `Result: ${method.result.schema.description}`,
-      method.result.schema['x-unit'] && `Unit: ${method.result.schema['x-unit']}.`,
-      refused.map((error) => `@throws {ServiceError} \`${error}\`: ${reasonFor(method, error)}`).join('\n'),
+      [...returned, ...thrown].join('\n'),
     ],
     '  ',
   );

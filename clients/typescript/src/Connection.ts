@@ -93,7 +93,7 @@ export class Connection {
     if (this.#state === 'closed') return;
     this.#lose(reason);
     this.#become('closed', { reason });
-    for (const message of this.#queue.splice(0)) this.#failAll(message, reason);
+    this.#failAll(this.#queue.splice(0).flat(), reason);
   }
 
   async #open(): Promise<void> {
@@ -106,21 +106,18 @@ export class Connection {
       return this.close(`no WebSocket: ${error instanceof Error ? error.message : error}`);
     }
     this.#socket = socket;
-    let reason = '';
     if (this.timeout !== Infinity)
       this.#timer = setTimeout(() => this.#retry(`no connection within ${this.timeout} ms`), this.timeout);
     socket.onopen = () => {
       clearTimeout(this.#timer);
       this.#become('open');
-      this.events.emit('resync', {});
+      if (this.#state === 'open') this.events.emit('resync', {});
       this.#flush();
     };
     socket.onmessage = ({ data }) => this.#receive(data);
-    // A browser does not say why; Node does.
-    socket.onerror = (event) => (reason = (event as ErrorEvent).message ?? '');
-    socket.onclose = ({ code, reason: said }) => {
-      this.#retry([`closed with ${code}`, said || reason].filter(Boolean).join(', '));
-    };
+    // A browser does not say why. Node 22 says nothing more behind an error, others that it is closed.
+    socket.onerror = (event) => this.#retry((event as ErrorEvent).message || 'the connection failed');
+    socket.onclose = ({ code, reason }) => this.#retry(reason ? `closed with ${code}, ${reason}` : `closed with ${code}`);
   }
 
   #become(state: State, more: { retryIn?: number; reason?: string } = {}): void {
@@ -159,16 +156,17 @@ export class Connection {
   }
 
   #forget(call: Call, message: Call[]): void {
-    this.#sent.delete(call.id);
-    if (message.every(({ isSettled }) => isSettled)) this.#queue = this.#queue.filter((other) => other !== message);
+    const isWaiting = !this.#sent.delete(call.id);
+    if (isWaiting && message.every(({ isSettled }) => isSettled))
+      this.#queue = this.#queue.filter((other) => other !== message);
   }
 
   #flush(): void {
-    if (this.#state === 'closed') return this.#queue.splice(0).forEach((calls) => this.#failAll(calls, 'closed by this client'));
+    if (this.#state === 'closed') return this.#failAll(this.#queue.splice(0).flat(), 'closed by this client');
     while (this.#state === 'open') {
       const calls = this.#queue[0]?.filter(({ isSettled }) => !isSettled);
       if (calls === undefined) return;
-      if (this.#context === undefined && calls.some(({ needsOwnContext }) => needsOwnContext)) return this.#makeContext();
+      if (this.#context === undefined && calls.some((call) => call.needsOwnContext)) return this.#makeContext();
       this.#queue.shift();
       if (calls.length > 0) this.#transmit(calls);
     }

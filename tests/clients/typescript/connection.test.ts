@@ -1,7 +1,10 @@
 // What a connection goes through, and what is heard on it.
 
 import { ConnectionLost, type Events, Tv } from '@ostrel/tv';
+import { once } from 'node:events';
+import type { AddressInfo } from 'node:net';
 import { expect, onTestFinished, test } from 'vitest';
+import { WebSocketServer } from 'ws';
 import { connected, Host, Line } from './host.js';
 
 /** Resolves with the next event of a name. */
@@ -145,4 +148,50 @@ test('a listener that is ended hears no more', async () => {
   await tv.scan.stop();
   await tv.scan.start();
   expect(heard).toBe(1);
+});
+
+/** A service that answers every request with what tell() gives, or says what it likes when somebody comes. */
+async function fakeService(tell: (method: string) => unknown, greeting?: string): Promise<string> {
+  const server = new WebSocketServer({ port: 0, host: '127.0.0.1' });
+  onTestFinished(() => void server.close());
+  server.on('connection', (socket) => {
+    if (greeting !== undefined) socket.send(greeting);
+    socket.on('message', (text) => {
+      const { id, method } = JSON.parse(String(text));
+      socket.send(JSON.stringify({ jsonrpc: '2.0', id, result: tell(method) }));
+    });
+  });
+  await once(server, 'listening');
+  return `ws://127.0.0.1:${(server.address() as AddressInfo).port}`;
+}
+
+test('a clock that is set is followed, forward and back', async () => {
+  let time = 1_000_000;
+  const tv = await connected(await fakeService((method) => (method.endsWith('utcTimeGet') ? time : 1)));
+  for (const set of [time, time + 5000, time - 5000]) {
+    time = set;
+    await tv.clock.measure();
+    // In the second that was told, or as much behind it as has passed since.
+    expect(tv.clock.now()).toBeGreaterThan(set);
+    expect(tv.clock.now()).toBeLessThan(set + 600);
+  }
+});
+
+test('what is not JSON ends a connection, and not the program', async () => {
+  const tv = new Tv(await fakeService(() => 1, '{"jsonrpc'));
+  onTestFinished(() => tv.close());
+  await expect(tv.call('ITVService::createContext')).rejects.toThrow(ConnectionLost);
+  expect(tv.state).toBe('waiting');
+});
+
+test('a listener that closes while it is told ends everything', async () => {
+  const tv = new Tv((await Host.start()).url);
+  const heard: string[] = [];
+  tv.on('state', ({ state }) => {
+    heard.push(state);
+    if (state === 'open') tv.close();
+  });
+  tv.on('resync', () => heard.push('resync'));
+  await expect(tv.service.utcTimeGet()).rejects.toThrow(ConnectionLost);
+  expect(heard).toEqual(['open', 'closed']);
 });

@@ -40,3 +40,11 @@ test('the first program of the README prints what stands there', async () => {
   const printed = execFileSync(process.execPath, ['--input-type=module', '-e', text], { cwd: library, encoding: 'utf8' });
   expect(printed).toBe(output);
 });
+
+test('types.ts calls every method', () => {
+  const sample = readFileSync(new URL('types.ts', import.meta.url), 'utf8');
+  const { methods } = JSON.parse(readFileSync(`${root}TV/interfaces/openrpc.json`, 'utf8'));
+  const names: string[] = methods.filter((method: { result?: unknown }) => method.result).map(({ name }: { name: string }) => name);
+  expect(names.length).toBeGreaterThan(20);
+  expect(names.filter((name) => !sample.includes(`.${name.split('::')[1]}(`))).toEqual([]);
+});

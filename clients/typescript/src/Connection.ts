@@ -30,7 +30,10 @@ const mostInBatch = 100;
 /** The platform's WebSocket; Node before 22 has none and takes that of the package ws. */
 async function findWebSocket(): Promise<typeof WebSocket> {
   if (globalThis.WebSocket !== undefined) return globalThis.WebSocket;
-  return (await import('ws')).WebSocket as unknown as typeof WebSocket;
+  const ws = await import('ws').catch(() => {
+    throw new Error('Node before 22 needs the package ws beside @ostrel/tv');
+  });
+  return ws.WebSocket as unknown as typeof WebSocket;
 }
 
 /** Returns where calls go to: http is taken for ws, and a service's address for that of its calls. */

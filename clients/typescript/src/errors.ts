@@ -21,19 +21,16 @@ export class ServiceError extends TvError {
   /** The member that was wrong. `context` where the context is gone; the next call makes another. */
   readonly member: string | undefined;
 
-  constructor(
-    error: WireError,
-    method: string,
-  ) {
+  /** The error's code on the wire. */
+  readonly code: number;
+
+  constructor(error: WireError, method: string) {
     super(error.message, method);
     this.code = error.code;
     this.name = error.data?.name ?? errorNames[error.code] ?? 'ServiceError';
     this.returnCode = error.data?.returnCode;
     this.member = error.data?.member;
   }
-
-  /** The error's code on the wire. */
-  readonly code: number;
 }
 
 /** A parameter is missing or of the wrong kind; to repeat the call does not help. */

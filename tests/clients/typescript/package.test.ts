@@ -11,15 +11,18 @@ import { Host } from './host.js';
 const root = fileURLToPath(new URL('../../../', import.meta.url));
 const library = `${root}clients/typescript/`;
 
-test('a page loads less than 12 kB of it', async () => {
-  const { outputFiles } = await build({
+test('a page loads less than 12 kB of it, and nothing else', async () => {
+  const { outputFiles, metafile } = await build({
     stdin: { contents: "export * from '@ostrel/tv'", resolveDir: library },
     bundle: true,
     minify: true,
     format: 'esm',
-    external: ['ws'],
+    metafile: true,
     write: false,
   });
+  expect(Object.keys(metafile.inputs).filter((file) => /node_modules\/(?!@ostrel)/.test(file))).toEqual([
+    '(disabled):../../../node_modules/ws/browser.js', // empty
+  ]);
   const size = gzipSync(outputFiles[0]!.contents, { level: 9 }).length;
   console.log(`${size} bytes`);
   expect(size).toBeLessThan(12_000);

@@ -6,7 +6,7 @@ namespace Ostrel {
 
 void MessageBudget::serve() {
     while (!line_.empty()) {
-        const bool nevertheless = favoured_.size() < mostFavoured && working_ < message_;
+        const bool nevertheless = favoured_.size() < favours_ && working_ < message_;
         if (!hasRoom() && !nevertheless)
             return;
         auto& reader = *line_.front();

@@ -29,7 +29,9 @@ public:
 
     /// @param limit    bytes for all messages together
     /// @param message  bytes that one message may have
-    MessageBudget(std::size_t limit, std::size_t message) : limit_(limit), message_(message) {}
+    /// @param favours  how many may read on at a time though there is no room
+    MessageBudget(std::size_t limit, std::size_t message, std::size_t favours = 32)
+        : limit_(limit), message_(message), favours_(favours) {}
 
     /// Lets those in line read on for whom there is room.
     void serve();
@@ -44,13 +46,12 @@ public:
     std::size_t takePeak() { return std::exchange(peak_, getTotal()); }
 
 private:
-    static constexpr std::size_t mostFavoured = 32;
-
     bool hasRoom() const { return getTotal() < limit_; }
     void noteTotal() { peak_ = std::max(peak_, getTotal()); }
 
     const std::size_t limit_;
     const std::size_t message_;
+    const std::size_t favours_;
     std::size_t reading_ = 0;
     std::atomic<std::size_t> working_ = 0;
     std::size_t peak_ = 0;

@@ -96,7 +96,8 @@ TEST(DocsTest, WhatIsQuotedStandsInATranscript) {
     }
     std::size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(OSTREL_DOCS)) {
-        if (entry.path().extension() != ".md")
+        // The reference is made from the description, whose examples are run against the host.
+        if (entry.path().extension() != ".md" || entry.path().filename() == "reference.md")
             continue;
         for (const auto& quotation : readQuotations(entry.path())) {
             ++count;

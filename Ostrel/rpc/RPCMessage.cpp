@@ -71,7 +71,7 @@ public:
                 read();
                 return;
             }
-            const Cancellation scope(peer_ != nullptr ? peer_->gone : nobodyGone);
+            const Cancellation scope(clientGone_);
             add(answerInAnyCase());
             if (++next_ < count_)
                 examine(batch_[next_]);
@@ -235,6 +235,7 @@ private:
     const std::string text_;
     RPCServer& server_;
     const std::shared_ptr<RPCPeer> peer_;
+    const std::atomic<bool>& clientGone_ = peer_ != nullptr ? peer_->gone : nobodyGone;
     const Limits limits_;
 
     bool isRead_ = false;

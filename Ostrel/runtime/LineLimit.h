@@ -1,9 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <map>
+#include <tuple>
 #include <vector>
 
 namespace Ostrel {
@@ -26,7 +26,11 @@ public:
         int line;
         const char* format;
 
-        auto operator<=>(const Place&) const = default;
+        bool operator==(const Place&) const = default;
+        bool operator<(const Place& other) const {
+            return std::tie(level, module, line, format) <
+                   std::tie(other.level, other.module, other.line, other.format);
+        }
     };
 
     /// Whether a line of that place may be written now; else it is counted.

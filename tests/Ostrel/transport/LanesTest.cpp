@@ -39,9 +39,10 @@ struct LanesTest : testing::Test {
     }
 
     /// Carries a message out elsewhere; the future is the reply.
-    std::future<std::string> carryOut(const Client& client, const std::string& text) {
+    std::future<std::string> carryOut(const Client& client, const std::string& text,
+                                      const RPCMessage::Limits& limits = {}) {
         auto reply = std::make_shared<std::promise<std::string>>();
-        const auto here = lanes.carryOut(text, server, client, {},
+        const auto here = lanes.carryOut(text, server, client, limits,
                                          [reply](std::string got) { reply->set_value(std::move(got)); });
         if (here)
             reply->set_value(*here);
@@ -131,6 +132,26 @@ TEST_F(LanesTest, ABatchGivesWayAfterEachOfItsRequests) {
     gate.set_value();
     batch.wait();
     EXPECT_EQ(order, R"({"other":1}{"batch":1})");
+}
+
+TEST_F(LanesTest, WhoHasALargeReplyInTheMakingEndsItBeforeOthersBegin) {
+    const auto large = TestServer::answerOfSize(70u << 20);
+    server.on("second", [this, large](const Call& call) {
+        occupied.set_value();
+        gate.get_future().wait();
+        return large(call);
+    });
+    auto batch =
+        carryOut(makeClient(1s),
+                 '[' + request("Reader::second") + ',' + request("Reader::first", R"({"large":1})") + ']',
+                 {1u << 30, 100});
+    occupied.get_future().wait();
+    // It has used less and would go first.
+    auto other = carryOut(makeClient(500ms), request("Reader::first", R"({"other":1})"));
+    gate.set_value();
+    other.wait();
+    batch.wait();
+    EXPECT_EQ(order, R"({"large":1}{"other":1})");
 }
 
 TEST_F(LanesTest, AQuickRequestIsDoneHereWhileOthersAreBusy) {

@@ -1294,6 +1294,17 @@ TEST_F(ListenerTest, MemoryIsGivenBackWhenItIsQuietAgain) {
         std::this_thread::yield();
 }
 
+TEST_F(DepartureTest, WhatWasMadeForAClientThatHasGoneIsGivenBack) {
+    const auto before = countTrims();
+    auto client = connect();
+    begin(client, post(request("Reader::first")));
+    client.leave();
+    expectDeparted();
+    gate_.open();
+    while (countTrims() == before)
+        std::this_thread::yield();
+}
+
 // Unix domain sockets
 
 class UnixSocketTest : public ListenerTest {

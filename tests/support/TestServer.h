@@ -5,6 +5,9 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -26,7 +29,12 @@ public:
     }
 
     /// Sets what a method does: "echo", "first" or "second", in both interfaces.
-    void on(const std::string& method, Handler handler) { handlers_[method] = std::move(handler); }
+    /// Any thread may do so; calls that have begun keep theirs.
+    void on(const std::string& method, Handler handler) {
+        auto shared = std::make_shared<const Handler>(std::move(handler));
+        const std::lock_guard lock(mutex_);
+        handlers_[method].swap(shared);
+    }
 
     /// Declares a method, "INTERFACE::METHOD", to be one that may wait.
     void letWait(const std::string& name) { waitingMethods.insert(name); }
@@ -45,10 +53,16 @@ public:
 
 private:
     std::string handle(const IRPC::RPCSynchronousMethodObject& call) {
-        return handlers_.at(call.getMethodName())(call);
+        std::shared_ptr<const Handler> handler;
+        {
+            const std::lock_guard lock(mutex_);
+            handler = handlers_.at(call.getMethodName());
+        }
+        return (*handler)(call);
     }
 
-    std::map<std::string, Handler> handlers_;
+    std::mutex mutex_; ///< guards what follows
+    std::map<std::string, std::shared_ptr<const Handler>> handlers_;
 };
 
 /// A text that can travel.

@@ -18,7 +18,8 @@ class RPCObserver;
 /// Keep a weak pointer to learn that the connection has closed and its last call has ended.
 struct RPCPeer {
     std::shared_ptr<RPCObserver> observer = nullptr; ///< told of every request; null for none
-    std::atomic<unsigned> raised = 0; ///< notifications, by its calls, since the platform last took it
+    /// How often a client was sent a notification by its calls, since the platform last took it.
+    std::atomic<unsigned> notifications = 0;
     std::atomic<bool> gone = false; ///< the connection has closed: nobody waits for a reply any more
 };
 

@@ -54,9 +54,9 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
                                         const std::string& topic) {
     const auto notification = std::make_shared<const RPCNotification>(
         IRPC::RPCNotificationObject(name, payload).serialize(), topic);
-    if (raised != nullptr)
-        ++*raised;
     const std::lock_guard lock(mutex_);
+    if (raised != nullptr)
+        *raised += unsigned(subscribers_.size());
     for (auto* subscriber : subscribers_)
         subscriber->notify(notification);
 }

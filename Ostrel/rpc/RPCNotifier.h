@@ -41,11 +41,11 @@ private:
     const std::string topic_; ///< empty when each stands for itself
 };
 
-/// Counts, while it lives, the notifications that the calling thread raises. One may live inside
-/// another's scope; the inner one counts.
+/// Counts, while it lives, the notifications that the calling thread has sent: once for each client
+/// who gets them. One may live inside another's scope; the inner one counts.
 class OSTREL_API RPCNotificationCount {
 public:
-    /// @param count  goes up by one for each; must outlive the scope; null when nobody counts
+    /// @param count  must outlive the scope; null when nobody counts
     explicit RPCNotificationCount(std::atomic<unsigned>* count) noexcept;
     ~RPCNotificationCount();
 

@@ -106,7 +106,7 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
 
     const HandlerScope scope(methodName);
     const auto& peer = method.getPeer();
-    const RPCNotificationCount count(peer != nullptr ? &peer->raised : nullptr);
+    const RPCNotificationCount count(peer != nullptr ? &peer->notifications : nullptr);
     try {
         return (this->*handler->second)(method);
     } catch (const Cancelled&) {

@@ -28,10 +28,6 @@ namespace {
 /// How long a request is worked on before its client is asked whether it still waits.
 constexpr std::chrono::seconds askAfter{1};
 
-/// How long a client that raises too many notifications is not read from, and within what time
-/// they are too many.
-constexpr std::chrono::seconds slowTime{1};
-
 } // namespace
 
 Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddress,
@@ -223,10 +219,6 @@ Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) con
 }
 
 void Connection::tick(Clock::time_point now) {
-    if (slowed_ && (now >= slowedUntil_ || !hub_.isCrowded())) {
-        slowed_ = false;
-        input_.lookAgain();
-    }
     const bool over = now >= patience_.getEnd();
     if (lost_ || (isUnread() && hasGone(now)))
         close();
@@ -312,15 +304,20 @@ void Connection::waitingChanged() {
     const bool waited = std::exchange(waits_, output_.getWaiting() > 0);
     if (waited != waits_)
         settle(Clock::now());
-    const auto before = std::exchange(told_, cost);
-    hub_.addWaiting(std::ptrdiff_t(cost.own() - before.own()),
-                    std::ptrdiff_t(cost.notifications - before.notifications));
+    const auto before = std::exchange(told_, cost.own());
+    hub_.addWaiting(std::ptrdiff_t(told_ - before));
 }
 
 // Input
 
-bool Connection::mayRead() {
-    return phase_ >= Phase::Goodbye || (!full_ && !slowed_ && message_.mayRead(getMessageSize()));
+Connection::Clock::time_point Connection::getReadingTime() {
+    if (phase_ >= Phase::Goodbye)
+        return Clock::time_point::min();
+    if (full_)
+        return Clock::time_point::max();
+    if (slowedUntil_ > Clock::now())
+        return slowedUntil_;
+    return message_.mayRead(getMessageSize()) ? Clock::time_point::min() : Clock::time_point::max();
 }
 
 /// Bytes that have come of the message that is being read.
@@ -503,26 +500,12 @@ void Connection::work(RPCServer& server, std::string_view text) {
 void Connection::replyCame(std::string reply) {
     if (std::exchange(working_, false))
         settle(Clock::now());
-    slowDown();
+    if (const auto sent = client_->getPeer()->notifications.exchange(0))
+        slowedUntil_ = hub_.chargeNotifications(sent);
     if (phase_ == Phase::Working)
         answer(Http::answerReply(std::move(reply)));
     else if (phase_ == Phase::Open)
         webSocket_->reply(std::move(reply));
-}
-
-/// In a storm of notifications whoever raises it is slowed before anybody else notices.
-void Connection::slowDown() {
-    const auto raised = client_->getPeer()->raised.exchange(0);
-    if (raised == 0)
-        return;
-    const auto now = Clock::now();
-    if (now - raisedSince_ >= slowTime) {
-        raisedSince_ = now;
-        raised_ = 0;
-    }
-    raised_ += raised;
-    slowed_ = raised_ > limits_.raised && hub_.isCrowded();
-    slowedUntil_ = now + slowTime;
 }
 
 } // namespace Ostrel

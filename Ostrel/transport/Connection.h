@@ -74,7 +74,7 @@ private:
     void send(std::string head, std::string body) override;
     void send(std::string head, std::shared_ptr<const RPCNotification> notification) override;
     void withdraw(const RPCNotification& notification) override;
-    bool mayRead() override;
+    Clock::time_point getReadingTime() override;
     void inputHeld() override;
     void heard() override;
     void waitingChanged() override;
@@ -105,7 +105,6 @@ private:
     std::size_t getMessageSize() const;
     void forgetMessage();
     void replyCame(std::string reply);
-    void slowDown();
 
     void drain();
     void readAway();
@@ -137,11 +136,8 @@ private:
     Input input_;
     MessageBudget::Reader message_; ///< that is being read
     Output output_;
-    unsigned raised_ = 0; ///< notifications, by its calls, since raisedSince_
-    Clock::time_point raisedSince_;
-    Clock::time_point slowedUntil_;
-    bool slowed_ = false; ///< nothing more is read for some time, since its calls raise too much
-    Outbox::Cost told_; ///< of what waits, what the hub knows about
+    Clock::time_point slowedUntil_; ///< nothing more is read till then, since its calls raise too much
+    std::size_t told_ = 0; ///< of what waits costs, what the hub knows about
     bool waits_ = false; ///< bytes wait for the client
     bool full_ = false; ///< so much waits that nothing more is read
     std::array<char, 512> away_; ///< what is read at the end and thrown away

@@ -28,11 +28,12 @@ public:
 
     /// What waits for a connection costs more or less, without the texts that others share. When
     /// all together wait for too much, the one is cut off that is the greatest burden.
-    /// @param notifications  how much of that is for notifications
-    virtual void addWaiting(std::ptrdiff_t change, std::ptrdiff_t notifications) = 0;
+    virtual void addWaiting(std::ptrdiff_t change) = 0;
 
-    /// Whether so many notifications wait that who raises them must be slowed down.
-    virtual bool isCrowded() const = 0;
+    /// A client's call has had so many notifications sent. In a storm whoever raises it is slowed
+    /// before anybody else notices.
+    /// @returns when more may be read from that client; in the past for at once
+    virtual std::chrono::steady_clock::time_point chargeNotifications(unsigned sent) = 0;
 
     /// Somebody was not let in; the log tells why.
     virtual void logRefusal(const std::string& why) = 0;

@@ -5,6 +5,7 @@
 
 #include <boost/beast/websocket/rfc6455.hpp>
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <string>
@@ -39,8 +40,9 @@ public:
     virtual Input& getInput() noexcept = 0;
     virtual const Limits& getLimits() const noexcept = 0;
 
-    /// Whether more may be read from the client. When that changes, its input is told.
-    virtual bool mayRead() = 0;
+    /// When more may be read from the client: min() for at once, max() for not yet; then its input is
+    /// told when that changes.
+    virtual std::chrono::steady_clock::time_point getReadingTime() = 0;
 
     /// Queues bytes for the client: a head, then an answer's body or a notification.
     virtual void send(std::string head, std::string body) = 0;

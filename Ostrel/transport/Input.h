@@ -25,8 +25,7 @@ public:
     static constexpr std::size_t readSize = 16u << 10;
 
     explicit Input(Conversation& conversation)
-        : conversation_(conversation),
-          gate_(conversation.getSocket().get_executor(), Clock::time_point::max()) {}
+        : conversation_(conversation), gate_(conversation.getSocket().get_executor()) {}
 
     executor_type get_executor() { return gate_.get_executor(); }
 
@@ -49,7 +48,8 @@ public:
 
     /// Calls back as soon as the conversation may read, at once if it may now.
     template <class Handler> void whenAllowed(Handler handler) {
-        const bool wasHeld = std::exchange(held_, !conversation_.mayRead());
+        const auto when = conversation_.getReadingTime();
+        const bool wasHeld = std::exchange(held_, when > Clock::time_point::min());
         if (wasHeld != held_)
             conversation_.inputHeld();
         if (!held_) {
@@ -57,6 +57,7 @@ public:
             return;
         }
         try {
+            gate_.expires_at(when);
             gate_.async_wait([this, handler = std::move(handler)](boost::system::error_code) mutable {
                 whenAllowed(std::move(handler));
             });
@@ -79,7 +80,7 @@ private:
 
     Conversation& conversation_;
     boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, executor_type>
-        gate_; ///< never runs out; cancelling it opens it
+        gate_; ///< runs out when reading may go on, if that is known; cancelling it opens it
     bool held_ = false;
 };
 

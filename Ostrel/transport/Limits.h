@@ -21,10 +21,9 @@ struct Limits {
     std::size_t waiting = 64u << 20; ///< notifications waiting for one client, beside its answers
     std::size_t waitingTogether = 512u << 20; ///< waiting for all clients, what they share once
 
-    // Who by its own calls raises more than so many notifications a second is read from up to a
-    // second later, while those that wait for all clients cost more than so many bytes.
-    unsigned raised = 100;
-    std::size_t crowd = 16u << 20;
+    /// Notifications a second that the clients' calls have sent, all together, counted once for each
+    /// who gets them. When there are more, who raises them is read from later.
+    unsigned notifications = 20'000;
 
     // While bytes wait for the client, or the client for us, no time runs but the stalled reader's.
     std::chrono::milliseconds headTime{10'000}; ///< for a request's head to arrive

@@ -87,9 +87,8 @@ public:
     Lanes& getLanes() override { return lanes_; }
     MessageBudget& getBudget() override { return budget_; }
 
-    void addWaiting(std::ptrdiff_t change, std::ptrdiff_t notifications) override {
+    void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
-        notifications_ += notifications;
         heap_.saw(getWaiting());
         if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
@@ -97,8 +96,14 @@ public:
             relieve();
     }
 
-    bool isCrowded() const override {
-        return std::size_t(notifications_) + RPCNotification::getCostOfAll() > options_.limits.crowd;
+    // A bucket that leaks: it may hold what is sent in a second. Who overfills it waits until it has
+    // room, behind those who did so before, but never long for the little that is its own.
+    Clock::time_point chargeNotifications(unsigned sent) override {
+        constexpr Clock::duration bucket = std::chrono::seconds(1);
+        const auto now = Clock::now();
+        const auto own = sent * Clock::duration(std::chrono::seconds(1)) / options_.limits.notifications;
+        notified_ = std::max(notified_, now) + own;
+        return std::min(notified_ - bucket, now + std::max(bucket, 100 * own));
     }
 
     // An earlier tick is kept, so that not every request sets the timer.
@@ -331,7 +336,7 @@ private:
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
-    std::ptrdiff_t notifications_ = 0; ///< of that, for notifications
+    Clock::time_point notified_; ///< when what was sent of notifications is within the limit again
     HeapTrim heap_;
     bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to

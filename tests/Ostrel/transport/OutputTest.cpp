@@ -33,7 +33,7 @@ public:
     Phase getPhase() const noexcept override { return Phase::Open; }
     Socket& getSocket() noexcept override { return socket_; }
     Input& getInput() noexcept override { std::abort(); }
-    bool mayRead() override { return true; }
+    std::chrono::steady_clock::time_point getReadingTime() override { return {}; }
     void inputHeld() override {}
     void heard() override {}
     const Limits& getLimits() const noexcept override { return limits_; }

@@ -36,6 +36,12 @@ template <class Value> std::vector<Value> parseAll(const char* option, const std
     return values;
 }
 
+/// @throws StartError  another one runs under that name
+void start(RPCServer& server) {
+    if (!server.init())
+        throw StartError("another RPC server runs under the name " + server.getName());
+}
+
 } // namespace
 
 Host::Host(const HostOptions& options) {
@@ -49,9 +55,10 @@ Host::Host(const HostOptions& options) {
         setenv("DUMMYFAKETIME", "", 1);
     module_.init();
     server_.emplace(&module_);
-    if (!server_->init())
-        throw StartError("another RPC server runs under the name " + server_->getName());
+    start(*server_);
     try {
+        if (!options.noSimulator)
+            start(simulator_.emplace(module_));
         listener_.emplace(addresses, std::move(admission),
                           ListenerOptions{.advice = adviseOptions(),
                                           .logRequests = options.logRequests,
@@ -68,6 +75,7 @@ Host::~Host() {
     server_->uninit();
     server_->shutdown();
     listener_.reset();
+    simulator_.reset();
     server_.reset();
     module_.uninit();
 }

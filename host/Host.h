@@ -3,6 +3,7 @@
 #include "Ostrel/transport/Listener.h"
 #include "TV/server/TVRPCServer.h"
 #include "TV/server/dummy/DummyTVModule.h"
+#include "simulator/SimulatorServer.h"
 
 #include <optional>
 #include <string>
@@ -18,9 +19,10 @@ struct HostOptions {
     std::string tokenFile = {}; ///< empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
+    bool noSimulator = false; ///< the simulation's own controls are left out
 };
 
-/// Brings module, server and listener up in their order, and down in reverse.
+/// Brings module, servers and listener up in their order, and down in reverse.
 class Host {
 public:
     /// Serves when it returns.
@@ -39,6 +41,7 @@ public:
 private:
     TV::DummyTVModule module_;
     std::optional<TV::TVRPCServer> server_;
+    std::optional<SimulatorServer> simulator_;
     std::optional<Listener> listener_;
 };
 

@@ -228,6 +228,9 @@ Program makeProgram(Options& options) {
          .description = "Start the clock at midday of the day in the middle of the built-in guide, as "
                         "DUMMYFAKETIME in the environment does",
          .read = flag(options.host.fakeTime)},
+        {.name = "--no-simulator",
+         .description = "Serve the TV module alone, without the simulation's own controls",
+         .read = flag(options.host.noSimulator)},
         {.name = "--log-level",
          .description = "What goes to standard error",
          .read = text(options.logLevel),

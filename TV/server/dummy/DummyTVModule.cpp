@@ -76,6 +76,16 @@ void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     }
 }
 
+DummyTVModule::World DummyTVModule::describeWorld() const {
+    const Guide& guide = sharedGuide();
+    return {.name = "built-in",
+            .services = static_cast<std::uint32_t>(sharedLineup().getRows().size()),
+            .events = static_cast<std::uint32_t>(guide.index().size()),
+            .start = guide.earliestStart(),
+            .end = guide.latestEnd(),
+            .builtIn = true};
+}
+
 void DummyTVModule::deleteContext(TVModuleContext* context) {
     delete context;
 }

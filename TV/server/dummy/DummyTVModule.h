@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -35,6 +36,19 @@ public:
     void deleteContext(TVModuleContext* context) override;
 
     void uninit() override;
+
+    /// What there is to receive, whatever clients have made of the lists.
+    struct World {
+        std::string name;
+        std::uint32_t services = 0; ///< on the air
+        std::uint32_t events = 0; ///< in the guide
+        std::int32_t start = 0; ///< of the earliest event, seconds since 1970-01-01 UTC
+        std::int32_t end = 0; ///< of the event that ends last
+        bool builtIn = false;
+    };
+
+    /// Any thread may ask, after init().
+    World describeWorld() const;
 
     /// Adds a frequency behind its equals; a duplicate is kept. Always true.
     bool addTransponderUnderLock(unsigned frequencyMHz) OSTREL_REQUIRES(mutex);

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/runtime/Turn.h"
+#include "Ostrel/serialization/Deserializer.h"
+#include "TV/server/dummy/DummyTVModule.h"
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+namespace Ostrel {
+
+/// The RPC server "Simulator": what the simulation does besides answering its viewers.
+///
+/// Every method holds the turn. It reads all of its params first, and refuses what it does not
+/// know; then it acts, as a whole.
+class SimulatorServer : public RPCServer {
+public:
+    /// @param module  initialised; must live longer than the server
+    explicit SimulatorServer(TV::DummyTVModule& module);
+
+private:
+    using Call = IRPC::RPCSynchronousMethodObject;
+    using Handler = std::string (SimulatorServer::*)(const Call&);
+
+    /// The params of a method that takes none.
+    struct NoParams {
+        explicit NoParams(const Deserializer& params) { params.refuseUnknown({}); }
+    };
+
+    /// Adds methods to the table. Each part of the simulation publishes its own, in the source file
+    /// that has them; the constructor calls them all.
+    void publish(std::initializer_list<std::pair<const char*, Handler>> handlers);
+
+    /// What every method shares: reads the params as a record and makes the reply.
+    ///
+    /// @tparam Params    made of a Deserializer, it refuses what is wrong by a DecodeError
+    /// @param operation  called with the Params; returns the value of the reply. What it refuses is
+    ///                   an Exception, and then it has changed nothing.
+    template <typename Params, typename Operation>
+    static std::string answer(const Call& call, Operation operation) {
+        const auto params = read<Params>(call.getParameters());
+        try {
+            return IRPC::RPCResultObject(call, operation(params)).serialize();
+        } catch (const Exception& exception) {
+            return IRPC::RPCErrorObject(call, exception.what()).serialize();
+        }
+    }
+
+    /// A long text takes a while and the turn is others' meanwhile.
+    template <typename Params> static Params read(const std::string& text) {
+        if (text.size() <= Call::shortParameters)
+            return deserialize<Params>(text);
+        const Turn::Pause pause;
+        return deserialize<Params>(text);
+    }
+
+    // SimulatorServer.cpp
+    void publishModule();
+    std::string worldGet(const Call& call);
+
+    // SimulatorServerClock.cpp
+
+    // SimulatorServerWeather.cpp
+
+    // SimulatorServerTraffic.cpp
+
+    TV::DummyTVModule& module_;
+};
+
+} // namespace Ostrel

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import test from 'node:test';
-import { Host } from '../description/host.js';
+import { startHost } from '../support/host.js';
 import { readSections, run } from './page.js';
 
 const { devDependencies } = JSON.parse(readFileSync(new URL('package.json', import.meta.url), 'utf8'));
@@ -14,8 +14,8 @@ const sections = readSections();
 
 for (const { name, install, language, program, output } of sections) {
   test(`${name} prints what the page shows`, async (t) => {
-    const host = await Host.start(t);
-    assert.equal(await run(language, program, host.address), output);
+    const host = await startHost(t);
+    assert.equal(await run(language, program, host), output);
   });
 
   test(`${name} is installed by the line that the page shows`, () => {
@@ -28,10 +28,10 @@ for (const { name, install, language, program, output } of sections) {
 
   // The page's lines hold the test, not the other way round.
   test(`${name} with a method misspelt prints something else`, async (t) => {
-    const host = await Host.start(t);
+    const host = await startHost(t);
     const wrong = program.replace('serviceListSet', 'serviceListPut');
     assert.notEqual(wrong, program);
-    assert.notEqual(await run(language, wrong, host.address), output);
+    assert.notEqual(await run(language, wrong, host), output);
   });
 }
 

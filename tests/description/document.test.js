@@ -6,7 +6,9 @@ import assert from 'node:assert/strict';
 import test from 'node:test';
 import jsonSchema from '@json-schema-tools/meta-schema';
 import openrpcSchema from '@open-rpc/meta-schema';
-import { faultsOf, methods, notifications, openrpc, paramsOf, paramsSchemaOf, resolve } from './description.js';
+import { description } from './description.js';
+
+const { document: openrpc, methods, notifications } = description;
 
 /** Calls visit(value, path) for a value and all that is in it. */
 function walk(value, visit, path = '') {
@@ -33,7 +35,7 @@ test('every reference leads somewhere, and every component is referred to', () =
   const used = new Set();
   walk(openrpc, (value, path) => {
     if (value?.$ref === undefined) return;
-    assert.notEqual(resolve(value), undefined, `${path}: nothing is at ${value.$ref}`);
+    assert.notEqual(description.resolve(value), undefined, `${path}: nothing is at ${value.$ref}`);
     used.add(value.$ref);
   });
   const unused = [];
@@ -50,11 +52,11 @@ test('everything that a client sees is explained', () => {
     assert.equal(method.paramStructure, 'by-name', method.name);
   }
   for (const [name, { data }] of Object.entries(openrpc.components.errors))
-    assert(data === undefined || resolve(data).description, `${name} is not explained`);
+    assert(data === undefined || description.resolve(data).description, `${name} is not explained`);
   walk(openrpc, (value, path) => {
     for (const [name, member] of Object.entries(value?.properties ?? {}))
       assert(
-        resolve(member).description || resolve(member).const !== undefined,
+        description.resolve(member).description || description.resolve(member).const !== undefined,
         `${path}/properties/${name} is not explained`,
       );
   });
@@ -82,10 +84,10 @@ test('every method has an example, which is as its schemas say', () => {
     assert.equal(method.examples?.length, 1, method.name);
     const [example] = method.examples;
     const params = Object.fromEntries(example.params.map(({ name, value }) => [name, value]));
-    assert.deepEqual(Object.keys(params), paramsOf(method).map(({ name }) => name), method.name);
-    assert.deepEqual(faultsOf(paramsSchemaOf(method), params, method.name), []);
+    assert.deepEqual(Object.keys(params), description.paramsOf(method).map(({ name }) => name), method.name);
+    assert.deepEqual(description.faultsOf(description.paramsSchemaOf(method), params, method.name), []);
     if (example.result !== undefined)
-      assert.deepEqual(faultsOf(method.result.schema, example.result.value, method.name), []);
+      assert.deepEqual(description.faultsOf(method.result.schema, example.result.value, method.name), []);
     const outcomes = [example.result, example['x-error']].filter((outcome) => outcome !== undefined);
     assert.equal(outcomes.length, notifications.includes(method) ? 0 : 1, method.name);
   }

@@ -3,7 +3,7 @@
 import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
 import test from 'node:test';
-import { faultsOfNotification, faultsOfReply, findMethod } from './description.js';
+import { description } from './description.js';
 
 const folder = new URL('../wire/', import.meta.url);
 const names = readdirSync(folder).filter((name) => name.endsWith('.txt') && name !== 'CMakeLists.txt');
@@ -28,12 +28,12 @@ for (const name of names) {
         requests = readRequests(text);
       } else if (line.startsWith('! ')) {
         ++count.notifications;
-        faults.push(...faultsOfNotification(JSON.parse(text)));
+        faults.push(...description.faultsOfNotification(JSON.parse(text)));
       } else if (line.startsWith('< ')) {
         for (const reply of [JSON.parse(text)].flat()) {
           ++count.replies;
           const request = requests.find(({ id }) => id === reply.id);
-          faults.push(...faultsOfReply(findMethod(request?.method), reply));
+          faults.push(...description.faultsOfReply(description.findMethod(request?.method), reply));
         }
       }
     }

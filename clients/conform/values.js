@@ -1,15 +1,15 @@
 // Values made from a schema: mostly as it asks for, often at its borders, sometimes beside it.
 
-import { resolve } from './description.js';
-
 const wrong = [null, true, -1, 1.5, 4294967296, 1e300, '1', '', [], [[]], {}, { a: 1 }];
 const letters = ['a', 'B', '0', ' ', '"', '\\', '/', '\n', '\u0001', '\u007f', 'é', '’', '漢', '😀', '=', '&', '('];
 
 export class Values {
+  #description;
   #state;
 
   /** The same seed makes the same values. */
-  constructor(seed) {
+  constructor(description, seed) {
+    this.#description = description;
     this.#state = seed;
   }
 
@@ -36,7 +36,7 @@ export class Values {
 
   /** Makes a value for a schema. */
   of(schemaOrReference) {
-    const schema = resolve(schemaOrReference);
+    const schema = this.#description.resolve(schemaOrReference);
     if (this.chance(0.03)) return this.pick(wrong);
     if (schema.oneOf && this.chance(0.9)) return this.pick(schema.oneOf).const;
     if (schema.examples && this.chance(0.5)) return this.pick(schema.examples);

@@ -65,9 +65,9 @@ export class Conformance {
       progress(protocol);
       await this.#try(() => this.#checkMessages());
       for (const [index, method] of methods.entries()) {
-        if (!this.#canCall(method)) continue;
         progress(`${method.name}, ${index + 1} of ${methods.length}`);
         await this.#stopScan();
+        if (!this.#canCall(method)) continue;
         await this.#try(async () => {
           const exchange = await runExample(this.#conversation, this.#description, method, simulator);
           this.#note({ method, ...exchange });

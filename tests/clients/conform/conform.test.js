@@ -204,14 +204,27 @@ const faults = [
     options: ['--timeout', '5'],
     cells: ['ITVService::utcTimeGet answers'],
     expected: /^an answer$/,
+    times: 1, // nobody waits for it again
+  },
+  {
+    name: 'no context is made, without which nothing can be asked',
+    spoiler: {
+      reply: (method, reply) =>
+        method === 'ITVService::createContext' && 'result' in reply ? undefined : reply,
+    },
+    options: ['--timeout', '5'],
+    cells: ['ITVService::createContext answers'],
+    expected: /^an answer$/,
+    times: 1,
   },
 ];
 
-for (const { name, spoiler, options = [], cells, expected } of faults) {
+for (const { name, spoiler, options = [], cells, expected, times } of faults) {
   test(`named: ${name}`, async (t) => {
     const found = await examine(await startDouble(t, await startHost(t), spoiler), ...options);
     assert.deepEqual(cellsOf(found.faults).sort(), cells.sort(), JSON.stringify(found.faults));
     assert.match(found.faults[0].expected, expected);
+    if (times !== undefined) assert.equal(found.faults[0].times, times);
     assert.deepEqual([found.status, found.conforms], [1, false]);
   });
 }

@@ -67,6 +67,9 @@ function passOn(client, host, spoiler) {
     else replies.forEach(send);
     held.splice(0).forEach(send);
   });
-  client.on('close', () => host.terminate());
+  client.on('close', async () => {
+    await opened;
+    host.terminate();
+  });
   host.on('close', () => client.close());
 }

@@ -8,6 +8,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
+import { WebSocketServer } from 'ws';
 import { startHost } from '../../support/host.js';
 import { startDouble } from './double.js';
 
@@ -201,10 +202,9 @@ const faults = [
   {
     name: 'a method is not answered',
     spoiler: { reply: (method, reply) => (method === 'ITVService::utcTimeGet' ? undefined : reply) },
-    options: ['--timeout', '5'],
     cells: ['ITVService::utcTimeGet answers'],
     expected: /^an answer$/,
-    times: 1, // nobody waits for it again
+    times: 1, // nobody asks for it again
   },
   {
     name: 'no context is made, without which nothing can be asked',
@@ -212,22 +212,30 @@ const faults = [
       reply: (method, reply) =>
         method === 'ITVService::createContext' && 'result' in reply ? undefined : reply,
     },
-    options: ['--timeout', '5'],
     cells: ['ITVService::createContext answers'],
     expected: /^an answer$/,
     times: 1,
   },
 ];
 
-for (const { name, spoiler, options = [], cells, expected, times } of faults) {
+for (const { name, spoiler, cells, expected, times } of faults) {
   test(`named: ${name}`, async (t) => {
-    const found = await examine(await startDouble(t, await startHost(t), spoiler), ...options);
+    const found = await examine(await startDouble(t, await startHost(t), spoiler));
     assert.deepEqual(cellsOf(found.faults).sort(), cells.sort(), JSON.stringify(found.faults));
     assert.match(found.faults[0].expected, expected);
     if (times !== undefined) assert.equal(found.faults[0].times, times);
     assert.deepEqual([found.status, found.conforms], [1, false]);
   });
 }
+
+test('nobody waits for ever', async (t) => {
+  const silent = new WebSocketServer({ host: '127.0.0.1', port: 0 });
+  t.after(() => silent.close());
+  await once(silent, 'listening');
+  const { status, stderr } = await conform('--yes', '--timeout', '5', `ws://127.0.0.1:${silent.address().port}`);
+  assert.equal(status, 2);
+  assert.match(stderr, /^ostrel-conform: rpc.discover is not answered: nothing within 5 s; there is no description/);
+});
 
 test('people read what was sent, what came and what was expected', async (t) => {
   const spoiler = { reply: results('ITVService::signalStatusGet', () => '\u009b31m') };

@@ -7,7 +7,7 @@ import WebSocket, { WebSocketServer } from 'ws';
  * What it does wrong.
  * @typedef {object} Spoiler
  * @property {(method: string, reply: object) => object|undefined} [reply]  what comes in place of a reply
- *     of the host; undefined for nothing
+ *     of the host; for undefined it hangs up
  * @property {(replies: object[]) => object[]} [batch]        what comes in place of those of a batch
  * @property {(notification: object) => object} [notification]
  * @property {boolean} [isLate]     notifications come behind the next reply
@@ -62,7 +62,8 @@ function passOn(client, host, spoiler) {
       else send(notification);
       return;
     }
-    const replies = [message].flat().map(spoil).filter(Boolean);
+    const replies = [message].flat().map(spoil);
+    if (replies.includes(undefined)) return client.close();
     if (Array.isArray(message)) send(spoiler.batch?.(replies) ?? replies);
     else replies.forEach(send);
     held.splice(0).forEach(send);

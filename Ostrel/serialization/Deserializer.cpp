@@ -59,15 +59,20 @@ struct Deserializer::Document {
         fail(path(key), problem);
     }
 
-    template <typename T> std::vector<T> readList(const std::string& key,
-                                                  std::optional<T> (JsonValue::*convert)() const,
-                                                  const char* problem, const char* elementProblem,
-                                                  std::size_t limit = noLimit) const {
+    const JsonValue& getArray(const std::string& key, const char* problem, std::size_t limit) const {
         const auto& array = get(key);
         if (!array.isArray())
             fail(path(key), problem);
         if (limit != noLimit && array.getElements(limit + 1).size() > limit)
             fail(path(key), "has more than " + std::to_string(limit) + " entries");
+        return array;
+    }
+
+    template <typename T> std::vector<T> readList(const std::string& key,
+                                                  std::optional<T> (JsonValue::*convert)() const,
+                                                  const char* problem, const char* elementProblem,
+                                                  std::size_t limit = noLimit) const {
+        const auto& array = getArray(key, problem, limit);
         std::vector<T> list;
         array.forEachElement([&](const JsonValue& element) {
             auto value = (element.*convert)();
@@ -122,6 +127,23 @@ std::string Deserializer::readString(const std::string& key) const {
     return document_->read(key, &JsonValue::asString, "is not a string");
 }
 
+std::uint32_t Deserializer::readUnsigned(const std::string& key, std::uint32_t least,
+                                         std::uint32_t most) const {
+    const auto value = document_->get(key).asInteger<std::uint32_t>();
+    if (!value || *value < least || *value > most)
+        fail(document_->path(key),
+             "is not an integer from " + std::to_string(least) + " to " + std::to_string(most));
+    return *value;
+}
+
+double Deserializer::readNumber(const std::string& key, int least, int most) const {
+    const auto value = document_->get(key).asNumber();
+    if (!value || *value < least || *value > most)
+        fail(document_->path(key),
+             "is not a number from " + std::to_string(least) + " to " + std::to_string(most));
+    return *value + 0.0; // which makes a 0 of -0
+}
+
 std::vector<int> Deserializer::readIntList(const std::string& key) const {
     return document_->readList(key, &JsonValue::asInteger<int>, "is not a list of signed 32-bit integers",
                                "is not a signed 32-bit integer");
@@ -135,6 +157,21 @@ std::vector<unsigned char> Deserializer::readByteList(const std::string& key) co
 std::vector<std::string> Deserializer::readStringList(const std::string& key, std::size_t limit) const {
     return document_->readList(key, &JsonValue::asString, "is not a list of strings", "is not a string",
                                limit);
+}
+
+void Deserializer::readObjectList(const std::string& key, std::size_t limit,
+                                  const std::function<void()>& read) {
+    // The member's own place may move when a level is added.
+    const JsonValue array = document_->getArray(key, "is not a list of objects", limit);
+    std::size_t index = 0;
+    array.forEachElement([&](const JsonValue& element) {
+        const auto name = key + '[' + std::to_string(index++) + ']';
+        if (!element.isObject())
+            fail(document_->path(name), "is not an object");
+        document_->levels.push_back({name, element.getMembers()});
+        read();
+        document_->levels.pop_back();
+    });
 }
 
 std::string Deserializer::readObjectText(const std::string& key) const {

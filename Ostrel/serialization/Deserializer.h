@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -51,11 +52,19 @@ public:
     std::int32_t readInt(const std::string& key) const;
     std::uint32_t readUnsigned(const std::string& key) const;
     std::string readString(const std::string& key) const;
+    /// An integer from the one to the other.
+    std::uint32_t readUnsigned(const std::string& key, std::uint32_t least, std::uint32_t most) const;
+    /// A number from the one to the other, with a fraction or without, to the nearest double.
+    double readNumber(const std::string& key, int least, int most) const;
     std::vector<int> readIntList(const std::string& key) const;
     /// A list of integers from 0 to 255.
     std::vector<unsigned char> readByteList(const std::string& key) const;
     /// @param limit  how many strings the list may have
     std::vector<std::string> readStringList(const std::string& key, std::size_t limit) const;
+
+    /// Reads a list of objects: makes each in turn the one whose members are read, and calls back.
+    /// @param limit  how many objects the list may have
+    void readObjectList(const std::string& key, std::size_t limit, const std::function<void()>& read);
 
     /// Reads a member that holds an object or the text of one: returns the text, or an empty text
     /// when there is no such member. The text that a client gives as such is not looked into.
@@ -97,6 +106,14 @@ template <typename T> T deserialize(const std::string& key, Deserializer& deseri
 template <typename T> T deserialize(const std::string& params) {
     Deserializer deserializer(params, "params");
     return T(deserializer);
+}
+
+/// Reads a list of records, at most so many, which must be there.
+template <typename T>
+std::vector<T> deserializeList(const std::string& key, Deserializer& deserializer, std::size_t limit) {
+    std::vector<T> list;
+    deserializer.readObjectList(key, limit, [&] { list.emplace_back(deserializer); });
+    return list;
 }
 
 /// Reads a record from the object under that key, which must be there. Never null; the caller

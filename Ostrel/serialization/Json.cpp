@@ -195,6 +195,13 @@ std::optional<std::int64_t> JsonValue::asInt64() const {
     return isNumber() ? readInteger(text_) : std::nullopt;
 }
 
+std::optional<double> JsonValue::asNumber() const {
+    double value = 0;
+    if (!isNumber() || std::from_chars(text_.data(), text_.data() + text_.size(), value).ec != std::errc())
+        return std::nullopt;
+    return value;
+}
+
 std::optional<std::string> JsonValue::asString() const {
     if (!isString())
         return std::nullopt;

@@ -48,6 +48,9 @@ public:
         return static_cast<T>(*value);
     }
 
+    /// A number, to the nearest double; nothing when none is near.
+    std::optional<double> asNumber() const;
+
     std::optional<std::string> asString() const;
 
     /// A string's value without a copy where that can be: in the text, or in the storage when it has

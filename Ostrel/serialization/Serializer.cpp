@@ -110,6 +110,12 @@ void Serializer::write(std::string_view key, std::int64_t value) {
     writeJson(key, {digits, static_cast<std::size_t>(end - digits)});
 }
 
+void Serializer::write(std::string_view key, double value) {
+    char digits[32];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
+    writeJson(key, {digits, static_cast<std::size_t>(end - digits)});
+}
+
 void Serializer::write(std::string_view key, std::string_view text) {
     beginValue(key);
     checkLimit(text.size());
@@ -168,6 +174,10 @@ void serialize(std::string_view key, const unsigned& value, Serializer& serializ
 
 void serialize(std::string_view key, const long& value, Serializer& serializer) {
     serializer.write(key, std::int64_t{value});
+}
+
+void serialize(std::string_view key, const double& value, Serializer& serializer) {
+    serializer.write(key, value);
 }
 
 void serialize(std::string_view key, const std::string& value, Serializer& serializer) {

@@ -42,6 +42,8 @@ public:
 
     void write(std::string_view key, bool value);
     void write(std::string_view key, std::int64_t value);
+    /// A finite number, in the fewest digits that are read back as the same.
+    void write(std::string_view key, double value);
     void write(std::string_view key, std::string_view text);
     /// A text is never meant as a truth value.
     void write(std::string_view key, const char* text) = delete;
@@ -73,6 +75,7 @@ OSTREL_API void serialize(std::string_view key, const bool& value, Serializer& s
 OSTREL_API void serialize(std::string_view key, const int& value, Serializer& serializer);
 OSTREL_API void serialize(std::string_view key, const unsigned& value, Serializer& serializer);
 OSTREL_API void serialize(std::string_view key, const long& value, Serializer& serializer);
+OSTREL_API void serialize(std::string_view key, const double& value, Serializer& serializer);
 OSTREL_API void serialize(std::string_view key, const std::string& value, Serializer& serializer);
 /// A text is never meant as a truth value.
 void serialize(std::string_view key, const char* value, Serializer& serializer) = delete;

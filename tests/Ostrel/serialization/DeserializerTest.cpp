@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -62,6 +63,22 @@ void bytes(Deserializer& payload) {
 }
 void strings(Deserializer& payload) {
     payload.readStringList("m", 2);
+}
+void percent(Deserializer& payload) {
+    payload.readUnsigned("m", 1, 100);
+}
+void number(Deserializer& payload) {
+    payload.readNumber("m", 0, 3600);
+}
+/// A record of a list.
+struct Entry {
+    explicit Entry(Deserializer& payload) : n(deserialize<unsigned>("n", payload)) {
+        payload.refuseUnknown({"n"});
+    }
+    unsigned n;
+};
+void entries(Deserializer& payload) {
+    deserializeList<Entry>("m", payload, 2);
 }
 void object(Deserializer& payload) {
     payload.enterMember("m");
@@ -136,6 +153,28 @@ const Row rows[] = {
     {"StringListString", R"({"m":"a"})",       strings,  R"(m: member "m" is not a list of strings)"},
     {"StringListNumber", R"({"m":["a",1]})",   strings,  R"(m[1]: member "m[1]" is not a string)"},
     {"StringListLong",   R"({"m":[1,2,3]})",   strings,  R"(m: member "m" has more than 2 entries)"},
+    {"RangeLeast",       R"({"m":1})",         percent,  "read"},
+    {"RangeMost",        R"({"m":100.0})",     percent,  "read"},
+    {"RangeBelow",       R"({"m":0})",         percent,  R"(m: member "m" is not an integer from 1 to 100)"},
+    {"RangeAbove",       R"({"m":101})",       percent,  R"(m: member "m" is not an integer from 1 to 100)"},
+    {"RangeFraction",    R"({"m":1.5})",       percent,  R"(m: member "m" is not an integer from 1 to 100)"},
+    {"RangeMissing",     "{}",                 percent,  R"(m: missing member "m")"},
+    {"NumberLeast",      R"({"m":-0.0})",      number,   "read"},
+    {"NumberMost",       R"({"m":3.6e3})",     number,   "read"},
+    {"NumberBelow",      R"({"m":-0.001})",    number,   R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberAbove",      R"({"m":3600.001})",  number,   R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberHuge",       R"({"m":1e999})",     number,   R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberHuger",      R"({"m":1e99999999999})", number, R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberString",     R"({"m":"1"})",       number,   R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberNull",       R"({"m":null})",      number,   R"(m: member "m" is not a number from 0 to 3600)"},
+    {"NumberMissing",    "{}",                 number,   R"(m: missing member "m")"},
+    {"Entries",          R"({"m":[{"n":1},{"n":2}]})", entries, "read"},
+    {"EntriesNone",      R"({"m":[]})",        entries,  "read"},
+    {"EntriesMany",      R"({"m":[1,2,3]})",   entries,  R"(m: member "m" has more than 2 entries)"},
+    {"EntriesObject",    R"({"m":{}})",        entries,  R"(m: member "m" is not a list of objects)"},
+    {"EntriesNumber",    R"({"m":[{"n":1},1]})", entries, R"(m[1]: member "m[1]" is not an object)"},
+    {"EntriesMissing",   R"({"m":[{"n":1},{}]})", entries, R"(m[1].n: missing member "m[1].n")"},
+    {"EntriesUnknown",   R"({"m":[{"n":1,"o":1}]})", entries, R"(m[0].o: unknown member "m[0].o")"},
     {"Object",           R"({"m":{}})",        object,   "read"},
     {"ObjectList",       R"({"m":[]})",        object,   R"(m: member "m" is not an object)"},
     {"ObjectNull",       R"({"m":null})",      object,   R"(m: member "m" is not an object)"},
@@ -180,6 +219,28 @@ TEST(DeserializerTest, ReadsLists) {
     EXPECT_THAT(payload.readByteList("bytes"), ElementsAre(0, 32, 255));
     EXPECT_THAT(payload.readStringList("texts", 2), ElementsAre("", "a"));
     EXPECT_THAT(payload.readIntList("none"), IsEmpty());
+}
+
+TEST(DeserializerTest, ReadsNumbersWithAFraction) {
+    const Deserializer payload(
+        R"({"tenth":0.1,"half":5e-1,"whole":2,"most":3600,"little":1e-300,"minus":-0.0})");
+    EXPECT_EQ(payload.readNumber("tenth", 0, 3600), 0.1);
+    EXPECT_EQ(payload.readNumber("half", 0, 1), 0.5);
+    EXPECT_EQ(payload.readNumber("whole", 0, 3600), 2.0);
+    EXPECT_EQ(payload.readNumber("most", 0, 3600), 3600.0);
+    EXPECT_EQ(payload.readNumber("little", 0, 1), 1e-300);
+    EXPECT_FALSE(std::signbit(payload.readNumber("minus", 0, 1)));
+}
+
+TEST(DeserializerTest, ReadsListsOfRecords) {
+    Deserializer payload(R"({"inside":{"list":[{"n":1},{"n":2}]},"n":3})");
+    payload.enterMember("inside");
+    const auto list = deserializeList<Entry>("list", payload, 2);
+    payload.leaveMember("inside");
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0].n, 1u);
+    EXPECT_EQ(list[1].n, 2u);
+    EXPECT_EQ(payload.readInt("n"), 3);
 }
 
 TEST(DeserializerTest, OfDuplicateMembersTheLastCounts) {

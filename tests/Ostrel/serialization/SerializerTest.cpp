@@ -76,6 +76,15 @@ TEST(SerializerTest, IntegersReachTheirLimits) {
     EXPECT_EQ(serializer.generate(), "[-2147483648,4294967295,-9223372036854775808,9223372036854775807]");
 }
 
+TEST(SerializerTest, WritesNumbersWithAFractionInTheFewestDigits) {
+    Serializer serializer;
+    serializer.beginList("");
+    for (const double value : {0.0, 0.1, 1.0, 3600.0, -2.5, 1e300, 1e-7, 1700000000.123456})
+        serialize("", value, serializer);
+    serializer.endList("");
+    EXPECT_EQ(serializer.generate(), "[0,0.1,1,3600,-2.5,1e+300,1e-07,1700000000.123456]");
+}
+
 TEST(SerializerTest, EscapesWhatJsonWantsEscapedAndNothingElse) {
     EXPECT_EQ(escaped("plain / text"), "plain / text");
     EXPECT_EQ(escaped("say \"hi\" \\ there"), R"(say \"hi\" \\ there)");

@@ -1,5 +1,7 @@
 #include "Ostrel/rpc/RPCMessage.h"
 
+#include "Ostrel/rpc/Exception.h"
+#include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/rpc/RPCObserver.h"
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
@@ -52,8 +54,12 @@ public:
 
     bool isDone() const noexcept { return isRead_ && next_ == count_; }
 
+    bool isDelayed() const noexcept { return due_ != Clock::time_point() && Clock::now() < due_; }
+
+    Clock::time_point getDue() const noexcept { return due_; }
+
     bool needsTurn() const noexcept {
-        return isRead_ && envelope_.refusal.empty() && !server_.isReadOnly(envelope_.interfaceName);
+        return isRead_ && !isRefused() && !server_.isReadOnly(envelope_.interfaceName);
     }
 
     bool isQuick() const noexcept {
@@ -63,7 +69,10 @@ public:
                !server_.mayWait(envelope_.name);
     }
 
-    bool isRefused() const noexcept { return isRead_ && !envelope_.refusal.empty(); }
+    bool isRefused() const noexcept {
+        return isRead_ && (!envelope_.refusal.empty() || fate_.outcome == Fate::Failed ||
+                           fate_.outcome == Fate::RequestLost);
+    }
 
     void step() noexcept {
         try {
@@ -72,7 +81,7 @@ public:
                 return;
             }
             const Cancellation scope(clientGone_);
-            add(answerInAnyCase());
+            add(answerAsFated());
             if (++next_ < count_)
                 examine(batch_[next_]);
             else if (!batch_.empty() && !reply_.empty())
@@ -87,9 +96,16 @@ public:
 
     std::size_t getReplySize() const noexcept { return reply_.capacity(); }
 
-    std::string takeReply() { return std::move(reply_); }
+    Reply takeReply() {
+        if (isConnectionLost_)
+            return {{}, Reply::ConnectionLost};
+        const auto delivery = isReplyLost_ && reply_.empty() ? Reply::Lost : Reply::Sent;
+        return {std::move(reply_), delivery};
+    }
 
 private:
+    using Fate = RPCInterceptor::RequestFate;
+
     static inline const std::atomic<bool> nobodyGone = false;
 
     void read() {
@@ -118,6 +134,8 @@ private:
 
     void examine(const JsonValue& value) {
         envelope_ = {};
+        fate_ = {};
+        due_ = {};
         if (!value.isObject()) {
             envelope_.id = "null";
             envelope_.refusal = "the message is not a JSON object";
@@ -162,6 +180,28 @@ private:
             envelope_.interfaceName = envelope_.name.substr(0, colons);
             envelope_.methodName = envelope_.name.substr(colons + 2);
         }
+        if (auto* interceptor = server_.getInterceptor())
+            judge(*interceptor);
+    }
+
+    void judge(RPCInterceptor& interceptor) {
+        if (!server_.hasMethod(envelope_.interfaceName, envelope_.methodName))
+            return;
+        fate_ = interceptor.judgeRequest(envelope_.name);
+        if (fate_.delay.count() > 0)
+            due_ = Clock::now() + fate_.delay;
+    }
+
+    /// The reply as far as the client is to have it.
+    std::string answerAsFated() {
+        auto reply = fate_.outcome == Fate::RequestLost ? std::string() : answerInAnyCase();
+        if (fate_.outcome < Fate::RequestLost)
+            return reply;
+        isReplyLost_ |= !envelope_.id.empty();
+        isConnectionLost_ = fate_.outcome == Fate::ConnectionLost;
+        if (isConnectionLost_)
+            count_ = next_ + 1;
+        return {};
     }
 
     /// In a batch the want of memory is the answer to one request; the others may fare better.
@@ -183,11 +223,21 @@ private:
         const IRPC::RPCSynchronousMethodObject method(
             std::string(envelope_.interfaceName), std::string(envelope_.methodName),
             std::string(envelope_.id), std::string(params ? params->getText() : "{}"), peer_, budget);
+        if (fate_.outcome == Fate::Failed)
+            return fail(method, fate_.code);
         return params && params->isArray() ? refuseList(method) : server_.handleRPCSynchronousMethod(method);
     }
 
+    /// As a handler does that catches the code.
+    static std::string fail(const IRPC::RPCSynchronousMethodObject& method, ReturnCode code) {
+        try {
+            throw Exception(code);
+        } catch (const Exception& exception) {
+            return IRPC::RPCErrorObject(method, exception.what()).serialize();
+        }
+    }
+
     std::string answerObserved() {
-        using Clock = std::chrono::steady_clock;
         const auto begin = Clock::now();
         auto reply = answer();
         peer_->observer->requestDone(
@@ -243,6 +293,10 @@ private:
     std::size_t count_ = 0; ///< requests in the message
     std::size_t next_ = 0;
     Envelope envelope_; ///< of the next request
+    Fate fate_; ///< of the next request
+    Clock::time_point due_; ///< of the next request
+    bool isReplyLost_ = false; ///< of any request
+    bool isConnectionLost_ = false;
     std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;
 };
@@ -255,6 +309,14 @@ RPCMessage::~RPCMessage() = default;
 
 bool RPCMessage::isDone() const noexcept {
     return parts_->isDone();
+}
+
+bool RPCMessage::isDelayed() const noexcept {
+    return parts_->isDelayed();
+}
+
+RPCMessage::Clock::time_point RPCMessage::getDue() const noexcept {
+    return parts_->getDue();
 }
 
 bool RPCMessage::needsTurn() const noexcept {
@@ -277,7 +339,7 @@ std::size_t RPCMessage::getReplySize() const noexcept {
     return parts_->getReplySize();
 }
 
-std::string RPCMessage::takeReply() {
+RPCMessage::Reply RPCMessage::takeReply() {
     return parts_->takeReply();
 }
 

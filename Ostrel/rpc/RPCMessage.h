@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/IRPC.h"
 #include "Ostrel/rpc/RPCServer.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -22,6 +23,20 @@ public:
         std::size_t batch = 100; ///< requests in a batch
     };
 
+    /// What the client is told in the end.
+    struct Reply {
+        enum Delivery {
+            Sent, ///< the text, if there is any
+            Lost, ///< nothing, though the client waits for a reply
+            ConnectionLost, ///< nothing any more
+        };
+
+        std::string text; ///< empty when there is nothing to reply
+        Delivery delivery = Sent;
+    };
+
+    using Clock = std::chrono::steady_clock;
+
     /// A longer text takes too long to be decoded where others wait for it.
     static constexpr std::size_t smallText = IRPC::RPCSynchronousMethodObject::shortParameters; ///< bytes
 
@@ -34,6 +49,12 @@ public:
     /// Whether every request has been carried out.
     bool isDone() const noexcept;
 
+    /// Whether the next step must not be done yet. Not to be asked when done.
+    bool isDelayed() const noexcept;
+
+    /// Until when it isDelayed(). Asked only where it was.
+    Clock::time_point getDue() const noexcept;
+
     /// Whether the next step must be done with the turn held. Not to be asked when done.
     bool needsTurn() const noexcept;
 
@@ -41,8 +62,8 @@ public:
     /// Not to be asked when done.
     bool isQuick() const noexcept;
 
-    /// Whether the next step reaches no handler, since it is for what is no request. Not to be asked
-    /// when done.
+    /// Whether the next step reaches no handler: it is for what is no request, or for one that is not
+    /// to get there. Not to be asked when done.
     bool isRefused() const noexcept;
 
     /// Does the next step. Never throws; whatever is wrong becomes the reply. When the client has
@@ -52,8 +73,8 @@ public:
     /// Bytes that the reply has so far.
     std::size_t getReplySize() const noexcept;
 
-    /// The reply's text, to be taken once when done; empty when there is nothing to reply.
-    std::string takeReply();
+    /// To be taken once when done.
+    Reply takeReply();
 
 private:
     struct Envelope;

@@ -1,6 +1,7 @@
 #include "Ostrel/rpc/RPCNotifier.h"
 
 #include "Ostrel/rpc/IRPC.h"
+#include "Ostrel/rpc/RPCInterceptor.h"
 
 #include <algorithm>
 #include <atomic>
@@ -21,8 +22,8 @@ std::string withoutSpare(std::string text) {
 
 } // namespace
 
-RPCNotification::RPCNotification(std::string text, std::string topic)
-    : text_(withoutSpare(std::move(text))), topic_(std::move(topic)) {
+RPCNotification::RPCNotification(std::string text, std::string topic, Clock::time_point due)
+    : text_(withoutSpare(std::move(text))), topic_(std::move(topic)), due_(due) {
     costOfAll += getCost();
 }
 
@@ -52,8 +53,16 @@ RPCNotifier::~RPCNotifier() = default;
 
 void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload,
                                         const std::string& topic) {
+    RPCNotification::Clock::time_point due;
+    if (auto* interceptor = getInterceptor()) {
+        const auto fate = interceptor->judgeNotification(name);
+        if (fate.isLost)
+            return;
+        if (fate.delay.count() > 0)
+            due = RPCNotification::Clock::now() + fate.delay;
+    }
     const auto notification = std::make_shared<const RPCNotification>(
-        IRPC::RPCNotificationObject(name, payload).serialize(), topic);
+        IRPC::RPCNotificationObject(name, payload).serialize(), topic, due);
     const std::lock_guard lock(mutex_);
     if (raised != nullptr)
         *raised += unsigned(subscribers_.size());

@@ -3,6 +3,7 @@
 #include "Ostrel/Export.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -11,12 +12,17 @@
 
 namespace Ostrel {
 
+class RPCInterceptor;
+
 /// A notification on its way to the clients, who share it.
 ///
 /// Any thread may hold one; nobody changes it.
 class OSTREL_API RPCNotification {
 public:
-    explicit RPCNotification(std::string text, std::string topic = {});
+    using Clock = std::chrono::steady_clock;
+
+    /// @param due  when it may be sent; the clock's beginning for at once
+    explicit RPCNotification(std::string text, std::string topic = {}, Clock::time_point due = {});
     ~RPCNotification();
 
     RPCNotification(const RPCNotification&) = delete;
@@ -30,6 +36,10 @@ public:
         return !topic_.empty() && topic_ == earlier.topic_;
     }
 
+    /// Whether it is not to be sent yet, nor what was raised behind it.
+    bool isDelayed() const { return due_ != Clock::time_point() && Clock::now() < due_; }
+    Clock::time_point getDue() const { return due_; }
+
     /// Bytes that keeping it costs, however many share it.
     std::size_t getCost() const;
 
@@ -39,6 +49,7 @@ public:
 private:
     const std::string text_;
     const std::string topic_; ///< empty when each stands for itself
+    const Clock::time_point due_;
 };
 
 /// Counts, while it lives, the notifications that the calling thread has sent: once for each client
@@ -90,6 +101,12 @@ public:
     void handleRPCNotification(const std::string& name, const std::string& payload,
                                const std::string& topic = {});
 
+    /// Lets somebody decide from now on what becomes of the notifications, and of the calls where the
+    /// notifier is a server.
+    /// @param interceptor  null for nobody; not owned, and must outlive the notifier's use
+    void setInterceptor(RPCInterceptor* interceptor) noexcept { interceptor_ = interceptor; }
+    RPCInterceptor* getInterceptor() const noexcept { return interceptor_; }
+
     /// Adds a subscriber, who must unsubscribe before it goes away.
     void subscribe(RPCSubscriber& subscriber);
 
@@ -97,6 +114,7 @@ public:
     void unsubscribe(RPCSubscriber& subscriber);
 
 private:
+    std::atomic<RPCInterceptor*> interceptor_ = nullptr;
     std::mutex mutex_; ///< guards the list; held through a fan-out, which keeps the order
     std::vector<RPCSubscriber*> subscribers_;
 };

@@ -116,6 +116,11 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     }
 }
 
+bool RPCServer::hasMethod(std::string_view interfaceName, std::string_view methodName) const {
+    const auto interface = methods.find(std::string(interfaceName));
+    return interface != methods.end() && interface->second.count(std::string(methodName)) > 0;
+}
+
 std::string_view RPCServer::getDescription() const noexcept {
     return {};
 }

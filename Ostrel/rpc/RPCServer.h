@@ -79,6 +79,9 @@ public:
         return waitingMethods.find(name) != waitingMethods.end();
     }
 
+    /// Whether there is a handler of that name.
+    bool hasMethod(std::string_view interfaceName, std::string_view methodName) const;
+
     const std::string& getName() const { return name_; }
 
     /// Finds a running server; null when nobody runs under that name. Any thread may call it.

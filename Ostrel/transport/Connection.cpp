@@ -58,6 +58,8 @@ void Connection::refuse() {
 void Connection::stop() {
     if (phase_ == Phase::Open)
         sayGoodbye(boost::beast::websocket::close_code::going_away);
+    else if (phase_ == Phase::Working && hub_.getLanes().isDelayed(*client_))
+        close(); // nothing has begun, and nothing begins any more
     else if (phase_ == Phase::Working)
         keepAlive_ = false;
     else if (phase_ <= Phase::ReadingHead && output_.hasGivenAll())
@@ -468,7 +470,7 @@ void Connection::work(RPCServer& server, std::string_view text) {
     message_.finish();
     // Whoever drops it on another thread must not be the last to know the connection.
     auto done = [weak = std::weak_ptr(std::static_pointer_cast<Connection>(shared_from_this())),
-                 counted](std::string reply) {
+                 counted](RPCMessage::Reply reply) {
         const auto self = weak.lock();
         if (self == nullptr)
             return;
@@ -497,15 +499,19 @@ void Connection::work(RPCServer& server, std::string_view text) {
     settle(workingSince_);
 }
 
-void Connection::replyCame(std::string reply) {
+void Connection::replyCame(RPCMessage::Reply reply) {
     if (std::exchange(working_, false))
         settle(Clock::now());
     if (const auto sent = client_->getPeer()->notifications.exchange(0))
         slowedUntil_ = hub_.chargeNotifications(sent);
-    if (phase_ == Phase::Working)
-        answer(Http::answerReply(std::move(reply)));
+    if (reply.delivery == RPCMessage::Reply::ConnectionLost)
+        close();
     else if (phase_ == Phase::Open)
-        webSocket_->reply(std::move(reply));
+        webSocket_->reply(std::move(reply.text));
+    else if (phase_ == Phase::Working && reply.delivery == RPCMessage::Reply::Lost)
+        finish(); // by HTTP nothing can follow an answer that is missing
+    else if (phase_ == Phase::Working)
+        answer(Http::answerReply(std::move(reply.text)));
 }
 
 } // namespace Ostrel

@@ -104,7 +104,7 @@ private:
     void work(RPCServer& server, std::string_view text);
     std::size_t getMessageSize() const;
     void forgetMessage();
-    void replyCame(std::string reply);
+    void replyCame(RPCMessage::Reply reply);
 
     void drain();
     void readAway();

@@ -30,6 +30,12 @@ Lanes::Client::Clock::duration getProcessorTime() {
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
+/// The job of that client in a queue of jobs.
+template <class Queue> auto find(Queue& queue, const Lanes::Client& client) {
+    return std::find_if(queue.begin(), queue.end(),
+                        [&](const auto& entry) { return entry.second.client.get() == &client; });
+}
+
 double toMilliseconds(Lanes::Client::Clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
@@ -102,16 +108,17 @@ void Lanes::stop() {
             thread.join();
 }
 
-std::optional<std::string> Lanes::carryOut(std::string_view text, RPCServer& server,
-                                           const std::shared_ptr<Client>& client,
-                                           const RPCMessage::Limits& limits, Done done) {
+std::optional<RPCMessage::Reply> Lanes::carryOut(std::string_view text, RPCServer& server,
+                                                 const std::shared_ptr<Client>& client,
+                                                 const RPCMessage::Limits& limits, Done done) {
     auto message = std::make_unique<RPCMessage>(std::string(text), server, client->getPeer(), limits);
     if (text.size() <= RPCMessage::smallText) {
         message->step();
         // Of a batch only the first request is tried here.
-        if (!message->isDone() && message->isRefused())
+        const bool mayBegin = !message->isDone() && !message->isDelayed();
+        if (mayBegin && message->isRefused())
             message->step();
-        else if (!message->isDone() && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
+        else if (mayBegin && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
             message->step();
             Turn::give();
         }
@@ -122,17 +129,21 @@ std::optional<std::string> Lanes::carryOut(std::string_view text, RPCServer& ser
     return std::nullopt;
 }
 
+bool Lanes::isDelayed(const Client& client) {
+    const std::lock_guard lock(mutex_);
+    return find(turn_.delayed, client) != turn_.delayed.end() ||
+           find(readers_.delayed, client) != readers_.delayed.end();
+}
+
 void Lanes::leave(Client& client) noexcept {
     Queue::node_type dropped; // outlives the lock, which is no place to destroy it
     const std::lock_guard lock(mutex_);
     client.getPeer()->gone = true;
-    for (auto* lane : {&turn_, &readers_}) {
-        const auto found = std::find_if(lane->queue.begin(), lane->queue.end(), [&](const auto& entry) {
-            return entry.second.client.get() == &client;
-        });
-        if (found == lane->queue.end())
+    for (auto* queue : {&turn_.queue, &turn_.delayed, &readers_.queue, &readers_.delayed}) {
+        const auto found = find(*queue, client);
+        if (found == queue->end())
             continue;
-        dropped = lane->queue.extract(found);
+        dropped = queue->extract(found);
         noteReply(dropped.mapped(), 0);
     }
 }
@@ -153,9 +164,14 @@ void Lanes::enqueue(Job job) {
 void Lanes::push(Queue::node_type job) {
     auto& [client, message, done, chore, isDear, replySize] = job.mapped();
     auto& lane = message != nullptr && message->needsTurn() && message->isQuick() ? turn_ : readers_;
-    job.key() = client != nullptr ? client->getUrgency() : std::numeric_limits<double>::lowest();
     isDear = false;
-    lane.queue.insert(std::move(job));
+    if (message != nullptr && message->isDelayed()) {
+        job.key() = toMilliseconds(message->getDue().time_since_epoch());
+        lane.delayed.insert(std::move(job));
+    } else {
+        job.key() = client != nullptr ? client->getUrgency() : std::numeric_limits<double>::lowest();
+        lane.queue.insert(std::move(job));
+    }
     lane.wanted.notify_one();
 }
 
@@ -169,11 +185,28 @@ void Lanes::run(Lane& lane) {
     }
 }
 
+/// Until something has changed, the end has come, or the time of one that is delayed.
+void Lanes::wait(Lane& lane, std::unique_lock<std::mutex>& lock, Client::Clock::time_point end) {
+    if (!lane.delayed.empty())
+        end = std::min(end, lane.delayed.begin()->second.message->getDue());
+    if (end == Client::Clock::time_point::max())
+        lane.wanted.wait(lock);
+    else
+        lane.wanted.wait_until(lock, end);
+}
+
+/// Puts those in line whose time has come. With the lock held.
+void Lanes::endDelays(Lane& lane) {
+    while (!lane.delayed.empty() && !lane.delayed.begin()->second.message->isDelayed())
+        push(lane.delayed.extract(lane.delayed.begin()));
+}
+
 /// Waits for a job that one more thread may do; empty at the end. With the lock held.
 Lanes::Queue::node_type Lanes::takeJob(Lane& lane, std::unique_lock<std::mutex>& lock) {
     for (;;) {
         if (stopping_)
             return {};
+        endDelays(lane);
         if (!lane.queue.empty()) {
             // When the first is too dear to be done now, so are all behind it.
             const auto isDear = [](const Job& job) {
@@ -192,11 +225,13 @@ Lanes::Queue::node_type Lanes::takeJob(Lane& lane, std::unique_lock<std::mutex>&
             job.isDear = isDear(job);
             if (!job.isDear || lane.dear < most) {
                 lane.dear += job.isDear ? 1 : 0;
+                if (!lane.delayed.empty())
+                    lane.wanted.notify_one(); // another one minds their time
                 return lane.queue.extract(next);
             }
-            lane.wanted.wait_for(lock, lookAgain);
+            wait(lane, lock, Client::Clock::now() + lookAgain);
         } else {
-            lane.wanted.wait(lock);
+            wait(lane, lock, Client::Clock::time_point::max());
         }
     }
 }

@@ -20,13 +20,15 @@ namespace Ostrel {
 /// saves it two changes of thread; everything else on threads where waiting hurts nobody. What
 /// needs the turn and is quick has a thread of its own; all else shares a few.
 ///
+/// A message that is delayed waits aside, without a thread, until its time has come.
+///
 /// Among those who wait, the client goes first that has used least of these threads' time lately;
 /// of a batch the requests line up one by one. So a dear request delays its own client; and one
 /// thread is kept for the clients whose requests are quick.
 class Lanes {
 public:
-    /// Takes the reply's text; empty when there is nothing to reply.
-    using Done = std::function<void(std::string reply)>;
+    /// Takes the reply.
+    using Done = std::function<void(RPCMessage::Reply reply)>;
 
     /// One client as the lanes know it: who it is, and how much of their time it has taken.
     class Client {
@@ -71,9 +73,12 @@ public:
     /// @param done  called on another thread, unless the message was done here, the client has
     ///              left or the lanes stop; must not throw. It may be destroyed on any thread.
     /// @returns the reply when the message was done here
-    std::optional<std::string> carryOut(std::string_view text, RPCServer& server,
-                                        const std::shared_ptr<Client>& client,
-                                        const RPCMessage::Limits& limits, Done done);
+    std::optional<RPCMessage::Reply> carryOut(std::string_view text, RPCServer& server,
+                                              const std::shared_ptr<Client>& client,
+                                              const RPCMessage::Limits& limits, Done done);
+
+    /// Whether the client's message waits for its time.
+    bool isDelayed(const Client& client);
 
     /// Drops what has not begun of the client's message, and lets what has begun know.
     void leave(Client& client) noexcept;
@@ -98,13 +103,14 @@ private:
         std::size_t replySize = 0; ///< bytes of its reply so far, while it waits
     };
 
-    /// By urgency: the first goes first.
+    /// By urgency, or by time where they are delayed: the first goes first.
     using Queue = std::multimap<double, Job>;
 
     /// Threads with a queue of their own.
     struct Lane {
         const unsigned mostDear; ///< how many may work for clients that are not quick
         Queue queue = {};
+        Queue delayed = {}; ///< for whose first a thread waits that has nothing else to do
         unsigned dear = 0; ///< how many do
         std::condition_variable wanted = {};
     };
@@ -112,6 +118,8 @@ private:
     void enqueue(Job job);
     void push(Queue::node_type job);
     void run(Lane& lane);
+    static void wait(Lane& lane, std::unique_lock<std::mutex>& lock, Client::Clock::time_point end);
+    void endDelays(Lane& lane);
     Queue::node_type takeJob(Lane& lane, std::unique_lock<std::mutex>& lock);
     static Client::Clock::duration work(Job& job);
     void noteReply(Job& job, std::size_t size);

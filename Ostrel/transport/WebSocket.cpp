@@ -34,7 +34,8 @@ public:
 
 WebSocket::WebSocket(Conversation& conversation, RPCServer& server, std::string early)
     : conversation_(conversation), server_(server),
-      stream_(std::make_unique<Stream>(conversation, std::move(early))) {}
+      stream_(std::make_unique<Stream>(conversation, std::move(early))),
+      due_(conversation.getSocket().get_executor()) {}
 
 WebSocket::~WebSocket() = default;
 
@@ -127,8 +128,30 @@ void WebSocket::sendNotifications() {
     for (auto& notification : notifications) {
         if (conversation_.getPhase() != Phase::Open)
             return;
-        send(std::move(notification));
+        if (!delayed_.empty() || notification->isDelayed())
+            delayed_.push_back(std::move(notification));
+        else
+            send(std::move(notification));
     }
+    if (!delayed_.empty())
+        sendDue();
+}
+
+/// Sends those whose time has come, and sees to it that the others are sent in theirs.
+void WebSocket::sendDue() {
+    while (!delayed_.empty() && (delayed_.size() > mostDelayed || !delayed_.front()->isDelayed())) {
+        if (conversation_.getPhase() != Phase::Open)
+            return;
+        send(std::exchange(delayed_.front(), nullptr));
+        delayed_.pop_front();
+    }
+    if (delayed_.empty() || due_.expiry() == delayed_.front()->getDue())
+        return;
+    due_.expires_at(delayed_.front()->getDue());
+    due_.async_wait(conversation_.guarded([this](error_code failure) {
+        if (!failure)
+            sendNotifications();
+    }));
 }
 
 void WebSocket::send(std::shared_ptr<const RPCNotification> notification) {

@@ -2,10 +2,14 @@
 
 #include "Ostrel/rpc/RPCNotifier.h"
 #include "Ostrel/transport/Http.h"
+#include "Ostrel/transport/Socket.h"
 
+#include <boost/asio/basic_waitable_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
+#include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -22,6 +26,10 @@ class RPCServer;
 /// to it. On the listener's thread; only notify() may come from elsewhere.
 class WebSocket final : public RPCSubscriber {
 public:
+    /// So many notifications that are delayed wait for a client. When one more comes, the first goes
+    /// out before its time.
+    static constexpr std::size_t mostDelayed = 1000;
+
     /// Takes a message's text, which stays until forgetMessage().
     using MessageHandler = std::function<void(std::string_view text)>;
 
@@ -43,8 +51,8 @@ public:
     /// Gives the memory of the message at hand back.
     void forgetMessage();
 
-    /// Sends a message's reply, unless it is empty, behind what its handler has raised, and
-    /// reads the next message.
+    /// Sends a message's reply, unless it is empty, behind what its handler has raised and is not
+    /// delayed, and reads the next message.
     void reply(std::string text);
 
     /// Asks the client whether it is still there; whatever it sends is an answer.
@@ -60,11 +68,13 @@ public:
 
 private:
     class Stream;
+    using Clock = std::chrono::steady_clock;
 
     void readMessage();
     void send(std::shared_ptr<const RPCNotification> notification);
     void messageCame();
     void sendNotifications();
+    void sendDue();
 
     Conversation& conversation_;
     RPCServer& server_;
@@ -72,6 +82,9 @@ private:
     boost::beast::flat_buffer buffer_; ///< the message at hand
     std::unique_ptr<Stream> stream_;
     std::weak_ptr<const RPCNotification> latest_; ///< that was sent
+    std::deque<std::shared_ptr<const RPCNotification>> delayed_; ///< the first, and all behind it
+    boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, Socket::executor_type>
+        due_; ///< of the first that is delayed
 
     std::mutex inboxMutex_;
     std::vector<std::shared_ptr<const RPCNotification>> inbox_; ///< notifications from any thread

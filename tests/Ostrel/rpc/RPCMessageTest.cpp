@@ -23,7 +23,7 @@ std::string replyTo(TestServer& server, std::string_view text, const RPCMessage:
     RPCMessage message(std::string(text), server, nullptr, limits);
     while (!message.isDone())
         message.step();
-    return message.takeReply();
+    return message.takeReply().text;
 }
 
 std::string nested(int depth) {

@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Lanes.h"
 
+#include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/Turn.h"
 #include "tests/support/TestServer.h"
@@ -42,10 +43,11 @@ struct LanesTest : testing::Test {
     std::future<std::string> carryOut(const Client& client, const std::string& text,
                                       const RPCMessage::Limits& limits = {}) {
         auto reply = std::make_shared<std::promise<std::string>>();
-        const auto here = lanes.carryOut(text, server, client, limits,
-                                         [reply](std::string got) { reply->set_value(std::move(got)); });
+        const auto here = lanes.carryOut(text, server, client, limits, [reply](RPCMessage::Reply got) {
+            reply->set_value(std::move(got.text));
+        });
         if (here)
-            reply->set_value(*here);
+            reply->set_value(here->text);
         return reply->get_future();
     }
 
@@ -187,7 +189,7 @@ TEST_F(LanesTest, NothingLongIsReadHere) {
     });
     // Neither a long text, which is read elsewhere even when it is wrong, nor long params in a batch.
     EXPECT_EQ(lanes.carryOut(std::string(RPCMessage::smallText + 1, 'x'), server, makeClient(0ms), {},
-                             [](const std::string&) {}),
+                             [](const RPCMessage::Reply&) {}),
               std::nullopt);
     carryOut(makeClient(0ms), request("Test::first", longParams())).wait();
     EXPECT_NE(where, std::this_thread::get_id());
@@ -238,6 +240,68 @@ TEST_F(LanesTest, WhatIsUnderWayForAClientThatHasLeftCanNotice) {
     lanes.leave(*client);
     EXPECT_THROW(reply.get(), std::future_error);
     EXPECT_EQ(order, "");
+}
+
+/// Delays every request of "first".
+struct DelayTest : LanesTest, RPCInterceptor {
+    DelayTest() { server.setInterceptor(this); }
+    ~DelayTest() override { lanes.stop(); } // nobody is asked any more
+
+    RequestFate judgeRequest(std::string_view name) noexcept override {
+        return {.delay = name.ends_with("first") ? delay.load() : 0ms};
+    }
+    NotificationFate judgeNotification(std::string_view) noexcept override { return {}; }
+
+    std::atomic<std::chrono::milliseconds> delay{1h};
+};
+
+TEST_F(DelayTest, NothingIsLeftOfAMessageWhoseClientLeavesInItsDelay) {
+    const auto client = makeClient(0ms);
+    for (const auto* method : {"Test::first", "Reader::first"}) {
+        auto dropped = carryOut(client, request(method));
+        EXPECT_TRUE(lanes.isDelayed(*client));
+        lanes.leave(*client);
+        EXPECT_FALSE(lanes.isDelayed(*client));
+        EXPECT_THROW(dropped.get(), std::future_error);
+    }
+    EXPECT_EQ(order, "");
+}
+
+TEST_F(DelayTest, WhoComesLaterMayBeDueEarlier) {
+    auto never = carryOut(makeClient(0ms), request("Reader::first"));
+    delay = 10ms;
+    carryOut(makeClient(900ms), request("Reader::first", R"({"sooner":1})")).wait();
+    EXPECT_EQ(order, R"({"sooner":1})");
+}
+
+TEST_F(DelayTest, ADelayEndsWhileAnotherThreadIsBusy) {
+    delay = 5ms;
+    auto delayed = carryOut(makeClient(0ms), request("Reader::first"));
+    auto busy = occupy();
+    delayed.wait();
+    gate.set_value();
+}
+
+TEST_F(DelayTest, ADelayIsNotChargedToItsClient) {
+    delay = 50ms;
+    const auto client = makeClient(0ms);
+    const auto half = makeClient(delay.load() / 2);
+    carryOut(client, request("Test::first")).wait();
+    lanes.stop(); // it has been charged
+    EXPECT_LT(client->getUrgency(), half->getUrgency());
+}
+
+TEST_F(DelayTest, AStopDropsWhatIsDelayed) {
+    auto dropped = [&] {
+        Lanes own{1};
+        auto reply = std::make_shared<std::promise<std::string>>();
+        auto future = reply->get_future();
+        EXPECT_EQ(own.carryOut(request("Test::first"), server, makeClient(0ms), {},
+                               [reply = std::move(reply)](const RPCMessage::Reply&) {}),
+                  std::nullopt);
+        return future;
+    }();
+    EXPECT_THROW(dropped.get(), std::future_error);
 }
 
 TEST_F(LanesTest, ChoresAreDoneElsewhere) {

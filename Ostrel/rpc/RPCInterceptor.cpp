@@ -1,0 +1,7 @@
+#include "Ostrel/rpc/RPCInterceptor.h"
+
+namespace Ostrel {
+
+RPCInterceptor::~RPCInterceptor() = default;
+
+} // namespace Ostrel

@@ -1,17 +1,18 @@
 // Makes what is made from the description:
 //
-//     node generate.js typescript [FILE]    types and typed methods for clients/typescript
-//     node generate.js reference [FILE]     the reference for people, docs/reference.md
+//     node generate.js typescript [FILE]               records and tables for clients/typescript
+//     node generate.js typescript-interfaces [FILE]    its typed methods
+//     node generate.js reference [FILE]                the reference for people, docs/reference.md
 //
 // FILE is written if its text changes; without one the text goes to standard output.
 
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname } from 'node:path';
 import { reference } from './reference.js';
-import { typescript } from './typescript.js';
+import { typescript, typescriptInterfaces } from './typescript.js';
 
 /** @type {Record<string, () => string>} */
-const generators = { reference, typescript };
+const generators = { reference, typescript, 'typescript-interfaces': typescriptInterfaces };
 const [name = '', file] = process.argv.slice(2);
 const generate = generators[name];
 

@@ -1,5 +1,5 @@
-// Makes TypeScript of the description: the records, what each method takes and gives, and a class
-// of typed methods for each interface. What the description says of them is what editors show.
+// Makes TypeScript of the description: the records with what each method takes and gives, and, in a file of
+// its own, a class of typed methods for each interface. What the description says of them is what editors show.
 
 import { interfaces, methods, nameOf, notifications, openrpc, paramOf, rangeOf, reasonFor, resolve, valuesOf } from './description.js';
 
@@ -136,10 +136,24 @@ function methodEntry(method) {
 
 /** @param {Method} method */
 function notificationEntry(method) {
-  const properties = Object.fromEntries(method.params.map((/** @type {any} */ { name, schema }) => [name, schema]));
-  const params = { type: 'object', required: Object.keys(properties), properties };
-  return `${comment([`${method.summary}.`, method.description], '  ')}  ${eventName(method.name)}: ${typeOf(params, '  ')};\n`;
+  const params = typeOf(paramsSchema(method), '  ');
+  return `${comment([`${method.summary}.`, method.description], '  ')}  ${eventName(method.name)}: ${params};\n`;
 }
+
+/** Returns the shape of a schema's values, by which what arrives is checked. Values that are listed are taken
+ * for their kind: a later service may know more of them. @param {Schema} schema  @returns {string} */
+function shapeOf(schema) {
+  if (schema.$ref !== undefined) return shapeOf(resolve(schema));
+  if (schema.type === 'array') return `[${shapeOf(schema.items)}]`;
+  if (schema.type !== 'object') return `'${[schema.type].flat().join('|')}'`;
+  return `{ ${schema.required.map((/** @type {string} */ name) => `${name}: ${shapeOf(schema.properties[name])}`).join(', ')} }`;
+}
+
+/** @param {Method} method */
+const paramsSchema = ({ params }) => {
+  const properties = Object.fromEntries(params.map((/** @type {any} */ { name, schema }) => [name, schema]));
+  return { type: 'object', required: Object.keys(properties), properties };
+};
 
 const resultCodes = Object.values(errors)
   .map(({ data }) => data && resolve(data).properties)
@@ -148,9 +162,11 @@ const withoutData = Object.entries(errors).filter(([, { data }]) => data === und
 const errorNames = new Set([...resultCodes.map(({ name }) => name.const), ...withoutData.map(([name]) => name)]);
 const contextless = methods.filter((method) => paramOf(method, 'context') === undefined);
 
-export const typescript = () => `// Made from TV/interfaces/openrpc.json by clients/generator. Changes belong there.
+const head = '// Made from TV/interfaces/openrpc.json by clients/generator. Changes belong there.';
 
-import type { CallOptions, Caller } from '../call.js';
+export const typescript = () => `${head}
+
+import type { Shape } from '../Shape.js';
 
 ${Object.entries(schemas).map(record).join('\n')}
 ${methods.map(payloadRecord).filter(Boolean).join('\n')}
@@ -174,4 +190,30 @@ ${withoutData.map(([name, { code }]) => `  [${code}]: '${name}',`).join('\n')}
 /** The methods that take no context. */
 export const contextless: readonly string[] = [${contextless.map(({ name }) => `'${name}'`).join(', ')}];
 
-${[...interfaces].map(typedInterface).join('\n')}`;
+/** The shape of each method's result. */
+export const results: Readonly<Record<string, Shape>> = {
+${methods.map(({ name, result }) => `  '${name}': ${shapeOf(result.schema)},`).join('\n')}
+};
+
+/** The event that each notification becomes, and the shape of what it carries. */
+export const notifications: Readonly<Record<string, readonly [event: string, params: Shape]>> = {
+${notifications.map((method) => `  '${method.name}': ['${eventName(method.name)}', ${shapeOf(paramsSchema(method))}],`).join('\n')}
+};
+
+/** The shape of a {@link Programme}. */
+export const programme: Shape = ${shapeOf(schemas.Programme)};
+`;
+
+/** @param {string} text */
+const usedIn = (text) =>
+  [...Object.keys(schemas), ...methods.filter(payloadOf).map(payloadName)].filter((name) => new RegExp(`[ <]${name}\\b`).test(text));
+
+export function typescriptInterfaces() {
+  const classes = [...interfaces].map(typedInterface).join('\n');
+  return `${head}
+
+import type { Caller, CallOptions } from '../call.js';
+import type { ${usedIn(classes).join(', ')} } from './description.js';
+
+${classes}`;
+}

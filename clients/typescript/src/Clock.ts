@@ -1,4 +1,5 @@
-import type { Tv } from './Tv.js';
+import type { Caller } from './call.js';
+import type { Connection } from './Connection.js';
 
 /** How often the service is asked while the connection is open, in milliseconds. */
 const interval = 30_000;
@@ -14,17 +15,19 @@ const here = () => performance.now() / 1000;
  * somebody has set the clock, and the newest count alone.
  */
 export class Clock {
-  readonly #tv: Tv;
+  readonly #tv: Caller;
+  readonly #connection: Connection;
   #least = -Infinity; // of what must be added to here()
   #most = Infinity;
   #measuring: Promise<void> | undefined;
   #timer: ReturnType<typeof setTimeout> | undefined;
 
-  constructor(tv: Tv) {
+  constructor(tv: Caller, connection: Connection) {
     this.#tv = tv;
-    tv.on('state', ({ state }) => {
+    this.#connection = connection;
+    connection.events.listen('state', () => {
       clearTimeout(this.#timer);
-      if (state === 'open') this.#keepMeasuring();
+      if (connection.state === 'open') this.#keepMeasuring();
     });
   }
 
@@ -44,7 +47,7 @@ export class Clock {
 
   async #ask(): Promise<void> {
     const sent = here();
-    const told = await this.#tv.service.utcTimeGet();
+    const told = await this.#tv.call('ITVService::utcTimeGet', {});
     const least = told - here();
     const most = told + 1 - sent;
     const agrees = least <= this.#most && most >= this.#least;
@@ -56,7 +59,7 @@ export class Clock {
     this.measure()
       .catch(() => {}) // asked again soon, or on the next connection
       .finally(() => {
-        if (this.#tv.state === 'open') this.#timer = setTimeout(() => this.#keepMeasuring(), interval);
+        if (this.#connection.state === 'open') this.#timer = setTimeout(() => this.#keepMeasuring(), interval);
       });
   }
 }

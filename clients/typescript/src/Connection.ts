@@ -1,6 +1,8 @@
 import { Call } from './call.js';
 import { Emitter, type State } from './Emitter.js';
-import { ConnectionLost, type WireError } from './errors.js';
+import { ConnectionLost, errorFrom, misfitError, ServiceError } from './errors.js';
+import { notifications, results } from './generated/description.js';
+import { findMisfit, type Shape } from './Shape.js';
 
 /** What connect() may be given. */
 export interface ConnectOptions {
@@ -16,13 +18,27 @@ export interface ConnectOptions {
   longestPause?: number | undefined;
 }
 
+/** A server of the host, and what of it is known. */
+export interface Server {
+  name: string;
+  results: Readonly<Record<string, Shape>>;
+  notifications: Readonly<Record<string, readonly [event: string, params: Shape]>>;
+}
+
+const tvServer: Server = { name: 'TV', results, notifications };
+
+/** What came, before it is known what of this is there. */
 interface Message {
-  id?: number | null;
-  method?: string;
+  id?: unknown;
+  method?: unknown;
   params?: unknown;
   result?: unknown;
-  error?: WireError;
+  error?: unknown;
 }
+
+const anything = 'integer|number|string|boolean|null|object';
+
+const lookUp = <T>(table: Readonly<Record<string, T>>, name: string) => (Object.hasOwn(table, name) ? table[name] : undefined);
 
 /** How many requests the service takes in one message. */
 const mostInBatch = 100;
@@ -36,11 +52,11 @@ async function findWebSocket(): Promise<typeof WebSocket> {
   return ws.WebSocket as unknown as typeof WebSocket;
 }
 
-/** Returns where calls go to: http is taken for ws, and a service's address for that of its calls. */
-function endpoint(url: string | URL): string {
+/** Returns where calls to a server go: http is taken for ws, and a host's address for that of its servers. */
+function endpoint(url: string | URL, server: string): string {
   const parsed = new URL(url);
   parsed.protocol = parsed.protocol.replace('http', 'ws');
-  if (parsed.pathname === '/') parsed.pathname = '/rpc/TV';
+  parsed.pathname = parsed.pathname === '/' ? `/rpc/${server}` : parsed.pathname.replace(/\/TV$/, `/${server}`);
   parsed.hash = '';
   return parsed.href;
 }
@@ -68,9 +84,13 @@ export class Connection {
   #queue: Call[][] = []; // not sent yet, message by message
   readonly #sent = new Map<number, Call>(); // not answered yet
 
-  constructor(url: string | URL, options: ConnectOptions) {
+  constructor(
+    private readonly url: string | URL,
+    private readonly options: ConnectOptions,
+    private readonly server = tvServer,
+  ) {
     const { token, timeout = 10_000, firstPause = 250, longestPause = 15_000 } = options;
-    this.#url = endpoint(url);
+    this.#url = endpoint(url, server.name);
     this.#protocols = token === undefined ? ['jsonrpc'] : ['jsonrpc', `bearer.${token}`];
     this.timeout = timeout;
     this.#firstPause = firstPause;
@@ -80,6 +100,11 @@ export class Connection {
 
   get state(): State {
     return this.#state;
+  }
+
+  /** Returns a connection to another server of the same host. */
+  beside(server: Server): Connection {
+    return new Connection(this.url, this.options, server);
   }
 
   /** Sends calls in one message each hundred, once that is possible. */
@@ -211,23 +236,33 @@ export class Connection {
     } catch {
       return this.#retry('what came is not JSON');
     }
+    if (messages.some((message) => typeof message !== 'object' || message === null))
+      return this.#retry('what came is not JSON-RPC');
     this.#failures = 0;
     for (const message of messages) {
-      if (message.method !== undefined) this.#notify(message.method, message.params);
+      if (typeof message.method === 'string') this.#notify(message.method, message.params);
       else this.#answer(message);
     }
   }
 
+  /** What is not known, or not as described, is not told. */
   #notify(method: string, params: unknown): void {
-    this.events.emit(method.replace(/^.*::on(.)/, (_, first: string) => first.toLowerCase()), params);
+    const [event, shape] = lookUp(this.server.notifications, method) ?? [];
+    if (event !== undefined && findMisfit(params, shape!) === undefined) this.events.emit(event, params);
   }
 
-  #answer(reply: Message): void {
+  #answer({ id, result, error }: Message): void {
     // One that names no request is of the oldest: replies keep the order of requests.
-    const call = reply.id == null ? this.#sent.values().next().value : this.#sent.get(reply.id);
+    const call = id == null ? this.#sent.values().next().value : this.#sent.get(id as number);
     if (call === undefined) return; // nobody waits for it any more
-    const { error } = reply;
-    if (error?.data?.member === 'context' && call.needsOwnContext) this.#context = undefined;
-    call.answer(reply);
+    if (error != null) {
+      const failure = errorFrom(error, call.method);
+      const isContextGone = failure instanceof ServiceError && failure.member === 'context';
+      if (isContextGone && call.needsOwnContext) this.#context = undefined;
+      return call.fail(failure);
+    }
+    const misfit = findMisfit(result, lookUp(this.server.results, call.method) ?? anything);
+    if (misfit === undefined) call.succeed(result);
+    else call.fail(misfitError(`result${misfit}`, call.method));
   }
 }

@@ -1,6 +1,9 @@
+import type { BatchCaller } from './Batch.js';
 import type { CallOptions } from './call.js';
-import { type EventInfo, ITVGuide, type OutputFormat, type Programme, type QueryPayload } from './generated/description.js';
-import type { Tv } from './Tv.js';
+import { DecodeError } from './errors.js';
+import { type EventInfo, type OutputFormat, type Programme, programme, type QueryPayload } from './generated/description.js';
+import { ITVGuide } from './generated/interfaces.js';
+import { findMisfit } from './Shape.js';
 
 /** A part of the guide. */
 export interface GuideWindow {
@@ -15,8 +18,19 @@ export interface GuideWindow {
 /** As many services as the 20 nodes of an expression hold beside a range of time. */
 const mostServices = 13;
 
+/** @param place  of the document in the reply */
+function parseProgramme(document: string, place: number): Programme {
+  let parsed: unknown;
+  try {
+    parsed = JSON.parse(document);
+  } catch {} // undefined fits no more than another value does
+  const misfit = findMisfit(parsed, { progSchedule: programme });
+  if (misfit === undefined) return (parsed as { progSchedule: Programme }).progSchedule;
+  throw new DecodeError('a document is not a programme', 'ITVGuide::query', `result[${place}]${misfit}`);
+}
+
 /** The programme guide: the methods of `ITVGuide`, and what is mostly wanted of them. */
-export class Guide extends ITVGuide<Tv> {
+export class Guide extends ITVGuide<BatchCaller> {
   /**
    * The events that touch a window of time, by their start: those that end after `from` and start before `to`.
    *
@@ -51,7 +65,7 @@ export class Guide extends ITVGuide<Tv> {
   override async query(what: string | QueryPayload, options?: CallOptions): Promise<any> {
     if (typeof what !== 'string') return super.query(what, options);
     const documents = await this.raw(what, 'quoriljson', options);
-    return documents.map((document) => JSON.parse(document).progSchedule);
+    return documents.map(parseProgramme);
   }
 
   /**

@@ -1,14 +1,14 @@
 import type { CallOptions } from './call.js';
 import { ServiceError } from './errors.js';
-import { ITVConfig, type ScanInfo } from './generated/description.js';
-import type { Tv } from './Tv.js';
+import type { ScanInfo } from './generated/description.js';
+import { ITVConfig } from './generated/interfaces.js';
 
 /** A tuner by a number of one's own choice: the box has one. */
 const sourceId = 0;
 
 /** The search for channels: the methods of `ITVConfig`, and what is mostly wanted of them. There is one scan in
  * the box, and everybody hears of it and may stop it. */
-export class Scan extends ITVConfig<Tv> {
+export class Scan extends ITVConfig {
   /**
    * Starts a scan over the whole band, or over the transponders of the list. `scanStart` and `scanProgress` are
    * told before this is done, `scanComplete` at the end.

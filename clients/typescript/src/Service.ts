@@ -1,12 +1,13 @@
+import type { BatchCaller } from './Batch.js';
 import type { CallOptions } from './call.js';
-import { type EventInfo, ITVService, type ServiceInfo, type ServiceListSetPayload } from './generated/description.js';
-import type { Tv } from './Tv.js';
+import type { EventInfo, ServiceInfo, ServiceListSetPayload } from './generated/description.js';
+import { ITVService } from './generated/interfaces.js';
 
 /** More services than any list has. */
 const everything = 4294967295;
 
 /** The channels, what is on them, and the time: the methods of `ITVService`, and what is mostly wanted of them. */
-export class Service extends ITVService<Tv> {
+export class Service extends ITVService<BatchCaller> {
   /**
    * All services of a list: `all` by channel number, or those that the latest scan has added, `new`.
    *
@@ -27,7 +28,7 @@ export class Service extends ITVService<Tv> {
    * @param id  the service's number in the guide: `id` of a `ServiceInfo`
    */
   async nowNext(id: number, options?: CallOptions): Promise<{ now?: EventInfo; next?: EventInfo }> {
-    const [now, next] = await this.tv.guide.queryNowNextEventInfo({ id }, options);
+    const [now, next] = await this.tv.call('ITVGuide::queryNowNextEventInfo', { id }, options);
     return { ...(now && { now }), ...(next && { next }) };
   }
 }

@@ -1,9 +1,10 @@
-import { type Arguments, Call, type Caller, type CallOptions, type Result } from './call.js';
+import { Batch, type BatchCaller } from './Batch.js';
+import type { Arguments, CallOptions, Result } from './call.js';
 import { Clock } from './Clock.js';
 import { Connection, type ConnectOptions } from './Connection.js';
 import type { Events, Matching, State, TvEvent } from './Emitter.js';
 import { ConnectionLost } from './errors.js';
-import { ITVConfig, ITVGuide, ITVService, type Methods } from './generated/description.js';
+import type { Methods } from './generated/description.js';
 import { Guide } from './Guide.js';
 import { Scan } from './Scan.js';
 import { Service } from './Service.js';
@@ -34,27 +35,6 @@ export async function connect(url: string | URL, options: ConnectOptions = {}): 
   return tv;
 }
 
-/** The calls of one message to the service. */
-export class Batch implements Caller {
-  readonly service = new ITVService(this);
-  readonly guide = new ITVGuide(this);
-  readonly scan = new ITVConfig(this);
-  readonly calls: Call[] = [];
-
-  constructor(private readonly defaults: CallOptions & { timeout: number }) {}
-
-  call<M extends keyof Methods | (string & {})>(method: M, ...more: Arguments<M>): Promise<Result<M>> {
-    const [payload, options] = more;
-    const call = new Call(method, payload, {
-      signal: options?.signal ?? this.defaults.signal,
-      timeout: options?.timeout ?? this.defaults.timeout,
-      context: options?.context ?? this.defaults.context,
-    });
-    this.calls.push(call);
-    return call.promise as Promise<Result<M>>;
-  }
-}
-
 /**
  * A conversation with a TV service. The connection mends itself: it is made anew, with growing pauses, until
  * close() is called.
@@ -62,7 +42,7 @@ export class Batch implements Caller {
  * Calls that are made while it is not there wait for it, up to their time-out. What was under way when it
  * broke is rejected with ConnectionLost and never sent again. After each new connection `resync` is told.
  */
-export class Tv implements Caller {
+export class Tv implements BatchCaller {
   readonly #connection: Connection;
 
   /** The channels, what is on them, and the time. */
@@ -79,7 +59,7 @@ export class Tv implements Caller {
     this.service = new Service(this);
     this.guide = new Guide(this);
     this.scan = new Scan(this);
-    this.clock = new Clock(this);
+    this.clock = new Clock(this, this.#connection);
   }
 
   /** How the connection stands; `tv.on('state', …)` tells of changes. */
@@ -92,17 +72,6 @@ export class Tv implements Caller {
     return result;
   }
 
-  /**
-   * Makes several calls in one message, which the service carries out one after another:
-   *
-   *     const [now, genres] = await tv.batch((b) => [b.service.utcTimeGet(), b.guide.getGenreStringMapList()]);
-   *
-   * More than a hundred go in several messages.
-   *
-   * @param build  makes the calls, at once, and returns what they promise
-   * @param defaults  options of all those that have none of their own
-   * @throws what the first call that fails was rejected with; the others are carried out all the same
-   */
   batch<const T extends readonly unknown[]>(
     build: (batch: Batch) => T,
     defaults: CallOptions = {},

@@ -1,4 +1,4 @@
-import { errorFrom, TimedOut, type WireError } from './errors.js';
+import { TimedOut } from './errors.js';
 import { contextless, type Methods } from './generated/description.js';
 
 /** What a call may be given beside its payload. */
@@ -44,6 +44,7 @@ export class Call {
   isSettled = false;
   /** Called once, when the call is settled. */
   onSettled: () => void = () => {};
+  readonly #takesContext: boolean;
   #resolve!: (result: unknown) => void;
   #reject!: (error: unknown) => void;
   #timer: ReturnType<typeof setTimeout> | undefined;
@@ -53,8 +54,8 @@ export class Call {
     private readonly payload: unknown,
     private readonly options: CallOptions & { timeout: number },
   ) {
-    const takesContext = !contextless.includes(method) && !method.startsWith('rpc.');
-    this.needsOwnContext = takesContext && options.context === undefined;
+    this.#takesContext = !contextless.includes(method) && !/^(rpc\.|Simulator::)/.test(method);
+    this.needsOwnContext = this.#takesContext && options.context === undefined;
     this.promise = new Promise((resolve, reject) => {
       this.#resolve = resolve;
       this.#reject = reject;
@@ -70,14 +71,13 @@ export class Call {
   /** Returns the request. @param ownContext  the connection's own, for calls that name none */
   request(ownContext: number | undefined): object {
     const context = this.needsOwnContext ? ownContext : this.options.context;
-    const params = context === undefined ? undefined : { context, payload: this.payload };
+    const params = this.#takesContext || context !== undefined ? { context, payload: this.payload } : this.payload;
     return { jsonrpc: '2.0', id: this.id, method: this.method, params };
   }
 
-  answer(reply: { result?: unknown; error?: WireError }): void {
-    if (reply.error !== undefined) return this.fail(errorFrom(reply.error, this.method));
+  succeed(result: unknown): void {
     this.#settle();
-    this.#resolve(reply.result);
+    this.#resolve(result);
   }
 
   fail(error: unknown): void {

@@ -1,4 +1,5 @@
 import { type ErrorName, errorNames } from './generated/description.js';
+import { findMisfit } from './Shape.js';
 
 /** What every failed call is rejected with, but for one that its own AbortSignal ended. */
 export class TvError extends Error {
@@ -33,14 +34,15 @@ export class ServiceError extends TvError {
   }
 }
 
-/** A parameter is missing or of the wrong kind; to repeat the call does not help. */
+/** A parameter is missing or of the wrong kind, or the reply is not what the description of the service says;
+ * to repeat the call does not help. */
 export class DecodeError extends TvError {
   override readonly name = 'DecodeError';
 
   constructor(
     message: string,
     method: string,
-    /** The path of the member that was wrong, such as `query.timeRange.base`. */
+    /** The path of the member that was wrong, such as `query.timeRange.base`; `result[2].title` in a reply. */
     readonly member: string,
   ) {
     super(message, method);
@@ -67,8 +69,21 @@ export interface WireError {
   data?: { name?: string; returnCode?: number; member?: string };
 }
 
+/** Returns what to reject a call with whose reply is not as described. */
+export const misfitError = (path: string, method: string) =>
+  new DecodeError(`${path} of the reply is not as the service describes it`, method, path);
+
 /** Returns what to reject a call with. */
-export function errorFrom(error: WireError, method: string): TvError {
-  if (error.code === -32602) return new DecodeError(error.message, method, error.data?.member ?? 'params');
-  return new ServiceError(error, method);
+export function errorFrom(error: unknown, method: string): TvError {
+  const misfit = findMisfit(error, { code: 'integer', message: 'string' });
+  if (misfit !== undefined) return misfitError(`error${misfit}`, method);
+  const { code, message, data } = error as WireError;
+  const { name, returnCode, member } = Object(data);
+  const known = {
+    ...(typeof name === 'string' && { name }),
+    ...(Number.isInteger(returnCode) && { returnCode }),
+    ...(typeof member === 'string' && { member }),
+  };
+  if (code === -32602) return new DecodeError(message, method, known.member ?? 'params');
+  return new ServiceError({ code, message, data: known }, method);
 }

@@ -85,7 +85,10 @@ export class Line {
 
   static async to(host: Host): Promise<Line> {
     const line = new Line();
-    line.#server.on('connection', (near) => line.#join(near, new WebSocket(`${host.url}/rpc/TV`)));
+    line.#server.on('connection', (near, { url }) => {
+      if (url === '/rpc/TV') line.#join(near, new WebSocket(`${host.url}${url}`));
+      else near.terminate();
+    });
     onTestFinished(() => line.#end());
     await once(line.#server, 'listening');
     return line;

@@ -2,7 +2,8 @@
 
 import { build } from 'esbuild';
 import { execFileSync } from 'node:child_process';
-import { readFileSync } from 'node:fs';
+import { readdirSync, readFileSync } from 'node:fs';
+import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
 import { expect, test } from 'vitest';
@@ -26,6 +27,20 @@ test('a page loads less than 12 kB of it, and nothing else', async () => {
   const size = gzipSync(outputFiles[0]!.contents, { level: 9 }).length;
   console.log(`${size} bytes`);
   expect(size).toBeLessThan(12_000);
+});
+
+test('no module of it leads back to itself', async () => {
+  const sources = `${library}src/`;
+  const imports = (file: string) =>
+    [...readFileSync(file, 'utf8').matchAll(/from '(\.[^']+)\.js'/g)].map(([, path]) => resolve(dirname(file), `${path}.ts`));
+  const visit = (file: string, above: readonly string[]): void => {
+    expect(above, `${file} leads back to itself`).not.toContain(file);
+    for (const other of imports(file)) visit(other, [...above, file]);
+  };
+  const files = readdirSync(sources, { recursive: true }) as string[];
+  const modules = files.filter((file) => file.endsWith('.ts'));
+  expect(modules.length).toBeGreaterThan(10);
+  for (const file of modules) visit(join(sources, file), []);
 });
 
 test('its version is that of the description', () => {

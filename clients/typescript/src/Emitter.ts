@@ -18,6 +18,14 @@ export interface Events extends Notifications {
    * ask again for whatever is on show.
    */
   resync: {};
+  /** The service's clock is known now, was set, or goes at another speed: whatever is shown of time is to be
+   * shown anew, by `tv.clock`. */
+  clock: {
+    /** Seconds since 1970-01-01 UTC. */
+    now: number;
+    /** The seconds of the service that pass in one; 0 while its clock stands. */
+    speed: number;
+  };
 }
 
 /** The names of events, of which a pattern such as `scan*` means several. */

@@ -150,35 +150,12 @@ test('a listener that is ended hears no more', async () => {
   expect(heard).toBe(1);
 });
 
-/** A service that answers every request with what tell() gives, or says what it likes when somebody comes. */
-async function fakeService(tell: (method: string) => unknown, greeting?: string): Promise<string> {
+test('what is not JSON ends a connection, and not the program', async () => {
   const server = new WebSocketServer({ port: 0, host: '127.0.0.1' });
   onTestFinished(() => void server.close());
-  server.on('connection', (socket) => {
-    if (greeting !== undefined) socket.send(greeting);
-    socket.on('message', (text) => {
-      const { id, method } = JSON.parse(String(text));
-      socket.send(JSON.stringify({ jsonrpc: '2.0', id, result: tell(method) }));
-    });
-  });
+  server.on('connection', (socket) => socket.send('{"jsonrpc'));
   await once(server, 'listening');
-  return `ws://127.0.0.1:${(server.address() as AddressInfo).port}`;
-}
-
-test('a clock that is set is followed, forward and back', async () => {
-  let time = 1_000_000;
-  const tv = await connected(await fakeService((method) => (method.endsWith('utcTimeGet') ? time : 1)));
-  for (const set of [time, time + 5000, time - 5000]) {
-    time = set;
-    await tv.clock.measure();
-    // In the second that was told, or as much behind it as has passed since.
-    expect(tv.clock.now()).toBeGreaterThan(set);
-    expect(tv.clock.now()).toBeLessThan(set + 600);
-  }
-});
-
-test('what is not JSON ends a connection, and not the program', async () => {
-  const tv = new Tv(await fakeService(() => 1, '{"jsonrpc'));
+  const tv = new Tv(`ws://127.0.0.1:${(server.address() as AddressInfo).port}`);
   onTestFinished(() => tv.close());
   await expect(tv.call('ITVService::createContext')).rejects.toThrow(ConnectionLost);
   expect(tv.state).toBe('waiting');

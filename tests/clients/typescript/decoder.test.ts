@@ -198,7 +198,7 @@ describe('anything else', () => {
         await open();
         heard.length = 0;
         const stop = tv.on('scanProgress', (params) => heard.push(params));
-        const others = ['state', 'resync', 'scanStart'] as const;
+        const others = ['state', 'resync', 'clock', 'scanStart'] as const;
         const stops = others.map((name) => tv.on(name, () => heard.push(name)));
         const sent = JSON.stringify({ method, params });
         Socket.latest.tell(sent);

@@ -1,0 +1,145 @@
+// The service's time: how tv.clock follows it when it is set, stands, or goes at another speed.
+
+import { type Events, Tv } from '@ostrel/tv';
+import { once } from 'node:events';
+import { createServer, type Server } from 'node:http';
+import type { AddressInfo } from 'node:net';
+import { expect, onTestFinished, test } from 'vitest';
+import { type WebSocket, WebSocketServer } from 'ws';
+import { connected } from './host.js';
+
+/** A service with a clock that the test sets, and, where that is wished, a simulator that tells of it. */
+class SteeredService {
+  now = 1_000_000;
+  speed = 0;
+  readonly questions: string[] = [];
+  readonly #server: Server = createServer((_, response) => response.writeHead(404).end());
+  readonly #watchers = new Set<WebSocket>();
+
+  /** @param simulator  whether there is one; `mute`: it takes connections and never answers a word */
+  static async start(simulator: boolean | 'mute'): Promise<SteeredService> {
+    const service = new SteeredService();
+    const sockets = new WebSocketServer({ noServer: true });
+    service.#server.on('upgrade', (request, socket, head) => {
+      socket.on('error', () => {}); // cut by who gave up
+      const isTv = request.url === '/rpc/TV';
+      if (!isTv && simulator === 'mute') return;
+      if (!isTv && !simulator) return void socket.end('HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n');
+      sockets.handleUpgrade(request, socket, head, (opened) => {
+        if (!isTv) service.#watchers.add(opened);
+        opened.on('message', (text) => {
+          const { id, method } = JSON.parse(String(text));
+          service.questions.push(method);
+          opened.send(JSON.stringify({ jsonrpc: '2.0', id, result: service.#answer(method) }));
+        });
+      });
+    });
+    onTestFinished(() => {
+      for (const socket of sockets.clients) socket.terminate();
+      service.#server.closeAllConnections();
+      service.#server.close();
+    });
+    await once(service.#server.listen(0, '127.0.0.1'), 'listening');
+    return service;
+  }
+
+  get url(): string {
+    return `ws://127.0.0.1:${(this.#server.address() as AddressInfo).port}`;
+  }
+
+  /** Sets the clock and tells of it. */
+  set(now: number, speed: number): void {
+    Object.assign(this, { now, speed });
+    const params = { now, speed, real: 0 };
+    for (const socket of this.#watchers) socket.send(JSON.stringify({ jsonrpc: '2.0', method: 'Simulator::onClock', params }));
+  }
+
+  #answer(method: string): unknown {
+    if (method === 'Simulator::clockGet') return { now: this.now, speed: this.speed, real: 0 };
+    return method === 'ITVService::utcTimeGet' ? this.now : 1;
+  }
+}
+
+/** Resolves once the clock was told of as told here. */
+const clockAt = (tv: Tv, wanted: Partial<Events['clock']>) =>
+  new Promise<void>((resolve) => {
+    const stop = tv.on('clock', (told) => {
+      if (Object.entries(wanted).some(([name, value]) => told[name as keyof typeof told] !== value)) return;
+      stop();
+      resolve();
+    });
+  });
+
+test('a clock that is set is followed, forward and back', async () => {
+  const service = await SteeredService.start(false);
+  const tv = await connected(service.url);
+  for (const set of [service.now, service.now + 5000, service.now - 5000]) {
+    service.now = set;
+    await tv.clock.measure();
+    // In the second that was told, or as much behind it as has passed since.
+    expect(tv.clock.now()).toBeGreaterThan(set);
+    expect(tv.clock.now()).toBeLessThan(set + 600);
+    expect(tv.clock.msecUntil(set)).toBe(0);
+    expect(tv.clock.msecUntil(set + 3600)).toBeGreaterThan(3000_000);
+  }
+  expect(tv.clock.speed).toBe(1);
+});
+
+test('a clock that stands is known to stand, and steps are heard', async () => {
+  const service = await SteeredService.start(true);
+  const standing = new Tv(service.url);
+  onTestFinished(() => standing.close());
+  await clockAt(standing, { now: service.now, speed: 0 });
+  expect(standing.clock.now()).toBe(service.now);
+  expect(standing.clock.msecUntil(service.now)).toBe(0);
+  expect(standing.clock.msecUntil(service.now + 1)).toBe(Infinity);
+  for (const step of [1, 3600, -7200]) {
+    const told = clockAt(standing, { now: service.now + step });
+    service.set(service.now + step, 0);
+    await told;
+    expect(standing.clock.now()).toBe(service.now);
+  }
+});
+
+test('a clock that runs fast does so here', async () => {
+  const service = await SteeredService.start(true);
+  const tv = await connected(service.url);
+  await clockAt(tv, { speed: 0 });
+  const told = clockAt(tv, { speed: 3600 });
+  service.set(service.now, 3600);
+  await told;
+  expect(tv.clock.speed).toBe(3600);
+  const [before, real] = [tv.clock.now(), performance.now()];
+  while (tv.clock.now() < before + 36); // ten milliseconds of ours
+  expect(performance.now() - real).toBeGreaterThan(9);
+  const left = tv.clock.msecUntil(tv.clock.now() + 360_000); // a hundred seconds of ours
+  expect(left).toBeGreaterThan(10_000);
+  expect(left).toBeLessThan(200_000);
+});
+
+test('what is not asked for by anybody is not asked: one question a connection and simulator', async () => {
+  const service = await SteeredService.start(true);
+  const tv = await connected(service.url);
+  await clockAt(tv, { speed: 0 });
+  for (let i = 0; i < 1000; ++i) tv.clock.now();
+  expect(service.questions.filter((method) => method.endsWith('clockGet'))).toHaveLength(1);
+  expect(service.questions.filter((method) => method.endsWith('utcTimeGet')).length).toBeLessThan(4);
+});
+
+test('no call waits for a simulator that does not answer', async () => {
+  const service = await SteeredService.start('mute');
+  const tv = await connected(service.url);
+  expect(await tv.service.utcTimeGet()).toBe(service.now);
+});
+
+test('a service without a simulator is asked for it once a connection, and nobody hears of that', async () => {
+  const service = await SteeredService.start(false);
+  const tv = new Tv(service.url);
+  onTestFinished(() => tv.close());
+  const heard: string[] = [];
+  tv.on('state', ({ state }) => heard.push(state));
+  await tv.service.utcTimeGet();
+  await tv.clock.measure();
+  expect(heard).toEqual(['open']);
+  expect(tv.clock.speed).toBe(1);
+});

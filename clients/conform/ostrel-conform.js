@@ -28,9 +28,8 @@ Options:
                         other channels and another guide; of them it is only
                         asked that answers are of the kind described
   --description FILE    The OpenRPC document to go by [what the server answers
-                        to rpc.discover, else the one that came with this
-                        program]. Name the simulator's to find out whether a
-                        box agrees with it
+                        to rpc.discover]. Name the simulator's to find out
+                        whether a box agrees with it
   --calls N             How often to call each method with made-up parameters,
                         from 1 to 100000 [1000]; all methods mixed are called
                         twice as often
@@ -126,15 +125,6 @@ function readFile(name) {
   }
 }
 
-/** Returns the description that came with this program: beside it, or in its source tree. */
-function readShipped() {
-  try {
-    return readFileSync(new URL('openrpc.json', import.meta.url), 'utf8');
-  } catch {
-    return readFileSync(new URL('../../TV/interfaces/openrpc.json', import.meta.url), 'utf8');
-  }
-}
-
 /** Returns the description to go by, and where it is from. */
 async function findDescription(connect, file) {
   let document;
@@ -146,8 +136,8 @@ async function findDescription(connect, file) {
       const conversation = await connect();
       const { result } = Object(await conversation.ask(conversation.request('rpc.discover')));
       conversation.close();
-      document = result ?? JSON.parse(readShipped());
-      from = result ? 'the server' : 'this program';
+      document = result;
+      from = 'the server';
     }
     const description = new Description(document);
     description.assertUsable();

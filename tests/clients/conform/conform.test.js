@@ -14,6 +14,8 @@ import { startDouble } from './double.js';
 
 const program = fileURLToPath(new URL('../../../clients/conform/ostrel-conform.js', import.meta.url));
 
+const described = new URL('../../../TV/interfaces/openrpc.json', import.meta.url);
+
 /** Runs the program and returns its exit status and what it wrote. */
 async function conform(...options) {
   const child = spawn(process.execPath, [program, ...options], { stdio: ['ignore', 'pipe', 'pipe'] });
@@ -251,23 +253,25 @@ test('people read what was sent, what came and what was expected', async (t) => 
 
 test('a description of another wire is not met', async (t) => {
   const file = join(makeFolder(t), 'openrpc.json');
-  const shipped = readFileSync(new URL('../../../TV/interfaces/openrpc.json', import.meta.url), 'utf8');
-  writeFileSync(file, shipped.replaceAll('"channelNumber"', '"channel"'));
+  writeFileSync(file, readFileSync(described, 'utf8').replaceAll('"channelNumber"', '"channel"'));
   const found = await examine(await startHost(t), '--description', file);
   assert.equal(found.status, 1);
   assert(cellsOf(found.faults).includes('ITVService::serviceListGet schema'), JSON.stringify(found.faults));
   assert.equal(found.description.from, file);
 });
 
-test('what does not describe itself is held against the description that is shipped', async (t) => {
+test('what does not describe itself is held against a description that is named', async (t) => {
   const spoiler = {
     reply: (method, { id, ...outcome }) =>
       method === 'rpc.discover'
         ? { jsonrpc: '2.0', id, error: { code: -32601, message: 'no such method' } }
         : { id, ...outcome },
   };
-  const { status, description } = await examine(await startDouble(t, await startHost(t), spoiler));
-  assert.deepEqual([status, description.from], [0, 'this program']);
+  const address = await startDouble(t, await startHost(t), spoiler);
+  const { status, stderr } = await conform('--simulator', `ws://${address}`);
+  assert.equal(status, 2);
+  assert.match(stderr, /^ostrel-conform: it is no OpenRPC document; there is no description to go by, name one with/);
+  assert.equal((await examine(address, '--description', fileURLToPath(described))).status, 0);
 });
 
 test('a description without examples is none to go by', async (t) => {

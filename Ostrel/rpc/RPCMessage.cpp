@@ -58,6 +58,8 @@ public:
 
     Clock::time_point getDue() const noexcept { return due_; }
 
+    void delay(Clock::time_point due) noexcept { due_ = std::max(due_, due); }
+
     bool needsTurn() const noexcept {
         return isRead_ && !isRefused() && !server_.isReadOnly(envelope_.interfaceName);
     }
@@ -317,6 +319,10 @@ bool RPCMessage::isDelayed() const noexcept {
 
 RPCMessage::Clock::time_point RPCMessage::getDue() const noexcept {
     return parts_->getDue();
+}
+
+void RPCMessage::delay(Clock::time_point due) noexcept {
+    parts_->delay(due);
 }
 
 bool RPCMessage::needsTurn() const noexcept {

@@ -52,6 +52,9 @@ public:
     /// Whether the next step must not be done yet. Not to be asked when done.
     bool isDelayed() const noexcept;
 
+    /// Delays the next step. Not to be called when done.
+    void delay(Clock::time_point due) noexcept;
+
     /// Until when it isDelayed(). Asked only where it was.
     Clock::time_point getDue() const noexcept;
 

@@ -317,8 +317,8 @@ Connection::Clock::time_point Connection::getReadingTime() {
         return Clock::time_point::min();
     if (full_)
         return Clock::time_point::max();
-    if (slowedUntil_ > Clock::now())
-        return slowedUntil_;
+    if (const auto slowedUntil = client_->getSlowedUntil(); slowedUntil > Clock::now())
+        return slowedUntil;
     return message_.mayRead(getMessageSize()) ? Clock::time_point::min() : Clock::time_point::max();
 }
 
@@ -502,8 +502,6 @@ void Connection::work(RPCServer& server, std::string_view text) {
 void Connection::replyCame(RPCMessage::Reply reply) {
     if (std::exchange(working_, false))
         settle(Clock::now());
-    if (const auto sent = client_->getPeer()->notifications.exchange(0))
-        slowedUntil_ = hub_.chargeNotifications(sent);
     if (reply.delivery == RPCMessage::Reply::ConnectionLost)
         close();
     else if (phase_ == Phase::Open)

@@ -136,7 +136,6 @@ private:
     Input input_;
     MessageBudget::Reader message_; ///< that is being read
     Output output_;
-    Clock::time_point slowedUntil_; ///< nothing more is read till then, since its calls raise too much
     std::size_t told_ = 0; ///< of what waits costs, what the hub knows about
     bool waits_ = false; ///< bytes wait for the client
     bool full_ = false; ///< so much waits that nothing more is read

@@ -30,11 +30,6 @@ public:
     /// all together wait for too much, the one is cut off that is the greatest burden.
     virtual void addWaiting(std::ptrdiff_t change) = 0;
 
-    /// A client's call has had so many notifications sent. In a storm whoever raises it is slowed
-    /// before anybody else notices.
-    /// @returns when more may be read from that client; in the past for at once
-    virtual std::chrono::steady_clock::time_point chargeNotifications(unsigned sent) = 0;
-
     /// Somebody was not let in; the log tells why.
     virtual void logRefusal(const std::string& why) = 0;
 

@@ -72,7 +72,8 @@ unsigned Lanes::countProcessors() {
     return std::clamp(std::thread::hardware_concurrency(), 2u, 8u);
 }
 
-Lanes::Lanes(unsigned readers) : turn_{.mostDear = 1}, readers_{.mostDear = readers} {
+Lanes::Lanes(unsigned readers, unsigned notifications)
+    : mostNotified_(notifications), turn_{.mostDear = 1}, readers_{.mostDear = readers} {
     const auto add = [this](Lane& lane, const std::string& name) {
         threads_.emplace_back([this, &lane] { run(lane); });
         pthread_setname_np(threads_.back().native_handle(), name.c_str());
@@ -121,6 +122,10 @@ std::optional<RPCMessage::Reply> Lanes::carryOut(std::string_view text, RPCServe
         else if (mayBegin && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
             message->step();
             Turn::give();
+            if (client->getPeer()->notifications != 0) {
+                const std::lock_guard lock(mutex_);
+                chargeNotifications(*client, *message);
+            }
         }
         if (message->isDone())
             return message->takeReply();
@@ -256,6 +261,22 @@ void Lanes::noteReply(Job& job, std::size_t size) {
     job.replySize = size;
 }
 
+/// Slows a client down whose message has had notifications sent, in a storm of them. A bucket that
+/// leaks may hold what is sent in a second. Who overfills it waits until it has room, behind those
+/// who did so before, but never long for the little that is its own. With the lock held.
+void Lanes::chargeNotifications(Client& client, RPCMessage& message) {
+    const auto sent = client.getPeer()->notifications.exchange(0);
+    if (sent == 0)
+        return;
+    constexpr Client::Clock::duration second = std::chrono::seconds(1);
+    const auto now = Client::Clock::now();
+    const auto own = sent * second / mostNotified_;
+    notified_ = std::max(notified_, now) + own;
+    client.slowDown(std::min(notified_ - second, now + std::max(second, 100 * own)));
+    if (!message.isDone())
+        message.delay(client.getSlowedUntil());
+}
+
 /// Sees to what is left of a job after a step. With the lock held, though not while a reply is
 /// handed over.
 void Lanes::handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
@@ -265,6 +286,8 @@ void Lanes::handBack(Lane& lane, Queue::node_type job, Client::Clock::duration t
     if (client != nullptr)
         client->charge(took, Client::Clock::now());
     const bool isLeft = client == nullptr || client->getPeer()->gone;
+    if (!isLeft)
+        chargeNotifications(*client, *message);
     if (!isLeft && !message->isDone()) {
         noteReply(job.mapped(), message->getReplySize());
         push(std::move(job));

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Ostrel/rpc/RPCMessage.h"
+#include "Ostrel/transport/Limits.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -24,7 +26,8 @@ namespace Ostrel {
 ///
 /// Among those who wait, the client goes first that has used least of these threads' time lately;
 /// of a batch the requests line up one by one. So a dear request delays its own client; and one
-/// thread is kept for the clients whose requests are quick.
+/// thread is kept for the clients whose requests are quick. Whose requests have notifications sent,
+/// more than all may send together, waits until others notice nothing.
 class Lanes {
 public:
     /// Takes the reply.
@@ -49,20 +52,27 @@ public:
         /// Whether it has used little of late. A client that has just come has not shown that it does.
         bool isQuick(Clock::time_point now) const;
 
+        /// Nothing more is to be carried out for it till then, since its requests have had too many
+        /// notifications sent. Any thread may ask.
+        Clock::time_point getSlowedUntil() const { return slowedUntil_; }
+        void slowDown(Clock::time_point until) { slowedUntil_ = until; }
+
     private:
         double getUsed(Clock::time_point now) const;
         void setUsed(double milliseconds, Clock::time_point now);
 
         const std::shared_ptr<RPCPeer> peer_;
         double urgency_ = 0;
+        std::atomic<Clock::time_point> slowedUntil_ = Clock::time_point();
     };
 
     /// From two to eight.
     static unsigned countProcessors();
 
     /// @param readers  how many threads may be busy with dear requests at a time, at least one
+    /// @param notifications  that clients' requests may have sent in a second
     /// @throws std::system_error  the system has no threads left
-    explicit Lanes(unsigned readers = countProcessors());
+    explicit Lanes(unsigned readers = countProcessors(), unsigned notifications = Limits().notifications);
     ~Lanes();
 
     Lanes(const Lanes&) = delete;
@@ -123,12 +133,15 @@ private:
     Queue::node_type takeJob(Lane& lane, std::unique_lock<std::mutex>& lock);
     static Client::Clock::duration work(Job& job);
     void noteReply(Job& job, std::size_t size);
+    void chargeNotifications(Client& client, RPCMessage& message);
     void handBack(Lane& lane, Queue::node_type job, Client::Clock::duration took,
                   std::unique_lock<std::mutex>& lock);
 
     std::mutex mutex_; ///< guards what follows, and what the lanes know of their clients
     bool stopping_ = false;
     std::size_t replies_ = 0; ///< bytes of replies in the making
+    const unsigned mostNotified_; ///< notifications a second
+    Client::Clock::time_point notified_; ///< when what was sent of notifications is no more than that
     Lane turn_;
     Lane readers_;
     std::vector<std::thread> threads_;

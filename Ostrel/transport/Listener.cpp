@@ -96,16 +96,6 @@ public:
             relieve();
     }
 
-    // A bucket that leaks: it may hold what is sent in a second. Who overfills it waits until it has
-    // room, behind those who did so before, but never long for the little that is its own.
-    Clock::time_point chargeNotifications(unsigned sent) override {
-        constexpr Clock::duration bucket = std::chrono::seconds(1);
-        const auto now = Clock::now();
-        const auto own = sent * Clock::duration(std::chrono::seconds(1)) / options_.limits.notifications;
-        notified_ = std::max(notified_, now) + own;
-        return std::min(notified_ - bucket, now + std::max(bucket, 100 * own));
-    }
-
     // An earlier tick is kept, so that not every request sets the timer.
     void wakeAt(Clock::time_point when) noexcept override {
         if (when >= nextTick_)
@@ -336,13 +326,12 @@ private:
     std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
-    Clock::time_point notified_; ///< when what was sent of notifications is within the limit again
     HeapTrim heap_;
     bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to
     std::promise<void> allGone_;
 
-    Lanes lanes_;
+    Lanes lanes_{Lanes::countProcessors(), options_.limits.notifications};
     std::thread thread_;
 };
 

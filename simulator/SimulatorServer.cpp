@@ -2,9 +2,31 @@
 
 #include "simulator/SimulatorServer.h"
 
+#include "Ostrel/serialization/BooleanObject.h"
 #include "simulator/World.h"
 
 namespace Ostrel {
+
+namespace {
+
+/// The params of signalSet.
+class Signal {
+public:
+    explicit Signal(const Deserializer& params) {
+        params.refuseUnknown({"strength", "quality"});
+        const auto strength = params.readUnsigned("strength", 0, most);
+        status_ = {strength, params.readUnsigned("quality", 0, most)};
+    }
+
+    const TV::ITVService::SignalStatus& getStatus() const { return status_; }
+
+private:
+    static constexpr unsigned most = 100; // percent
+
+    TV::ITVService::SignalStatus status_;
+};
+
+} // namespace
 
 SimulatorServer::SimulatorServer(TV::DummyTVModule& module) : RPCServer("Simulator"), module_(module) {
     publishModule();
@@ -24,7 +46,24 @@ void SimulatorServer::publish(std::initializer_list<std::pair<const char*, Handl
 
 void SimulatorServer::publishModule() {
     publish({
+        {"signalSet", &SimulatorServer::signalSet},
+        {"reset", &SimulatorServer::reset},
         {"worldGet", &SimulatorServer::worldGet},
+    });
+}
+
+std::string SimulatorServer::signalSet(const Call& call) {
+    return answer<Signal>(call, [this](const Signal& signal) {
+        module_.setSignalStatus(signal.getStatus());
+        return BooleanObject(true);
+    });
+}
+
+std::string SimulatorServer::reset(const Call& call) {
+    return answer<NoParams>(call, [this](const NoParams&) {
+        // What may fail comes first, when nothing has changed yet.
+        module_.reset();
+        return BooleanObject(true);
     });
 }
 

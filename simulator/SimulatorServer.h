@@ -59,6 +59,8 @@ private:
 
     // SimulatorServer.cpp
     void publishModule();
+    std::string signalSet(const Call& call);
+    std::string reset(const Call& call);
     std::string worldGet(const Call& call);
 
     // SimulatorServerClock.cpp

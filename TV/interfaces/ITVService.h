@@ -147,6 +147,7 @@ private:
 class OSTREL_API ITVService::SignalStatus : public SerialObject {
 public:
     SignalStatus() = default;
+    SignalStatus(std::uint32_t strength, std::uint32_t quality) : strength_(strength), quality_(quality) {}
 
     std::uint32_t getStrength() const { return strength_; }
     std::uint32_t getQuality() const { return quality_; }

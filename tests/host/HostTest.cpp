@@ -99,6 +99,19 @@ void expectOneLine(const Failure& failure, const std::string& part) {
     EXPECT_TRUE(failure.errors.starts_with("ostrel-tvd: ")) << failure.errors;
 }
 
+TEST(HostTest, WithoutItsSimulatorThePathIsUnknown) {
+    const auto statusOf = [](const RunningHost& host, const std::string& path) {
+        return WireClient(host.address())
+            .post(path, R"({"jsonrpc":"2.0","id":1,"method":"Simulator::worldGet"})")
+            .status;
+    };
+    const RunningHost with;
+    EXPECT_EQ(statusOf(with, "/rpc/Simulator"), 200);
+    const RunningHost without({"--no-simulator"});
+    EXPECT_EQ(statusOf(without, "/rpc/Simulator"), 404);
+    EXPECT_EQ(statusOf(without, "/rpc/TV"), 200);
+}
+
 TEST(HostTest, StartThatCannotSucceedIsOneLine) {
     RunningHost running;
     const TempDirectory directory;

@@ -56,14 +56,14 @@ bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     guide.addEvents();
     timeOffset = chooseTimeOffset(guide);
     sharedLineup().load(makeGuideLinks());
-    fillServices();
+    addLineup(services, transponders);
     guide.addGenres();
     scanState.scanning = false;
     scanState.infoValid = false;
     return true;
 }
 
-void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
+void DummyTVModule::addLineup(Services& services, std::vector<std::uint32_t>& transponders) {
     for (const TransponderInfo& transponder : sharedLineup().getTransponders()) {
         transponders.push_back(transponder.frequencyMHz);
         for (const ITVService::ServiceInfo& service : transponder.services) {
@@ -74,6 +74,20 @@ void DummyTVModule::fillServices() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
             services.insert(behind, service);
         }
     }
+}
+
+void DummyTVModule::reset() {
+    Services all;
+    std::vector<std::uint32_t> frequencies;
+    addLineup(all, frequencies);
+
+    const Mutex::Hold hold(mutex);
+    services.swap(all);
+    transponders.swap(frequencies);
+    scannedServices.clear();
+    scanState = ScanState(); // its task finds no scan to come back for
+    signalStatus = ITVService::SignalStatus();
+    ++age;
 }
 
 DummyTVModule::World DummyTVModule::describeWorld() const {

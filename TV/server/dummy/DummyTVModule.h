@@ -50,6 +50,16 @@ public:
     /// Any thread may ask, after init().
     World describeWorld() const;
 
+    /// What signalStatusGet() answers from now on, for every source. Called with the turn held.
+    void setSignalStatus(const ITVService::SignalStatus& status) { signalStatus = status; }
+
+    /// Makes both lists, the transponders, the scan and the signal what they were after init(). A
+    /// running scan ends without telling its listeners; contexts stay, with no list selected.
+    ///
+    /// Called with the turn held.
+    /// @throws std::bad_alloc  nothing has changed
+    void reset();
+
     /// Adds a frequency behind its equals; a duplicate is kept. Always true.
     bool addTransponderUnderLock(unsigned frequencyMHz) OSTREL_REQUIRES(mutex);
 
@@ -113,6 +123,8 @@ public:
     // For the module's contexts.
     std::uint32_t magic = 0; ///< 42 once initialised; nobody reads it
     std::int32_t timeOffset = 0; ///< seconds, added to the wall clock; fixed by init()
+    std::uint64_t age = 1; ///< goes up with each reset(); guarded by the turn
+    ITVService::SignalStatus signalStatus; ///< of every source; guarded by the turn
     Mutex mutex;
     VectorObject<ITVService::ServiceInfo> services OSTREL_GUARDED_BY(mutex); ///< by channel number
     VectorObject<ITVService::ServiceInfo> scannedServices OSTREL_GUARDED_BY(mutex); ///< by the latest scan
@@ -120,7 +132,10 @@ public:
     ScanState scanState OSTREL_GUARDED_BY(mutex);
 
 private:
-    void fillServices();
+    using Services = VectorObject<ITVService::ServiceInfo>;
+
+    /// Adds what the line-up has: the services by channel number, and where they are sent.
+    static void addLineup(Services& services, std::vector<std::uint32_t>& transponders);
 
     /// Tells what begins, and gives it a task.
     void beginScanUnderLock(const unsigned& sourceId, std::vector<std::uint32_t> frequencies)

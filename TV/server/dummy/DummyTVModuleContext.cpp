@@ -52,13 +52,13 @@ bool DummyTVModuleContext::serviceListSet(const std::string& base) {
     if (base != "all" && base != "new")
         fail("serviceListSet", ReturnCode::InvalidParameter, __LINE__);
     listIsAll = base == "all";
-    listSelected = true;
+    selectedIn = module->age;
     position = 0;
     return true;
 }
 
 VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListGet(const unsigned& limit) {
-    if (!listSelected)
+    if (!listSelected())
         fail("serviceListGet", ReturnCode::InvalidState, __LINE__);
     // A sum past 4294967295 wraps, and then there is nothing to give.
     // Meant so: docs/oddities.md, "A limit that wraps".
@@ -83,7 +83,7 @@ VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListRead(cons
 
 unsigned DummyTVModuleContext::serviceListSeek(const int& offset,
                                                const unsigned& whence) OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    if (!listSelected)
+    if (!listSelected())
         fail("serviceListSeek", ReturnCode::InvalidState, __LINE__);
 
     module->mutex.lock();
@@ -124,7 +124,7 @@ template <typename Matches> bool DummyTVModuleContext::seekFirst(Matches matches
 }
 
 unsigned DummyTVModuleContext::serviceListSeekByUri(const std::string& uri) {
-    if (!listSelected)
+    if (!listSelected())
         fail("serviceListSeekByUri", ReturnCode::InvalidState, __LINE__);
     if (!seekFirst([&](const ServiceInfo& service) { return service.getUri() == uri; }))
         fail("serviceListSeekByUri", ReturnCode::InvalidParameter, __LINE__);
@@ -132,7 +132,7 @@ unsigned DummyTVModuleContext::serviceListSeekByUri(const std::string& uri) {
 }
 
 unsigned DummyTVModuleContext::serviceListSeekByChannelNumber(const unsigned& channelNumber) {
-    if (!listSelected)
+    if (!listSelected())
         fail("serviceListSeekByChannelNumber", ReturnCode::InvalidState, __LINE__);
     if (!seekFirst([&](const ServiceInfo& service) { return service.getChannelNumber() == channelNumber; }))
         fail("serviceListSeekByChannelNumber", ReturnCode::InvalidParameter, __LINE__);
@@ -143,7 +143,7 @@ unsigned DummyTVModuleContext::serviceListSeekByChannelNumber(const unsigned& ch
 // Meant so: docs/oddities.md, "Delete without the lock".
 bool DummyTVModuleContext::serviceListDelete() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     auto& services = module->services;
-    if (!listSelected || !listIsAll)
+    if (!listSelected() || !listIsAll)
         fail("serviceListDelete", ReturnCode::InvalidState, __LINE__);
     if (position >= services.size())
         fail("serviceListDelete", ReturnCode::InvalidState, __LINE__);
@@ -152,7 +152,7 @@ bool DummyTVModuleContext::serviceListDelete() OSTREL_NO_THREAD_SAFETY_ANALYSIS 
 }
 
 bool DummyTVModuleContext::serviceListDeleteAll() {
-    if (!listSelected || !listIsAll)
+    if (!listSelected() || !listIsAll)
         fail("serviceListDeleteAll", ReturnCode::InvalidState, __LINE__);
     const Mutex::Hold hold(module->mutex);
     module->services.clear();
@@ -161,7 +161,7 @@ bool DummyTVModuleContext::serviceListDeleteAll() {
 }
 
 ITVService::SignalStatus DummyTVModuleContext::signalStatusGet(const unsigned&) {
-    return SignalStatus();
+    return module->signalStatus;
 }
 
 std::time_t DummyTVModuleContext::utcTimeGet() {

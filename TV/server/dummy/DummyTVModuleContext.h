@@ -59,6 +59,9 @@ private:
     /// @param line  the caller's source line
     [[noreturn]] static void fail(const char* operation, ReturnCode code, int line);
 
+    /// Whether a list has been selected since the module was as at its start.
+    bool listSelected() const { return selectedIn == module->age; }
+
     VectorObject<ServiceInfo>& selectedListUnderLock() OSTREL_REQUIRES(module->mutex);
 
     /// Moves the cursor to the first service of the selected list that matches.
@@ -69,7 +72,7 @@ private:
 
     DummyTVModule* module;
     bool listIsAll = false; ///< services is selected, otherwise scannedServices
-    bool listSelected = false;
+    std::uint64_t selectedIn = 0; ///< the module's age when the list was selected; 0 before
     std::uint32_t position = 0; ///< the cursor: index in the selected list, its size at the end
 };
 

@@ -2,32 +2,38 @@
 // does not. Whatever is answered is as described, and what is refused as a parameter is just what
 // the schemas refuse.
 
-import { exampleParams, prepare } from './examples.js';
+import { contextFor, exampleParams, prepare } from './examples.js';
 import { faultsOfOrder } from './scans.js';
 import { Values } from './values.js';
 
 const largestBatch = 100;
 
-/** Whether the decoder takes params, as far as schemas tell. */
+/** What schemas tell of whether params are refused. */
 class Decoder {
-  #validate;
+  #allows;
+  #decodes;
 
   constructor(description, method) {
-    // Without the choices: they are looked at when the parameter is decoded.
-    const schema = JSON.stringify(description.paramsSchemaOf(method), (name, value) =>
-      name === 'oneOf' ? undefined : description.resolve(value),
+    const schema = JSON.stringify(description.paramsSchemaOf(method), (name, value) => description.resolve(value));
+    // Lists of choices may be looked at by the method itself, which then answers an error of its own.
+    const choiceless = JSON.stringify(JSON.parse(schema), (name, value) =>
+      name === 'oneOf' && 'const' in value[0] ? undefined : value,
     );
-    this.#validate = description.validatorOf(JSON.parse(schema));
+    this.#allows = description.validatorOf(JSON.parse(schema));
+    this.#decodes = description.validatorOf(JSON.parse(choiceless));
   }
 
-  takes(params) {
+  /** Whether params must not be refused as such, and whether they must be. */
+  judge(params) {
     if (params === undefined || (Array.isArray(params) && params.length === 0)) params = {};
-    if (typeof params.payload !== 'string') return this.#validate(params);
-    try {
-      return this.#validate({ ...params, payload: JSON.parse(params.payload) });
-    } catch {
-      return false;
+    if (typeof params.payload === 'string') {
+      try {
+        params = { ...params, payload: JSON.parse(params.payload) };
+      } catch {
+        return { isRight: false, isWrong: true };
+      }
     }
+    return { isRight: this.#allows(params), isWrong: !this.#decodes(params) };
   }
 }
 
@@ -65,7 +71,7 @@ export class Caller {
   async *call(conversation, method, calls) {
     const deletes = method.name === 'ITVService::deleteContext';
     // At first nothing has been done in the context; then what the method's example builds upon.
-    let contexts = [await conversation.makeContext()];
+    let contexts = [await contextFor(conversation, this.#description, method)];
     for (let made = 0; made < calls; made += largestBatch) {
       if (made > 0)
         contexts = deletes
@@ -95,9 +101,10 @@ export class Caller {
    */
   async *callMixed(conversation, methods, calls) {
     const values = this.#values;
+    const areNeeded = methods.some((method) => this.#description.takesContext(method));
     let contexts = [];
     for (let made = 0; made < calls; ++made) {
-      if (contexts.length < 2) contexts.push(await conversation.makeContext());
+      if (areNeeded && contexts.length < 2) contexts.push(await conversation.makeContext());
       const method = values.pick(methods);
       const params =
         values.chance(0.3) && !method.examples[0]['x-error']
@@ -120,10 +127,11 @@ export class Caller {
     const values = this.#values;
     if (values.chance(0.02)) return values.pick([undefined, [], [1]]);
     const params = {};
-    for (const { name, schema } of this.#description.paramsOf(method)) {
-      if (values.chance(0.02)) continue;
+    for (const { name, schema, required } of this.#description.paramsOf(method)) {
+      if (values.chance(required ? 0.02 : 0.4)) continue;
       params[name] = name === 'context' && values.chance(0.95) ? values.pick(contexts) : values.of(schema);
     }
+    if (values.chance(0.03)) params.noSuchParam = 1;
     if ('payload' in params && values.chance(0.15))
       params.payload = values.chance(0.9) ? JSON.stringify(params.payload) : values.pick(['', '{', 'null', '{"a":}']);
     return params;
@@ -133,14 +141,14 @@ export class Caller {
   #faultsOfAnswer(method, params, contexts, reply) {
     const faults = this.#description.faultsOfReply(method, reply);
     if (faults.some(({ check }) => check === 'answers')) return faults;
-    const taken = this.#decoders.get(method).takes(params);
-    const isContext = method.name === 'ITVService::createContext' || contexts.includes(params?.context);
+    const { isRight, isWrong } = this.#decoders.get(method).judge(params);
+    const isContext = !this.#description.takesContext(method) || contexts.includes(params?.context);
     const refused = reply.error?.code === -32602;
     const expect = (expected) => faults.push({ check: 'errors', expected });
-    if (taken && refused) expect('no refusal of what its schema allows');
-    if (!taken && !reply.error) expect('a refusal of what its schema does not allow');
-    if (!taken && isContext && reply.error && !refused) expect('-32602: a parameter is wrong');
-    if (taken && !isContext && reply.error?.data?.member !== 'context')
+    if (isRight && refused) expect('no refusal of what its schema allows');
+    if (isWrong && !reply.error) expect('a refusal of what its schema does not allow');
+    if (isWrong && isContext && reply.error && !refused) expect('-32602: a parameter is wrong');
+    if (!isWrong && !isContext && reply.error?.data?.member !== 'context')
       expect('an error whose data has the member "context": it is gone');
     return faults;
   }

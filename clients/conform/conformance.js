@@ -2,26 +2,29 @@
 
 import { Caller } from './caller.js';
 import { NoAnswer } from './conversation.js';
-import { runExample } from './examples.js';
+import { contextFor, exampleParams, runExample } from './examples.js';
 import { Findings } from './findings.js';
 import { isToldBefore } from './scans.js';
 
-/** What JSON-RPC itself wants: a message, and the error and the id that come back. */
-const messages = [
+/** What JSON-RPC itself wants: messages to a server with some method, and the error and the id that come back. */
+const messagesTo = (method) => [
   { sent: '{"jsonrpc":"2.0","id":1,', error: 'ParseError', id: null },
   { sent: '[]', error: 'InvalidRequest', id: null },
   { sent: '7', error: 'InvalidRequest', id: null },
-  { sent: '{"jsonrpc":"1.0","id":"a","method":"ITVService::createContext"}', error: 'InvalidRequest', id: 'a' },
-  { sent: '{"jsonrpc":"2.0","id":"b","method":"ITVService::noSuchMethod"}', error: 'MethodNotFound', id: 'b' },
+  { sent: `{"jsonrpc":"1.0","id":"a","method":"${method}"}`, error: 'InvalidRequest', id: 'a' },
+  { sent: `{"jsonrpc":"2.0","id":"b","method":"${method}NoMore"}`, error: 'MethodNotFound', id: 'b' },
   {
     // What has no id is not replied.
-    sent: '[{"jsonrpc":"2.0","method":"ITVService::noSuchMethod"},{"jsonrpc":"2.0","id":"c","method":"nobody"}]',
+    sent: `[{"jsonrpc":"2.0","method":"${method}NoMore"},{"jsonrpc":"2.0","id":"c","method":"nobody"}]`,
     error: 'MethodNotFound',
     id: 'c',
     isBatch: true,
   },
 ];
 const protocol = 'JSON-RPC 2.0';
+
+/** What examples begin after: they are of a box that does not scan, or of a simulation that nobody has changed. */
+const settling = ['ITVConfig::scanStop', 'Simulator::reset'];
 
 /**
  * @typedef {object} Options
@@ -66,7 +69,7 @@ export class Conformance {
       await this.#try(() => this.#checkMessages());
       for (const [index, method] of methods.entries()) {
         progress(`${method.name}, ${index + 1} of ${methods.length}`);
-        await this.#stopScan();
+        await this.#settle();
         if (!this.#canCall(method)) continue;
         await this.#try(async () => {
           const exchange = await runExample(this.#conversation, this.#description, method, simulator);
@@ -78,7 +81,7 @@ export class Conformance {
       const answering = methods.filter((method) => this.#canCall(method));
       if (answering.length > 0)
         await this.#try(() => this.#noteAll(caller.callMixed(this.#conversation, answering, 2 * calls)));
-      await this.#stopScan();
+      await this.#settle();
     } finally {
       this.#conversation.close();
     }
@@ -86,7 +89,8 @@ export class Conformance {
 
   /** Whether the method and those that its example needs do answer. */
   #canCall(method) {
-    const needed = ['ITVService::createContext', ...(method.examples[0]['x-after'] ?? []), method.name];
+    const needed = [...(method.examples[0]['x-after'] ?? []), method.name];
+    if (this.#description.takesContext(method)) needed.push('ITVService::createContext');
     return !needed.some((name) => this.#silent.has(name));
   }
 
@@ -112,18 +116,18 @@ export class Conformance {
     this.findings.add(name, { check: 'answers', expected: 'an answer' }, sent, message);
   }
 
-  /** Examples are of a box that does not scan. */
-  async #stopScan() {
-    const method = this.#description.findMethod('ITVConfig::scanStop');
-    if (method === undefined || !this.#canCall(method)) return;
-    await this.#try(async () => {
-      const context = await this.#conversation.makeContext();
-      await this.#conversation.ask(this.#conversation.request(method.name, { context, payload: { sourceId: 1 } }));
-    });
+  async #settle() {
+    for (const method of this.#description.methods) {
+      if (!settling.includes(method.name) || !this.#canCall(method)) continue;
+      await this.#try(async () => {
+        const context = await contextFor(this.#conversation, this.#description, method);
+        await this.#conversation.ask(this.#conversation.request(method.name, exampleParams(method, context)));
+      });
+    }
   }
 
   async #checkMessages() {
-    for (const { sent, error, id, isBatch = false } of messages) {
+    for (const { sent, error, id, isBatch = false } of messagesTo(this.#description.methods[0].name)) {
       const answer = await this.#conversation.askText(sent);
       const [reply, ...others] = [answer].flat();
       this.findings.look(protocol, 'answers');

@@ -75,6 +75,11 @@ export class Description {
     return method.params.map((param) => this.resolve(param));
   }
 
+  /** Whether a method is called in a context. */
+  takesContext(method) {
+    return this.paramsOf(method).some(({ name }) => name === 'context');
+  }
+
   /** Returns what clients call by this name, undefined for nothing. */
   findMethod(name) {
     return this.methods.find((method) => method.name === name);
@@ -99,10 +104,11 @@ export class Description {
     });
   }
 
-  /** Returns the schema of a method's params. */
+  /** Returns the schema of a method's params: of each by itself, and in x-params of all together. */
   paramsSchemaOf(method) {
     const params = this.paramsOf(method);
     return {
+      ...method['x-params'],
       type: 'object',
       required: params.filter((param) => param.required).map((param) => param.name),
       properties: Object.fromEntries(params.map((param) => [param.name, param.schema])),

@@ -8,11 +8,16 @@ export function exampleParams(method, context) {
   return params.length === 0 ? undefined : Object.fromEntries(params);
 }
 
-/** Sends the examples that come before that of a method, and returns the context that they were given. */
+/** Makes a context, if one of these methods is called in one. */
+export async function contextFor(conversation, description, ...methods) {
+  return methods.some((method) => description.takesContext(method)) ? conversation.makeContext() : undefined;
+}
+
+/** Sends the examples that come before that of a method or notification, and returns the context for it, if any. */
 export async function prepare(conversation, description, method) {
-  const context = await conversation.makeContext();
-  for (const name of method.examples[0]['x-after'] ?? [])
-    await conversation.ask(conversation.request(name, exampleParams(description.findMethod(name), context)));
+  const earlier = (method.examples[0]['x-after'] ?? []).map((name) => description.findMethod(name));
+  const context = await contextFor(conversation, description, ...earlier, method);
+  for (const one of earlier) await conversation.ask(conversation.request(one.name, exampleParams(one, context)));
   return context;
 }
 

@@ -38,13 +38,17 @@ export class Values {
   of(schemaOrReference) {
     const schema = this.#description.resolve(schemaOrReference);
     if (this.chance(0.03)) return this.pick(wrong);
-    if (schema.oneOf && this.chance(0.9)) return this.pick(schema.oneOf).const;
+    if (schema.const !== undefined) return schema.const;
+    if (schema.oneOf && (schema.type === undefined || this.chance(0.9))) return this.of(this.pick(schema.oneOf));
+    if (schema.enum && this.chance(0.9)) return this.pick(schema.enum);
     if (schema.examples && this.chance(0.5)) return this.pick(schema.examples);
     switch (schema.type) {
       case 'boolean':
         return this.chance(0.5);
       case 'integer':
         return this.#integer(schema);
+      case 'number':
+        return this.#number(schema);
       case 'string':
         return this.#text();
       case 'array':
@@ -62,13 +66,19 @@ export class Values {
     return minimum + this.below(maximum - minimum + 1);
   }
 
+  #number({ minimum, maximum }) {
+    if (this.chance(0.05)) return this.pick([minimum - 0.5, maximum + 0.5]);
+    if (this.chance(0.2)) return this.pick([minimum, maximum]);
+    return minimum + this.next() * (maximum - minimum);
+  }
+
   #text() {
     const length = this.chance(0.05) ? 0 : 1 + this.below(this.chance(0.05) ? 300 : 8);
     return Array.from({ length }, () => this.pick(letters)).join('');
   }
 
-  #list({ items, maxItems = 20 }) {
-    const length = this.chance(0.1) ? maxItems + this.below(2) : this.below(4);
+  #list({ items, minItems = 0, maxItems = 20 }) {
+    const length = this.chance(0.1) ? maxItems + this.below(2) : minItems + this.below(4);
     return Array.from({ length }, () => this.of(items));
   }
 

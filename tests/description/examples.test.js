@@ -1,29 +1,24 @@
 // Every example of the description, sent to a host of its own, gives what the description shows.
 
-import { exampleParams, runExample } from '@ostrel/conform/examples.js';
+import { exampleParams, prepare, runExample } from '@ostrel/conform/examples.js';
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { description } from './description.js';
+import { description, server } from './description.js';
 import { converse } from '../support/host.js';
 
 for (const method of description.methods) {
   test(`${method.name}: ${method.examples[0].name}`, async (t) => {
-    const { reply, faults } = await runExample(await converse(t), description, method, true);
+    const { reply, faults } = await runExample(await converse(t, server), description, method, true);
     assert.deepEqual(faults, [], JSON.stringify(reply));
   });
 }
 
-test('notifications, as a scan raises them that is stopped at once', async (t) => {
-  const conversation = await converse(t);
-  const context = await conversation.makeContext();
-  for (const name of ['ITVConfig::scanBlindStart', 'ITVConfig::scanStop'])
-    await conversation.ask(conversation.request(name, exampleParams(description.findMethod(name), context)));
-  // On a slow machine it may have got on by a percent.
-  const expected = description.notifications.map((method) => ({
-    jsonrpc: '2.0',
-    method: method.name,
-    params: exampleParams(method),
-  }));
-  const heard = conversation.takeNotifications().filter(({ params }) => !(params.percent > 0));
-  assert.deepEqual(heard, expected);
-});
+for (const notification of description.notifications.filter(({ examples: [example] }) => example['x-after'])) {
+  test(`${notification.name}: ${notification.examples[0].name}`, async (t) => {
+    const conversation = await converse(t, server);
+    await prepare(conversation, description, notification);
+    const heard = conversation.takeNotifications().filter(({ method }) => method === notification.name);
+    const expected = { jsonrpc: '2.0', method: notification.name, params: exampleParams(notification) };
+    assert.deepEqual(heard[0], expected);
+  });
+}

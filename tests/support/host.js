@@ -34,7 +34,7 @@ export async function startHost(test) {
   return line.split('http://')[1];
 }
 
-/** Starts a host and connects to it. */
-export async function converse(test) {
-  return Conversation.open(`ws://${await startHost(test)}/rpc/TV`);
+/** Starts a host and connects to one of its servers. */
+export async function converse(test, server) {
+  return Conversation.open(`ws://${await startHost(test)}/rpc/${server}`);
 }

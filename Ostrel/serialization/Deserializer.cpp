@@ -111,6 +111,11 @@ bool Deserializer::has(const std::string& key) const {
     return document_->find(key) != nullptr;
 }
 
+bool Deserializer::isList(const std::string& key) const {
+    const auto* value = document_->find(key);
+    return value != nullptr && value->isArray();
+}
+
 bool Deserializer::readBool(const std::string& key) const {
     return document_->read(key, &JsonValue::asBool, "is not a boolean");
 }
@@ -184,6 +189,10 @@ std::string Deserializer::readObjectText(const std::string& key) const {
         return std::move(*text);
     const auto where = document_->path(key);
     throw DecodeError(where + " is not a JSON object", where);
+}
+
+void Deserializer::refuse(const std::string& key, const std::string& problem) const {
+    fail(document_->path(key), problem);
 }
 
 void Deserializer::refuseUnknown(std::initializer_list<const char*> known) const {

@@ -47,6 +47,9 @@ public:
     /// Whether the current object has a member of that name, null included.
     bool has(const std::string& key) const;
 
+    /// Whether it has one that is a list.
+    bool isList(const std::string& key) const;
+
     /// Each reads a member of the current object, which must be there and of that type.
     bool readBool(const std::string& key) const;
     std::int32_t readInt(const std::string& key) const;
@@ -73,6 +76,10 @@ public:
     /// For records whose members may be left out, where an unknown name is a typing error.
     /// @throws DecodeError  the current object has a member that is not among these
     void refuseUnknown(std::initializer_list<const char*> known) const;
+
+    /// For what a record refuses by rules of its own.
+    /// @throws DecodeError  `member "PATH" PROBLEM`
+    [[noreturn]] void refuse(const std::string& key, const std::string& problem) const;
 
 private:
     struct Document;

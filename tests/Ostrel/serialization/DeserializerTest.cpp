@@ -243,6 +243,22 @@ TEST(DeserializerTest, ReadsListsOfRecords) {
     EXPECT_EQ(payload.readInt("n"), 3);
 }
 
+TEST(DeserializerTest, ARecordRefusesByRulesOfItsOwn) {
+    Deserializer payload(R"({"list":[{"a":[],"b":1}]})");
+    EXPECT_TRUE(payload.isList("list"));
+    payload.readObjectList("list", 1, [&] {
+        EXPECT_TRUE(payload.isList("a"));
+        EXPECT_FALSE(payload.isList("b"));
+        EXPECT_FALSE(payload.isList("c"));
+        try {
+            payload.refuse("b", "is odd");
+        } catch (const DecodeError& error) {
+            EXPECT_STREQ(error.what(), R"(member "list[0].b" is odd)");
+            EXPECT_EQ(error.getMember(), "list[0].b");
+        }
+    });
+}
+
 TEST(DeserializerTest, OfDuplicateMembersTheLastCounts) {
     EXPECT_EQ(Deserializer(R"({"m":"x","n":0,"m":2})").readInt("m"), 2);
 }

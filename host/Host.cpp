@@ -51,6 +51,9 @@ Host::Host(const HostOptions& options) {
                         options.tokenFile.empty() ? std::string()
                                                   : Admission::readTokenFile(options.tokenFile));
 
+    auto weather =
+        options.weatherFile.empty() ? Weather::Settings() : Weather::Settings::readFile(options.weatherFile);
+
     if (options.fakeTime)
         setenv("DUMMYFAKETIME", "", 1);
     module_.init();
@@ -58,7 +61,7 @@ Host::Host(const HostOptions& options) {
     start(*server_);
     try {
         if (!options.noSimulator)
-            start(simulator_.emplace(module_));
+            start(simulator_.emplace(module_, *server_, std::move(weather)));
         listener_.emplace(addresses, std::move(admission),
                           ListenerOptions{.advice = adviseOptions(),
                                           .logRequests = options.logRequests,

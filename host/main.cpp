@@ -154,9 +154,16 @@ void checkToken(const Options& options) {
             throw UsageError("--listen " + text + " lets others in; give a token with --token-file");
 }
 
+/// @throws UsageError
+void checkWeather(const Options& options) {
+    if (options.host.noSimulator && !options.host.weatherFile.empty())
+        throw UsageError("--weather is the simulator's, which --no-simulator leaves out");
+}
+
 void serve(Options& options) {
     if (options.host.listen.empty())
         options.host.listen = {usualAddress};
+    checkWeather(options);
     checkPortFile(options);
     checkToken(options);
     Ostrel::setDebugLevel(logLevels.at(options.logLevel));
@@ -231,6 +238,13 @@ Program makeProgram(Options& options) {
         {.name = "--no-simulator",
          .description = "Serve the TV module alone, without the simulation's own controls",
          .read = flag(options.host.noSimulator)},
+        {.name = "--weather",
+         .value = "FILE",
+         .description =
+             "Start with the rules of this file, by which calls and notifications are late, fail or "
+             "get lost: JSON as the params of Simulator::weatherSet",
+         .read = text(options.host.weatherFile),
+         .isFile = true},
         {.name = "--log-level",
          .description = "What goes to standard error",
          .read = text(options.logLevel),

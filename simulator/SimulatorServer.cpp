@@ -28,12 +28,13 @@ private:
 
 } // namespace
 
-SimulatorServer::SimulatorServer(TV::DummyTVModule& module) : RPCServer("Simulator"), module_(module) {
+SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCNotifier& tv, Weather::Settings weather)
+    : RPCServer("Simulator"), module_(module), weather_(tv, std::move(weather)) {
     publishModule();
 
     // publishClock()
 
-    // publishWeather()
+    publishWeather();
 
     // publishTraffic()
 }
@@ -62,6 +63,7 @@ std::string SimulatorServer::signalSet(const Call& call) {
 std::string SimulatorServer::reset(const Call& call) {
     return answer<NoParams>(call, [this](const NoParams&) {
         // What may fail comes first, when nothing has changed yet.
+        resetWeather();
         module_.reset();
         return BooleanObject(true);
     });

@@ -5,6 +5,7 @@
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "TV/server/dummy/DummyTVModule.h"
+#include "simulator/Weather.h"
 
 #include <initializer_list>
 #include <string>
@@ -18,8 +19,10 @@ namespace Ostrel {
 /// know; then it acts, as a whole.
 class SimulatorServer : public RPCServer {
 public:
-    /// @param module  initialised; must live longer than the server
-    explicit SimulatorServer(TV::DummyTVModule& module);
+    /// @param module   initialised; must live longer than the server
+    /// @param tv       the server of the module, whose weather it is; must live longer, too
+    /// @param weather  at the start
+    SimulatorServer(TV::DummyTVModule& module, RPCNotifier& tv, Weather::Settings weather = {});
 
 private:
     using Call = IRPC::RPCSynchronousMethodObject;
@@ -66,10 +69,16 @@ private:
     // SimulatorServerClock.cpp
 
     // SimulatorServerWeather.cpp
+    void publishWeather();
+    std::string weatherGet(const Call& call);
+    std::string weatherSet(const Call& call);
+    void resetWeather();
+    Weather::Report tellWeather();
 
     // SimulatorServerTraffic.cpp
 
     TV::DummyTVModule& module_;
+    Weather weather_;
 };
 
 } // namespace Ostrel

@@ -129,8 +129,24 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
                   "cannot write the port file");
     expectOneLine(runHost({"--listen", "127.0.0.1:0", "--port-file", directory.file("")}),
                   "cannot write the port file");
+    const auto weather = directory.file("weather");
+    std::ofstream(weather) << R"({"rules":[{"method":"*","delayMs":"long"}]})";
+    expectOneLine(runHost({"--weather", weather}),
+                  "member \"rules[0].delayMs\" is not an integer from 0 to 600000");
+    expectOneLine(runHost({"--weather", directory.file("absent")}), "cannot read the weather file");
     running.child().interrupt();
     EXPECT_EQ(running.child().wait(), 0);
+}
+
+TEST(HostTest, StartsWithTheWeatherOfAFile) {
+    const TempDirectory directory;
+    const auto weather = directory.file("weather");
+    std::ofstream(weather) << R"({"rules":[{"method":"ITVService::createContext","error":"TimedOut"}]})";
+    RunningHost host({"--weather", weather});
+    const auto answer =
+        WireClient(host.address())
+            .post("/rpc/TV", R"({"jsonrpc":"2.0","id":1,"method":"ITVService::createContext"})");
+    EXPECT_NE(answer.body.find("Timed out"), std::string::npos) << answer.body;
 }
 
 struct Misuse {
@@ -158,6 +174,8 @@ const Misuse misuses[] = {
     {"LogLevel", {"--log-level", "loud"},     "--log-level: \"loud\" is none of error, warning, information, progress"},
     {"PortOfAUnixSocket", {"--listen", "unix:/nonexistent/socket", "--port-file", "/nonexistent/port"},
      "--port-file has no port to tell; serve on HOST:PORT too, with --listen"},
+    {"WeatherOfNobody", {"--weather", "/nonexistent", "--no-simulator"},
+     "--weather is the simulator's, which --no-simulator leaves out"},
     {"Origin",   {"--allow-origin", "tv.example"},
      "--allow-origin: \"tv.example\" is no web origin"},
     {"Host",     {"--allow-host", "tv.example:1"},

@@ -55,8 +55,8 @@ protected:
 
     const LogCapture log_;
     FakeTime time_{1318762900}; // no scan gets on
-    SimulatorServer simulator_{theModule()};
     TV::TVRPCServer tv_{&theModule()};
+    SimulatorServer simulator_{theModule(), tv_};
     const std::string context_ =
         ask(tv_, "ITVService", "createContext", "{}").substr(std::string(R"("result":)").size());
 };

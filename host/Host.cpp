@@ -36,12 +36,6 @@ template <class Value> std::vector<Value> parseAll(const char* option, const std
     return values;
 }
 
-/// @throws StartError  another one runs under that name
-void start(RPCServer& server) {
-    if (!server.init())
-        throw StartError("another RPC server runs under the name " + server.getName());
-}
-
 } // namespace
 
 Host::Host(const HostOptions& options) {
@@ -58,18 +52,24 @@ Host::Host(const HostOptions& options) {
         setenv("DUMMYFAKETIME", "", 1);
     module_.init();
     server_.emplace(&module_);
-    start(*server_);
+    start(*server_, options);
     try {
         if (!options.noSimulator)
-            start(simulator_.emplace(module_, *server_, std::move(weather)));
+            start(simulator_.emplace(module_, *server_, std::move(weather)), options);
         listener_.emplace(addresses, std::move(admission),
-                          ListenerOptions{.advice = adviseOptions(),
-                                          .logRequests = options.logRequests,
-                                          .mainServer = server_->getName()});
+                          ListenerOptions{.advice = adviseOptions(), .mainServer = server_->getName()});
     } catch (...) {
         server_->uninit();
         throw;
     }
+}
+
+/// @throws StartError  another one runs under that name
+void Host::start(RPCServer& server, const HostOptions& options) {
+    if (options.logRequests)
+        server.addObserver(requestLog_);
+    if (!server.init())
+        throw StartError("another RPC server runs under the name " + server.getName());
 }
 
 Host::~Host() {

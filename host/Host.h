@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ostrel/transport/Listener.h"
+#include "Ostrel/transport/RequestLog.h"
 #include "TV/server/TVRPCServer.h"
 #include "TV/server/dummy/DummyTVModule.h"
 #include "simulator/SimulatorServer.h"
@@ -40,6 +41,9 @@ public:
     const std::vector<Address>& getAddresses() const { return listener_->getAddresses(); }
 
 private:
+    void start(RPCServer& server, const HostOptions& options);
+
+    RequestLog requestLog_;
     TV::DummyTVModule module_;
     std::optional<TV::TVRPCServer> server_;
     std::optional<SimulatorServer> simulator_;

@@ -6,18 +6,22 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace Ostrel {
-
-class RPCObserver;
 
 /// Stands for the connection that a call came by; it lives as long as the connection does.
 /// Keep a weak pointer to learn that the connection has closed and its last call has ended.
 struct RPCPeer {
-    std::shared_ptr<RPCObserver> observer = nullptr; ///< told of every request; null for none
+    RPCPeer() = default;
+    RPCPeer(std::uint64_t number, std::string name) : connection(number), client(std::move(name)) {}
+
+    const std::uint64_t connection = 0; ///< numbers the connections of a listener, from 1
+    const std::string client; ///< its address and port, or "unix"
     /// How often a client was sent a notification by its calls, since the platform last took it.
     std::atomic<unsigned> notifications = 0;
     std::atomic<bool> gone = false; ///< the connection has closed: nobody waits for a reply any more

@@ -37,18 +37,20 @@ std::string refuse(std::string id, IRPC::ErrorCode code, std::string message) {
 /// What stands around a request's params: whom it is for and what it is called. It refers into the
 /// message's text.
 struct RPCMessage::Envelope {
-    std::string_view refusal; ///< why it is no JSON-RPC 2.0 request; empty when it is one
-    std::string_view id; ///< as it stands in the text; empty when no reply is wanted
-    std::string_view name; ///< interface and method as they are written together
-    std::string_view interfaceName;
-    std::string_view methodName;
-    std::optional<JsonValue> params; ///< none when there are none; an empty array is none
+    std::string_view text; ///< all of it
+    std::string_view refusal = {}; ///< why it is no JSON-RPC 2.0 request; empty when it is one
+    std::string_view id = {}; ///< as it stands in the text; empty when no reply is wanted
+    std::string_view name = {}; ///< interface and method as they are written together
+    std::string_view interfaceName = {};
+    std::string_view methodName = {};
+    std::optional<JsonValue> params = {}; ///< none when there are none; an empty array is none
 };
 
 class RPCMessage::Parts {
 public:
     Parts(std::string text, RPCServer& server, std::shared_ptr<RPCPeer> peer, const Limits& limits)
-        : text_(std::move(text)), server_(server), peer_(std::move(peer)), limits_(limits) {
+        : text_(std::move(text)), server_(server), peer_(std::move(peer)), limits_(limits),
+          isObserved_(peer_ != nullptr && !server.getObservers().empty()) {
         reply_.reserve(lackOfMemory.size() + nullId.size());
     }
 
@@ -83,7 +85,9 @@ public:
                 return;
             }
             const Cancellation scope(clientGone_);
-            add(answerAsFated());
+            auto reply = answerAsFated();
+            tellDone(reply);
+            add(std::move(reply));
             if (++next_ < count_)
                 examine(batch_[next_]);
             else if (!batch_.empty() && !reply_.empty())
@@ -113,7 +117,7 @@ private:
     void read() {
         const auto failure = checkJson(text_);
         if (failure) {
-            reply_ = refuse("null", IRPC::ParseError, "the message is not JSON: " + failure.message());
+            refuseAll(IRPC::ParseError, "the message is not JSON: " + failure.message());
             return;
         }
         const JsonValue document(text_);
@@ -124,20 +128,33 @@ private:
         }
         batch_ = document.getElements(limits_.batch + 1);
         if (batch_.empty()) {
-            reply_ = refuse("null", IRPC::InvalidRequest, "the batch is empty");
+            refuseAll(IRPC::InvalidRequest, "the batch is empty");
         } else if (batch_.size() > limits_.batch) {
-            reply_ = refuse("null", IRPC::InvalidRequest,
-                            "the batch has more than " + std::to_string(limits_.batch) + " messages");
+            refuseAll(IRPC::InvalidRequest,
+                      "the batch has more than " + std::to_string(limits_.batch) + " messages");
         } else {
             count_ = batch_.size();
             examine(batch_.front());
         }
     }
 
+    /// Refuses what holds no request at all.
+    void refuseAll(IRPC::ErrorCode code, std::string message) {
+        tellCame();
+        reply_ = refuse(std::string(nullId), code, std::move(message));
+        tellDone(reply_);
+    }
+
     void examine(const JsonValue& value) {
-        envelope_ = {};
+        envelope_ = {.text = batch_.empty() ? std::string_view(text_) : value.getText()};
         fate_ = {};
         due_ = {};
+        came_.reset();
+        readEnvelope(value);
+        tellCame();
+    }
+
+    void readEnvelope(const JsonValue& value) {
         if (!value.isObject()) {
             envelope_.id = "null";
             envelope_.refusal = "the message is not a JSON object";
@@ -209,7 +226,7 @@ private:
     /// In a batch the want of memory is the answer to one request; the others may fare better.
     std::string answerInAnyCase() {
         try {
-            return peer_ != nullptr && peer_->observer != nullptr ? answerObserved() : answer();
+            return answer();
         } catch (const std::bad_alloc&) {
             if (batch_.empty())
                 throw;
@@ -239,12 +256,30 @@ private:
         }
     }
 
-    std::string answerObserved() {
-        const auto begin = Clock::now();
-        auto reply = answer();
-        peer_->observer->requestDone(
-            {envelope_.interfaceName, envelope_.methodName, envelope_.id, reply, Clock::now() - begin});
-        return reply;
+    void tell(RPCObserver::Direction direction, std::string_view text) noexcept {
+        if (!isObserved_)
+            return;
+        const auto now = Clock::now();
+        if (direction == RPCObserver::Direction::Request)
+            came_ = now;
+        const RPCObserver::Message message{.direction = direction,
+                                           .time = std::chrono::system_clock::now(),
+                                           .peer = peer_.get(),
+                                           .method = envelope_.name,
+                                           .id = envelope_.id,
+                                           .text = text,
+                                           .took = now - came_.value_or(now)};
+        for (auto* observer : server_.getObservers())
+            observer->passed(message);
+    }
+
+    void tellCame() noexcept { tell(RPCObserver::Direction::Request, envelope_.text); }
+
+    /// With the reply as it goes out; empty when none does.
+    void tellDone(std::string_view reply) noexcept {
+        if (!came_)
+            tellCame(); // there was no memory to read it
+        tell(RPCObserver::Direction::Reply, reply);
     }
 
     static std::string refuseList(const IRPC::RPCSynchronousMethodObject& method) {
@@ -277,6 +312,7 @@ private:
             reply_ = describeLackOfMemory(std::move(reply_), nullId);
         else if (!envelope_.id.empty())
             reply_ = describeLackOfMemory(std::move(reply_), envelope_.id);
+        tellDone(reply_);
     }
 
     static std::string describeLackOfMemory(std::string room, std::string_view id) {
@@ -289,16 +325,18 @@ private:
     const std::shared_ptr<RPCPeer> peer_;
     const std::atomic<bool>& clientGone_ = peer_ != nullptr ? peer_->gone : nobodyGone;
     const Limits limits_;
+    const bool isObserved_;
 
     bool isRead_ = false;
     std::vector<JsonValue> batch_; ///< empty when the message is one request
     std::size_t count_ = 0; ///< requests in the message
     std::size_t next_ = 0;
-    Envelope envelope_; ///< of the next request
+    Envelope envelope_{.text = text_, .id = nullId}; ///< of the next request
     Fate fate_; ///< of the next request
     Clock::time_point due_; ///< of the next request
     bool isReplyLost_ = false; ///< of any request
     bool isConnectionLost_ = false;
+    std::optional<Clock::time_point> came_; ///< when that was read; only when observed
     std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;
 };

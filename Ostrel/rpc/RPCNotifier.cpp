@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/IRPC.h"
 #include "Ostrel/rpc/RPCInterceptor.h"
+#include "Ostrel/rpc/RPCObserver.h"
 
 #include <algorithm>
 #include <atomic>
@@ -64,20 +65,48 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
     const auto notification = std::make_shared<const RPCNotification>(
         IRPC::RPCNotificationObject(name, payload).serialize(), topic, due);
     const std::lock_guard lock(mutex_);
+    if (subscriptions_.empty())
+        return;
     if (raised != nullptr)
-        *raised += unsigned(subscribers_.size());
-    for (auto* subscriber : subscribers_)
-        subscriber->notify(notification);
+        *raised += unsigned(subscriptions_.size());
+    const RPCObserver::Message message{.direction = RPCObserver::Direction::Notification,
+                                       .time = std::chrono::system_clock::now(),
+                                       .peer = nullptr,
+                                       .method = name,
+                                       .id = {},
+                                       .text = notification->getText()};
+    for (auto* observer : observers_)
+        observer->passed(message);
+    for (const auto& subscription : subscriptions_)
+        subscription.subscriber->notify(notification);
 }
 
-void RPCNotifier::subscribe(RPCSubscriber& subscriber) {
+bool RPCNotifier::notify(const RPCPeer& peer, const std::shared_ptr<const RPCNotification>& notification) {
     const std::lock_guard lock(mutex_);
-    subscribers_.push_back(&subscriber);
+    for (const auto& subscription : subscriptions_) {
+        if (subscription.peer != &peer)
+            continue;
+        subscription.subscriber->notify(notification);
+        return true;
+    }
+    return false;
+}
+
+bool RPCNotifier::isSubscribed(const RPCPeer& peer) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(subscriptions_.begin(), subscriptions_.end(),
+                       [&](const auto& subscription) { return subscription.peer == &peer; });
+}
+
+void RPCNotifier::subscribe(RPCSubscriber& subscriber, const RPCPeer* peer) {
+    const std::lock_guard lock(mutex_);
+    subscriptions_.push_back({&subscriber, peer});
 }
 
 void RPCNotifier::unsubscribe(RPCSubscriber& subscriber) {
     const std::lock_guard lock(mutex_);
-    std::erase(subscribers_, &subscriber);
+    std::erase_if(subscriptions_,
+                  [&](const auto& subscription) { return subscription.subscriber == &subscriber; });
 }
 
 } // namespace Ostrel

@@ -13,6 +13,8 @@
 namespace Ostrel {
 
 class RPCInterceptor;
+class RPCObserver;
+struct RPCPeer;
 
 /// A notification on its way to the clients, who share it.
 ///
@@ -107,16 +109,37 @@ public:
     void setInterceptor(RPCInterceptor* interceptor) noexcept { interceptor_ = interceptor; }
     RPCInterceptor* getInterceptor() const noexcept { return interceptor_; }
 
+    /// Sends a notification to one client alone, as that to all does; a client sees both kinds in the
+    /// order of the calls. Observers are not told.
+    /// @returns whether that client is there
+    bool notify(const RPCPeer& peer, const std::shared_ptr<const RPCNotification>& notification);
+
+    /// Whether a connection takes notifications, which those of HTTP do not.
+    bool isSubscribed(const RPCPeer& peer);
+
     /// Adds a subscriber, who must unsubscribe before it goes away.
-    void subscribe(RPCSubscriber& subscriber);
+    /// @param peer  the connection that it sends them by, which must live as long; null for none
+    void subscribe(RPCSubscriber& subscriber, const RPCPeer* peer = nullptr);
 
     /// When it returns, the subscriber is not being notified and will not be any more.
     void unsubscribe(RPCSubscriber& subscriber);
 
+    /// Shows an observer every message from now on. To be called before anybody is served; the
+    /// observer must live as long as somebody is.
+    void addObserver(RPCObserver& observer) { observers_.push_back(&observer); }
+
+    const std::vector<RPCObserver*>& getObservers() const { return observers_; }
+
 private:
+    struct Subscription {
+        RPCSubscriber* subscriber;
+        const RPCPeer* peer;
+    };
+
     std::atomic<RPCInterceptor*> interceptor_ = nullptr;
-    std::mutex mutex_; ///< guards the list; held through a fan-out, which keeps the order
-    std::vector<RPCSubscriber*> subscribers_;
+    std::mutex mutex_; ///< guards the subscriptions; held through a fan-out, which keeps the order
+    std::vector<Subscription> subscriptions_;
+    std::vector<RPCObserver*> observers_;
 };
 
 } // namespace Ostrel

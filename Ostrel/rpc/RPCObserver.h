@@ -7,22 +7,35 @@
 
 namespace Ostrel {
 
-/// Is told of every request that came by a connection, once it has been carried out.
+struct RPCPeer;
+
+/// Sees what passes between a server and its clients.
 class OSTREL_API RPCObserver {
 public:
-    /// One request and what became of it. The texts go away with the call.
-    struct Exchange {
-        std::string_view interfaceName; ///< empty where the request names none
-        std::string_view methodName;
-        std::string_view id; ///< as JSON text; empty when no reply is wanted
-        std::string_view reply; ///< as it travels; empty for none
-        std::chrono::nanoseconds took; ///< from its turn to its reply
+    enum class Direction { Request, Reply, Notification };
+
+    /// One message as it travels; in a batch each request and each reply is one of its own.
+    struct Message {
+        Direction direction;
+        std::chrono::system_clock::time_point time;
+        const RPCPeer* peer; ///< the connection; null for a notification, which is one for all clients
+        std::string_view method; ///< the whole name; empty when what came is no request
+        /// The request's, as JSON text: empty when no reply is wanted, null when what came is no request.
+        std::string_view id;
+        std::string_view text; ///< a request's need not even be UTF-8; empty when a request has no reply
+        std::chrono::nanoseconds took = {}; ///< of a reply, since its request came
     };
 
     virtual ~RPCObserver();
 
-    /// The thread is the one that carried the request out; no two at a time for one connection.
-    virtual void requestDone(const Exchange& exchange) noexcept = 0;
+    /// Called for a request before it is carried out or refused, which in a batch is when those before
+    /// it are done; for its reply, or when it is clear that there is none; and for a notification
+    /// before any client is sent it. What no client is there for is no message.
+    ///
+    /// The thread has the message in hand, maybe with module locks held, and waits: this must be
+    /// quick. Several may call at a time, though no two for one connection. The texts go away
+    /// with the call.
+    virtual void passed(const Message& message) noexcept = 0;
 };
 
 } // namespace Ostrel

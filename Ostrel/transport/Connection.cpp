@@ -449,7 +449,8 @@ void Connection::answer(Answer what) {
 // WebSocket
 
 void Connection::upgrade(const Http::Upgrade& upgrade) {
-    webSocket_ = std::make_unique<WebSocket>(*this, upgrade.server, reader_->releaseRest());
+    webSocket_ =
+        std::make_unique<WebSocket>(*this, upgrade.server, *client_->getPeer(), reader_->releaseRest());
     if (!webSocket_->accept(reader_->getRequest(), upgrade.subProtocol)) {
         finish();
         return;

@@ -9,7 +9,6 @@
 #include "Ostrel/transport/HeapTrim.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/MessageBudget.h"
-#include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/post.hpp>
@@ -150,9 +149,7 @@ private:
         const bool full = open_ >= options_.limits.connections;
         if (full && refused_.size() >= mostRefused)
             return;
-        auto peer = std::make_shared<RPCPeer>();
-        if (options_.logRequests)
-            peer->observer = std::make_shared<RequestLog>(guest.name + " #" + std::to_string(++welcomed_));
+        auto peer = std::make_shared<RPCPeer>(++welcomed_, std::move(guest.name));
         const auto connection = std::make_shared<Connection>(*this, std::move(guest.socket),
                                                              std::move(guest.localAddress), std::move(peer));
         (full ? refused_ : connections_).insert(connection);
@@ -323,7 +320,7 @@ private:
 
     std::set<std::shared_ptr<Connection>> connections_; ///< the open ones
     std::set<std::shared_ptr<Connection>> refused_; ///< those that are told there are too many
-    std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them for people
+    std::uint64_t welcomed_ = 0; ///< connections so far, which numbers them
     std::atomic<std::size_t> open_ = 0; ///< as many as connections_ holds
     std::atomic<std::ptrdiff_t> waiting_ = 0; ///< what waits for each client alone
     HeapTrim heap_;

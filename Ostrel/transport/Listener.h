@@ -15,7 +15,6 @@ namespace Ostrel {
 struct ListenerOptions {
     Limits limits = {};
     Advice advice = {};
-    bool logRequests = false; ///< a line in the log for every request
     std::string mainServer = {}; ///< the name of the one that /openrpc.json describes
 };
 

@@ -2,21 +2,12 @@
 
 #include "Ostrel/rpc/RPCObserver.h"
 
-#include <string>
-#include <utility>
-
 namespace Ostrel {
 
-/// Writes a line to the log for every request of one connection.
-class RequestLog final : public RPCObserver {
+/// Writes a line to the log for every request, once it is done.
+class OSTREL_API RequestLog final : public RPCObserver {
 public:
-    /// @param client  the name of the client's end, for people
-    explicit RequestLog(std::string client) : client_(std::move(client)) {}
-
-    void requestDone(const Exchange& exchange) noexcept override;
-
-private:
-    const std::string client_;
+    void passed(const Message& message) noexcept override;
 };
 
 } // namespace Ostrel

@@ -32,8 +32,8 @@ public:
     using websocket::stream<WebSocketLayer, false>::stream;
 };
 
-WebSocket::WebSocket(Conversation& conversation, RPCServer& server, std::string early)
-    : conversation_(conversation), server_(server),
+WebSocket::WebSocket(Conversation& conversation, RPCServer& server, const RPCPeer& peer, std::string early)
+    : conversation_(conversation), server_(server), peer_(peer),
       stream_(std::make_unique<Stream>(conversation, std::move(early))),
       due_(conversation.getSocket().get_executor()) {}
 
@@ -57,7 +57,7 @@ bool WebSocket::accept(const Http::Request& request, const std::string& subProto
 
 void WebSocket::open(MessageHandler handler) {
     handler_ = std::move(handler);
-    server_.subscribe(*this);
+    server_.subscribe(*this, &peer_);
     readMessage();
 }
 

@@ -33,8 +33,9 @@ public:
     /// Takes a message's text, which stays until forgetMessage().
     using MessageHandler = std::function<void(std::string_view text)>;
 
+    /// @param peer   stands for this connection; must live as long
     /// @param early  what was read behind the upgrade request
-    WebSocket(Conversation& conversation, RPCServer& server, std::string early);
+    WebSocket(Conversation& conversation, RPCServer& server, const RPCPeer& peer, std::string early);
     ~WebSocket() override;
 
     RPCServer& getServer() const { return server_; }
@@ -78,6 +79,7 @@ private:
 
     Conversation& conversation_;
     RPCServer& server_;
+    const RPCPeer& peer_;
     MessageHandler handler_;
     boost::beast::flat_buffer buffer_; ///< the message at hand
     std::unique_ptr<Stream> stream_;

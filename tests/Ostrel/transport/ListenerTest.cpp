@@ -1,4 +1,5 @@
 #include "Ostrel/transport/Listener.h"
+#include "Ostrel/transport/RequestLog.h"
 #include "Ostrel/transport/StartError.h"
 
 #include "Ostrel/runtime/Turn.h"
@@ -66,7 +67,7 @@ protected:
     void listen(const Limits& limits = {}, Admission admission = {{}, {}, ""},
                 const std::vector<Address>& addresses = {Address::parse("127.0.0.1:0")}) {
         listener_.emplace(addresses, std::move(admission),
-                          ListenerOptions{.limits = limits, .advice = advice_, .logRequests = logRequests_});
+                          ListenerOptions{.limits = limits, .advice = advice_});
     }
 
     const Address& address() const { return listener_->getAddresses().front(); }
@@ -92,7 +93,7 @@ protected:
                          .tokenNeeded = "bring a token",
                          .foreignHost = "allow it with --host",
                          .foreignOrigin = "allow them with --origin"};
-    bool logRequests_ = false;
+    RequestLog requestLog_;
     TestServer server_;
     std::optional<Listener> listener_;
 };
@@ -1143,7 +1144,7 @@ TEST_F(SlowReaderTest, MayHaveEndedItsOwnSending) {
 // What was called
 
 TEST_F(ListenerTest, EveryRequestIsALineInTheLog) {
-    logRequests_ = true;
+    server_.addObserver(requestLog_);
     listen();
     auto client = webSocket();
     client.call(echoRequest);
@@ -1354,7 +1355,7 @@ TEST_F(UnixSocketTest, FileThatAnEarlierHostLeftBehindIsReplaced) {
 }
 
 TEST_F(UnixSocketTest, ClientsAreLoggedByTheirNumberAlone) {
-    logRequests_ = true;
+    server_.addObserver(requestLog_);
     listen({}, {{}, {}, ""}, {address_});
     connect().post("/rpc/Test", echoRequest);
     const auto lines = log_.texts();

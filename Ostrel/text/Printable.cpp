@@ -1,5 +1,7 @@
 #include "Ostrel/text/Printable.h"
 
+#include "Ostrel/text/Utf8.h"
+
 namespace Ostrel {
 
 namespace {
@@ -10,10 +12,6 @@ void appendEscape(std::string& out, unsigned char byte) {
     constexpr char digits[] = "0123456789abcdef";
     const char escape[] = {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
     out.append(escape, sizeof escape);
-}
-
-bool continuesCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
 } // namespace
@@ -38,14 +36,8 @@ void appendPrintable(std::string& out, std::string_view text) {
 }
 
 std::string excerpt(std::string_view text) {
-    if (text.size() > excerptSize) {
-        auto size = excerptSize;
-        while (size > excerptSize - 4 && continuesCharacter(text[size]))
-            --size;
-        text = text.substr(0, size);
-    }
     std::string out;
-    appendPrintable(out, text);
+    appendPrintable(out, cutText(text, excerptSize));
     return out;
 }
 

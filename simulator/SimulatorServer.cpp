@@ -28,15 +28,16 @@ private:
 
 } // namespace
 
-SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCNotifier& tv, Weather::Settings weather)
+SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather)
     : RPCServer("Simulator"), module_(module), weather_(tv, std::move(weather)) {
+    tv.addObserver(traffic_);
     publishModule();
 
     // publishClock()
 
     publishWeather();
 
-    // publishTraffic()
+    publishTraffic();
 }
 
 void SimulatorServer::publish(std::initializer_list<std::pair<const char*, Handler>> handlers) {

@@ -4,7 +4,9 @@
 #include "Ostrel/rpc/RPCServer.h"
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
+#include "Ostrel/transport/Traffic.h"
 #include "TV/server/dummy/DummyTVModule.h"
+#include "simulator/TrafficWatchers.h"
 #include "simulator/Weather.h"
 
 #include <initializer_list>
@@ -20,9 +22,10 @@ namespace Ostrel {
 class SimulatorServer : public RPCServer {
 public:
     /// @param module   initialised; must live longer than the server
-    /// @param tv       the server of the module, whose weather it is; must live longer, too
+    /// @param tv       the server of the module, whose weather it is and whose messages it shows from now
+    ///                 on; not serving yet, and must live longer, too
     /// @param weather  at the start
-    SimulatorServer(TV::DummyTVModule& module, RPCNotifier& tv, Weather::Settings weather = {});
+    SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather = {});
 
 private:
     using Call = IRPC::RPCSynchronousMethodObject;
@@ -76,9 +79,14 @@ private:
     Weather::Report tellWeather();
 
     // SimulatorServerTraffic.cpp
+    void publishTraffic();
+    std::string trafficGet(const Call& call);
+    std::string trafficWatch(const Call& call);
 
     TV::DummyTVModule& module_;
     Weather weather_;
+    Traffic traffic_;
+    TrafficWatchers watchers_{traffic_, *this};
 };
 
 } // namespace Ostrel

@@ -3,6 +3,7 @@
 #include "Ostrel/runtime/Task.h"
 #include "Ostrel/runtime/Turn.h"
 #include "TV/server/TVRPCServer.h"
+#include "tests/simulator/TheModule.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"
 
@@ -15,16 +16,6 @@
 
 namespace Ostrel::Test {
 namespace {
-
-/// The built-in data are loaded once in a process.
-TV::DummyTVModule& theModule() {
-    static TV::DummyTVModule& module = *[] {
-        auto* const made = new TV::DummyTVModule;
-        made->init();
-        return made;
-    }();
-    return module;
-}
 
 /// Asks a server as clients do; returns the member of the reply that tells the outcome.
 std::string ask(RPCServer& server, const std::string& interface, const std::string& method,

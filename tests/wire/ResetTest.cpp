@@ -137,7 +137,7 @@ TEST_F(ResetTest, AStormOfFiftyClientsWhoScanHearsNoOtherErrorThanThatAListIsToB
                 };
                 expect("ITVService::serviceListSet", R"({"base":"all"})", "none");
                 expect("ITVService::serviceListRead", R"({"limit":3})", invalidState);
-                expect("ITVService::serviceListSeek", R"({"offset":0,"whence":1})", invalidState);
+                expect("ITVService::serviceListSeek", R"({"offset":0,"whence":0})", invalidState);
                 expect("ITVService::nowNextGet", R"({"id":1043,"outputFormat":"quoriljson"})", "none");
                 expect("ITVService::signalStatusGet", R"({"sourceId":1})", "none");
                 expect("ITVConfig::transponderListAdd",

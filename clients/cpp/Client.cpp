@@ -24,7 +24,7 @@ bool Client::reconnect() {
 }
 
 Context Client::createContext() {
-    return with(makeContext());
+    return with(ITVService(*this).createContext());
 }
 
 Context Client::with(std::uint32_t context) const {
@@ -36,7 +36,7 @@ void Client::useContext(std::uint32_t context) {
 }
 
 void Client::deleteContext(std::uint32_t context) {
-    request("ITVService::deleteContext", R"({"context":)" + std::to_string(context) + "}");
+    ITVService(with(context)).deleteContext();
     if (*context_ == context)
         context_->reset();
 }

@@ -3,6 +3,7 @@
 #include "clients/cpp/ClientOptions.h"
 #include "clients/cpp/Context.h"
 #include "clients/cpp/Errors.h"
+#include "clients/cpp/Interfaces.h"
 #include "clients/cpp/Notification.h"
 #include "clients/cpp/Url.h"
 

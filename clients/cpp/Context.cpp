@@ -1,21 +1,11 @@
 #include "clients/cpp/Context.h"
 
 #include "clients/cpp/Connection.h"
-#include "clients/cpp/Values.h"
+#include "clients/cpp/Interfaces.h"
 
 #include <boost/json/serialize.hpp>
 
 namespace Ostrel::Client {
-
-namespace {
-
-namespace json = boost::json;
-
-std::string text(const json::object& payload) {
-    return json::serialize(payload);
-}
-
-} // namespace
 
 Context::Context(std::shared_ptr<Connection> connection, std::optional<std::uint32_t> context,
                  std::chrono::milliseconds timeout)
@@ -29,15 +19,11 @@ Context Context::within(std::chrono::milliseconds timeout) const {
 }
 
 std::string Context::request(std::string_view method, std::string_view params) {
-    return json::serialize(connection_->request(method, params, timeout_));
+    return boost::json::serialize(connection_->request(method, params, timeout_));
 }
 
 std::string Context::call(std::string_view method, std::string_view payload) {
     return request(method, makeParams(payload));
-}
-
-template <class Result> Result Context::ask(std::string_view method, std::string_view payload) {
-    return fromJson<Result>(connection_->request(method, makeParams(payload), timeout_));
 }
 
 std::string Context::makeParams(std::string_view payload) {
@@ -50,90 +36,80 @@ std::string Context::makeParams(std::string_view payload) {
 std::uint32_t Context::getContext() {
     auto& number = *context_;
     if (!number)
-        number = makeContext();
+        number = ITVService(*this).createContext();
     return *number;
 }
 
-std::uint32_t Context::makeContext() {
-    return fromJson<std::uint32_t>(connection_->request("ITVService::createContext", {}, timeout_));
-}
-
 void Context::selectList(std::string_view base) {
-    call("ITVService::serviceListSet", text({{"base", base}}));
+    ITVService(*this).serviceListSet(base);
 }
 
 std::vector<ServiceInfo> Context::read(std::uint32_t limit) {
-    return ask<std::vector<ServiceInfo>>("ITVService::serviceListRead", text({{"limit", limit}}));
+    return ITVService(*this).serviceListRead(limit);
 }
 
 std::vector<ServiceInfo> Context::get(std::uint32_t limit) {
-    return ask<std::vector<ServiceInfo>>("ITVService::serviceListGet", text({{"limit", limit}}));
+    return ITVService(*this).serviceListGet(limit);
 }
 
 std::uint32_t Context::seek(std::int32_t offset, Whence whence) {
-    return ask<std::uint32_t>("ITVService::serviceListSeek",
-                              text({{"offset", offset}, {"whence", static_cast<std::uint32_t>(whence)}}));
+    return ITVService(*this).serviceListSeek(offset, whence);
 }
 
 std::uint32_t Context::seekByUri(std::string_view uri) {
-    return ask<std::uint32_t>("ITVService::serviceListSeekByUri", text({{"uri", uri}}));
+    return ITVService(*this).serviceListSeekByUri(uri);
 }
 
 std::uint32_t Context::seekByChannelNumber(std::uint32_t channelNumber) {
-    return ask<std::uint32_t>("ITVService::serviceListSeekByChannelNumber",
-                              text({{"channelNumber", channelNumber}}));
+    return ITVService(*this).serviceListSeekByChannelNumber(channelNumber);
 }
 
 SignalStatus Context::getSignalStatus(std::uint32_t sourceId) {
-    return ask<SignalStatus>("ITVService::signalStatusGet", text({{"sourceId", sourceId}}));
+    return ITVService(*this).signalStatusGet(sourceId);
 }
 
 std::uint32_t Context::getUtcTime() {
-    // Takes no parameters, but wants a payload that decodes.
-    return ask<std::uint32_t>("ITVService::utcTimeGet", text({}));
+    return ITVService(*this).utcTimeGet();
 }
 
 std::vector<GenreStringMap> Context::getGenres() {
-    return ask<std::vector<GenreStringMap>>("ITVGuide::getGenreStringMapList");
+    return ITVGuide(*this).getGenreStringMapList();
 }
 
 std::vector<EventInfo> Context::getNowNext(std::uint32_t id) {
-    return ask<std::vector<EventInfo>>("ITVGuide::queryNowNextEventInfo", text({{"id", id}}));
+    return ITVGuide(*this).queryNowNextEventInfo(id);
 }
 
 std::vector<EventInfo> Context::queryEvents(const Query& query) {
-    return ask<std::vector<EventInfo>>("ITVGuide::queryEventInfo", text({{"query", toJson(query)}}));
+    return ITVGuide(*this).queryEventInfo(query);
 }
 
 std::vector<std::string> Context::query(std::string_view expression, std::string_view format) {
-    return ask<std::vector<std::string>>(
-        "ITVGuide::query",
-        text({{"expression", expression}, {"expressionFormat", "quoril"}, {"outputFormat", format}}));
+    return ITVGuide(*this).query(expression, "quoril", format);
 }
 
 void Context::startScan(std::uint32_t sourceId) {
-    call("ITVConfig::scanStart", text({{"sourceId", sourceId}, {"useNIT", 0}}));
+    ITVConfig(*this).scanStart(sourceId, 0);
 }
 
 void Context::startBlindScan(std::uint32_t sourceId) {
-    call("ITVConfig::scanBlindStart", text({{"sourceId", sourceId}, {"useNIT", 0}}));
+    ITVConfig(*this).scanBlindStart(sourceId, 0);
 }
 
 bool Context::stopScan(std::uint32_t sourceId) {
-    return ask<bool>("ITVConfig::scanStop", text({{"sourceId", sourceId}}));
+    return ITVConfig(*this).scanStop(sourceId);
 }
 
 ScanInfo Context::getScanInfo(std::uint32_t sourceId) {
-    return ask<ScanInfo>("ITVConfig::scanInfoGet", text({{"sourceId", sourceId}}));
+    return ITVConfig(*this).scanInfoGet(sourceId);
 }
 
 void Context::addTransponder(std::uint32_t sourceId, std::uint32_t frequencyKHz) {
-    call("ITVConfig::transponderListAdd",
-         text({{"sourceId", sourceId}, {"tuningParams", {{"frequencyKHz", frequencyKHz}}}}));
+    ITVConfig(*this).transponderListAdd(sourceId, {.frequencyKHz = frequencyKHz});
 }
 
 void Context::clearTransponders(std::uint32_t sourceId) {
-    call("ITVConfig::transponderListDeleteAll", text({{"sourceId", sourceId}}));
+    ITVConfig(*this).transponderListDeleteAll(sourceId);
 }
 
 } // namespace Ostrel::Client

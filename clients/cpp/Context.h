@@ -24,6 +24,11 @@ class Connection;
 ///     favourites.selectList("all");
 ///     client.within(500ms).getUtcTime(); // a call with a time-out of its own
 ///
+/// These are the calls that most programs want. ITVService, ITVConfig and ITVGuide have all of them, by
+/// the names that they have on the wire:
+///
+///     ITVService(favourites).serviceListDelete();
+///
 /// A copy is another handle to the same context. Handles belong to the thread of their client; the
 /// connection closes with the last of both.
 ///
@@ -33,8 +38,7 @@ class Connection;
 /// context that its client has left; a ServiceError whose member is "context" says so.
 class Context {
 public:
-    /// Where a seek counts from.
-    enum class Whence : std::uint32_t { Start = 0, Cursor = 1, End = 2 };
+    using Whence = Ostrel::Client::Whence; ///< where a seek counts from
 
     /// Returns a handle to the same context whose calls wait so long for their reply.
     Context within(std::chrono::milliseconds timeout) const;
@@ -119,11 +123,10 @@ protected:
             std::chrono::milliseconds timeout);
 
 private:
+    friend class Caller;
     friend class Client;
 
-    template <class Result> Result ask(std::string_view method, std::string_view payload = {});
     std::string makeParams(std::string_view payload);
-    std::uint32_t makeContext();
 
     std::shared_ptr<Connection> connection_;
     std::shared_ptr<std::optional<std::uint32_t>> context_; ///< of all handles to it; empty: not made yet

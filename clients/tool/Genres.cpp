@@ -17,7 +17,7 @@ void showGenres(Session& session) {
     Table table({{"Code"}, {"Genre"}});
     for (const auto& genre : genres) {
         char code[16];
-        std::snprintf(code, sizeof code, "0x%02X", static_cast<unsigned>(genre.code));
+        std::snprintf(code, sizeof code, "0x%02X", genre.code);
         table.add({code, genre.text});
     }
     print(table.format());

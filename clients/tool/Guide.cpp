@@ -63,24 +63,24 @@ std::string toLower(std::string text) {
 }
 
 /// Returns the codes whose text is this one, or else those whose text it is a part of.
-std::vector<std::uint8_t> findGenre(const std::vector<GenreStringMap>& genres, const std::string& wanted) {
+std::vector<std::uint32_t> findGenre(const std::vector<GenreStringMap>& genres, const std::string& wanted) {
     const auto word = toLower(wanted);
-    std::vector<std::uint8_t> same;
-    std::vector<std::uint8_t> similar;
+    std::vector<std::uint32_t> same;
+    std::vector<std::uint32_t> similar;
     for (const auto& genre : genres) {
         const auto text = toLower(genre.text);
         if (text == word)
-            same.push_back(static_cast<std::uint8_t>(genre.code));
+            same.push_back(genre.code);
         if (text.find(word) != std::string::npos)
-            similar.push_back(static_cast<std::uint8_t>(genre.code));
+            similar.push_back(genre.code);
     }
     if (word.empty() || similar.empty())
         throw UsageError("no genre is called \"" + wanted + "\"; ostrel-tv genres lists them");
     return same.empty() ? similar : same;
 }
 
-std::vector<std::uint8_t> findGenres(Client& client, const std::vector<std::string>& wanted) {
-    std::vector<std::uint8_t> codes;
+std::vector<std::uint32_t> findGenres(Client& client, const std::vector<std::string>& wanted) {
+    std::vector<std::uint32_t> codes;
     std::vector<GenreStringMap> genres;
     for (const auto& text : wanted) {
         if (const auto code = readGenreCode(text)) {

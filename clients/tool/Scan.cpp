@@ -122,7 +122,7 @@ private:
     /// Drops what an earlier scan of somebody else has left before the start of ours.
     void skipEarlierScans() {
         while (const auto event = client_.next(std::chrono::milliseconds(0))) {
-            if (event->method == "ITVConfig::onScanStart")
+            if (event->method == ITVConfig::onScanStart)
                 events_.clear();
             events_.push_back(*event);
         }
@@ -146,12 +146,12 @@ private:
     }
 
     void take(const Notification& event) {
-        if (event.method == "ITVConfig::onScanStart" && std::exchange(isStarted_, true)) {
+        if (event.method == ITVConfig::onScanStart && std::exchange(isStarted_, true)) {
             end_ = End::Silent; // ours is over: this is another one
             return;
         }
-        const bool isProgress = event.method == "ITVConfig::onScanProgress";
-        const bool isComplete = event.method == "ITVConfig::onScanComplete";
+        const bool isProgress = event.method == ITVConfig::onScanProgress;
+        const bool isComplete = event.method == ITVConfig::onScanComplete;
         display_.show(event);
         if (isProgress) {
             if (!event.percent)

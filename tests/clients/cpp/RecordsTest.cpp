@@ -83,7 +83,7 @@ TEST(RecordsTest, QueryLeavesOutWhatIsAsAtTheStart) {
               R"({"serviceIdList":[1043],"timeRange":{"strict":true,"base":1,"limit":2},"genreList":[16],)"
               R"("stringList":["News"],"stringAnd":true,"stringMatchDescription":true,)"
               R"("orderByServiceIdPriority":0,"orderByStartTimePriority":1,)"
-              R"("sliceRange":{"base":3,"limit":4294967295}})");
+              R"("sliceRange":{"base":3}})");
 }
 
 TEST(RecordsTest, ListKeepsItsOrder) {

@@ -237,14 +237,14 @@ TEST(ToolTest, GuideOptionsBecomeAQuery) {
     EXPECT_EQ(payloadsOf(fake, "ITVGuide::queryEventInfo"),
               (std::vector<std::string>{
                   R"({"query":{}})",
-                  R"({"query":{"serviceIdList":[7,8],"timeRange":{"strict":false,"base":1318750200,"limit":1318757400}}})",
-                  R"({"query":{"timeRange":{"strict":true,"base":1318748400,"limit":2147483647},"genreList":[20,16]}})",
+                  R"({"query":{"serviceIdList":[7,8],"timeRange":{"base":1318750200,"limit":1318757400}}})",
+                  R"({"query":{"timeRange":{"strict":true,"base":1318748400},"genreList":[20,16]}})",
                   R"({"query":{"stringList":["a","b"],"stringAnd":true,"stringMatchDescription":true,)"
                   R"("orderByServiceIdPriority":0,"orderByStartTimePriority":1}})",
                   R"({"query":{"orderByStartTimePriority":0,"sliceRange":{"base":2,"limit":5}}})",
-                  R"({"query":{"timeRange":{"strict":false,"base":0,"limit":9},)"
-                  R"("sliceRange":{"base":4294967295,"limit":4294967295}}})",
-                  R"({"query":{"sliceRange":{"base":0,"limit":1}}})"}));
+                  R"({"query":{"timeRange":{"limit":9},)"
+                  R"("sliceRange":{"base":4294967295}}})",
+                  R"({"query":{"sliceRange":{"limit":1}}})"}));
     // clang-format on
 }
 
@@ -259,8 +259,7 @@ TEST(ToolTest, SortedEventsAreLeftOutHere) {
     EXPECT_EQ(guideFrom("1"), makeList({makeEvent(2, 1, 2, "b")}) + "\n");
     EXPECT_EQ(guideFrom("2"), "[]\n") << "the service would give both";
     const auto payloads = payloadsOf(fake, "ITVGuide::queryEventInfo");
-    EXPECT_EQ(payloads.at(1),
-              R"({"query":{"orderByServiceIdPriority":0,"sliceRange":{"base":0,"limit":5}}})");
+    EXPECT_EQ(payloads.at(1), R"({"query":{"orderByServiceIdPriority":0,"sliceRange":{"limit":5}}})");
 }
 
 TEST(ToolTest, ManyServicesAreAskedForWithoutAFilter) {

@@ -1,5 +1,6 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
+#include "clients/tool/Methods.h"
 #include "clients/tool/Output.h"
 #include "commandline/Suggestion.h"
 #include "commandline/UsageError.h"
@@ -34,33 +35,6 @@ constexpr const char* deleteContext = "ITVService::deleteContext";
 
 constexpr const char* listMethods = "ITVService::serviceList"; // what their names begin with
 constexpr std::int64_t noListSelected = 2; // the return code that they answer then
-
-constexpr const char* methods[] = {
-    createContext,
-    deleteContext,
-    "ITVService::serviceListSet",
-    "ITVService::serviceListSeek",
-    "ITVService::serviceListSeekByUri",
-    "ITVService::serviceListSeekByChannelNumber",
-    "ITVService::serviceListGet",
-    "ITVService::serviceListRead",
-    "ITVService::serviceListDelete",
-    "ITVService::serviceListDeleteAll",
-    "ITVService::nowNextGet",
-    "ITVService::signalStatusGet",
-    "ITVService::utcTimeGet",
-    "ITVConfig::transponderListAdd",
-    "ITVConfig::transponderListDeleteAll",
-    "ITVConfig::scanStart",
-    "ITVConfig::scanHomeStart",
-    "ITVConfig::scanBlindStart",
-    "ITVConfig::scanStop",
-    "ITVConfig::scanInfoGet",
-    "ITVGuide::query",
-    "ITVGuide::queryEventInfo",
-    "ITVGuide::queryNowNextEventInfo",
-    "ITVGuide::getGenreStringMapList",
-};
 
 std::vector<std::string> getShortNames() {
     std::vector<std::string> names;

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include <fcntl.h>
@@ -942,7 +944,17 @@ TEST(ToolTest, CompletionKnowsMethodsAndOptions) {
     EXPECT_EQ(complete({"s"}), "services scan signal\n");
     EXPECT_EQ(complete({"scan", "st"}), "start stop\n");
     EXPECT_EQ(complete({"--json", "call", "scan"}),
-              "scanStart scanHomeStart scanBlindStart scanStop scanInfoGet\n");
+              "scanBlindStart scanStart scanHomeStart scanStop scanInfoGet\n");
+    const auto methods = complete({"call", ""});
+    std::ifstream file(OSTREL_DESCRIPTION);
+    const auto description = boost::json::parse(std::string(std::istreambuf_iterator<char>(file), {}));
+    for (const auto& method : description.at("methods").as_array()) {
+        const std::string name(method.at("name").as_string());
+        if (method.as_object().contains("result")) {
+            EXPECT_NE((" " + methods).find(" " + name.substr(name.find("::") + 2) + " "), std::string::npos)
+                << name;
+        }
+    }
     EXPECT_EQ(complete({"guide", "--s"}), "--service --strict --sort\n");
     EXPECT_EQ(complete({"services", "--list", "n"}), "new\n");
 }

@@ -11,7 +11,12 @@ import Ajv from 'ajv';
 
 /** A description of the wire, and judge of what travels. */
 export class Description {
-  #ajv = new Ajv.default({ strict: true, allowUnionTypes: true, validateSchema: false });
+  #ajv = new Ajv.default({
+    strict: true,
+    strictRequired: false, // x-params requires what stands beside it
+    allowUnionTypes: true,
+    validateSchema: false,
+  });
   #validators = new Map();
 
   /**

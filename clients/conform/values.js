@@ -62,7 +62,8 @@ export class Values {
   #integer({ minimum, maximum }) {
     if (this.chance(0.05)) return this.pick([minimum - 1, maximum + 1]);
     if (this.chance(0.2)) return this.pick([minimum, minimum + 1, maximum - 1, maximum]);
-    if (this.chance(0.5)) return Math.min(maximum, this.below(2000));
+    const small = this.below(2000);
+    if (this.chance(0.5) && small >= minimum && small <= maximum) return small;
     return minimum + this.below(maximum - minimum + 1);
   }
 
@@ -78,7 +79,7 @@ export class Values {
   }
 
   #list({ items, minItems = 0, maxItems = 20 }) {
-    const length = this.chance(0.1) ? maxItems + this.below(2) : minItems + this.below(4);
+    const length = this.chance(0.1) ? maxItems + this.below(2) : Math.min(maxItems, minItems + this.below(4));
     return Array.from({ length }, () => this.of(items));
   }
 

@@ -8,32 +8,28 @@ import { Values } from './values.js';
 
 const largestBatch = 100;
 
-/** What schemas tell of whether params are refused. */
+/** Whether the decoder takes params, as far as schemas tell. */
 class Decoder {
-  #allows;
-  #decodes;
+  #validate;
 
   constructor(description, method) {
-    const schema = JSON.stringify(description.paramsSchemaOf(method), (name, value) => description.resolve(value));
-    // Lists of choices may be looked at by the method itself, which then answers an error of its own.
-    const choiceless = JSON.stringify(JSON.parse(schema), (name, value) =>
-      name === 'oneOf' && 'const' in value[0] ? undefined : value,
-    );
-    this.#allows = description.validatorOf(JSON.parse(schema));
-    this.#decodes = description.validatorOf(JSON.parse(choiceless));
+    let schema = description.paramsSchemaOf(method);
+    // Where what is not described is ignored, choices are the method's to look at, by an error of its own.
+    if (schema.additionalProperties !== false)
+      schema = JSON.parse(
+        JSON.stringify(schema, (name, value) => (name === 'oneOf' ? undefined : description.resolve(value))),
+      );
+    this.#validate = description.validatorOf(schema);
   }
 
-  /** Whether params must not be refused as such, and whether they must be. */
-  judge(params) {
+  takes(params) {
     if (params === undefined || (Array.isArray(params) && params.length === 0)) params = {};
-    if (typeof params.payload === 'string') {
-      try {
-        params = { ...params, payload: JSON.parse(params.payload) };
-      } catch {
-        return { isRight: false, isWrong: true };
-      }
+    if (typeof params.payload !== 'string') return this.#validate(params);
+    try {
+      return this.#validate({ ...params, payload: JSON.parse(params.payload) });
+    } catch {
+      return false;
     }
-    return { isRight: this.#allows(params), isWrong: !this.#decodes(params) };
   }
 }
 
@@ -141,14 +137,14 @@ export class Caller {
   #faultsOfAnswer(method, params, contexts, reply) {
     const faults = this.#description.faultsOfReply(method, reply);
     if (faults.some(({ check }) => check === 'answers')) return faults;
-    const { isRight, isWrong } = this.#decoders.get(method).judge(params);
+    const taken = this.#decoders.get(method).takes(params);
     const isContext = !this.#description.takesContext(method) || contexts.includes(params?.context);
     const refused = reply.error?.code === -32602;
     const expect = (expected) => faults.push({ check: 'errors', expected });
-    if (isRight && refused) expect('no refusal of what its schema allows');
-    if (isWrong && !reply.error) expect('a refusal of what its schema does not allow');
-    if (isWrong && isContext && reply.error && !refused) expect('-32602: a parameter is wrong');
-    if (!isWrong && !isContext && reply.error?.data?.member !== 'context')
+    if (taken && refused) expect('no refusal of what its schema allows');
+    if (!taken && !reply.error) expect('a refusal of what its schema does not allow');
+    if (!taken && isContext && reply.error && !refused) expect('-32602: a parameter is wrong');
+    if (taken && !isContext && reply.error?.data?.member !== 'context')
       expect('an error whose data has the member "context": it is gone');
     return faults;
   }

@@ -2,6 +2,8 @@
 
 import Ajv from 'ajv';
 
+const methodNotFound = -32601; // of JSON-RPC
+
 /**
  * Something that is not as it should be.
  * @typedef {object} Fault
@@ -44,11 +46,13 @@ export class Description {
 
   /**
    * Sees to it that the methods can be called and judged.
-   * @throws {Error}  one has no example, or a schema is none
+   * @throws {Error}  one has no example, or one after a method that is not there, or a schema is none
    */
   assertUsable() {
     for (const method of this.methods) {
       if (!method.examples?.length) throw new Error(`${method.name} has no example`);
+      for (const name of method.examples[0]['x-after'] ?? [])
+        if (!this.findMethod(name)) throw new Error(`the example of ${method.name} comes after ${name}, which is no method`);
       this.validatorOf(this.paramsSchemaOf(method));
       this.validatorOf(method.result.schema);
     }
@@ -172,6 +176,8 @@ export class Description {
     if (reply?.jsonrpc !== '2.0' || !('id' in reply) || outcomes.length !== 1)
       return [{ check: 'answers', expected: 'a reply of JSON-RPC 2.0, with either a result or an error' }];
     if ('error' in reply) {
+      if (method && reply.error?.code === methodNotFound)
+        return [{ check: 'answers', expected: 'that it knows this method' }];
       if (this.nameOfError(method, reply.error)) return [];
       return [{ check: 'errors', expected: this.#expectedErrors(method, reply.error) }];
     }

@@ -172,6 +172,17 @@ const faults = [
     expected: /^a reply of JSON-RPC 2.0/,
   },
   {
+    name: 'a method is missing',
+    spoiler: {
+      reply: (method, { id, ...outcome }) =>
+        method === 'ITVService::signalStatusGet'
+          ? { jsonrpc: '2.0', id, error: { code: -32601, message: 'what?' } }
+          : { id, ...outcome },
+    },
+    cells: ['ITVService::signalStatusGet answers'],
+    expected: /^that it knows this method$/,
+  },
+  {
     name: 'an unknown method is an internal error',
     spoiler: {
       reply: (method, reply) =>
@@ -274,16 +285,23 @@ test('what does not describe itself is held against a description that is named'
   assert.equal((await examine(address, '--description', fileURLToPath(described))).status, 0);
 });
 
-test('a description without examples is none to go by', async (t) => {
-  const reply = results('rpc.discover', (document) => ({
-    ...document,
-    methods: document.methods.map(({ examples, ...method }) => method),
-  }));
-  const address = await startDouble(t, await startHost(t), { reply });
-  const { status, stderr } = await conform('--simulator', `ws://${address}`);
-  assert.equal(status, 2);
-  assert.match(stderr, /^ostrel-conform: ITVService::createContext has no example; there is no description/);
-});
+// What is done to the methods of a description, and what is said of that.
+const unusable = [
+  [({ examples, ...method }) => method, /ITVService::createContext has no example/],
+  [
+    ({ examples: [example], ...method }) => ({ ...method, examples: [{ ...example, 'x-after': ['nobody'] }] }),
+    /the example of ITVService::createContext comes after nobody, which is no method/,
+  ],
+];
+for (const [spoil, expected] of unusable) {
+  test(`a description is none to go by: ${expected.source}`, async (t) => {
+    const reply = results('rpc.discover', ({ methods, ...others }) => ({ ...others, methods: methods.map(spoil) }));
+    const { status, stderr } = await conform('--simulator', `ws://${await startDouble(t, await startHost(t), { reply })}`);
+    assert.equal(status, 2);
+    assert.match(stderr, expected);
+    assert.match(stderr, /^ostrel-conform: .*; there is no description to go by/);
+  });
+}
 
 test('a token is shown', async (t) => {
   const token = 'a'.repeat(32);

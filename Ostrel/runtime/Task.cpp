@@ -45,10 +45,29 @@ void runBody(const TaskIdentity& task) {
     Mutex::releaseHeld(task.name);
 }
 
-/// Returns whether the host is stopping.
-bool awaitStep(TaskIdentity& task, std::unique_lock<std::mutex>& lock) {
+/// Sleeps until that has passed by the clock.
+/// @returns whether the host is stopping
+bool sleep(TaskIdentity& task, std::chrono::milliseconds delay) {
     auto& state = Tasks::instance();
-    state.wake.wait(lock, [&] { return !task.awaitsStep || state.stopping > 0; });
+    std::unique_lock lock(state.mutex);
+    const auto& timeline = state.timeline;
+    auto now = Timeline::Real::now();
+    // While the clock stands, none sleeps for nothing again and again.
+    const std::chrono::milliseconds least(timeline.isSteered() ? 1 : 0);
+    task.due = timeline.getPassed(now) + std::max(delay, least);
+    task.awake = 0;
+    state.quiet.notify_all();
+    while (state.stopping == 0 && task.awake == 0) {
+        now = Timeline::Real::now();
+        if (!timeline.isStanding() && timeline.getPassed(now) >= task.due)
+            break;
+        if (const auto until = timeline.when(task.due, now))
+            task.wake.wait_until(lock, *until);
+        else
+            task.wake.wait(lock);
+    }
+    if (task.awake == 0)
+        state.awakenUnderLock(task);
     return state.stopping > 0;
 }
 
@@ -57,13 +76,10 @@ void* runTask(void* identity) {
     currentTask = &task;
     pthread_setname_np(pthread_self(), task.name.substr(0, nameLimit).c_str());
 
+    runBody(task);
+
     auto& state = Tasks::instance();
-    std::unique_lock lock(state.mutex);
-    if (!task.awaitsStep || !awaitStep(task, lock)) {
-        lock.unlock();
-        runBody(task);
-        lock.lock();
-    }
+    const std::lock_guard lock(state.mutex);
     task.finished = true;
     --state.alive;
     state.quiet.notify_all();
@@ -93,9 +109,9 @@ TaskHandle OS_TaskSpawnParam(const char* name, int, unsigned stackSize, TaskBody
     reapUnderLock(state);
     if (state.stopping > 0 || state.alive >= taskLimit)
         return nullptr;
-    state.all.push_back(std::make_unique<TaskIdentity>(TaskIdentity{name, body, param}));
+    state.all.push_back(std::make_unique<TaskIdentity>(name, body, param));
     auto& task = *state.all.back();
-    task.awaitsStep = state.stepped;
+    state.awakenUnderLock(task);
     if (!startThread(task, stackSize)) {
         state.all.pop_back();
         return nullptr;
@@ -114,19 +130,7 @@ void OS_TaskDelayMsec(unsigned delayMsec) {
     }
     Mutex::releaseHeld(currentTask->name);
     Turn::give();
-    auto& state = Tasks::instance();
-    bool stopped = false;
-    {
-        std::unique_lock lock(state.mutex);
-        if (state.stepped) {
-            currentTask->awaitsStep = true;
-            currentTask->delayMsec = delayMsec;
-            state.quiet.notify_all();
-            stopped = awaitStep(*currentTask, lock);
-        } else {
-            stopped = state.wake.wait_for(lock, delay, [&] { return state.stopping > 0; });
-        }
-    }
+    const bool stopped = sleep(*currentTask, delay);
     // What unwinds is module code as well.
     Turn::take();
     if (stopped)
@@ -137,7 +141,7 @@ void stopTasks() {
     auto& state = Tasks::instance();
     std::unique_lock lock(state.mutex);
     ++state.stopping;
-    state.wake.notify_all();
+    state.rouseUnderLock();
     state.quiet.wait(lock, [&] { return state.alive == 0; });
     reapUnderLock(state);
     --state.stopping;

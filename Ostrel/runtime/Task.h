@@ -30,10 +30,10 @@ class OSTREL_API TaskUnwind {};
 OSTREL_API TaskHandle OS_TaskSpawnParam(const char* name, int priority, unsigned stackSize, TaskBody body,
                                         void* param, unsigned flags);
 
-/// Sleeps at least that long without the turn, then waits for it.
+/// Sleeps at least that long by the clock, see Clock, without the turn; then waits for it.
 ///
 /// Locks that the task still holds are released first, as at the end of a handler.
-/// Called from a thread that is no task it only sleeps.
+/// Called from a thread that is no task it only sleeps, by the system's clock.
 ///
 /// @throws TaskUnwind  the host is stopping
 OSTREL_API void OS_TaskDelayMsec(unsigned delayMsec);

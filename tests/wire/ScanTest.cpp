@@ -1,6 +1,5 @@
 #include "Ostrel/runtime/DebugPrint.h"
-#include "Ostrel/runtime/TaskStepper.h"
-#include "tests/support/FakeTime.h"
+#include "tests/support/HeldClock.h"
 #include "tests/support/WireClient.h"
 #include "tests/wire/TheHost.h"
 
@@ -140,8 +139,7 @@ protected:
 
     /// Leaves the host as the other tests want it: every service, six transponders, nothing new.
     void TearDown() override {
-        FakeTime time(start);
-        const TaskStepper tasks;
+        HeldClock time(start);
         Viewer viewer;
         viewer.stopScan();
         viewer.clear();
@@ -151,11 +149,6 @@ protected:
         EXPECT_EQ(viewer.countServices(), 96u);
         viewer.blindScan();
         viewer.stopScan();
-    }
-
-    static void stepAll(TaskStepper& tasks) {
-        for (const TaskHandle task : tasks.getTasks())
-            tasks.step(task);
     }
 };
 
@@ -174,14 +167,13 @@ TEST_F(ScanTest, SixTranspondersInRealTime) {
 }
 
 TEST_F(ScanTest, SixtyFourSubscribersGetTheSameSequence) {
-    FakeTime time(start);
-    TaskStepper tasks;
+    HeldClock time(start);
     std::vector<Viewer> viewers(64);
     EXPECT_TRUE(viewers[0].blindScan());
     std::string expected = "start 0 ";
     for (int second = 1; second <= 48; ++second) {
         time.advance(1);
-        stepAll(tasks);
+        time.run();
         expected += std::to_string(second * 100 / 48) + " ";
     }
     for (auto& viewer : viewers) {
@@ -191,8 +183,7 @@ TEST_F(ScanTest, SixtyFourSubscribersGetTheSameSequence) {
 }
 
 TEST_F(ScanTest, TwoStartEventsComeBeforeTheReply) {
-    const FakeTime time(start);
-    const TaskStepper tasks;
+    const HeldClock time(start);
     Viewer viewer;
     EXPECT_TRUE(viewer.blindScan());
     EXPECT_EQ(viewer.take(), "start 0 ");
@@ -201,44 +192,41 @@ TEST_F(ScanTest, TwoStartEventsComeBeforeTheReply) {
 }
 
 TEST_F(ScanTest, ListIsCompleteForWhoeverAsksBecauseOfTheLastEvent) {
-    FakeTime time(start);
-    TaskStepper tasks;
+    HeldClock time(start);
     Viewer viewer;
     viewer.clear();
     viewer.blindScan();
     time.advance(48);
-    stepAll(tasks);
+    time.run();
     viewer.awaitCompletion();
     EXPECT_EQ(viewer.countServices(), 96u);
 }
 
 TEST_F(ScanTest, ClientThatDisappearsLeavesItsScanToTheOthers) {
-    FakeTime time(start);
-    TaskStepper tasks;
+    HeldClock time(start);
     Viewer other;
     {
         Viewer starter;
         EXPECT_TRUE(starter.blindScan());
     }
     time.advance(24);
-    stepAll(tasks);
+    time.run();
     time.advance(24);
-    stepAll(tasks);
+    time.run();
     other.awaitCompletion();
     EXPECT_EQ(other.take(), "start 0 50 100 complete ");
 }
 
 TEST_F(ScanTest, DeletedContextEndsTheScanWithoutCompletion) {
-    FakeTime time(start);
-    TaskStepper tasks;
+    HeldClock time(start);
     Viewer viewer;
     Viewer deleter;
     EXPECT_TRUE(viewer.blindScan());
     time.advance(12);
-    stepAll(tasks);
+    time.run();
     deleter.deleteContext();
     time.advance(36);
-    stepAll(tasks);
+    time.run();
     EXPECT_EQ(countTasks(), 0u);
     EXPECT_FALSE(viewer.stopScan());
     EXPECT_EQ(viewer.take(), "start 0 25 ");

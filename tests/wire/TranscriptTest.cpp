@@ -1,6 +1,5 @@
 #include "tests/wire/Transcript.h"
-#include "Ostrel/runtime/TaskStepper.h"
-#include "tests/support/FakeTime.h"
+#include "tests/support/HeldClock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WireClient.h"
 #include "tests/wire/TheHost.h"
@@ -80,8 +79,7 @@ protected:
             }
             case TranscriptLine::Mark::Clock:
                 time_.advance(std::stoi(line.text));
-                for (const TaskHandle task : tasks_.getTasks())
-                    tasks_.step(task);
+                time_.run();
                 break;
             }
         }
@@ -107,8 +105,7 @@ private:
     }
 
     const LogCapture log_;
-    FakeTime time_{1318762900}; ///< a hundred seconds into an hour of 16 October 2011
-    TaskStepper tasks_;
+    HeldClock time_{1318762900}; ///< a hundred seconds into an hour of 16 October 2011
     std::string context_; ///< the number that stands for $context
 };
 

@@ -1,5 +1,6 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
+#include "Ostrel/runtime/Clock.h"
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/GuideTable.h"
@@ -35,7 +36,7 @@ std::int32_t chooseTimeOffset(const Guide& guide) {
     midday.tm_sec = 0;
     midday.tm_min = 0;
     midday.tm_hour = 12;
-    return static_cast<std::int32_t>(std::mktime(&midday) - std::time(nullptr));
+    return static_cast<std::int32_t>(std::mktime(&midday) - Clock::now());
 }
 
 } // namespace

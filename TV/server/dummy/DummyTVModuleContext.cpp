@@ -3,6 +3,7 @@
 #include "TV/server/dummy/DummyTVModuleContext.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Clock.h"
 #include "Ostrel/runtime/DebugPrint.h"
 
 #include <algorithm>
@@ -165,7 +166,7 @@ ITVService::SignalStatus DummyTVModuleContext::signalStatusGet(const unsigned&) 
 }
 
 std::time_t DummyTVModuleContext::utcTimeGet() {
-    return std::time(nullptr) + module->timeOffset;
+    return Clock::now() + module->timeOffset;
 }
 
 } // namespace Ostrel::TV

@@ -2,6 +2,8 @@
 // for each frequency.
 
 #include "TV/server/dummy/DummyTVModule.h"
+
+#include "Ostrel/runtime/Clock.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
@@ -138,14 +140,14 @@ void DummyTVModule::ScanState::begin(std::vector<std::uint32_t> wanted) {
     type3Services = 0;
     nextIndex = 0;
     frequencies = std::move(wanted);
-    startTime = std::time(nullptr);
+    startTime = Clock::now();
     endTime = startTime + static_cast<std::time_t>(frequencies.size());
 }
 
 bool DummyTVModule::ScanState::step() {
     // The clock may be set back while a scan runs: the time before its start counts as the start.
     // Meant so: docs/oddities.md, "A clock set back".
-    const auto now = std::max(std::time(nullptr), startTime);
+    const auto now = std::max(Clock::now(), startTime);
     scanning = now < endTime;
     const auto percent =
         scanning ? static_cast<std::uint32_t>((now - startTime) * 100 / (endTime - startTime)) : 100;

@@ -1,6 +1,5 @@
 #include "Ostrel/runtime/Task.h"
 #include "Ostrel/runtime/Mutex.h"
-#include "Ostrel/runtime/TaskStepper.h"
 #include "Ostrel/runtime/Turn.h"
 #include "tests/support/LogCapture.h"
 
@@ -11,7 +10,6 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -251,41 +249,6 @@ TEST_F(TaskTest, AnyOtherThreadOnlySleeps) {
     OS_TaskDelayMsec(2);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2));
     EXPECT_TRUE(turnIsFree());
-}
-
-TEST_F(TaskTest, SteppedTasksBeginAndWakeWhenTheyAreTold) {
-    std::string done;
-    const std::function<void()> body = [&] {
-        done += "begun ";
-        OS_TaskDelayMsec(hour);
-        done += "woken ";
-    };
-    TaskStepper stepper;
-    const auto first = spawn(body);
-    const auto second = spawn(body);
-    EXPECT_EQ(stepper.getTasks(), (std::vector<TaskHandle>{first, second}));
-    EXPECT_EQ(done, "");
-    EXPECT_EQ(stepper.step(second), hour);
-    EXPECT_EQ(done, "begun ");
-    EXPECT_EQ(stepper.step(second), std::nullopt);
-    EXPECT_EQ(done, "begun woken ");
-    EXPECT_EQ(stepper.step(second), std::nullopt);
-    EXPECT_EQ(stepper.getTasks(), std::vector<TaskHandle>{first});
-}
-
-TEST_F(TaskTest, SteppedTasksThatNeverBeganNeverRun) {
-    bool ran = false;
-    const std::function<void()> body = [&] { ran = true; };
-    {
-        const TaskStepper stepper;
-        spawn(body);
-    }
-    EXPECT_FALSE(ran);
-    EXPECT_EQ(countTasks(), 0u);
-    spawn(body);
-    awaitEnd();
-    stopTasks();
-    EXPECT_TRUE(ran);
 }
 
 TEST_F(TaskTest, StoppingWithoutTasksReturns) {

@@ -1,15 +1,15 @@
 #include "Ostrel/rpc/Exception.h"
-#include "Ostrel/runtime/TaskStepper.h"
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "tests/TV/server/dummy/BuiltInData.h"
-#include "tests/support/FakeTime.h"
+#include "tests/support/HeldClock.h"
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -19,6 +19,8 @@
 
 using namespace Ostrel;
 using namespace Ostrel::TV;
+using namespace std::chrono_literals;
+using Ostrel::Test::HeldClock;
 using Ostrel::Test::LogCapture;
 
 namespace {
@@ -79,22 +81,6 @@ protected:
     }
     bool isScanning() { return context.scanInfoGet(1).getScanning(); }
 
-    /// Lets every task do one step, in the order of spawning.
-    void stepAll() {
-        for (const TaskHandle task : tasks.getTasks())
-            tasks.step(task);
-    }
-
-    /// Steps as in real time, twice a second, until the tasks have ended.
-    void runToTheEnd() {
-        for (int steps = 0; countTasks() > 0; ++steps) {
-            ASSERT_LT(steps, 1000);
-            stepAll();
-            if (steps % 2 == 1)
-                time.advance(1);
-        }
-    }
-
     /// Runs something that must fail: "TEXT LINE", as it was thrown and logged.
     static std::string failure(const std::string& operation, const std::function<void()>& run) {
         LogCapture log;
@@ -113,9 +99,9 @@ protected:
 
     DummyTVModule module;
     Recorder recorder;
-    FakeTime time{start};
-    TaskStepper tasks; ///< gone before what its tasks use
+    HeldClock time{start}; ///< its tasks are gone before what they use
     DummyTVModuleContext context{&module};
+    const Turn::Hold turn; ///< as for a handler: tasks run while the clock is stepped
 };
 
 TEST_F(ScanTest, NoInfoBeforeTheFirstScan) {
@@ -126,7 +112,7 @@ TEST_F(ScanTest, NoInfoBeforeTheFirstScan) {
               R"("reserved5":0,"servicesFound":0,"tvServices":0,"radioServices":0,"type3Services":0,)"
               R"("reserved6":0,"reserved7":0})");
     time.advance(48);
-    stepAll();
+    time.run();
     EXPECT_FALSE(isScanning());
     EXPECT_EQ(counters(), "100 0 0 0 0");
 }
@@ -134,7 +120,7 @@ TEST_F(ScanTest, NoInfoBeforeTheFirstScan) {
 TEST_F(ScanTest, StartBeginsWithTwoEventsOnTheCallersThread) {
     EXPECT_TRUE(context.scanBlindStart(7, 1));
     EXPECT_EQ(recorder.take(), "start 7, 0% 7");
-    EXPECT_EQ(tasks.getTasks().size(), 1u);
+    EXPECT_EQ(countTasks(), 1u);
     const Mutex::Hold hold(module.mutex);
     auto& scan = module.scanState;
     EXPECT_EQ(scan.frequencies.size(), 48u);
@@ -142,28 +128,28 @@ TEST_F(ScanTest, StartBeginsWithTwoEventsOnTheCallersThread) {
     EXPECT_EQ(scan.frequencies.back(), 850u);
     EXPECT_EQ(scan.startTime, start);
     EXPECT_EQ(scan.endTime, start + 48);
-    EXPECT_EQ(scan.task, tasks.getTasks()[0]);
+    EXPECT_NE(scan.task, nullptr);
 }
 
 TEST_F(ScanTest, TheTaskStepsAtOnceAndThenTwiceASecond) {
+    Clock::step(600ms); // so that it does not step when the second changes
     context.scanBlindStart(1, 0);
     recorder.take();
-    const auto task = tasks.getTasks().at(0);
-    time.advance(1);
-    EXPECT_EQ(tasks.step(task), 500u);
+    Clock::step(499ms);
+    EXPECT_EQ(recorder.take(), "");
+    Clock::step(1ms);
     EXPECT_EQ(recorder.take(), "2% 1");
-    EXPECT_EQ(tasks.step(task), 500u);
+    Clock::step(500ms);
     EXPECT_EQ(recorder.take(), "") << "an unchanged percentage is no event";
-    time.advance(47);
-    EXPECT_EQ(tasks.step(task), std::nullopt);
-    EXPECT_EQ(recorder.take(), "100% 1, complete 1");
+    Clock::step(47s);
+    EXPECT_TRUE(recorder.take().ends_with(", 97% 1, 100% 1, complete 1"));
     EXPECT_EQ(countTasks(), 0u);
 }
 
 TEST_F(ScanTest, BlindScanFindsEverythingIn48Seconds) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(1, 0);
-    runToTheEnd();
+    Clock::step(48s);
     EXPECT_EQ(serviceCount(), 96u);
     EXPECT_EQ(newCount(), 96u);
     EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690, 722, 738, 770, 794, 842}));
@@ -171,7 +157,7 @@ TEST_F(ScanTest, BlindScanFindsEverythingIn48Seconds) {
     for (int second = 1; second <= 48; ++second)
         events += ", " + std::to_string(second * 100 / 48) + "% 1";
     EXPECT_EQ(recorder.take(), events + ", complete 1");
-    EXPECT_EQ(std::time(nullptr), start + 48);
+    EXPECT_EQ(Clock::now(), start + 48);
     const auto info = context.scanInfoGet(1);
     EXPECT_EQ(info.getTvServices() + info.getRadioServices(), 96u);
 }
@@ -182,10 +168,9 @@ TEST_F(ScanTest, TranspondersAreReachedAtTheirPlaceInTheBand) {
     std::string reached;
     for (int second = 0; second <= 48; ++second) {
         const auto before = newCount();
-        stepAll();
+        Clock::step(second > 0 ? 1s : 0s);
         if (newCount() != before)
             reached += std::to_string(second) + ":" + std::to_string(newCount() - before) + " ";
-        time.advance(1);
     }
     // A transponder is merged once the rounded target passes its place, 27, 31, 33, 37, 40 and 46.
     EXPECT_EQ(reached, "28:21 32:24 34:8 38:4 41:21 47:18 ");
@@ -195,7 +180,7 @@ TEST_F(ScanTest, ScanOfAnEmptyListEndsAtTheFirstStep) {
     context.transponderListDeleteAll(1);
     EXPECT_TRUE(context.scanStart(3, 0));
     EXPECT_EQ(recorder.take(), "start 3, 0% 3");
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "100% 0, complete 0");
     EXPECT_EQ(serviceCount(), 0u);
     EXPECT_EQ(counters(), "100 0 0 0 0");
@@ -207,23 +192,23 @@ TEST_F(ScanTest, ScanOfAnEmptyListSurvivesAClockSetBack) {
     context.transponderListDeleteAll(1);
     context.scanStart(3, 0);
     time.set(start - 1000);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "start 3, 0% 3, 100% 0, complete 0");
 }
 
 TEST_F(ScanTest, SourceOfTheLatestBlindScan) {
     context.scanStart(3, 0);
     time.advance(3);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "start 3, 0% 3, 50% 0");
     time.advance(3);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "100% 0, complete 0");
 
     context.scanBlindStart(8, 0);
     context.scanStop(1);
     EXPECT_EQ(recorder.take(), "start 8, 0% 8, complete 8");
-    stepAll();
+    time.run();
 
     context.scanStart(3, 0);
     time.advance(1);
@@ -231,14 +216,14 @@ TEST_F(ScanTest, SourceOfTheLatestBlindScan) {
     EXPECT_EQ(recorder.take(), "start 3, 0% 3, 8% 8, complete 8");
     context.scanStart(4, 0);
     time.advance(100);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "start 4, 0% 4, 100% 8, complete 8");
 }
 
 TEST_F(ScanTest, FrequenciesTwice) {
     context.scanStart(1, 0);
     time.advance(6);
-    stepAll();
+    time.run();
     EXPECT_EQ(transponders(),
               (std::vector<std::uint32_t>{690, 690, 722, 722, 738, 738, 770, 770, 794, 794, 842, 842}));
     context.scanStart(1, 0);
@@ -250,7 +235,7 @@ TEST_F(ScanTest, StopReportsNoHundredPercent) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(1, 0);
     time.advance(20);
-    stepAll();
+    time.run();
     recorder.take();
     time.advance(4);
     EXPECT_TRUE(context.scanStop(99));
@@ -261,7 +246,7 @@ TEST_F(ScanTest, StopReportsNoHundredPercent) {
         const Mutex::Hold hold(module.mutex);
         EXPECT_EQ(module.scanState.nextIndex, 24u);
     }
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "");
     EXPECT_EQ(countTasks(), 0u);
 }
@@ -279,7 +264,7 @@ TEST_F(ScanTest, StopMergesWhatItHasReached) {
 TEST_F(ScanTest, StopAtAnUnchangedPercentageOnlyCompletes) {
     context.scanBlindStart(1, 0);
     time.advance(24);
-    stepAll();
+    time.run();
     recorder.take();
     EXPECT_TRUE(context.scanStop(1));
     EXPECT_EQ(recorder.take(), "complete 1");
@@ -303,7 +288,7 @@ TEST_F(ScanTest, StartDuringAScanChangesNothing) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(5, 0);
     time.advance(32);
-    stepAll();
+    time.run();
     recorder.take();
     const auto before = counters();
     EXPECT_EQ(failure("scanBlindStart", [&] { context.scanBlindStart(6, 0); }), "Not supported 1108");
@@ -336,7 +321,7 @@ TEST_F(ScanTest, ARefusalLeavesTheLockFree) {
 TEST_F(ScanTest, KnownServicesAreNeitherAddedNorCounted) {
     context.scanBlindStart(1, 0);
     time.advance(48);
-    stepAll();
+    time.run();
     EXPECT_EQ(serviceCount(), 96u);
     EXPECT_EQ(newCount(), 0u);
     EXPECT_EQ(counters(), "100 0 0 0 0");
@@ -348,14 +333,14 @@ TEST_F(ScanTest, CountedTwice) {
     context.serviceListDelete();
     context.scanBlindStart(1, 0);
     time.advance(48);
-    stepAll();
+    time.run();
     EXPECT_EQ(counters(), "100 2 1 0 0") << "put in before another";
 
     context.serviceListSeekByChannelNumber(728);
     context.serviceListDelete();
     context.scanBlindStart(1, 0);
     time.advance(48);
-    stepAll();
+    time.run();
     EXPECT_EQ(counters(), "100 1 0 1 0") << "put in at the end";
     EXPECT_EQ(serviceCount(), 96u);
 }
@@ -378,7 +363,7 @@ TEST_F(ScanTest, NewServicesAreForgottenByTheNextScan) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(1, 0);
     time.advance(48);
-    stepAll();
+    time.run();
     context.serviceListSet("new");
     EXPECT_EQ(context.serviceListRead(1).at(0).getName(), "ITV3") << "in the order of finding";
     context.scanBlindStart(1, 0);
@@ -391,7 +376,7 @@ TEST_F(ScanTest, EventsComeBeforeTheStepsServices) {
     time.advance(48);
     std::size_t seen = 1;
     recorder.onProgress = [&] { seen = newCount(); };
-    stepAll();
+    time.run();
     EXPECT_EQ(seen, 0u);
     EXPECT_EQ(newCount(), 96u);
 }
@@ -412,10 +397,10 @@ TEST_F(ScanTest, ServicesGoWithTheTransponders) {
 TEST_F(ScanTest, ListsMayBeEmptiedDuringAScan) {
     context.scanStart(1, 0);
     time.advance(3);
-    stepAll();
+    time.run();
     context.transponderListDeleteAll(1);
     time.advance(3);
-    stepAll();
+    time.run();
     EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{770, 794, 842})) << "the scan keeps its own list";
     EXPECT_EQ(serviceCount(), 43u);
     EXPECT_EQ(counters().substr(0, 4), "100 ");
@@ -427,7 +412,7 @@ TEST_F(ScanTest, FrequencyWithoutATransponderIsPassedOver) {
     context.transponderListAdd(1, tuning(770000));
     context.scanStart(1, 0);
     time.advance(2);
-    stepAll();
+    time.run();
     EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{500, 770, 770}));
     EXPECT_EQ(newCount(), 4u);
 }
@@ -437,19 +422,21 @@ TEST_F(ScanTest, AClockSetBack) {
     context.scanBlindStart(1, 0);
     recorder.take();
     time.set(start - 1000000);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "");
     EXPECT_EQ(counters(), "0 0 0 0 0");
     time.set(start + 32);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "66% 1");
     EXPECT_EQ(newCount(), 45u);
     time.set(0);
-    stepAll();
+    Clock::step(499ms);
+    EXPECT_EQ(recorder.take(), "") << "the task sleeps as long as it would have";
+    Clock::step(1ms);
     EXPECT_EQ(recorder.take(), "0% 1");
     EXPECT_EQ(newCount(), 45u) << "what was found stays";
     time.set(start + 48);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "100% 1, complete 1");
     EXPECT_EQ(newCount(), 96u);
 }
@@ -458,7 +445,7 @@ TEST_F(ScanTest, ClockSetForwardCompletes) {
     context.scanBlindStart(1, 0);
     recorder.take();
     time.set(std::time_t{1} << 40);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "100% 1, complete 1");
 }
 
@@ -470,7 +457,7 @@ TEST_F(ScanTest, ScanWithoutATask) {
     ASSERT_NE(others.back(), nullptr);
     EXPECT_TRUE(context.scanBlindStart(1, 0));
     EXPECT_EQ(recorder.take(), "start 1, 0% 1");
-    stepAll();
+    time.run();
     EXPECT_EQ(countTasks(), 0u);
     time.advance(1000);
     EXPECT_TRUE(isScanning());
@@ -485,12 +472,12 @@ TEST_F(ScanTest, ScanWithoutATask) {
 TEST_F(ScanTest, StopAndStartAtOnceLeaveTwoTasksOnOneScan) {
     context.transponderListDeleteAll(1);
     context.scanBlindStart(1, 0);
-    stepAll();
+    time.run();
     context.scanStop(1);
     context.scanBlindStart(2, 0);
     EXPECT_EQ(countTasks(), 2u);
     recorder.take();
-    runToTheEnd();
+    Clock::step(48s);
     std::string events;
     for (int second = 1; second <= 48; ++second)
         events += std::to_string(second * 100 / 48) + "% 2, ";
@@ -500,28 +487,23 @@ TEST_F(ScanTest, StopAndStartAtOnceLeaveTwoTasksOnOneScan) {
 
 TEST_F(ScanTest, TwoTasksAtRandomMomentsAreAsGoodAsOne) {
     std::mt19937 random(20261121);
+    const auto moment = [&] { return std::chrono::milliseconds(random() % 500); };
+    std::string events = "start 1, 0% 1";
+    for (int second = 1; second <= 48; ++second)
+        events += ", " + std::to_string(second * 100 / 48) + "% 1";
     for (int round = 0; round < 20; ++round) {
         context.transponderListDeleteAll(1);
+        Clock::step(moment());
         context.scanBlindStart(1, 0);
-        stepAll();
+        time.run();
         context.scanStop(1);
-        context.scanBlindStart(1, 0);
+        Clock::step(moment());
         recorder.take();
-        unsigned last = 0;
-        while (countTasks() > 0) {
-            const auto alive = tasks.getTasks();
-            tasks.step(alive[random() % alive.size()]);
-            const auto events = recorder.take();
-            if (!events.empty()) {
-                const auto percent = context.scanInfoGet(1).getProgress();
-                EXPECT_GT(percent, last);
-                last = percent;
-                const std::string text = std::to_string(percent) + "% 1";
-                EXPECT_EQ(events, percent == 100 ? text + ", complete 1" : text);
-            }
-            time.advance(static_cast<std::time_t>(random() % 3));
-        }
-        EXPECT_EQ(last, 100u);
+        context.scanBlindStart(1, 0);
+        EXPECT_EQ(countTasks(), 2u);
+        while (countTasks() > 0)
+            Clock::step(moment());
+        EXPECT_EQ(recorder.take(), events + ", complete 1");
         EXPECT_EQ(newCount(), 96u);
         EXPECT_EQ(transponders(), (std::vector<std::uint32_t>{690, 722, 738, 770, 794, 842}));
     }
@@ -538,22 +520,22 @@ TEST_F(ScanTest, QuickStartsAndStopsStayWithinTheTaskLimit) {
     // No task is left for this one; those that are there step it.
     context.scanBlindStart(1, 0);
     time.advance(12);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "start 1, 0% 1, 25% 1");
     context.scanStop(1);
-    stepAll();
+    Clock::step(500ms);
     EXPECT_EQ(countTasks(), 0u);
 }
 
 TEST_F(ScanTest, DeletingAContextEndsTheScan) {
     context.scanBlindStart(1, 0);
     time.advance(24);
-    stepAll();
+    time.run();
     recorder.take();
     module.deleteContext(module.createContext());
     EXPECT_FALSE(isScanning());
     time.advance(24);
-    stepAll();
+    time.run();
     EXPECT_EQ(recorder.take(), "") << "without a completion";
     EXPECT_EQ(countTasks(), 0u);
     EXPECT_EQ(counters().substr(0, 3), "50 ");

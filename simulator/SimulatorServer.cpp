@@ -3,6 +3,7 @@
 #include "simulator/SimulatorServer.h"
 
 #include "Ostrel/serialization/BooleanObject.h"
+#include "simulator/Description.h"
 #include "simulator/World.h"
 
 namespace Ostrel {
@@ -38,6 +39,10 @@ SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weath
     publishWeather();
 
     publishTraffic();
+}
+
+std::string_view SimulatorServer::getDescription() const noexcept {
+    return Simulator::description();
 }
 
 void SimulatorServer::publish(std::initializer_list<std::pair<const char*, Handler>> handlers) {

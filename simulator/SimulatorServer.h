@@ -11,6 +11,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Ostrel {
@@ -26,6 +27,8 @@ public:
     ///                 on; not serving yet, and must live longer, too
     /// @param weather  at the start
     SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather = {});
+
+    std::string_view getDescription() const noexcept override;
 
 private:
     using Call = IRPC::RPCSynchronousMethodObject;

@@ -40,6 +40,11 @@ export class Description {
       type: 'string',
       validate: (schema, text) => !text.startsWith('{') || this.#holds(schema, text),
     });
+    this.#ajv.addKeyword({
+      keyword: 'x-ascending',
+      type: 'array',
+      validate: (_, list) => list.every((element, index) => index === 0 || list[index - 1] <= element),
+    });
     // Whatever is compiled finds its references here.
     this.#ajv.addSchema({ components: document.components ?? {} }, 'openrpc');
   }

@@ -22,7 +22,7 @@ export async function prepare(conversation, description, method) {
 }
 
 /** The value as a text, so that the order of members counts, without what is different each time. */
-function still(value, varies) {
+export function still(value, varies) {
   if (varies === true) return 'anything';
   return JSON.stringify(value, (name, member) => (varies?.includes(name) ? null : member));
 }

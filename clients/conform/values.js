@@ -78,9 +78,10 @@ export class Values {
     return Array.from({ length }, () => this.pick(letters)).join('');
   }
 
-  #list({ items, minItems = 0, maxItems = 20 }) {
+  #list({ items, minItems = 0, maxItems = 20, 'x-ascending': isAscending = false }) {
     const length = this.chance(0.1) ? maxItems + this.below(2) : Math.min(maxItems, minItems + this.below(4));
-    return Array.from({ length }, () => this.of(items));
+    const list = Array.from({ length }, () => this.of(items));
+    return isAscending && this.chance(0.8) ? list.sort((one, other) => one - other) : list;
   }
 
   #object({ properties = {}, required = [] }) {

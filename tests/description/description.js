@@ -3,7 +3,7 @@
 import { Description } from '@ostrel/conform/description.js';
 import { readFileSync } from 'node:fs';
 
-const documents = { TV: 'TV/interfaces/openrpc.json' };
+const documents = { TV: 'TV/interfaces/openrpc.json', Simulator: 'simulator/openrpc.json' };
 
 /** Its name. */
 export const server = process.env.OSTREL_SERVER ?? 'TV';

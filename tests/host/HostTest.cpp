@@ -1,4 +1,5 @@
 #include "Ostrel/transport/Address.h"
+#include "simulator/Description.h"
 #include "tests/support/Child.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/WireClient.h"
@@ -105,10 +106,17 @@ TEST(HostTest, WithoutItsSimulatorThePathIsUnknown) {
             .post(path, R"({"jsonrpc":"2.0","id":1,"method":"Simulator::worldGet"})")
             .status;
     };
+    const auto describe = [](const RunningHost& host) {
+        WireClient client(host.address());
+        client.send("GET /openrpc/Simulator.json HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        return client.readAnswer();
+    };
     const RunningHost with;
     EXPECT_EQ(statusOf(with, "/rpc/Simulator"), 200);
+    EXPECT_EQ(describe(with).body, Simulator::description());
     const RunningHost without({"--no-simulator"});
     EXPECT_EQ(statusOf(without, "/rpc/Simulator"), 404);
+    EXPECT_EQ(describe(without).status, 404);
     EXPECT_EQ(statusOf(without, "/rpc/TV"), 200);
 }
 

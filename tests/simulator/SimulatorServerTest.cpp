@@ -3,6 +3,7 @@
 #include "Ostrel/runtime/Task.h"
 #include "Ostrel/runtime/Turn.h"
 #include "TV/server/TVRPCServer.h"
+#include "simulator/Description.h"
 #include "tests/simulator/TheModule.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"
@@ -154,6 +155,11 @@ TEST_F(SimulatorServerTest, AfterAResetContextsAreThereWithoutAListSelected) {
         R"("error":{"code":-32000,"message":"Invalid state","data":{"returnCode":2,"name":"InvalidState"}})");
     view("ITVService", "serviceListSet", R"({"base":"all"})");
     EXPECT_EQ(view("ITVService", "serviceListSeek", R"({"offset":0,"whence":1})"), R"("result":0)");
+}
+
+TEST_F(SimulatorServerTest, DescribesItself) {
+    EXPECT_EQ(ask(simulator_, "", "rpc.discover", "{}"),
+              R"("result":)" + std::string(Simulator::description()));
 }
 
 } // namespace

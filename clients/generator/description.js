@@ -1,15 +1,28 @@
-// TV/interfaces/openrpc.json as the generators read it.
+// The descriptions of the servers as the generators read them.
 
 import { readFileSync } from 'node:fs';
+import { isDeepStrictEqual } from 'node:util';
 
 /**
  * @typedef {Record<string, any>} Schema  a JSON Schema of the description
  * @typedef {Record<string, any>} Method  a method or notification of the description
  */
 
-export const openrpc = JSON.parse(
-  readFileSync(new URL('../../TV/interfaces/openrpc.json', import.meta.url), 'utf8'),
-);
+/** @param {string} path */
+const read = (path) => JSON.parse(readFileSync(new URL(`../../${path}`, import.meta.url), 'utf8'));
+
+/** What the server `TV` speaks, and what `Simulator` does. */
+export const openrpc = read('TV/interfaces/openrpc.json');
+export const simulator = read('simulator/openrpc.json');
+
+/** What both refer to. @type {Record<string, Record<string, any>>} */
+export const components = structuredClone(openrpc.components);
+for (const [kind, entries] of Object.entries(simulator.components))
+  for (const [name, value] of Object.entries(/** @type {Record<string, any>} */ (entries))) {
+    if (components[kind][name] && !isDeepStrictEqual(components[kind][name], value))
+      throw new Error(`the descriptions mean different things by ${kind}/${name}`);
+    components[kind][name] = value;
+  }
 
 /** @param {{ $ref: string }} reference  @returns {string} */
 export const nameOf = (reference) => reference.$ref.slice(reference.$ref.lastIndexOf('/') + 1);
@@ -20,15 +33,19 @@ export function resolve(value) {
   return value.$ref
     .slice(2)
     .split('/')
-    .reduce((/** @type {any} */ part, /** @type {string} */ name) => part[name], openrpc);
+    .reduce((/** @type {any} */ part, /** @type {string} */ name) => part[name], { components });
 }
 
 /** @param {Method} method */
 const isNotification = (method) => (method.tags ?? []).some((/** @type {any} */ tag) => nameOf(tag) === 'notification');
 
-/** What clients call, and what the service sends by itself. */
-export const methods = /** @type {Method[]} */ (openrpc.methods.filter((/** @type {Method} */ method) => !isNotification(method)));
-export const notifications = /** @type {Method[]} */ (openrpc.methods.filter(isNotification));
+/** What clients call of a server, and what it sends by itself. @param {{ methods: Method[] }} document */
+const split = (document) => ({
+  methods: document.methods.filter((method) => !isNotification(method)),
+  notifications: document.methods.filter(isNotification),
+});
+export const { methods, notifications } = split(openrpc);
+export const { methods: simulatorMethods, notifications: simulatorNotifications } = split(simulator);
 
 /** The methods by interface, in the order of the description. @type {Map<string, Method[]>} */
 export const interfaces = new Map();

@@ -2,6 +2,7 @@
 //
 //     node generate.js typescript [FILE]               records and tables for clients/typescript
 //     node generate.js typescript-interfaces [FILE]    its typed methods
+//     node generate.js typescript-simulator [FILE]     the same of the simulator's controls
 //     node generate.js reference [FILE]                the reference for people, docs/reference.md
 //
 // FILE is written if its text changes; without one the text goes to standard output.
@@ -9,10 +10,11 @@
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname } from 'node:path';
 import { reference } from './reference.js';
+import { typescriptSimulator } from './simulator.js';
 import { typescript, typescriptInterfaces } from './typescript.js';
 
 /** @type {Record<string, () => string>} */
-const generators = { reference, typescript, 'typescript-interfaces': typescriptInterfaces };
+const generators = { reference, typescript, 'typescript-interfaces': typescriptInterfaces, 'typescript-simulator': typescriptSimulator };
 const [name = '', file] = process.argv.slice(2);
 const generate = generators[name];
 

@@ -1,10 +1,23 @@
-// Makes the reference for people of the description, in Markdown.
+// Makes the reference for people of the descriptions, in Markdown.
 
-import { interfaces, nameOf, notifications, openrpc, rangeOf, reasonFor, resolve, valuesOf } from './description.js';
+import {
+  components,
+  interfaces,
+  nameOf,
+  notifications,
+  openrpc,
+  rangeOf,
+  reasonFor,
+  resolve,
+  simulator,
+  simulatorMethods,
+  simulatorNotifications,
+  valuesOf,
+} from './description.js';
 
 /** @typedef {import('./description.js').Schema} Schema  @typedef {import('./description.js').Method} Method */
 
-const { schemas, errors } = openrpc.components;
+const { schemas, errors } = components;
 
 /** @param {string} heading  as it stands in the text, with its marks */
 const anchorOf = (heading) => heading.toLowerCase().replaceAll(/[^\w -]/g, '').replaceAll(' ', '-');
@@ -26,14 +39,16 @@ function typeOf(schema) {
   if (schema.const !== undefined) return code(schema.const);
   if (schema.type === 'array') return `array of ${typeOf(schema.items)}${schema.maxItems ? `, at most ${schema.maxItems}` : ''}`;
   if (schema.type === undefined && schema.oneOf) return schema.oneOf.map(typeOf).join(' or ');
-  const integer = rangeOf(schema) ?? 'integer';
-  const names = [schema.type].flat().map((type) => (type === 'integer' ? (valuesOf(schema).length ? 'integer' : integer) : type));
+  const range = rangeOf(schema);
+  /** @type {Record<string, string>} */
+  const ranged = { integer: valuesOf(schema).length ? 'integer' : (range ?? 'integer'), number: range ? `number, ${range}` : 'number' };
+  const names = [schema.type].flat().map((type) => ranged[type] ?? type);
   return names.join(' or ').replace('boolean', 'bool').replace('string', 'text');
 }
 
 /** @param {Schema} schema */
 function meaningOf(schema) {
-  const values = valuesOf(schema).map(({ value, meaning }) => `${code(value)} ${meaning.replace(/\.$/, '')}`);
+  const values = valuesOf(schema).map(({ value, meaning }) => `${code(value)} ${meaning.replace(/\.$/, '')}`.trim());
   return [schema.deprecated && '**Deprecated.**', schema.description, values.length && `${values.join('; ')}.`]
     .filter(Boolean)
     .join(' ');
@@ -82,18 +97,20 @@ function exampleOf(method) {
   return `${example.name}:\n\n\`\`\`text\n${lines.join('\n')}\n\`\`\``;
 }
 
+/** @param {Schema} schema */
+const unitOf = (schema) => (schema['x-unit'] ? ` (${schema['x-unit']})` : '');
+
 /** @param {Method} method */
 function describe(method) {
   const params = paramsOf(method);
   const result = method.result?.schema;
   const own = Object.keys(method['x-refused'] ?? {});
   const common = (method.errors ?? []).map(nameOf).filter((/** @type {string} */ error) => !own.includes(error));
-  const unit = result?.['x-unit'] ? ` (${result['x-unit']})` : '';
   return [
     `### ${method.name}`,
     `**${method.summary}.** ${method.description}`,
     method.params.length ? table(memberHeads, memberRows(params)) : 'No params.',
-    result && `**Result:** ${typeOf(result)}${unit}${result.description ? `. ${result.description}` : ''}`,
+    result && `**Result:** ${typeOf(result)}${unitOf(result)}${result.description ? `. ${result.description}` : ''}`,
     own.length > 0 && table(['Error', 'Code', 'When'], own.map((error) => [link(error), String(errors[error].code), reasonFor(method, error)])),
     common.length > 0 && `${own.length > 0 ? 'Also' : 'Errors'}: ${common.map(link).join(', ')}.`,
     exampleOf(method),
@@ -102,13 +119,16 @@ function describe(method) {
     .join('\n\n');
 }
 
+/** Whether a value is one of several kinds of objects. @param {Schema} schema */
+const isChoice = (schema) => schema.type === undefined && schema.oneOf.every((/** @type {Schema} */ one) => one.properties);
+
 /** @param {[string, Schema]} entry */
 const record = ([name, schema]) =>
   [
     `### ${name}`,
-    schema.properties || schema.type === undefined ? schema.description : `${typeOf(schema)}. ${meaningOf(schema)}`,
+    schema.properties || isChoice(schema) ? schema.description : `${typeOf(schema)}${unitOf(schema)}. ${meaningOf(schema)}`,
     schema.properties && table(memberHeads, memberRows(schema)),
-    !schema.properties && schema.type === undefined && `Either ${schema.oneOf.map((/** @type {Schema} */ one) => `{ ${Object.entries(one.properties).map(([member, value]) => `\`${member}\`: ${typeOf(/** @type {Schema} */ (value))}`).join(', ')} }, ${one.description[0].toLowerCase()}${one.description.slice(1).replace(/\.$/, '')}`).join('; or ')}.`,
+    isChoice(schema) && `Either ${schema.oneOf.map((/** @type {Schema} */ one) => `{ ${Object.entries(one.properties).map(([member, value]) => `\`${member}\`: ${typeOf(/** @type {Schema} */ (value))}`).join(', ')} }, ${one.description[0].toLowerCase()}${one.description.slice(1).replace(/\.$/, '')}`).join('; or ')}.`,
   ]
     .filter(Boolean)
     .join('\n\n');
@@ -134,19 +154,29 @@ const contents = (sections) =>
     .map(([name, list]) => `- ${link(name)}: ${list.map(({ name: method }) => `[${method.split('::')[1]}](#${anchorOf(method)})`).join(', ')}`)
     .join('\n');
 
+/** What a description says of its server as a whole. @param {any} document */
+const introduction = ({ info, servers }) => [
+  info.description.replace(/\n\n\*\*How to read this document\.\*\*.*$/s, ''),
+  servers.map((/** @type {any} */ { name, url, summary }) => `- ${name}, \`${url}\`: ${summary}`).join('\n'),
+];
+
+const allNotifications = [...notifications, ...simulatorNotifications];
+
 export const reference = () => `${[
   '# Reference',
-  '<!-- Made from TV/interfaces/openrpc.json by clients/generator: node clients/generator/generate.js reference docs/reference.md -->',
+  '<!-- Made from TV/interfaces/openrpc.json and simulator/openrpc.json by clients/generator: node clients/generator/generate.js reference docs/reference.md -->',
   `Version ${openrpc.info.version}.`,
-  openrpc.info.description.replace(/\n\n\*\*How to read this document\.\*\*.*$/s, ''),
-  openrpc.servers.map((/** @type {any} */ { name, url, summary }) => `- ${name}, \`${url}\`: ${summary}`).join('\n'),
+  ...introduction(openrpc),
   '## Contents',
-  contents([...interfaces, ['Notifications', notifications]]),
+  contents([...interfaces, ['Simulator', simulatorMethods], ['Notifications', allNotifications]]),
   '`unsigned` is 0 to 4294967295, `int` is -2147483648 to 2147483647; neither takes a fraction.',
   ...[...interfaces].flatMap(([name, methods]) => [`## ${name}`, ...methods.map(describe)]),
+  '## Simulator',
+  ...introduction(simulator),
+  ...simulatorMethods.map(describe),
   '## Notifications',
   openrpc.components.tags.notification.description,
-  ...notifications.map(describe),
+  ...allNotifications.map(describe),
   '## Records',
   ...Object.entries(schemas).map(record),
   '## Errors',

@@ -1,28 +1,29 @@
 // Makes TypeScript of the description: the records with what each method takes and gives, and, in a file of
 // its own, a class of typed methods for each interface. What the description says of them is what editors show.
 
-import { interfaces, methods, nameOf, notifications, openrpc, paramOf, rangeOf, reasonFor, resolve, valuesOf } from './description.js';
+import { components, interfaces, methods, nameOf, notifications, openrpc, paramOf, rangeOf, reasonFor, resolve, valuesOf } from './description.js';
 
 /** @typedef {import('./description.js').Schema} Schema  @typedef {import('./description.js').Method} Method */
 
-const { schemas, errors } = openrpc.components;
+const { schemas } = openrpc.components;
+const { errors } = components;
 
 /** Methods are called as `tv.service.NAME()`, notifications heard by their names without "on".
  * @param {string} name */
-const shortName = (name) => name.split('::')[1];
+export const shortName = (name) => name.split('::')[1];
 /** @param {string} name */
-const eventName = (name) => name.replace(/^.*::on(.)/, (_, first) => first.toLowerCase());
+export const eventName = (name) => name.replace(/^.*::on(.)/, (_, first) => first.toLowerCase());
 
 /** Names of the wire become those of this library, which can be typed, and those of methods lead there.
  * @param {string} text */
 const localized = (text) =>
   text
-    .replaceAll(/`(ITV\w+::on\w+)`/g, (_, name) => `\`${eventName(name)}\``)
+    .replaceAll(/`((?:ITV\w+|Simulator)::on\w+)`/g, (_, name) => `\`${eventName(name)}\``)
     .replaceAll(/`(ITV\w+)::(\w+)`/g, '{@link $1.$2 | $2}')
     .replaceAll('*/', '*\\/');
 
 /** Returns a doc comment. @param {(string | undefined)[]} paragraphs  @param {string} indent */
-function comment(paragraphs, indent) {
+export function comment(paragraphs, indent) {
   const lines = paragraphs.filter((text) => text).join('\n\n').split('\n');
   const text = lines.map(localized);
   if (text.length === 1) return `${indent}/** ${text[0]} */\n`;
@@ -49,10 +50,12 @@ function explain(schema) {
 const simple = { integer: 'number', number: 'number', string: 'string', boolean: 'boolean', null: 'null' };
 
 /** Returns the type of a schema's values. @param {Schema} schema  @param {string} indent  @returns {string} */
-function typeOf(schema, indent = '') {
+export function typeOf(schema, indent = '') {
   if (schema.$ref !== undefined) return nameOf(/** @type {any} */ (schema));
   if (schema.const !== undefined) return JSON.stringify(schema.const);
   if (schema.oneOf !== undefined) return schema.oneOf.map((/** @type {Schema} */ choice) => typeOf(choice, indent)).join(' | ');
+  if (schema.type === 'array' && schema.minItems === 2 && schema.maxItems === 2)
+    return `[${typeOf(schema.items)}, ${typeOf(schema.items)}]`;
   if (schema.type === 'array') return `Array<${typeOf(schema.items, indent)}>`;
   if (schema.type === 'object') return `{\n${members(schema, `${indent}  `)}${indent}}`;
   return [schema.type].flat().map((type) => simple[/** @type {keyof simple} */ (type)]).join(' | ');
@@ -70,7 +73,7 @@ function members(schema, indent) {
 }
 
 /** @param {[string, Schema]} entry */
-function record([name, schema]) {
+export function record([name, schema]) {
   const said = comment(explain(schema), '');
   if (schema.type === 'object') return `${said}export interface ${name} ${typeOf(schema)}\n`;
   return `${said}export type ${name} = ${typeOf(schema)};\n`;
@@ -83,7 +86,7 @@ function payloadOf(method) {
 }
 
 /** @param {string} text */
-const capitalized = (text) => text[0].toUpperCase() + text.slice(1);
+export const capitalized = (text) => text[0].toUpperCase() + text.slice(1);
 /** @param {Method} method */
 const payloadName = (method) => `${capitalized(shortName(method.name))}Payload`;
 
@@ -142,7 +145,7 @@ function notificationEntry(method) {
 
 /** Returns the shape of a schema's values, by which what arrives is checked. Values that are listed are taken
  * for their kind: a later service may know more of them. @param {Schema} schema  @returns {string} */
-function shapeOf(schema) {
+export function shapeOf(schema) {
   if (schema.$ref !== undefined) return shapeOf(resolve(schema));
   if (schema.type === 'array') return `[${shapeOf(schema.items)}]`;
   if (schema.type !== 'object') return `'${[schema.type].flat().join('|')}'`;
@@ -150,10 +153,11 @@ function shapeOf(schema) {
 }
 
 /** @param {Method} method */
-const paramsSchema = ({ params }) => {
-  const properties = Object.fromEntries(params.map((/** @type {any} */ { name, schema }) => [name, schema]));
-  return { type: 'object', required: Object.keys(properties), properties };
-};
+export const paramsSchema = ({ params }) => ({
+  type: 'object',
+  required: params.filter((/** @type {any} */ param) => param.required).map((/** @type {any} */ param) => param.name),
+  properties: Object.fromEntries(params.map((/** @type {any} */ { name, schema }) => [name, schema])),
+});
 
 const resultCodes = Object.values(errors)
   .map(({ data }) => data && resolve(data).properties)

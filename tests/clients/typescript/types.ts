@@ -1,6 +1,6 @@
 // Not run: that it compiles is the test. Every method with what it takes and gives, and what must not compile.
 
-import type { EventInfo, GenreStringMap, Programme, ScanInfo, ServiceInfo, SignalStatus, Tv } from '@ostrel/tv';
+import type { EventInfo, GenreStringMap, Programme, ScanInfo, ServiceInfo, SignalStatus, Simulator, Tv } from '@ostrel/tv';
 
 export async function everyMethod({ service, scan, guide }: Tv): Promise<void> {
   const context: number = await service.createContext();
@@ -67,3 +67,30 @@ export function mistakes(tv: Tv): void {
   // @ts-expect-error  there is no such event
   tv.on('scanStopped', () => {});
 }
+
+type Params<M extends keyof Simulator.Methods> = Simulator.Methods[M]['params'];
+
+export const controls: Simulator.Methods[keyof Simulator.Methods]['params'][] = [
+  { now: 1318762800, speed: 0.1 } satisfies Params<'Simulator::clockSet'>,
+  { toNextStart: { serviceId: 1043, before: 5 } } satisfies Params<'Simulator::clockStep'>,
+  { rules: [{ method: 'ITVGuide::*', delayMs: [200, 800] }, { drop: 'reply' }], seed: 7 } satisfies Params<'Simulator::weatherSet'>,
+  { strength: 80, quality: 35 } satisfies Params<'Simulator::signalSet'>,
+  { last: 10 } satisfies Params<'Simulator::trafficGet'>,
+  { on: true } satisfies Params<'Simulator::trafficWatch'>,
+  undefined satisfies Params<'Simulator::clockGet' | 'Simulator::weatherGet' | 'Simulator::reset' | 'Simulator::worldGet'>,
+];
+
+export const wrongControls: unknown[] = [
+  // @ts-expect-error  nothing of that name can get lost
+  { rules: [{ drop: 'everything' }] } satisfies Params<'Simulator::weatherSet'>,
+  // @ts-expect-error  it takes both
+  { strength: 80 } satisfies Params<'Simulator::signalSet'>,
+  // @ts-expect-error  it takes no context
+  { context: 1, on: true } satisfies Params<'Simulator::trafficWatch'>,
+];
+
+export const told = ({ clock, weather, traffic }: Simulator.Notifications): [number, Simulator.CountedRule[], string] => [
+  clock.speed,
+  weather.rules,
+  traffic.text,
+];

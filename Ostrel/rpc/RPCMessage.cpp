@@ -262,13 +262,14 @@ private:
         const auto now = Clock::now();
         if (direction == RPCObserver::Direction::Request)
             came_ = now;
-        const RPCObserver::Message message{.direction = direction,
-                                           .time = std::chrono::system_clock::now(),
-                                           .peer = peer_.get(),
-                                           .method = envelope_.name,
-                                           .id = envelope_.id,
-                                           .text = text,
-                                           .took = now - came_.value_or(now)};
+        const RPCObserver::Message message{
+            .direction = direction,
+            .time = floor<std::chrono::microseconds>(std::chrono::system_clock::now()),
+            .peer = peer_.get(),
+            .method = envelope_.name,
+            .id = envelope_.id,
+            .text = text,
+            .took = floor<std::chrono::microseconds>(now - came_.value_or(now))};
         for (auto* observer : server_.getObservers())
             observer->passed(message);
     }

@@ -70,7 +70,8 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
     if (raised != nullptr)
         *raised += unsigned(subscriptions_.size());
     const RPCObserver::Message message{.direction = RPCObserver::Direction::Notification,
-                                       .time = std::chrono::system_clock::now(),
+                                       .time =
+                                           floor<std::chrono::microseconds>(std::chrono::system_clock::now()),
                                        .peer = nullptr,
                                        .method = name,
                                        .id = {},

@@ -17,13 +17,13 @@ public:
     /// One message as it travels; in a batch each request and each reply is one of its own.
     struct Message {
         Direction direction;
-        std::chrono::system_clock::time_point time;
+        std::chrono::sys_time<std::chrono::microseconds> time;
         const RPCPeer* peer; ///< the connection; null for a notification, which is one for all clients
         std::string_view method; ///< the whole name; empty when what came is no request
         /// The request's, as JSON text: empty when no reply is wanted, null when what came is no request.
         std::string_view id;
         std::string_view text; ///< a request's need not even be UTF-8; empty when a request has no reply
-        std::chrono::nanoseconds took = {}; ///< of a reply, since its request came
+        std::chrono::microseconds took{0}; ///< of a reply, since its request came
     };
 
     virtual ~RPCObserver();

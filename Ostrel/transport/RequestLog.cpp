@@ -37,11 +37,10 @@ void RequestLog::passed(const Message& message) noexcept {
     try {
         const auto client = message.peer->client + " #" + std::to_string(message.peer->connection);
         const auto method = message.method.empty() ? "(no method)" : excerpt(message.method);
-        const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(message.took).count();
         const LineLimit::Lifted everyLineIsAskedFor;
         ostrelDebugPrint(DebugLevel::Information, "Requests", "Requests", __LINE__, "%s: %s: %s, %lld us\n",
                          client.c_str(), method.c_str(), outcomeOf(message).c_str(),
-                         static_cast<long long>(micros));
+                         static_cast<long long>(message.took.count()));
     } catch (const std::exception&) {
         // A line for which there is no memory is left out, as the log does.
     }

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
 
 namespace Ostrel {
@@ -20,14 +19,6 @@ struct Traffic::Entry {
     std::array<std::uint32_t, 4> sizes; ///< client, method, id, text
     Direction direction;
 };
-
-namespace {
-
-std::uint64_t toMicros(std::chrono::nanoseconds time) {
-    return std::uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(time).count());
-}
-
-} // namespace
 
 // The memory has no initial values, so that no page of it is touched.
 Traffic::Traffic(const Limits& limits)
@@ -56,9 +47,9 @@ void Traffic::passed(const Message& message) noexcept {
     const auto client = message.peer != nullptr ? std::string_view(message.peer->client) : std::string_view();
     const std::array texts{client, cutText(message.method, longestText), id,
                            cutText(message.text, longestText)};
-    Entry entry{.time = std::int64_t(toMicros(message.time.time_since_epoch())),
+    Entry entry{.time = message.time.time_since_epoch().count(),
                 .connection = message.peer != nullptr ? message.peer->connection : 0,
-                .micros = toMicros(message.took),
+                .micros = std::uint64_t(message.took.count()),
                 .bytes = message.text.size(),
                 .begin = 0,
                 .sizes = {},

@@ -47,7 +47,7 @@ class TrafficWatchersTest : public testing::Test {
 protected:
     void pass(const std::string& text) {
         traffic_.passed({.direction = RPCObserver::Direction::Request,
-                         .time = std::chrono::system_clock::time_point(std::chrono::microseconds(1'500'000)),
+                         .time = decltype(RPCObserver::Message::time)(std::chrono::microseconds(1'500'000)),
                          .peer = &sender_,
                          .method = "A::b",
                          .id = "7",

@@ -44,7 +44,7 @@ class TrafficRingTest : public testing::Test {
 protected:
     void pass(std::string_view text, std::string_view method = {}, std::string_view id = {}) {
         traffic_.passed({.direction = Direction::Request,
-                         .time = std::chrono::system_clock::time_point(std::chrono::microseconds(1'500'000)),
+                         .time = decltype(RPCObserver::Message::time)(std::chrono::microseconds(1'500'000)),
                          .peer = &peer_,
                          .method = method,
                          .id = id,
@@ -57,14 +57,14 @@ protected:
 
 TEST_F(TrafficRingTest, KeepsWhatHasPassed) {
     const RPCPeer peer(7, "127.0.0.1:4711");
-    const std::chrono::system_clock::time_point time(std::chrono::microseconds(1'500'001));
+    const decltype(RPCObserver::Message::time) time(std::chrono::microseconds(1'500'001));
     traffic_.passed({.direction = Direction::Reply,
                      .time = time,
                      .peer = &peer,
                      .method = "A::b",
                      .id = "\"x\"",
                      .text = "{}",
-                     .took = std::chrono::nanoseconds(42'999)});
+                     .took = std::chrono::microseconds(42)});
     std::uint64_t number = 0;
     TrafficMessage message;
     ASSERT_TRUE(traffic_.read(number, message));

@@ -52,13 +52,18 @@ Host::Host(const HostOptions& options) {
         setenv("DUMMYFAKETIME", "", 1);
     module_.init();
     server_.emplace(&module_);
+    if (!options.recordFile.empty())
+        server_->addObserver(record_.emplace(options.recordFile));
     start(*server_, options);
     try {
         if (!options.noSimulator)
             start(simulator_.emplace(module_, *server_, std::move(weather)), options);
         listener_.emplace(addresses, std::move(admission),
                           ListenerOptions{.advice = adviseOptions(), .mainServer = server_->getName()});
+        if (record_)
+            record_->begin();
     } catch (...) {
+        listener_.reset();
         server_->uninit();
         throw;
     }

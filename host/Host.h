@@ -5,6 +5,7 @@
 #include "TV/server/TVRPCServer.h"
 #include "TV/server/dummy/DummyTVModule.h"
 #include "simulator/SimulatorServer.h"
+#include "simulator/TrafficRecord.h"
 
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ struct HostOptions {
     std::vector<std::string> allowedOrigins = {}; ///< as Admission::parseOrigin() reads them
     std::vector<std::string> allowedHosts = {}; ///< as Admission::parseHost() reads them
     std::string tokenFile = {}; ///< empty for none
+    std::string recordFile = {}; ///< where all messages of the TV server go; empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
     bool noSimulator = false; ///< the simulation's own controls are left out
@@ -44,6 +46,7 @@ private:
     void start(RPCServer& server, const HostOptions& options);
 
     RequestLog requestLog_;
+    std::optional<TrafficRecord> record_;
     TV::DummyTVModule module_;
     std::optional<TV::TVRPCServer> server_;
     std::optional<SimulatorServer> simulator_;

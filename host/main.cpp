@@ -252,7 +252,13 @@ Program makeProgram(Options& options) {
          .choices = {"error", "warning", "information", "progress"}},
         {.name = "--log-requests",
          .description = "Log a line for every call",
-         .read = flag(options.host.logRequests)}};
+         .read = flag(options.host.logRequests)},
+        {.name = "--record",
+         .value = "FILE",
+         .description = "Write every call, reply and notification into this file, which only you may read; "
+                        "ostrel-tv replay sends the calls again",
+         .read = text(options.host.recordFile),
+         .isFile = true}};
     program.run = [&options] { serve(options); };
     program.exitStatuses = {{"0", "stopped by Ctrl-C, SIGTERM or SIGHUP; once more ends it at once"},
                             {"1", "not started, and one line on standard error says why"},

@@ -249,7 +249,7 @@ TEST(HostTest, HelpAndVersion) {
     const auto text = help.readOutput();
     EXPECT_EQ(help.wait(), 0);
     for (const auto* option : {"--listen", "--allow-origin", "--allow-host", "--token-file", "--fake-time",
-                               "--log-level", "--log-requests", "--port-file", "--version"})
+                               "--log-level", "--log-requests", "--port-file", "--record", "--version"})
         EXPECT_NE(text.find(option), std::string::npos) << option;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
@@ -264,7 +264,7 @@ TEST(HostTest, ManualNamesEveryOption) {
     const auto page = manual.readOutput();
     EXPECT_EQ(manual.wait(), 0);
     for (const auto* option : {"listen", "allow\\-origin", "allow\\-host", "token\\-file", "fake\\-time",
-                               "log\\-level", "log\\-requests", "port\\-file", "version"})
+                               "log\\-level", "log\\-requests", "port\\-file", "record", "version"})
         EXPECT_NE(page.find("\\fB\\-\\-" + std::string(option) + "\\fR"), std::string::npos) << option;
 }
 

@@ -19,5 +19,6 @@ Command makeScan(Session& session);
 Command makeTransponders(Session& session);
 Command makeCall(Session& session);
 Command makeWatch(Session& session);
+Command makeReplay(Session& session);
 
 } // namespace Ostrel::Client::Tool

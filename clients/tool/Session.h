@@ -23,6 +23,9 @@ public:
     /// @throws SettingsError, ConnectError, Interrupted
     Client& getClient();
 
+    /// @throws SettingsError
+    ClientOptions getOptions() const;
+
 private:
     std::optional<Client> client_;
 };

@@ -54,7 +54,7 @@ Program makeProgram(Session& session) {
     program.commands = {makeServices(session),     makeNow(session),    makeGuide(session),
                         makeQuery(session),        makeGenres(session), makeScan(session),
                         makeTransponders(session), makeSignal(session), makeTime(session),
-                        makeWatch(session),        makeCall(session)};
+                        makeWatch(session),        makeCall(session),   makeReplay(session)};
     Ostrel::CommandLine::addHelp(program);
     program.examples = {"ostrel-tv services --limit 5",
                         "ostrel-tv services --channel 4 --json",
@@ -64,7 +64,7 @@ Program makeProgram(Session& session) {
                         "ostrel-tv watch",
                         "ostrel-tv call signalStatusGet '{\"sourceId\":1}'"};
     program.exitStatuses = {{"0", "done"},
-                            {"1", "refused by the service, or nowhere to write"},
+                            {"1", "refused by the service, nowhere to write, or replies differ"},
                             {"2", "wrong usage"},
                             {"3", "no connection, or lost, or no answer"},
                             {"130", "interrupted with Ctrl-C"},

@@ -329,6 +329,27 @@ TEST(HostTest, RequestsAreLoggedWhenAskedFor) {
     }
 }
 
+TEST(HostTest, ARecordThatCannotBeIsNoStart) {
+    const TempDirectory directory;
+    expectOneLine(runHost({"--listen", "127.0.0.1:0", "--record", directory.file("no/such/file")}),
+                  "cannot write the record");
+    const auto path = directory.file("record");
+    std::ofstream(path) << "an old one\n";
+    RunningHost running;
+    EXPECT_EQ(runHost({"--listen", running.address().toString(), "--record", path}).status, 1);
+    EXPECT_EQ(contentOf(path), "an old one\n");
+}
+
+TEST(HostTest, AFullDiskEndsTheRecordAndNotTheService) {
+    RunningHost host(OSTREL_TVD_PROGRAM, {"--listen", "127.0.0.1:0", "--record", "/dev/full"}, {});
+    timeOf(host);
+    const auto log = host.child().readErrors();
+    const std::string line = "the record /dev/full ends: No space left on device\n";
+    const auto found = log.find(line);
+    ASSERT_NE(found, std::string::npos) << log;
+    EXPECT_EQ(log.find("the record", found + line.size()), std::string::npos);
+}
+
 TEST(HostTest, NothingIsServedWhenOneAddressCannotBe) {
     RunningHost running;
     const TempDirectory directory;

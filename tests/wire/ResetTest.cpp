@@ -1,7 +1,6 @@
 // Resets, while others call and scan.
 
-#include "Ostrel/runtime/Task.h"
-#include "tests/support/FakeTime.h"
+#include "tests/support/HeldClock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/WireClient.h"
 #include "tests/wire/TheHost.h"
@@ -82,7 +81,7 @@ protected:
     }
 
     const LogCapture log_;
-    FakeTime time_{1318762900}; // no scan gets on
+    HeldClock time_{1318762900}; // no scan gets on until the first reset
     WireClient simulator_{theHost().getAddresses().front()};
 };
 

@@ -2,11 +2,11 @@
 #include "clients/tool/Commands.h"
 #include "clients/tool/GuideClock.h"
 #include "clients/tool/Lineup.h"
-#include "clients/tool/Moment.h"
 #include "clients/tool/Output.h"
 #include "clients/tool/Pager.h"
 #include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
+#include "commandline/Moment.h"
 #include "commandline/UsageError.h"
 
 #include <algorithm>
@@ -23,6 +23,7 @@ namespace Ostrel::Client::Tool {
 
 namespace {
 
+using CommandLine::Moment;
 using CommandLine::UsageError;
 
 /// More services and a time do not fit into one query, see Client::queryEvents().

@@ -1,4 +1,4 @@
-#include "clients/tool/Moment.h"
+#include "commandline/Moment.h"
 
 #include "commandline/UsageError.h"
 #include "commandline/Values.h"
@@ -9,11 +9,9 @@
 #include <optional>
 #include <string_view>
 
-namespace Ostrel::Client::Tool {
+namespace Ostrel::CommandLine {
 
 namespace {
-
-using CommandLine::UsageError;
 
 constexpr std::int64_t minute = 60;
 constexpr std::int64_t hour = 60 * minute;
@@ -151,7 +149,7 @@ Moment::Moment(const std::string& text) : text_(text) {
     isRelative_ = reader.take("now") || text.starts_with('+') || text.starts_with('-');
     if (text.starts_with('@')) {
         const auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max());
-        seconds_ = static_cast<std::int64_t>(CommandLine::readWholeNumber(text.substr(1), 0, most));
+        seconds_ = static_cast<std::int64_t>(readWholeNumber(text.substr(1), 0, most));
         return;
     }
     const auto seconds = isRelative_ ? readOffset(reader) : readCalendar(reader);
@@ -167,4 +165,4 @@ std::int32_t Moment::getSeconds(std::int64_t now) const {
     return static_cast<std::int32_t>(seconds);
 }
 
-} // namespace Ostrel::Client::Tool
+} // namespace Ostrel::CommandLine

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace Ostrel::Client::Tool {
+namespace Ostrel::CommandLine {
 
 /// A time as people give it: "2011-10-12T20:00", "now", "+2h", "-1d12h", "@1318449600".
 ///
@@ -33,4 +33,4 @@ private:
     std::int64_t seconds_ = 0; ///< since 1970, or from now on
 };
 
-} // namespace Ostrel::Client::Tool
+} // namespace Ostrel::CommandLine

@@ -7,6 +7,25 @@
 
 namespace Ostrel::CommandLine {
 
+namespace {
+
+std::optional<double> readNumber(const std::string& text) {
+    double number = 0;
+    const auto* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || !std::isfinite(number))
+        return std::nullopt;
+    return number;
+}
+
+/// As people write it, without zeros behind the point.
+std::string plain(double number) {
+    char digits[32];
+    return {digits, std::to_chars(digits, digits + sizeof digits, number).ptr};
+}
+
+} // namespace
+
 Reader flag(bool& place) {
     return [&place](const std::string& given) { place = given == "true"; };
 }
@@ -22,14 +41,21 @@ std::uint64_t readWholeNumber(const std::string& text, std::uint64_t least, std:
     return number;
 }
 
+Reader number(std::optional<double>& place, double least, double most) {
+    return [&place, least, most](const std::string& given) {
+        const auto value = readNumber(given);
+        if (!value || *value < least || *value > most)
+            throw UsageError("\"" + given + "\" is no number from " + plain(least) + " to " + plain(most));
+        place = value;
+    };
+}
+
 Reader positiveNumber(double& place) {
     return [&place](const std::string& given) {
-        double number = 0;
-        const auto* end = given.data() + given.size();
-        const auto [stop, error] = std::from_chars(given.data(), end, number);
-        if (error != std::errc() || stop != end || !std::isfinite(number) || number <= 0)
+        const auto value = readNumber(given);
+        if (!value || *value <= 0)
             throw UsageError("\"" + given + "\" is no number above 0");
-        place = number;
+        place = *value;
     };
 }
 

@@ -39,6 +39,9 @@ template <class Place> Reader wholeNumber(Place& place, std::uint64_t least = 0,
     };
 }
 
+/// Takes a number from the one to the other, with a fraction or without.
+Reader number(std::optional<double>& place, double least, double most);
+
 /// Takes a number above 0, with a fraction or without.
 Reader positiveNumber(double& place);
 

@@ -57,7 +57,7 @@ Host::Host(const HostOptions& options) {
     start(*server_, options);
     try {
         if (!options.noSimulator)
-            start(simulator_.emplace(module_, *server_, std::move(weather)), options);
+            start(simulator_.emplace(module_, *server_, std::move(weather), options.clock), options);
         listener_.emplace(addresses, std::move(admission),
                           ListenerOptions{.advice = adviseOptions(), .mainServer = server_->getName()});
         if (record_)

@@ -24,6 +24,7 @@ struct HostOptions {
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
     bool noSimulator = false; ///< the simulation's own controls are left out
     std::string weatherFile = {}; ///< for the simulator; empty for none
+    ClockStart clock = {}; ///< for the simulator
 };
 
 /// Brings module, servers and listener up in their order, and down in reverse.

@@ -1,3 +1,4 @@
+#include "commandline/Moment.h"
 #include "commandline/Parser.h"
 #include "commandline/StandardStreams.h"
 #include "commandline/Text.h"
@@ -6,6 +7,7 @@
 #include "host/Host.h"
 #include "host/PortFile.h"
 
+#include "Ostrel/runtime/Clock.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/transport/Admission.h"
 #include "Ostrel/transport/StartError.h"
@@ -33,6 +35,7 @@ using Ostrel::CommandLine::Reader;
 using Ostrel::CommandLine::UsageError;
 
 constexpr const char* usualAddress = "127.0.0.1:8480";
+constexpr const char* guideMidday = "guide-midday";
 
 enum ExitStatus { Done = 0, NotStarted = 1, Usage = 2 };
 
@@ -48,6 +51,8 @@ struct Options {
     Ostrel::HostOptions host;
     std::string portFile; ///< empty for none
     std::string logLevel = "information";
+    std::optional<double> speed; ///< of the clock
+    bool isHeld = false; ///< the clock
 };
 
 /// Whether somebody wants the host to outlive its terminal, as nohup does.
@@ -154,6 +159,27 @@ void checkToken(const Options& options) {
             throw UsageError("--listen " + text + " lets others in; give a token with --token-file");
 }
 
+/// Takes a time, which the clock shows at the start.
+Reader startTime(Ostrel::ClockStart& clock) {
+    return [&clock](const std::string& given) {
+        clock.atGuideMidday = given == guideMidday;
+        if (!clock.atGuideMidday)
+            clock.now = Ostrel::CommandLine::Moment(given).getSeconds(std::time(nullptr));
+    };
+}
+
+/// @throws UsageError
+void readClock(Options& options) {
+    auto& clock = options.host.clock;
+    if (options.isHeld && options.speed)
+        throw UsageError("--hold is --speed 0; leave one of them out");
+    if (options.host.fakeTime && (clock.now || clock.atGuideMidday))
+        throw UsageError("--fake-time and --now both say what time it is; leave one out");
+    clock.speed = options.isHeld ? 0 : options.speed.value_or(1);
+    if (options.host.noSimulator && !clock.isUntouched())
+        throw UsageError("--now, --speed and --hold are the simulator's, which --no-simulator leaves out");
+}
+
 /// @throws UsageError
 void checkWeather(const Options& options) {
     if (options.host.noSimulator && !options.host.weatherFile.empty())
@@ -164,6 +190,7 @@ void serve(Options& options) {
     if (options.host.listen.empty())
         options.host.listen = {usualAddress};
     checkWeather(options);
+    readClock(options);
     checkPortFile(options);
     checkToken(options);
     Ostrel::setDebugLevel(logLevels.at(options.logLevel));
@@ -197,6 +224,8 @@ Program makeProgram(Options& options) {
     program.examples = {
         "ostrel-tvd                                 # this machine alone, port 8480",
         "ostrel-tvd --fake-time                     # as if the guide were on air now",
+        "ostrel-tvd --now 2011-10-16T19:59:50Z --hold  # ten seconds before eight",
+        "ostrel-tvd --now guide-midday --speed 60   # an evening in a few minutes",
         "ostrel-tvd --listen 127.0.0.1:0 --port-file port  # a port of the system",
         "ostrel-tvd --listen unix:/run/ostrel.sock  # for this user alone",
         "ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example",
@@ -235,6 +264,19 @@ Program makeProgram(Options& options) {
          .description = "Start the clock at midday of the day in the middle of the built-in guide, as "
                         "DUMMYFAKETIME in the environment does",
          .read = flag(options.host.fakeTime)},
+        {.name = "--now",
+         .value = "TIME",
+         .description =
+             "Start the clock at this time, such as 2011-10-16T20:00:00Z or guide-midday, which is "
+             "midday of the day in the middle of the guide; so does Simulator::reset",
+         .read = startTime(options.host.clock)},
+        {.name = "--speed",
+         .value = "N",
+         .description = "Let the clock run so many times as fast, 0 to 3600 and fractions too",
+         .read = number(options.speed, 0, Ostrel::Clock::fastest)},
+        {.name = "--hold",
+         .description = "Let the clock stand still until it is told otherwise",
+         .read = flag(options.isHeld)},
         {.name = "--no-simulator",
          .description = "Serve the TV module alone, without the simulation's own controls",
          .read = flag(options.host.noSimulator)},

@@ -2,6 +2,7 @@
 
 #include "simulator/SimulatorServer.h"
 
+#include "Ostrel/runtime/Clock.h"
 #include "Ostrel/serialization/BooleanObject.h"
 #include "simulator/Description.h"
 #include "simulator/World.h"
@@ -29,16 +30,23 @@ private:
 
 } // namespace
 
-SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather)
-    : RPCServer("Simulator"), module_(module), weather_(tv, std::move(weather)) {
+SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather,
+                                 const ClockStart& clock)
+    : RPCServer("Simulator"), module_(module), clockStart_(clock), weather_(tv, std::move(weather)) {
     tv.addObserver(traffic_);
     publishModule();
 
-    // publishClock()
+    publishClock();
 
     publishWeather();
 
     publishTraffic();
+
+    resetClock();
+}
+
+SimulatorServer::~SimulatorServer() {
+    Clock::release();
 }
 
 std::string_view SimulatorServer::getDescription() const noexcept {
@@ -70,6 +78,7 @@ std::string SimulatorServer::reset(const Call& call) {
     return answer<NoParams>(call, [this](const NoParams&) {
         // What may fail comes first, when nothing has changed yet.
         resetWeather();
+        resetClock();
         module_.reset();
         return BooleanObject(true);
     });

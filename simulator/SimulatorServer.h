@@ -6,10 +6,14 @@
 #include "Ostrel/serialization/Deserializer.h"
 #include "Ostrel/transport/Traffic.h"
 #include "TV/server/dummy/DummyTVModule.h"
+#include "simulator/ClockStart.h"
 #include "simulator/TrafficWatchers.h"
 #include "simulator/Weather.h"
 
+#include <cstdint>
+#include <ctime>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,7 +30,12 @@ public:
     /// @param tv       the server of the module, whose weather it is and whose messages it shows from now
     ///                 on; not serving yet, and must live longer, too
     /// @param weather  at the start
-    SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather = {});
+    /// @param clock    at the start, which is now
+    SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weather::Settings weather = {},
+                    const ClockStart& clock = {});
+
+    /// Leaves the clock to the system.
+    ~SimulatorServer() override;
 
     std::string_view getDescription() const noexcept override;
 
@@ -73,6 +82,15 @@ private:
     std::string worldGet(const Call& call);
 
     // SimulatorServerClock.cpp
+    class ClockRecord;
+    void publishClock();
+    std::string clockGet(const Call& call);
+    std::string clockSet(const Call& call);
+    std::string clockStep(const Call& call);
+    bool stepClock(std::time_t seconds);
+    bool stepToNextStart(std::optional<std::int32_t> serviceId, std::time_t before);
+    void resetClock();
+    ClockRecord tellClock();
 
     // SimulatorServerWeather.cpp
     void publishWeather();
@@ -87,6 +105,7 @@ private:
     std::string trafficWatch(const Call& call);
 
     TV::DummyTVModule& module_;
+    const ClockStart clockStart_;
     Weather weather_;
     Traffic traffic_;
     TrafficWatchers watchers_{traffic_, *this};

@@ -184,6 +184,13 @@ const Misuse misuses[] = {
      "--port-file has no port to tell; serve on HOST:PORT too, with --listen"},
     {"WeatherOfNobody", {"--weather", "/nonexistent", "--no-simulator"},
      "--weather is the simulator's, which --no-simulator leaves out"},
+    {"ClockOfNobody", {"--hold", "--no-simulator"},
+     "--now, --speed and --hold are the simulator's, which --no-simulator leaves out"},
+    {"HeldAtASpeed", {"--hold", "--speed", "2"}, "--hold is --speed 0; leave one of them out"},
+    {"TwoTimes", {"--fake-time", "--now", "guide-midday"},
+     "--fake-time and --now both say what time it is; leave one out"},
+    {"Now",      {"--now", "noon"}, "--now: \"noon\" is no time; try 2011-10-12T20:00, now, +2h, -30m or @1318420800"},
+    {"Speed",    {"--speed", "3601"}, "--speed: \"3601\" is no number from 0 to 3600"},
     {"Origin",   {"--allow-origin", "tv.example"},
      "--allow-origin: \"tv.example\" is no web origin"},
     {"Host",     {"--allow-host", "tv.example:1"},
@@ -315,6 +322,48 @@ TEST(HostTest, FakeTimeStartsAtMiddayInTheMiddleOfTheGuide) {
         const auto seconds = timeOf(host);
         EXPECT_EQ(seconds >= midday && seconds < midday + day, way.fake) << seconds;
     }
+}
+
+/// What the clock of a host says: "NOW at SPEED".
+std::string clockOf(const RunningHost& host, const std::string& method, const std::string& params = "[]") {
+    const auto answer = WireClient(host.address())
+                            .post("/rpc/Simulator", R"({"jsonrpc":"2.0","id":1,"method":"Simulator::)" +
+                                                        method + R"(","params":)" + params + '}');
+    const auto clock = boost::json::parse(answer.body).at("result");
+    return std::to_string(clock.at("now").as_int64()) + " at " +
+           std::to_string(clock.at("speed").to_number<int>());
+}
+
+TEST(HostTest, TheClockStartsAsItIsTold) {
+    struct Way {
+        Arguments options;
+        std::string clock;
+    };
+    for (const Way& way : {Way{{"--hold", "--now", "guide-midday"}, "1318766400 at 0"},
+                           Way{{"--hold", "--now", "2011-10-16T21:00:05+01:00"}, "1318795205 at 0"},
+                           Way{{"--hold", "--now", "@1318790000"}, "1318790000 at 0"},
+                           Way{{"--speed", "0", "--now", "2011-10-16T20:00Z"}, "1318795200 at 0"}}) {
+        RunningHost host(way.options, {"TZ=UTC"});
+        EXPECT_EQ(clockOf(host, "clockGet"), way.clock);
+        clockOf(host, "clockStep", R"({"seconds":100})");
+        EXPECT_TRUE(WireClient(host.address())
+                        .post("/rpc/Simulator", R"({"jsonrpc":"2.0","id":1,"method":"Simulator::reset"})")
+                        .body.ends_with("true}"));
+        EXPECT_EQ(clockOf(host, "clockGet"), way.clock) << "as at the start";
+        EXPECT_EQ(timeOf(host), std::stoll(way.clock));
+    }
+    const RunningHost fast({"--speed", "3600"});
+    EXPECT_TRUE(clockOf(fast, "clockGet").ends_with(" at 3600"));
+    const RunningHost still({"--hold"});
+    EXPECT_EQ(clockOf(still, "clockGet"), clockOf(still, "clockGet"));
+}
+
+TEST(HostTest, WithFakeTimeTheClockIsTheServices) {
+    RunningHost host({"--fake-time"}, {"TZ=UTC"});
+    const auto now = std::stoll(clockOf(host, "clockGet"));
+    EXPECT_EQ(now / 86400, 1318766400 / 86400);
+    EXPECT_EQ(clockOf(host, "clockSet", R"({"now":1318780000,"speed":0})"), "1318780000 at 0");
+    EXPECT_EQ(timeOf(host), 1318780000);
 }
 
 TEST(HostTest, RequestsAreLoggedWhenAskedFor) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <ranges>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -22,21 +23,6 @@ std::vector<Lineup::GuideLink> makeGuideLinks() {
     for (const GuideServiceRows& service : guideServices())
         links.push_back({guideRows()[service.first].DvbSid, static_cast<std::uint32_t>(service.serviceId)});
     return links;
-}
-
-/// Returns what has to be added to the system's clock, in seconds.
-std::int32_t chooseTimeOffset(const Guide& guide) {
-    // That it is there is enough, whatever it says.
-    // Meant so: docs/oddities.md, "Any value turns the clock".
-    if (std::getenv("DUMMYFAKETIME") == nullptr)
-        return 0;
-    const std::time_t middle = (guide.latestEnd() - guide.earliestStart()) / 2 + guide.earliestStart();
-    std::tm midday{};
-    localtime_r(&middle, &midday);
-    midday.tm_sec = 0;
-    midday.tm_min = 0;
-    midday.tm_hour = 12;
-    return static_cast<std::int32_t>(std::mktime(&midday) - Clock::now());
 }
 
 } // namespace
@@ -55,7 +41,11 @@ bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     magic = 42;
     Guide& guide = sharedGuide();
     guide.addEvents();
-    timeOffset = chooseTimeOffset(guide);
+    // That it is there is enough, whatever it says.
+    // Meant so: docs/oddities.md, "Any value turns the clock".
+    timeOffset = std::getenv("DUMMYFAKETIME") == nullptr
+                     ? 0
+                     : static_cast<std::int32_t>(getGuideMidday() - Clock::now());
     sharedLineup().load(makeGuideLinks());
     addLineup(services, transponders);
     guide.addGenres();
@@ -99,6 +89,30 @@ DummyTVModule::World DummyTVModule::describeWorld() const {
             .start = guide.earliestStart(),
             .end = guide.latestEnd(),
             .builtIn = true};
+}
+
+std::time_t DummyTVModule::getGuideMidday() const {
+    const Guide& guide = sharedGuide();
+    const std::time_t middle = (guide.latestEnd() - guide.earliestStart()) / 2 + guide.earliestStart();
+    std::tm midday{};
+    localtime_r(&middle, &midday);
+    midday.tm_sec = 0;
+    midday.tm_min = 0;
+    midday.tm_hour = 12;
+    return std::mktime(&midday);
+}
+
+std::optional<std::time_t> DummyTVModule::findNextStart(std::optional<std::int32_t> serviceId,
+                                                        std::time_t after) const {
+    const StartTimeIndex& index = sharedGuide().index();
+    const auto find = [&](const auto& positions) -> std::optional<std::time_t> {
+        const auto& starts = index.columns().starts;
+        const auto found = std::find_if(positions.begin(), positions.end(),
+                                        [&](std::uint32_t position) { return starts[position] > after; });
+        return found == positions.end() ? std::nullopt : std::optional<std::time_t>(starts[*found]);
+    };
+    return serviceId ? find(index.positionsOf(*serviceId))
+                     : find(std::views::iota(0u, static_cast<std::uint32_t>(index.size())));
 }
 
 void DummyTVModule::deleteContext(TVModuleContext* context) {

@@ -47,8 +47,15 @@ public:
         bool builtIn = false;
     };
 
-    /// Any thread may ask, after init().
+    // Any thread may ask, after init().
     World describeWorld() const;
+
+    /// Midday, local time, of the day in the middle of the guide.
+    std::time_t getGuideMidday() const;
+
+    /// When the first event of that service, or of any, starts behind that time; nothing when none
+    /// does. Times are seconds since 1970-01-01 UTC.
+    std::optional<std::time_t> findNextStart(std::optional<std::int32_t> serviceId, std::time_t after) const;
 
     /// What signalStatusGet() answers from now on, for every source. Called with the turn held.
     void setSignalStatus(const ITVService::SignalStatus& status) { signalStatus = status; }

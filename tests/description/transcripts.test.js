@@ -3,10 +3,12 @@
 import assert from 'node:assert/strict';
 import { readdirSync, readFileSync } from 'node:fs';
 import test from 'node:test';
-import { description } from './description.js';
+import { description, server } from './description.js';
 
 const folder = new URL('../wire/', import.meta.url);
-const names = readdirSync(folder).filter((name) => name.endsWith('.txt') && name !== 'CMakeLists.txt');
+const names = readdirSync(folder).filter(
+  (name) => name.endsWith('.txt') && name !== 'CMakeLists.txt' && (name === 'simulator.txt') === (server === 'Simulator'),
+);
 
 /** Returns the requests that may be meant, or none for what is no JSON. */
 function readRequests(text) {

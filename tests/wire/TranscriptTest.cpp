@@ -29,7 +29,9 @@ public:
 
 class WebSocketConversation final : public Conversation {
 public:
-    explicit WebSocketConversation(const Address& address) : client_(address) { client_.upgrade(); }
+    WebSocketConversation(const Address& address, const std::string& path) : client_(address) {
+        client_.upgrade(path);
+    }
 
     void say(const std::string& request) override { client_.sendText(request); }
     std::string hear() override { return client_.readFrame().payload; }
@@ -41,11 +43,11 @@ private:
 
 class PostConversation final : public Conversation {
 public:
-    explicit PostConversation(const Address& address) : client_(address) {}
+    PostConversation(const Address& address, std::string path) : client_(address), path_(std::move(path)) {}
 
     void say(const std::string& request) override {
         EXPECT_EQ(body_, "") << "before " << request;
-        auto answer = client_.post("/rpc/TV", request);
+        auto answer = client_.post(path_, request);
         EXPECT_EQ(answer.status, answer.body.empty() ? 204 : 200) << "after " << request;
         body_ = std::move(answer.body);
     }
@@ -54,6 +56,7 @@ public:
 
 private:
     WireClient client_;
+    const std::string path_;
     std::string body_; ///< of the latest answer, until it is heard
 };
 
@@ -89,6 +92,9 @@ protected:
                   R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,"message":"the batch is empty"}})");
     }
 
+    /// The server that the transcript is of.
+    static std::string path() { return GetParam() == "simulator" ? "/rpc/Simulator" : "/rpc/TV"; }
+
     const std::vector<Address> addresses_ = theHost().getAddresses();
 
 private:
@@ -110,15 +116,15 @@ private:
 };
 
 TEST_P(TranscriptTest, OverAWebSocket) {
-    play(WebSocketConversation(addresses_[0]));
+    play(WebSocketConversation(addresses_[0], path()));
 }
 
 TEST_P(TranscriptTest, OverAUnixDomainSocket) {
-    play(WebSocketConversation(addresses_[1]));
+    play(WebSocketConversation(addresses_[1], path()));
 }
 
 TEST_P(TranscriptTest, OverPost) {
-    play(PostConversation(addresses_[0]));
+    play(PostConversation(addresses_[0], path()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Transcripts, TranscriptTest, testing::ValuesIn(findTranscripts()),

@@ -10,6 +10,8 @@ import { converse } from '../support/host.js';
 const seed = Number(process.env.OSTREL_SEED ?? 1);
 const callsOfEach = 1000;
 const mixedCalls = 2000;
+/** Errors that one WebSocket does not bring about: the service is full, it is called by POST, another sets the clock. */
+const beyondOne = ['ServiceFull', 'InvalidRequest', 'StepCut'];
 
 /** How often replies came out in which way. */
 class Count {
@@ -46,8 +48,7 @@ for (const method of description.methods) {
       count.add(method, exchange.reply);
     }
     t.diagnostic(`${count}`);
-    // Nobody fills the service here.
-    const told = Object.keys(method['x-refused'] ?? {}).filter((name) => name !== 'ServiceFull');
+    const told = Object.keys(method['x-refused'] ?? {}).filter((name) => !beyondOne.includes(name));
     const expected = method.examples[0]['x-error'] ? told : ['result', ...told];
     assert.deepEqual(
       expected.filter((outcome) => !count.has(outcome)),

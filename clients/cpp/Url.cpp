@@ -85,6 +85,12 @@ void Url::parseAuthority(std::string_view authority) {
         refuse(text_, "a colon and the port follow the bracket");
 }
 
+Url Url::withServer(std::string_view name) const {
+    auto other = *this;
+    other.target_.replace(other.target_.rfind('/') + 1, std::string::npos, name);
+    return other;
+}
+
 std::string Url::getAuthority() const {
     if (isUnix())
         return "localhost";

@@ -18,6 +18,9 @@ public:
     /// @throws SettingsError  names the text and what is wrong with it
     explicit Url(std::string_view text);
 
+    /// Returns the address of another server of the same host, for example "Simulator".
+    Url withServer(std::string_view name) const;
+
     bool isUnix() const { return !socketPath_.empty(); }
     const std::string& getSocketPath() const { return socketPath_; } ///< empty for TCP
     const std::string& getHost() const { return host_; } ///< without brackets

@@ -2,6 +2,7 @@
 
 #include "clients/cpp/Errors.h"
 #include "clients/cpp/Json.h"
+#include "clients/cpp/JsonText.h"
 
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
@@ -14,6 +15,7 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace Ostrel::Client {
@@ -43,6 +45,16 @@ template <class T> constexpr bool isList = false;
 template <class T> constexpr bool isList<std::vector<T>> = true;
 template <class T> constexpr bool isOptional = false;
 template <class T> constexpr bool isOptional<std::optional<T>> = true;
+template <class T> constexpr bool isVariant = false;
+template <class... T> constexpr bool isVariant<std::variant<T...>> = true;
+
+template <class T> bool read(const boost::json::value& value, T& to);
+
+/// Reads what is of the first type that it can be of.
+template <class... T> bool readOneOf(const boost::json::value& value, std::variant<T...>& to) {
+    const auto readAs = [&](auto one) { return read(value, one) && (to = std::move(one), true); };
+    return (readAs(T{}) || ...);
+}
 
 /// Reads a value; false: it is of another type.
 ///
@@ -63,10 +75,15 @@ template <class T> bool read(const boost::json::value& value, T& to) {
         to.assign(value.get_string().data(), value.get_string().size());
         return true;
     } else if constexpr (isOptional<T>) {
-        if (value.is_null())
-            return true;
         typename T::value_type there{};
+        if (value.is_null() && !std::is_same_v<decltype(there), JsonText>)
+            return true;
         return read(value, there) && (to = std::move(there), true);
+    } else if constexpr (isVariant<T>) {
+        return readOneOf(value, to);
+    } else if constexpr (std::is_same_v<T, JsonText>) {
+        to.text = boost::json::serialize(value);
+        return true;
     } else if constexpr (isList<T>) {
         if (!value.is_array())
             return false;
@@ -132,6 +149,10 @@ template <class T> boost::json::value toJson(const T& value) {
         return boost::json::string(std::string_view(value));
     } else if constexpr (isOptional<T>) {
         return value ? toJson(*value) : nullptr;
+    } else if constexpr (isVariant<T>) {
+        return std::visit([](const auto& one) { return toJson(one); }, value);
+    } else if constexpr (std::is_same_v<T, JsonText>) {
+        return parse(value.text);
     } else if constexpr (isList<T>) {
         boost::json::array list;
         list.reserve(value.size());

@@ -111,8 +111,8 @@ std::string fold(std::string line, const std::string& indent) {
     return line.substr(0, at + 1) + "\n" + fold(indent + "        " + line.substr(at + 2), indent);
 }
 
-std::string makeClass(const Interface& interface, const std::string& types) {
-    std::string made = makeComment("The methods of `" + interface.name +
+std::string makeClass(const Interface& interface, const std::string& introduction, const std::string& types) {
+    std::string made = makeComment(introduction + "The methods of `" + interface.name +
                                        "`, by the names that they have on the wire. They throw what the "
                                        "calls of a Context throw, and are as little for sharing.",
                                    "") +
@@ -152,13 +152,12 @@ std::string makeMembers(const Record& record, const std::string& scope) {
     std::string made;
     for (const auto& part : record.parts)
         made += makeMembers(part, type + "::");
-    made += "\ntemplate <> constexpr auto members<" + type + "> = std::tuple(\n";
+    std::string tuple;
     for (const auto& field : record.fields) {
-        made += "    Member{\"" + field.name + "\", &" + type + "::" + field.name + ", " +
-                (field.isNeeded ? "true" : "false") + "}" +
-                (&field == &record.fields.back() ? ");\n" : ",\n");
+        tuple.append(tuple.empty() ? "\n" : ",\n").append("    Member{\"").append(field.name).append("\", &");
+        tuple.append(type).append("::").append(field.name).append(field.isNeeded ? ", true}" : ", false}");
     }
-    return made;
+    return made + "\ntemplate <> constexpr auto members<" + type + "> = std::tuple(" + tuple + ");\n";
 }
 
 std::string makeSource(const Model& model, const std::string& start, const std::string& header,
@@ -185,7 +184,8 @@ std::string include(const std::vector<std::string>& headers) {
     return made + "\n";
 }
 
-const std::vector<std::string> ofTypes = {"<cstdint>", "<limits>", "<optional>", "<string>", "<vector>"};
+const std::vector<std::string> ofTypes = {"<cstdint>", "<limits>",  "<optional>",
+                                          "<string>",  "<variant>", "<vector>"};
 const std::vector<std::string> ofCalls = {"<cstdint>", "<string>", "<string_view>", "<vector>"};
 const std::string open = "namespace Ostrel::Client {\n\n";
 const std::string close = "} // namespace Ostrel::Client\n";
@@ -198,14 +198,17 @@ std::vector<File> writeLibrary(const Model& model, const std::string& descriptio
     if (model.interfaces.size() == 1) {
         const auto& interface = model.interfaces.front();
         const auto name = interface.name + ".h";
-        return {{name, header + include({"\"clients/cpp/Context.h\""}) + include(ofTypes) + open +
-                           makeClass(interface, makeTypes(model, "    ")) + "\n" + close},
+        return {{name, header + include({"\"clients/cpp/Context.h\"", "\"clients/cpp/JsonText.h\""}) +
+                           include(ofTypes) + open +
+                           makeClass(interface, model.introduction + "\n\n", makeTypes(model, "    ")) +
+                           "\n" + close},
                 {interface.name + ".cpp", makeSource(model, start, name, interface.name + "::")}};
     }
     std::string classes;
     for (const auto& interface : model.interfaces)
-        classes += makeClass(interface, "") + "\n";
-    return {{"Records.h", header + include(ofTypes) + open + makeTypes(model, "") + close},
+        classes += makeClass(interface, "", "") + "\n";
+    return {{"Records.h", header + include({"\"clients/cpp/JsonText.h\""}) + include(ofTypes) + open +
+                              makeTypes(model, "") + close},
             {"Interfaces.h", header + include({"\"clients/cpp/Context.h\"", "\"clients/cpp/Records.h\""}) +
                                  include(ofCalls) + open + classes + close},
             {"Interfaces.cpp", makeSource(model, start, "Interfaces.h", "")}};

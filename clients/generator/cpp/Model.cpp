@@ -33,6 +33,8 @@ public:
     explicit Reader(std::string_view text) : root_(json::parse(text)) {}
 
     Model read() {
+        const auto introduction = textOf(root_.at("info").as_object(), "description");
+        model_.introduction = introduction.substr(0, introduction.find('\n'));
         for (const auto& method : root_.at("methods").as_array()) {
             findUses(method.at("params"), "");
             if (const auto* const result = method.as_object().if_contains("result"))
@@ -147,9 +149,17 @@ private:
             return name;
         }
         if (const auto* const types = schema.if_contains("type"); types != nullptr && types->is_array()) {
+            if (types->get_array().size() > 2)
+                return "JsonText";
             auto one = schema;
             one["type"] = types->get_array().at(0);
             return "std::optional<" + makeType(member, one, scope) + ">"; // the other one is null
+        }
+        if (isVariant(schema)) {
+            std::vector<std::string> types;
+            for (const auto& choice : choicesOf(schema))
+                types.push_back(makeType(member, choice, scope));
+            return "std::variant<" + join(types, ", ") + ">";
         }
         if (isType(schema, "array"))
             return "std::vector<" + makeType(member, schema.at("items"), scope) + ">";
@@ -194,7 +204,7 @@ private:
                                  items != nullptr ? describeNumber(resolve(*items)) : "",
                                  most != nullptr ? "At most " + json::serialize(*most) + "." : ""},
                                 " ");
-        return join({facts, describeTexts(schema)}, "\n");
+        return join({facts, describeChoices(schema)}, "\n");
     }
 
     Interface& getInterface(const std::string& method) {
@@ -219,11 +229,37 @@ private:
         return textOf(method, "summary") + ".\n\n" + textOf(method, "description");
     }
 
-    Notification makeNotification(const std::string& name, const json::object& method) const {
-        std::vector<std::string> params;
+    Notification makeNotification(const std::string& name, const json::object& method) {
+        Schema params{{"properties", json::object()}, {"required", json::array()}};
         for (const auto& param : method.at("params").as_array())
-            params.push_back("`" + textOf(resolve(param), "name") + "`");
-        return {name, join({introduce(method), "Its params: " + join(params, ", ") + "."}, "\n\n")};
+            addParam(params, resolve(param));
+        auto record = makeRecord(capitalized(getOperation(name)), params);
+        if (const auto same = findRecord(record); !same.empty())
+            return {name, introduce(method) + "\n\nIts params are a " + same + "."};
+        record.comment = "The params of `" + name + "`.";
+        model_.records.push_back(std::move(record));
+        return {name, introduce(method) + "\n\nIts params are an " + model_.records.back().name + "."};
+    }
+
+    /// Returns the name of a described record that has the same members; else nothing.
+    std::string findRecord(const Record& like) const {
+        const auto isSame = [](const Field& a, const Field& b) {
+            return a.name == b.name && a.type == b.type && a.isNeeded == b.isNeeded;
+        };
+        for (const auto& record : model_.records) {
+            if (added_.contains(record.name) && std::equal(record.fields.begin(), record.fields.end(),
+                                                           like.fields.begin(), like.fields.end(), isSame))
+                return record.name;
+        }
+        return "";
+    }
+
+    /// Adds one of a method's params to the schema of all of them.
+    static void addParam(Schema& params, const json::object& param) {
+        const auto& name = param.at("name").as_string();
+        params["properties"].as_object()[name] = param.at("schema");
+        if (const auto* const required = param.if_contains("required"); required && required->as_bool())
+            params["required"].as_array().emplace_back(name);
     }
 
     Call makeCall(const std::string& name, const json::object& method) {
@@ -240,10 +276,7 @@ private:
                 payload = resolve(param.at("schema"));
             } else {
                 call.params = Call::Params::Plain;
-                payload["properties"].as_object()[paramName] = param.at("schema");
-                if (const auto* const required = param.if_contains("required");
-                    required && required->as_bool())
-                    payload["required"].as_array().push_back(json::string(paramName));
+                addParam(payload, param);
             }
         }
         addArguments(call, payload);

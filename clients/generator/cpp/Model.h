@@ -67,6 +67,7 @@ struct Interface {
 };
 
 struct Model {
+    std::string introduction; ///< what the description says first
     /// Those that stand by themselves. Where there is one interface alone they are inside its class.
     std::vector<Enumeration> enumerations;
     std::vector<Record> records; ///< each behind those that it holds

@@ -68,6 +68,10 @@ bool isRecord(const Schema& schema) {
            (!choices.empty() && choices[0].as_object().contains("properties"));
 }
 
+bool isVariant(const Schema& schema) {
+    return !choicesOf(schema).empty() && !listsValues(schema) && !isRecord(schema);
+}
+
 bool isRequired(const Schema& owner, std::string_view member) {
     const auto* const required = owner.if_contains("required");
     return required != nullptr &&
@@ -86,24 +90,23 @@ std::string typeOfInteger(const Schema& schema) {
 std::string describeNumber(const Schema& schema) {
     const auto unit = textOf(schema, "x-unit");
     const auto most = boundOf(schema, "maximum", Limits32::max());
-    const bool isNarrow = schema.contains("minimum") && most != Limits32::max() && most != LimitsU32::max();
+    const bool isNarrow = schema.contains("minimum") && most != Limits32::max() && most < LimitsU32::max();
     const auto range =
         isNarrow ? literal(schema.at("minimum")) + " to " + literal(schema.at("maximum")) : std::string();
     return join({unit.empty() ? "" : "Unit: " + unit + ".", range.empty() ? "" : "Range: " + range + "."},
                 " ");
 }
 
-std::string describeTexts(const Schema& schema) {
-    std::string described;
-    for (const auto& choice : choicesOf(schema)) {
-        const auto* const value = choice.as_object().if_contains("const");
-        if (value == nullptr || !value->is_string())
-            continue;
-        const auto meaning = textOf(choice.as_object(), "description");
-        described.append(described.empty() ? "- " : "\n- ").append(json::serialize(*value));
-        described.append(meaning.empty() ? "" : ": ").append(meaning);
+std::string describeChoices(const Schema& schema) {
+    std::vector<std::string> described;
+    for (const auto& each : choicesOf(schema)) {
+        const auto& choice = each.as_object();
+        const auto* const value = choice.if_contains("const");
+        const auto text =
+            join({value != nullptr ? json::serialize(*value) : "", textOf(choice, "description")}, ": ");
+        described.push_back("- " + text);
     }
-    return described;
+    return join(described, "\n");
 }
 
 std::string initializerOf(const std::string& type, const json::value* value) {

@@ -31,6 +31,9 @@ bool listsValues(const Schema& schema);
 /// Whether it is an object that has members, or either of some.
 bool isRecord(const Schema& schema);
 
+/// Whether it is a value of one of several types, each with a schema of its own.
+bool isVariant(const Schema& schema);
+
 bool isRequired(const Schema& owner, std::string_view member);
 
 /// Returns 32 bits, unsigned where nothing is below 0, and 64 for what does not fit.
@@ -39,8 +42,8 @@ std::string typeOfInteger(const Schema& schema);
 /// Returns what the type does not say of a number.
 std::string describeNumber(const Schema& schema);
 
-/// Returns the texts that are understood, each with what it means.
-std::string describeTexts(const Schema& schema);
+/// Returns the texts that are understood, or the types, each with what it means.
+std::string describeChoices(const Schema& schema);
 
 /// Returns what a member of this type is at the start; empty: what the type makes of it.
 ///

@@ -176,6 +176,14 @@ TEST(CallsTest, RecordsHaveTheMembersThatAreDescribed) {
     EXPECT_EQ(getMembers(Programme()), getDescribedMembers("Programme"));
 }
 
+TEST(CallsTest, NotificationsAreReadToo) {
+    const auto progress = decode<OnScanProgress>(R"({"sourceId":1,"percent":42})");
+    EXPECT_EQ(progress, (OnScanProgress{1, 42}));
+    for (const auto* const name :
+         {ITVConfig::onScanStart, ITVConfig::onScanProgress, ITVConfig::onScanComplete})
+        EXPECT_FALSE(findMethod(name).contains("result")) << name;
+}
+
 TEST(CallsTest, DocumentsAreReadToo) {
     const auto& example = findMethod("ITVGuide::query").at("examples").at(0);
     const std::string document(example.at("result").at("value").at(0).as_string());

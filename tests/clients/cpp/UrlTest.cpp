@@ -65,6 +65,12 @@ const Row rows[] = {
 INSTANTIATE_TEST_SUITE_P(Urls, UrlTable, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
+TEST(UrlTest, OtherServersAreBesideIt) {
+    EXPECT_EQ(Url("box").withServer("Simulator").getTarget(), "/rpc/Simulator");
+    EXPECT_EQ(Url("ws://box/one/rpc/TV").withServer("Simulator").getTarget(), "/one/rpc/Simulator");
+    EXPECT_EQ(Url("unix:/x").withServer("Simulator").getSocketPath(), "/x");
+}
+
 TEST(UrlTest, HostHasNoBracketsAndUnixSocketsAreLocalhost) {
     EXPECT_EQ(Url("[::1]:9").getHost(), "::1");
     EXPECT_EQ(Url("[::1]:9").getAuthority(), "[::1]:9");

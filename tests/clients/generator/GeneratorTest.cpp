@@ -20,8 +20,8 @@ std::string onOneLine(const std::string& text) {
 
 /// Returns what is made of a description, in one line, or what is wrong with it.
 std::string make(const std::string& methods, const std::string& schemas) {
-    const auto description =
-        R"({"methods":[)" + methods + R"(],"components":{"errors":{},"schemas":{)" + schemas + "}}}";
+    const auto description = R"({"info":{"description":"A box.\n\nMore."},"methods":[)" + methods +
+                             R"(],"components":{"errors":{},"schemas":{)" + schemas + "}}}";
     try {
         std::string made;
         for (const auto& file : writeLibrary(readModel(description), "the description"))
@@ -80,6 +80,9 @@ const Row members[] = {
      R"(std::string it; ///< - "a": First.)"},
     {"Record", R"({"type":"object","description":"Who.","properties":{"a":{"type":"boolean"}}})",
      "/// Who. struct It { std::optional<bool> a; bool operator==(const It&) const = default; };"},
+    {"OfTwoTypes", R"({"description":"How late.","oneOf":[{"type":"integer","minimum":0,"description":"Always."},{"type":"array","items":{"type":"number"}}]})",
+     "/// How late. /// - Always. /// - std::variant<std::uint32_t, std::vector<double>> it;"},
+    {"OfAnyType", R"({"type":["number","string","null"]})", "JsonText it; std::optional<JsonText> other;"},
     {"HasNoType", R"({"description":"?"})", R"(there is no C++ type for the member "it", {"description":"?"})"},
 };
 // clang-format on
@@ -137,6 +140,28 @@ TEST(GeneratorTest, RecordThatMethodsUseTooComesBeforeThoseThatHoldIt) {
     EXPECT_LT(made.find("struct Part {"), made.find("struct Whole { std::optional<Part> part;")) << made;
 }
 
+TEST(GeneratorTest, NotificationOfARecordHasNoOther) {
+    const auto made =
+        make(makeMethod("Box::ask", "", R"({"$ref":"#/components/schemas/Thing"})") +
+                 R"(,{"name":"Box::onOpen","summary":"Open","description":"It is.","tags":[],"params":[)"
+                 R"({"name":"who","required":true,"schema":{"type":"string"}}]})",
+             R"("Thing":{"type":"object","required":["who"],"properties":{"who":{"type":"string"}}})");
+    EXPECT_NE(made.find("Its params are a Thing."), std::string::npos) << made;
+    EXPECT_EQ(made.find("struct OnOpen"), std::string::npos) << made;
+}
+
+TEST(GeneratorTest, NotificationHasARecordOfItsParams) {
+    const auto made =
+        make(R"({"name":"Box::onOpen","summary":"Open","description":"It is.","tags":[],"params":[)"
+             R"({"name":"who","required":true,"schema":{"type":"string"}}]})",
+             "");
+    EXPECT_NE(made.find("/// The params of `Box::onOpen`. struct OnOpen { std::string who;"),
+              std::string::npos)
+        << made;
+    EXPECT_NE(made.find(R"(static constexpr const char* onOpen = "Box::onOpen";)"), std::string::npos)
+        << made;
+}
+
 TEST(GeneratorTest, OneInterfaceHasItsRecordsInside) {
     const auto result = R"({"$ref":"#/components/schemas/Part"})";
     const auto one = make(makeMethod("Box::ask", "", result), part);
@@ -151,7 +176,8 @@ TEST(GeneratorTest, OneInterfaceHasItsRecordsInside) {
 
 TEST(GeneratorTest, TableHasTheMethodsOfAllDescriptions) {
     const auto read = [](const std::string& methods) {
-        return readModel(R"({"methods":[)" + methods + R"(],"components":{"errors":{},"schemas":{}}})");
+        return readModel(R"({"info":{"description":"A box.\n\nMore."},"methods":[)" + methods +
+                         R"(],"components":{"errors":{},"schemas":{}}})");
     };
     const auto null = R"({"type":"null"})";
     const auto table =

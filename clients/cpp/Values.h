@@ -7,6 +7,7 @@
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -141,7 +142,10 @@ template <class Result> Result fromJson(const boost::json::value& reply) {
 
 /// Returns a value as it travels, see encode().
 template <class T> boost::json::value toJson(const T& value) {
-    if constexpr (std::is_arithmetic_v<T>) {
+    if constexpr (std::is_floating_point_v<T>) {
+        const auto whole = static_cast<std::int32_t>(std::clamp(value, -1e9, 1e9));
+        return value == whole ? boost::json::value(whole) : boost::json::value(value); // 1, not 1E0
+    } else if constexpr (std::is_arithmetic_v<T>) {
         return value;
     } else if constexpr (std::is_enum_v<T>) {
         return static_cast<std::underlying_type_t<T>>(value);

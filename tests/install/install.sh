@@ -67,6 +67,7 @@ block cmake 1 >"$folder/typed/CMakeLists.txt"
 address='std::getenv("OSTREL_TV_URL")'
 block cpp 1 | sed "s/\"127.0.0.1:8480\"/$address/" >"$folder/typed/channels.cpp"
 block cpp 2 | sed "s/\"127.0.0.1:8480\"/$address/" >"$folder/typed/scan.cpp"
+block cpp 3 | sed "s/\"127.0.0.1:8480\"/$address/" >"$folder/typed/junction.cpp"
 cmake -S "$folder/typed" -B "$folder/typed/build" -G "$generator" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$folder/second" >/dev/null
 cmake --build "$folder/typed/build"
@@ -89,6 +90,7 @@ compile() { # PACKAGE SOURCE OPTION ...
 }
 compile ostrel-client "$folder/typed/channels.cpp" -o "$folder/channels"
 typed "$folder/channels"
+compile ostrel-client "$folder/typed/junction.cpp" -o "$folder/junction"
 compile ostreltv "$consumer/serve.cpp" -o "$folder/serve"
 DUMMYFAKETIME='' talk "$folder/serve" -- "$folder/consumer/ask" ADDRESS
 

@@ -73,7 +73,10 @@ std::string makeRecord(const Record& record, const std::string& indent) {
     for (const auto& part : record.parts)
         made += makeRecord(part, inner) + "\n";
     for (const auto& field : record.fields) {
-        const auto start = field.initializer.empty() ? "" : " = " + field.initializer;
+        // Compilers warn of a member that nobody names, unless it has a start of its own.
+        const auto start = !field.initializer.empty() ? " = " + field.initializer
+                           : field.isNeeded           ? ""
+                                                      : "{}";
         made += withComment(field.type + " " + field.name + start + ";", field.comment, inner);
     }
     return made + "\n" + inner + "bool operator==(const " + record.name + "&) const = default;\n" + indent +

@@ -57,7 +57,7 @@ TEST_P(MemberTable, BecomesThis) {
 
 // clang-format off
 const Row members[] = {
-    {"Unsigned", R"({"type":"integer","minimum":0,"maximum":4294967295})", "std::uint32_t it = 0; std::optional<std::uint32_t> other;"},
+    {"Unsigned", R"({"type":"integer","minimum":0,"maximum":4294967295})", "std::uint32_t it = 0; std::optional<std::uint32_t> other{};"},
     {"Signed", R"({"type":"integer","minimum":-2147483648,"maximum":2147483647})", "std::int32_t it = 0;"},
     {"SmallIsUnsigned", R"({"type":"integer","minimum":0,"maximum":255})", "std::uint32_t it = 0; ///< Range: 0 to 255."},
     {"LargeUnsigned", R"({"type":"integer","minimum":0,"maximum":4294967296})", "std::uint64_t it = 0;"},
@@ -65,24 +65,24 @@ const Row members[] = {
     {"Unbounded", R"({"type":"integer"})", "std::int32_t it = 0;"},
     {"Fraction", R"({"type":"number","default":0.5})", "double it = 0.5"},
     {"Unit", R"({"type":"integer","minimum":0,"description":"How far.","x-unit":"kHz"})", "std::uint32_t it = 0; ///< How far. Unit: kHz."},
-    {"Text", R"({"type":"string"})", "std::string it; std::optional<std::string> other;"},
+    {"Text", R"({"type":"string"})", "std::string it; std::optional<std::string> other{};"},
     {"TextWithDefault", R"({"type":"string","default":"*"})", R"(std::string other = "*";)"},
     {"List", R"({"type":"array","items":{"type":"string"},"maxItems":3})", "std::vector<std::string> it; ///< At most 3."},
-    {"Flag", R"({"type":"boolean"})", "bool it = false; std::optional<bool> other;"},
+    {"Flag", R"({"type":"boolean"})", "bool it = false; std::optional<bool> other{};"},
     {"FlagWithDefault", R"({"type":"boolean","default":true})", "bool other = true;"},
     {"MayBeNull", R"({"type":["string","null"]})", "std::optional<std::string> it;"},
     {"Enumeration", R"({"type":"integer","description":"From where.","oneOf":[{"const":3,"title":"Top"}]})",
      "/// From where. enum class It : std::uint32_t { Top = 3 };"},
     {"EnumeratedWithDefault", R"({"type":"integer","default":4,"oneOf":[{"const":3,"title":"Top"},{"const":4,"title":"End"}]})", "Other other = Other::End;"},
     {"DefaultIsNoConstant", R"({"type":"array","items":{"type":"number"},"default":[1]})", "there is no C++ for the default [1]"},
-    {"Enumerated", R"({"type":"integer","oneOf":[{"const":3,"title":"Top"}]})", "It it = It::Top; std::optional<Other> other;"},
+    {"Enumerated", R"({"type":"integer","oneOf":[{"const":3,"title":"Top"}]})", "It it = It::Top; std::optional<Other> other{};"},
     {"TextsStayTexts", R"({"type":"string","oneOf":[{"const":"a","description":"First."}]})",
      R"(std::string it; ///< - "a": First.)"},
     {"Record", R"({"type":"object","description":"Who.","properties":{"a":{"type":"boolean"}}})",
-     "/// Who. struct It { std::optional<bool> a; bool operator==(const It&) const = default; };"},
+     "/// Who. struct It { std::optional<bool> a{}; bool operator==(const It&) const = default; };"},
     {"OfTwoTypes", R"({"description":"How late.","oneOf":[{"type":"integer","minimum":0,"description":"Always."},{"type":"array","items":{"type":"number"}}]})",
      "/// How late. /// - Always. /// - std::variant<std::uint32_t, std::vector<double>> it;"},
-    {"OfAnyType", R"({"type":["number","string","null"]})", "JsonText it; std::optional<JsonText> other;"},
+    {"OfAnyType", R"({"type":["number","string","null"]})", "JsonText it; std::optional<JsonText> other{};"},
     {"HasNoType", R"({"description":"?"})", R"(there is no C++ type for the member "it", {"description":"?"})"},
 };
 // clang-format on
@@ -128,7 +128,7 @@ TEST(GeneratorTest, PartOfOneRecordIsInsideIt) {
     const auto made = make(makeMethod("Box::ask", "", R"({"$ref":"#/components/schemas/Whole"})"),
                            std::string(whole) + "," + part);
     EXPECT_NE(made.find("struct Whole { struct Part { bool a = true; bool operator==(const Part&) const = "
-                        "default; }; std::optional<Part> part;"),
+                        "default; }; std::optional<Part> part{};"),
               std::string::npos)
         << made;
 }
@@ -137,7 +137,7 @@ TEST(GeneratorTest, RecordThatMethodsUseTooComesBeforeThoseThatHoldIt) {
     const auto made = make(makeMethod("Box::ask", "", R"({"$ref":"#/components/schemas/Whole"})") + "," +
                                makeMethod("Box::get", "", R"({"$ref":"#/components/schemas/Part"})"),
                            std::string(whole) + "," + part);
-    EXPECT_LT(made.find("struct Part {"), made.find("struct Whole { std::optional<Part> part;")) << made;
+    EXPECT_LT(made.find("struct Part {"), made.find("struct Whole { std::optional<Part> part{};")) << made;
 }
 
 TEST(GeneratorTest, NotificationOfARecordHasNoOther) {

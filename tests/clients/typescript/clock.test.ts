@@ -1,64 +1,9 @@
 // The service's time: how tv.clock follows it when it is set, stands, or goes at another speed.
 
 import { type Events, Tv } from '@ostrel/tv';
-import { once } from 'node:events';
-import { createServer, type Server } from 'node:http';
-import type { AddressInfo } from 'node:net';
 import { expect, onTestFinished, test } from 'vitest';
-import { type WebSocket, WebSocketServer } from 'ws';
 import { connected } from './host.js';
-
-/** A service with a clock that the test sets, and, where that is wished, a simulator that tells of it. */
-class SteeredService {
-  now = 1_000_000;
-  speed = 0;
-  readonly questions: string[] = [];
-  readonly #server: Server = createServer((_, response) => response.writeHead(404).end());
-  readonly #watchers = new Set<WebSocket>();
-
-  /** @param simulator  whether there is one; `mute`: it takes connections and never answers a word */
-  static async start(simulator: boolean | 'mute'): Promise<SteeredService> {
-    const service = new SteeredService();
-    const sockets = new WebSocketServer({ noServer: true });
-    service.#server.on('upgrade', (request, socket, head) => {
-      socket.on('error', () => {}); // cut by who gave up
-      const isTv = request.url === '/rpc/TV';
-      if (!isTv && simulator === 'mute') return;
-      if (!isTv && !simulator) return void socket.end('HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n');
-      sockets.handleUpgrade(request, socket, head, (opened) => {
-        if (!isTv) service.#watchers.add(opened);
-        opened.on('message', (text) => {
-          const { id, method } = JSON.parse(String(text));
-          service.questions.push(method);
-          opened.send(JSON.stringify({ jsonrpc: '2.0', id, result: service.#answer(method) }));
-        });
-      });
-    });
-    onTestFinished(() => {
-      for (const socket of sockets.clients) socket.terminate();
-      service.#server.closeAllConnections();
-      service.#server.close();
-    });
-    await once(service.#server.listen(0, '127.0.0.1'), 'listening');
-    return service;
-  }
-
-  get url(): string {
-    return `ws://127.0.0.1:${(this.#server.address() as AddressInfo).port}`;
-  }
-
-  /** Sets the clock and tells of it. */
-  set(now: number, speed: number): void {
-    Object.assign(this, { now, speed });
-    const params = { now, speed, real: 0 };
-    for (const socket of this.#watchers) socket.send(JSON.stringify({ jsonrpc: '2.0', method: 'Simulator::onClock', params }));
-  }
-
-  #answer(method: string): unknown {
-    if (method === 'Simulator::clockGet') return { now: this.now, speed: this.speed, real: 0 };
-    return method === 'ITVService::utcTimeGet' ? this.now : 1;
-  }
-}
+import { SteeredService } from './steered.js';
 
 /** Resolves once the clock was told of as told here. */
 const clockAt = (tv: Tv, wanted: Partial<Events['clock']>) =>
@@ -122,8 +67,9 @@ test('what is not asked for by anybody is not asked: one question a connection a
   const tv = await connected(service.url);
   await clockAt(tv, { speed: 0 });
   for (let i = 0; i < 1000; ++i) tv.clock.now();
-  expect(service.questions.filter((method) => method.endsWith('clockGet'))).toHaveLength(1);
-  expect(service.questions.filter((method) => method.endsWith('utcTimeGet')).length).toBeLessThan(4);
+  const questions = service.messages.flat();
+  expect(questions.filter((method) => method.endsWith('clockGet'))).toHaveLength(1);
+  expect(questions.filter((method) => method.endsWith('utcTimeGet')).length).toBeLessThan(4);
 });
 
 test('no call waits for a simulator that does not answer', async () => {

@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import { type ChildProcess, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import type { AddressInfo } from 'node:net';
+import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 import { connect, type ConnectOptions, type Tv } from '@ostrel/tv';
@@ -11,7 +12,7 @@ import { onTestFinished } from 'vitest';
 import { WebSocket, WebSocketServer } from 'ws';
 
 const program =
-  process.env.OSTREL_TVD ?? fileURLToPath(new URL('../../../build/release/host/ostrel-tvd', import.meta.url));
+  process.env.OSTREL_TVD ?? join(fileURLToPath(import.meta.url), '../../../../build/release/host/ostrel-tvd');
 
 /** The host, with the clock at noon in London on the day in the middle of the guide. */
 export class Host {
@@ -78,6 +79,10 @@ export class Line {
   readonly #lost = new Set<number>();
   /** Every request that has come, in its order. */
   readonly requests: Request[] = [];
+  /** The messages that they came in. */
+  messages = 0;
+  /** How often somebody has connected. */
+  connections = 0;
   /** The method whose replies do not arrive. */
   loses = '';
   /** The method on whose request the line breaks, once the host has answered it. */
@@ -105,9 +110,11 @@ export class Line {
 
   #join(near: WebSocket, far: WebSocket): void {
     this.#sockets.add(near).add(far);
+    this.connections += 1;
     const breaking = new Set<number>();
     const opened = once(far, 'open');
     near.on('message', async (text) => {
+      this.messages += 1;
       for (const request of [JSON.parse(String(text))].flat() as Request[]) {
         this.requests.push(request);
         if (request.method === this.loses) this.#lost.add(request.id);
@@ -117,9 +124,9 @@ export class Line {
       far.send(String(text));
     });
     far.on('message', (text) => {
-      const { id } = JSON.parse(String(text));
-      if (breaking.has(id)) near.terminate();
-      else if (!this.#lost.has(id)) near.send(String(text));
+      const ids = [JSON.parse(String(text))].flat().map(({ id }) => id);
+      if (ids.some((id) => breaking.has(id))) near.terminate();
+      else if (!ids.some((id) => this.#lost.has(id))) near.send(String(text));
     });
     near.on('close', () => far.terminate());
   }

@@ -1,0 +1,14 @@
+export type { Answer } from './Entry.js';
+export {
+  type ClockReading,
+  type ScanAnswer,
+  useClock,
+  useConnection,
+  useGuideWindow,
+  useNowNext,
+  useScan,
+  useServices,
+  useTv,
+} from './hooks.js';
+export type { ConnectionStatus, NowNext } from './Store.js';
+export { TvProvider } from './TvProvider.js';

@@ -6,27 +6,80 @@ import { readdirSync, readFileSync } from 'node:fs';
 import { dirname, join, resolve } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
+import ts from 'typescript';
 import { expect, test } from 'vitest';
 import { Host } from './host.js';
 
 const root = fileURLToPath(new URL('../../../', import.meta.url));
 const library = `${root}clients/typescript/`;
 
-test('a page loads less than 12 kB of it, and nothing else', async () => {
+/** Bundles a module as a page would, with React left out, and returns what it is made of and its size. */
+async function bundle(contents: string) {
   const { outputFiles, metafile } = await build({
-    stdin: { contents: "export * from '@ostrel/tv'", resolveDir: library },
+    stdin: { contents, resolveDir: library },
     bundle: true,
     minify: true,
     format: 'esm',
+    external: ['react'],
     metafile: true,
     write: false,
   });
-  expect(Object.keys(metafile.inputs).filter((file) => /node_modules\/(?!@ostrel)/.test(file))).toEqual([
+  const inputs = Object.keys(metafile.inputs);
+  return { inputs, size: gzipSync(outputFiles[0]!.contents, { level: 9 }).length };
+}
+
+test('a page loads less than 12 kB of it, and nothing else', async () => {
+  const { inputs, size } = await bundle("export * from '@ostrel/tv'");
+  expect(inputs.filter((file) => /node_modules\/(?!@ostrel)/.test(file))).toEqual([
     '(disabled):../../../node_modules/ws/browser.js', // empty
   ]);
-  const size = gzipSync(outputFiles[0]!.contents, { level: 9 }).length;
+  expect(inputs.filter((file) => file.includes('react'))).toEqual([]);
   console.log(`${size} bytes`);
   expect(size).toBeLessThan(12_000);
+});
+
+test('a page loads what it uses of it', async () => {
+  const all = await bundle("export * from '@ostrel/tv'; export * from '@ostrel/tv/react'");
+  const core = await bundle("export * from '@ostrel/tv'");
+  const errors = await bundle("export { TimedOut } from '@ostrel/tv'");
+  const hook = await bundle("export { useTv } from '@ostrel/tv/react'");
+  console.log(`${all.size - core.size} bytes of hooks`);
+  expect(all.size - core.size).toBeLessThan(3_000);
+  expect(errors.size).toBeLessThan(500);
+  expect(hook.size).toBeLessThan(all.size - core.size); // no connection among it
+});
+
+test('the package holds the library, its sources and its README, and nothing is missing', () => {
+  const [{ files }] = JSON.parse(execFileSync('npm', ['pack', '--dry-run', '--json', '--ignore-scripts'], { cwd: library, encoding: 'utf8' }));
+  const packed: string[] = files.map(({ path }: { path: string }) => path);
+  const sources = packed.filter((path) => path.startsWith('src/'));
+  const made = sources.flatMap((path) => ['.js', '.d.ts', '.js.map'].map((end) => path.replace('src/', 'dist/').replace(/\.ts$/, end)));
+  expect(packed.sort()).toEqual(['README.md', 'package.json', ...sources, ...made].sort());
+  const { exports } = JSON.parse(readFileSync(`${library}package.json`, 'utf8'));
+  for (const { types, default: module } of Object.values<Record<string, string>>(exports))
+    for (const file of [types, module]) expect(packed).toContain(file!.slice(2));
+});
+
+test('everything that it exports is explained where editors look', () => {
+  const entries = ['dist/index.d.ts', 'dist/react/index.d.ts'].map((file) => library + file);
+  const program = ts.createProgram(entries, { module: ts.ModuleKind.NodeNext, skipLibCheck: true });
+  const checker = program.getTypeChecker();
+  const unexplained: string[] = [];
+  let count = 0;
+  const look = (symbol: ts.Symbol, name: string) => {
+    count += 1;
+    if (symbol.getDocumentationComment(checker).length === 0) unexplained.push(name);
+  };
+  for (const entry of entries)
+    for (const exported of checker.getExportsOfModule(checker.getSymbolAtLocation(program.getSourceFile(entry)!)!)) {
+      const symbol = exported.flags & ts.SymbolFlags.Alias ? checker.getAliasedSymbol(exported) : exported;
+      look(symbol, symbol.name);
+      if (!(symbol.flags & ts.SymbolFlags.Class)) continue;
+      for (const member of checker.getDeclaredTypeOfSymbol(symbol).getProperties())
+        if (member.flags & ts.SymbolFlags.Method) look(member, `${symbol.name}.${member.name}`);
+    }
+  expect(count).toBeGreaterThan(100);
+  expect(unexplained).toEqual([]);
 });
 
 test('no module of it leads back to itself', async () => {

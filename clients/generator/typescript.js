@@ -20,6 +20,7 @@ const localized = (text) =>
   text
     .replaceAll(/`((?:ITV\w+|Simulator)::on\w+)`/g, (_, name) => `\`${eventName(name)}\``)
     .replaceAll(/`(ITV\w+)::(\w+)`/g, '{@link $1.$2 | $2}')
+    .replaceAll(/`Simulator::(\w+)`/g, '{@link SimulatorMethods.$1 | $1}')
     .replaceAll('*/', '*\\/');
 
 /** Returns a doc comment. @param {(string | undefined)[]} paragraphs  @param {string} indent */
@@ -99,25 +100,22 @@ function payloadRecord(method) {
 /** @param {string} error */
 const nameOnTheWire = (error) => resolve(errors[error].data ?? {}).properties?.name.const ?? error;
 
-/** @param {Method} method */
-function typedMethod(method) {
+/** What editors show of a method. @param {Method} method */
+export function methodComment(method) {
   const { description: result, 'x-unit': unit } = method.result.schema;
   const returned = result || unit ? [`@returns ${result ?? unit}`] : [];
   const thrown = Object.keys(method['x-refused'] ?? {}).map(
     (error) => `@throws {ServiceError} \`${nameOnTheWire(error)}\`: ${reasonFor(method, error)}`,
   );
-  const said = comment(
-    [
-      `${method.summary}.`,
-      method.description,
-      [...returned, ...thrown].join('\n'),
-    ],
-    '  ',
-  );
+  return comment([`${method.summary}.`, method.description, [...returned, ...thrown].join('\n')], '  ');
+}
+
+/** @param {Method} method */
+function typedMethod(method) {
   const payload = payloadOf(method);
   const parameter = payload === undefined ? '' : `payload: ${payloadName(method)}, `;
   const argument = payload !== undefined ? 'payload' : paramOf(method, 'payload') ? '{}' : 'undefined';
-  return `${said}  ${shortName(method.name)}(${parameter}options?: CallOptions): Promise<${typeOf(method.result.schema, '  ')}> {
+  return `${methodComment(method)}  ${shortName(method.name)}(${parameter}options?: CallOptions): Promise<${typeOf(method.result.schema, '  ')}> {
     return this.tv.call('${method.name}', ${argument}, options);
   }\n`;
 }

@@ -36,7 +36,7 @@ interface Message {
   error?: unknown;
 }
 
-const anything = 'integer|number|string|boolean|null|object';
+const anything = 'number|string|boolean|null|object';
 
 const lookUp = <T>(table: Readonly<Record<string, T>>, name: string) => (Object.hasOwn(table, name) ? table[name] : undefined);
 

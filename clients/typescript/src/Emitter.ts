@@ -3,8 +3,8 @@ import type { Notifications } from './generated/description.js';
 /** How the connection stands. */
 export type State = 'connecting' | 'open' | 'waiting' | 'closed';
 
-/** What tv.on() and tv.events() tell: the service's notifications, and what the connection goes through. */
-export interface Events extends Notifications {
+/** What a connection goes through. */
+export interface ConnectionEvents {
   /** The connection has changed. */
   state: {
     state: State;
@@ -18,6 +18,10 @@ export interface Events extends Notifications {
    * ask again for whatever is on show.
    */
   resync: {};
+}
+
+/** What tv.on() and tv.events() tell: the service's notifications, and what the connection goes through. */
+export interface Events extends Notifications, ConnectionEvents {
   /** The service's clock is known now, was set, or goes at another speed: whatever is shown of time is to be
    * shown anew, by `tv.clock`. */
   clock: {
@@ -29,14 +33,17 @@ export interface Events extends Notifications {
 }
 
 /** The names of events, of which a pattern such as `scan*` means several. */
-export type Matching<Pattern extends string> = Pattern extends `${infer Start}*`
-  ? Extract<keyof Events, `${Start}${string}`>
-  : Extract<keyof Events, Pattern>;
+export type Matching<All, Pattern extends string> = Pattern extends `${infer Start}*`
+  ? Extract<keyof All, `${Start}${string}`>
+  : Extract<keyof All, Pattern>;
 
-/** An event by its name and what it carries. */
-export type TvEvent<Name extends keyof Events = keyof Events> = {
-  [N in Name]: { name: N; params: Events[N] };
+/** One of some events by its name and what it carries. */
+export type EventOf<All, Name extends keyof All = keyof All> = {
+  [N in Name]: { name: N; params: All[N] };
 }[Name];
+
+/** An event of a `Tv` by its name and what it carries. */
+export type TvEvent<Name extends keyof Events = keyof Events> = EventOf<Events, Name>;
 
 type Listener = (name: string, params: unknown) => void;
 

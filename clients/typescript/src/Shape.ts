@@ -4,7 +4,10 @@ export type Shape = string | readonly [Shape] | { readonly [member: string]: Sha
 
 const kindOf = (value: unknown) => (value === null ? 'null' : Number.isInteger(value) ? 'integer' : typeof value);
 
-const fits = (kind: string, kinds: string) => kinds.split('|').includes(kind) || (kind === 'integer' && kinds === 'number');
+function fits(kind: string, shape: string): boolean {
+  const kinds = shape.split('|');
+  return kinds.includes(kind) || (kind === 'integer' && kinds.includes('number'));
+}
 
 /** Returns the path of what is not of its shape, such as `[3].title`, and undefined where all is. */
 export function findMisfit(value: unknown, shape: Shape): string | undefined {

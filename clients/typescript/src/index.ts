@@ -5,7 +5,6 @@ export type { ConnectOptions } from './Connection.js';
 export type { Events, State, TvEvent } from './Emitter.js';
 export { ConnectionLost, DecodeError, ServiceError, TimedOut, TvError } from './errors.js';
 export type * from './generated/description.js';
-export type * as Simulator from './generated/simulator.js';
 export type * from './generated/interfaces.js';
 export type { Guide, GuideWindow } from './Guide.js';
 export type { Scan } from './Scan.js';

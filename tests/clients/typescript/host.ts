@@ -4,15 +4,12 @@ import assert from 'node:assert/strict';
 import { type ChildProcess, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import type { AddressInfo } from 'node:net';
-import { join } from 'node:path';
 import { createInterface } from 'node:readline';
-import { fileURLToPath } from 'node:url';
 import { connect, type ConnectOptions, type Tv } from '@ostrel/tv';
 import { onTestFinished } from 'vitest';
 import { WebSocket, WebSocketServer } from 'ws';
 
-const program =
-  process.env.OSTREL_TVD ?? join(fileURLToPath(import.meta.url), '../../../../build/release/host/ostrel-tvd');
+const program = process.env.OSTREL_TVD!; // Vitest's configuration sees to that
 
 /** The host, with the clock at noon in London on the day in the middle of the guide. */
 export class Host {

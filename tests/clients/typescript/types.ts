@@ -1,6 +1,7 @@
 // Not run: that it compiles is the test. Every method with what it takes and gives, and what must not compile.
 
-import type { EventInfo, GenreStringMap, Programme, ScanInfo, ServiceInfo, SignalStatus, Simulator, Tv } from '@ostrel/tv';
+import type { EventInfo, GenreStringMap, Programme, ScanInfo, ServiceInfo, SignalStatus, Tv } from '@ostrel/tv';
+import type { Clock, Message, Simulator, Weather, World } from '@ostrel/tv/simulator';
 
 export async function everyMethod({ service, scan, guide }: Tv): Promise<void> {
   const context: number = await service.createContext();
@@ -68,29 +69,30 @@ export function mistakes(tv: Tv): void {
   tv.on('scanStopped', () => {});
 }
 
-type Params<M extends keyof Simulator.Methods> = Simulator.Methods[M]['params'];
+export async function everyControl(simulator: Simulator): Promise<void> {
+  let clock: Clock = await simulator.clockGet();
+  clock = await simulator.clockSet({ now: 1318762800, speed: 0.1 });
+  clock = await simulator.clockStep({ toNextStart: { serviceId: 1043, before: 5 } });
+  let weather: Weather = await simulator.weatherGet();
+  weather = await simulator.weatherSet({ rules: [{ method: 'ITVGuide::*', delayMs: [200, 800] }, { drop: 'reply' }], seed: 7 });
+  let done: true = await simulator.signalSet({ strength: 80, quality: 35 });
+  done = await simulator.reset();
+  const world: World = await simulator.worldGet();
+  let messages: Message[] = await simulator.trafficGet();
+  messages = await simulator.trafficGet({ last: 10 });
+  done = await simulator.trafficWatch({ on: true });
+  const stop: () => void = simulator.on('traffic', ({ text, missed }) => console.log(text, (missed ?? 0) + 1));
+  for await (const { params } of simulator.events('clock')) console.log(params.speed);
+  console.log(clock, weather, done, world, messages, stop);
+}
 
-export const controls: Simulator.Methods[keyof Simulator.Methods]['params'][] = [
-  { now: 1318762800, speed: 0.1 } satisfies Params<'Simulator::clockSet'>,
-  { toNextStart: { serviceId: 1043, before: 5 } } satisfies Params<'Simulator::clockStep'>,
-  { rules: [{ method: 'ITVGuide::*', delayMs: [200, 800] }, { drop: 'reply' }], seed: 7 } satisfies Params<'Simulator::weatherSet'>,
-  { strength: 80, quality: 35 } satisfies Params<'Simulator::signalSet'>,
-  { last: 10 } satisfies Params<'Simulator::trafficGet'>,
-  { on: true } satisfies Params<'Simulator::trafficWatch'>,
-  undefined satisfies Params<'Simulator::clockGet' | 'Simulator::weatherGet' | 'Simulator::reset' | 'Simulator::worldGet'>,
-];
-
-export const wrongControls: unknown[] = [
-  // @ts-expect-error  nothing of that name can get lost
-  { rules: [{ drop: 'everything' }] } satisfies Params<'Simulator::weatherSet'>,
-  // @ts-expect-error  it takes both
-  { strength: 80 } satisfies Params<'Simulator::signalSet'>,
-  // @ts-expect-error  it takes no context
-  { context: 1, on: true } satisfies Params<'Simulator::trafficWatch'>,
-];
-
-export const told = ({ clock, weather, traffic }: Simulator.Notifications): [number, Simulator.CountedRule[], string] => [
-  clock.speed,
-  weather.rules,
-  traffic.text,
-];
+export function mistakesWithControls(simulator: Simulator): void {
+  // @ts-expect-error  nothing is lost so
+  void simulator.weatherSet({ rules: [{ drop: 'everything' }] });
+  // @ts-expect-error  a member is missing
+  void simulator.signalSet({ strength: 80 });
+  // @ts-expect-error  there are no contexts here
+  void simulator.trafficWatch({ context: 1, on: true });
+  // @ts-expect-error  that is told by the service, not by its simulator
+  simulator.on('scanStart', () => {});
+}

@@ -1,19 +1,9 @@
 // The service's time: how tv.clock follows it when it is set, stands, or goes at another speed.
 
-import { type Events, Tv } from '@ostrel/tv';
+import { Tv } from '@ostrel/tv';
 import { expect, onTestFinished, test } from 'vitest';
-import { connected } from './host.js';
+import { clockAt, connected } from './host.js';
 import { SteeredService } from './steered.js';
-
-/** Resolves once the clock was told of as told here. */
-const clockAt = (tv: Tv, wanted: Partial<Events['clock']>) =>
-  new Promise<void>((resolve) => {
-    const stop = tv.on('clock', (told) => {
-      if (Object.entries(wanted).some(([name, value]) => told[name as keyof typeof told] !== value)) return;
-      stop();
-      resolve();
-    });
-  });
 
 test('a clock that is set is followed, forward and back', async () => {
   const service = await SteeredService.start(false);

@@ -5,7 +5,7 @@ import { type ChildProcess, spawn } from 'node:child_process';
 import { once } from 'node:events';
 import type { AddressInfo } from 'node:net';
 import { createInterface } from 'node:readline';
-import { connect, type ConnectOptions, type Tv } from '@ostrel/tv';
+import { connect, type ConnectOptions, type Events, type Tv } from '@ostrel/tv';
 import { onTestFinished } from 'vitest';
 import { WebSocket, WebSocketServer } from 'ws';
 
@@ -64,6 +64,16 @@ export async function connected(url: string, options: ConnectOptions = {}): Prom
   return tv;
 }
 
+/** Resolves once the clock was told of as told here. */
+export const clockAt = (tv: Tv, wanted: Partial<Events['clock']>) =>
+  new Promise<void>((resolve) => {
+    const stop = tv.on('clock', (told) => {
+      if (Object.entries(wanted).some(([name, value]) => told[name as keyof typeof told] !== value)) return;
+      stop();
+      resolve();
+    });
+  });
+
 interface Request {
   id: number;
   method: string;
@@ -76,8 +86,6 @@ export class Line {
   readonly #lost = new Set<number>();
   /** Every request that has come, in its order. */
   readonly requests: Request[] = [];
-  /** The messages that they came in. */
-  messages = 0;
   /** How often somebody has connected. */
   connections = 0;
   /** The method whose replies do not arrive. */
@@ -88,8 +96,9 @@ export class Line {
   static async to(host: Host): Promise<Line> {
     const line = new Line();
     line.#server.on('connection', (near, { url }) => {
-      if (url === '/rpc/TV') line.#join(near, new WebSocket(`${host.url}${url}`));
-      else near.terminate();
+      const far = new WebSocket(`${host.url}${url}`);
+      if (url === '/rpc/TV') line.#join(near, far);
+      else line.#pass(near, far);
     });
     onTestFinished(() => line.#end());
     await once(line.#server, 'listening');
@@ -105,13 +114,24 @@ export class Line {
     return this.requests.filter((request) => request.method === method).length;
   }
 
+  /** The simulator, to whom nothing goes wrong. */
+  #pass(near: WebSocket, far: WebSocket): void {
+    this.#sockets.add(near).add(far);
+    const opened = once(far, 'open');
+    near.on('message', async (text) => {
+      await opened;
+      far.send(String(text));
+    });
+    far.on('message', (text) => near.send(String(text)));
+    near.on('close', () => far.terminate());
+  }
+
   #join(near: WebSocket, far: WebSocket): void {
     this.#sockets.add(near).add(far);
     this.connections += 1;
     const breaking = new Set<number>();
     const opened = once(far, 'open');
     near.on('message', async (text) => {
-      this.messages += 1;
       for (const request of [JSON.parse(String(text))].flat() as Request[]) {
         this.requests.push(request);
         if (request.method === this.loses) this.#lost.add(request.id);

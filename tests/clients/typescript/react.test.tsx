@@ -2,6 +2,7 @@
 // The hooks, in components that are really rendered, on a real host and on one whose clock the test sets.
 
 import { Tv } from '@ostrel/tv';
+import { connectSimulator } from '@ostrel/tv/simulator';
 import { TvProvider, useClock, useConnection, useGuideWindow, useNowNext, useScan, useServices, useTv } from '@ostrel/tv/react';
 import { Component, type ReactNode, StrictMode } from 'react';
 import { createRoot } from 'react-dom/client';
@@ -193,6 +194,20 @@ describe('time', () => {
     await shows(page, hour(3).repeat(4));
     service.now = start + 3600 * 4;
     await shows(page, hour(4).repeat(4));
+  });
+
+  test('moves now and next on a real service, when its clock is stepped over the junction', async () => {
+    const host = await Host.start();
+    const simulator = await connectSimulator(host.url);
+    onTestFinished(() => simulator.close());
+    await simulator.clockSet({ speed: 0 });
+    const line = await Line.to(host);
+    const { page } = render(await connected(line.url), <><NowNext id={1043} /><NowNext id={1043} /></>);
+    await shows(page, /^(ready Gate and Stile then Weekend News;){2}$/);
+    await simulator.clockStep({ toNextStart: { serviceId: 1043, before: 5 } });
+    await simulator.clockStep({ seconds: 5 });
+    await shows(page, /^(ready Weekend News then (?!Weekend)[^;]+;){2}$/);
+    expect(line.count('ITVGuide::queryNowNextEventInfo')).toBe(2);
   });
 
   test('is shown by useClock as it passes, and costs nothing while it stands', async () => {

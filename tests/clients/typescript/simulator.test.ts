@@ -2,8 +2,8 @@
 
 import { connect, ConnectionLost, DecodeError, ServiceError, TimedOut, type Tv, TvError } from '@ostrel/tv';
 import { connectSimulator, type Simulator } from '@ostrel/tv/simulator';
-import { describe, expect, onTestFinished, test } from 'vitest';
-import { connected, Host } from './host.js';
+import { describe, expect, onTestFinished, test, vi } from 'vitest';
+import { clockAt, connected, Host } from './host.js';
 
 /** A host, its controls, and a client of it. */
 async function simulated(): Promise<{ simulator: Simulator; tv: Tv; host: Host }> {
@@ -49,11 +49,8 @@ describe('the controls', () => {
       expect(JSON.parse(params.text)).toMatchObject({ method: 'ITVConfig::scanStop' });
       break;
     }
-    const passed = await simulator.trafficGet({ last: 2 });
-    expect(passed.map(({ method, direction }) => [method, direction])).toEqual([
-      ['ITVConfig::scanStop', 'request'],
-      ['ITVConfig::scanStop', 'reply'],
-    ]);
+    const passed = (await simulator.trafficGet()).filter(({ method }) => method === 'ITVConfig::scanStop');
+    expect(passed.map(({ direction }) => direction)).toEqual(['request', 'reply']);
   });
 
   test('refuse what is wrong before anything has changed', async () => {
@@ -69,6 +66,65 @@ describe('the controls', () => {
     const host = await Host.start('127.0.0.1:0', '--no-simulator');
     await expect(connectSimulator(host.url)).rejects.toThrow(ConnectionLost);
     expect((await connected(host.url)).clock.speed).toBe(1);
+  });
+});
+
+describe('the clock', () => {
+  test('that is held is held here, and steps are followed to the second', async () => {
+    const { simulator, tv } = await simulated();
+    const held = clockAt(tv, { speed: 0 });
+    const { now } = await simulator.clockSet({ speed: 0 });
+    await held;
+    expect(tv.clock.now()).toBe(now);
+    for (const seconds of [1, 3600]) {
+      const stepped = new Promise((resolve) => tv.on('clock', resolve));
+      const clock = await simulator.clockStep({ seconds });
+      await stepped;
+      expect(tv.clock.now()).toBe(clock.now);
+      expect(await tv.service.utcTimeGet()).toBe(clock.now);
+    }
+  });
+
+  test('is known to stand, to run fast and to be as at the start to who comes later', async () => {
+    const { simulator, host } = await simulated();
+    for (const speed of [0, 60]) {
+      await simulator.clockSet({ speed });
+      const tv = await connected(host.url);
+      await vi.waitFor(() => expect(tv.clock.speed).toBe(speed), { timeout: 50_000 });
+      const reset = clockAt(tv, { speed: 1 });
+      await simulator.reset();
+      await reset;
+    }
+  });
+
+  test('steps to just before what is next, and to it', async () => {
+    const { simulator, tv } = await simulated();
+    await simulator.clockSet({ speed: 0 });
+    const { next } = await tv.service.nowNext(1043);
+    const toNextStart = { serviceId: 1043, before: 5 };
+    expect((await simulator.clockStep({ toNextStart })).now).toBe(next!.startTime - 5);
+    expect((await tv.service.nowNext(1043)).next).toEqual(next);
+    await simulator.clockStep({ seconds: 5 });
+    expect((await tv.service.nowNext(1043)).now).toEqual(next);
+  });
+
+  test('moves a scan, which tells of every percentage once and in order', async () => {
+    const { simulator, tv } = await simulated();
+    await simulator.clockSet({ speed: 0 });
+    const events = tv.events('scan*');
+    await tv.scan.start();
+    expect((await tv.scan.info())?.progress).toBe(0);
+    await simulator.clockStep({ seconds: 10 });
+    expect((await tv.scan.info())?.progress).toBe(20);
+    await simulator.clockSet({ speed: 3600 });
+    const percentages: number[] = [];
+    for await (const event of events) {
+      if (event.name === 'scanComplete') break;
+      if (event.name === 'scanProgress') percentages.push(event.params.percent);
+    }
+    expect(percentages).toEqual([...new Set(percentages)].sort((a, b) => a - b));
+    expect([percentages[0], percentages.includes(20), percentages.at(-1)]).toEqual([0, true, 100]);
+    expect(await tv.scan.info()).toMatchObject({ scanning: false, progress: 100 });
   });
 });
 

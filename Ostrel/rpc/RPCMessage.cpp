@@ -256,31 +256,34 @@ private:
         }
     }
 
-    void tell(RPCObserver::Direction direction, std::string_view text) noexcept {
-        if (!isObserved_)
-            return;
-        const auto now = Clock::now();
-        if (direction == RPCObserver::Direction::Request)
-            came_ = now;
-        const RPCObserver::Message message{
-            .direction = direction,
-            .time = floor<std::chrono::microseconds>(std::chrono::system_clock::now()),
-            .peer = peer_.get(),
-            .method = envelope_.name,
-            .id = envelope_.id,
-            .text = text,
-            .took = floor<std::chrono::microseconds>(now - came_.value_or(now))};
+    void tell(RPCObserver::Direction direction, std::string_view text,
+              std::chrono::microseconds took = {}) noexcept {
+        const RPCObserver::Message message{.direction = direction,
+                                           .time = cameAt_ + took,
+                                           .peer = peer_.get(),
+                                           .method = envelope_.name,
+                                           .id = envelope_.id,
+                                           .text = text,
+                                           .took = took};
         for (auto* observer : server_.getObservers())
             observer->passed(message);
     }
 
-    void tellCame() noexcept { tell(RPCObserver::Direction::Request, envelope_.text); }
+    void tellCame() noexcept {
+        if (!isObserved_)
+            return;
+        came_ = Clock::now();
+        cameAt_ = floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+        tell(RPCObserver::Direction::Request, envelope_.text);
+    }
 
     /// With the reply as it goes out; empty when none does.
     void tellDone(std::string_view reply) noexcept {
+        if (!isObserved_)
+            return;
         if (!came_)
             tellCame(); // there was no memory to read it
-        tell(RPCObserver::Direction::Reply, reply);
+        tell(RPCObserver::Direction::Reply, reply, floor<std::chrono::microseconds>(Clock::now() - *came_));
     }
 
     static std::string refuseList(const IRPC::RPCSynchronousMethodObject& method) {
@@ -338,6 +341,7 @@ private:
     bool isReplyLost_ = false; ///< of any request
     bool isConnectionLost_ = false;
     std::optional<Clock::time_point> came_; ///< when that was read; only when observed
+    std::chrono::sys_time<std::chrono::microseconds> cameAt_; ///< the same for people
     std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;
 };

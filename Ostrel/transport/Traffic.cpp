@@ -65,22 +65,26 @@ void Traffic::passed(const Message& message) noexcept {
             ++begin_;
         entry.begin = written_;
         entries_[end_++ % limits_.messages] = entry;
+        written_ += size;
+        auto place = std::size_t(entry.begin % room_);
         for (const auto& text : texts)
-            put(written_, text);
+            put(place, text);
     }
     if (bell_)
         bell_();
 }
 
-/// With the lock held.
-void Traffic::put(std::uint64_t& at, std::string_view text) noexcept {
-    while (!text.empty()) {
-        const auto place = at % room_;
-        const auto size = std::min<std::size_t>(text.size(), room_ - place);
-        std::memcpy(texts_.get() + place, text.data(), size);
-        text.remove_prefix(size);
-        at += size;
-    }
+/// Copies a text to a place, which is set behind it. With the lock held.
+void Traffic::put(std::size_t& place, std::string_view text) noexcept {
+    if (text.empty())
+        return; // it may have no address
+    const auto first = std::min(text.size(), room_ - place);
+    std::memcpy(texts_.get() + place, text.data(), first);
+    place += first;
+    if (place < room_)
+        return;
+    place = text.size() - first; // goes on at the begin
+    std::memcpy(texts_.get(), text.data() + first, place);
 }
 
 /// With the lock held.

@@ -66,7 +66,7 @@ private:
     struct Entry;
 
     std::size_t getUsed() const;
-    void put(std::uint64_t& at, std::string_view text) noexcept;
+    void put(std::size_t& place, std::string_view text) noexcept;
     void take(std::uint64_t& at, std::size_t size, std::string& text) const;
 
     const Limits limits_;

@@ -25,7 +25,7 @@ async function conform(...options) {
   return { status, ...written };
 }
 
-/** Runs the program against a simulator that was started afresh, and returns its status and findings. */
+/** Runs the program against a host that was started afresh, and returns its status and findings. */
 async function examine(address, ...options) {
   const { status, stdout, stderr } = await conform(
     '--simulator', '--json', '--calls', '30', '--timeout', '60', ...options, `ws://${address}`,
@@ -43,18 +43,22 @@ function makeFolder(t) {
   return folder;
 }
 
-test('the host conforms, in all that it describes', async (t) => {
-  const { status, conforms, methods, faults, description } = await examine(await startHost(t), '--calls', '200');
-  assert.deepEqual({ status, conforms, faults }, { status: 0, conforms: true, faults: [] });
-  assert.equal(description.from, 'the server');
-  // Something was looked at wherever there is something.
-  const unseen = methods.flatMap(({ name, ...checks }) =>
-    Object.entries(checks).filter(([, state]) => state !== 'ok').map(([check]) => `${name} ${check}`),
-  );
-  assert(!unseen.some((cell) => / answers$/.test(cell) && !/::on/.test(cell)), `${unseen}`);
-  assert(!unseen.some((cell) => /::(on|scan(Blind)?Start|scanStop).* notifications$/.test(cell)), `${unseen}`);
-  assert(!unseen.some((cell) => /(query|Get|Set|Seek|Add|Stop) (schema|errors)$/.test(cell)), `${unseen}`);
-});
+for (const server of ['TV', 'Simulator'])
+  test(`the host conforms, in all that it describes of ${server}`, async (t) => {
+    const found = await examine(`${await startHost(t)}/rpc/${server}`, '--calls', '200');
+    const { status, conforms, methods, faults, description } = found;
+    assert.deepEqual({ status, conforms, faults }, { status: 0, conforms: true, faults: [] });
+    assert.equal(description.from, 'the server');
+    // Something was looked at wherever there is something. Nobody calls TV while the simulator is asked.
+    const unseen = methods
+      .filter(({ name }) => name !== 'Simulator::onTraffic')
+      .flatMap(({ name, ...checks }) =>
+        Object.entries(checks).filter(([, state]) => state !== 'ok').map(([check]) => `${name} ${check}`),
+      );
+    assert(!unseen.some((cell) => / answers$/.test(cell) && !/::on/.test(cell)), `${unseen}`);
+    assert(!unseen.some((cell) => /::(on|scan(Blind)?Start|scanStop).* notifications$/.test(cell)), `${unseen}`);
+    assert(!unseen.some((cell) => /(query|Get|Set|Seek|Add|Stop) (schema|errors)$/.test(cell)), `${unseen}`);
+  });
 
 test('the same seed says the same, of any server: nothing of the guide is asked for', async (t) => {
   const address = await startDouble(t, await startHost(t), {
@@ -98,6 +102,13 @@ const faults = [
     },
     cells: ['ITVService::signalStatusGet schema'],
     expected: /^result\/strength must be integer$/,
+  },
+  {
+    name: 'a member of the simulator has another name',
+    server: 'Simulator',
+    spoiler: { reply: results('Simulator::clockGet', ({ speed, ...others }) => ({ ...others, rate: speed })) },
+    cells: ['Simulator::clockGet schema'],
+    expected: /^result must have required property 'speed'$/,
   },
   {
     name: 'errors have no data',
@@ -231,9 +242,9 @@ const faults = [
   },
 ];
 
-for (const { name, spoiler, cells, expected, times } of faults) {
+for (const { name, server = 'TV', spoiler, cells, expected, times } of faults) {
   test(`named: ${name}`, async (t) => {
-    const found = await examine(await startDouble(t, await startHost(t), spoiler));
+    const found = await examine(`${await startDouble(t, await startHost(t), spoiler)}/rpc/${server}`);
     assert.deepEqual(cellsOf(found.faults).sort(), cells.sort(), JSON.stringify(found.faults));
     assert.match(found.faults[0].expected, expected);
     if (times !== undefined) assert.equal(found.faults[0].times, times);

@@ -76,7 +76,7 @@ std::string SimulatorServer::signalSet(const Call& call) {
 
 std::string SimulatorServer::reset(const Call& call) {
     return answer<NoParams>(call, [this](const NoParams&) {
-        // What may fail comes first, when nothing has changed yet.
+        // Memory may run out over any of these: repeated, a reset is whole.
         resetWeather();
         resetClock();
         module_.reset();

@@ -19,7 +19,7 @@ struct Command {
     std::string notes{}; ///< what there is to know beside the options
     std::vector<std::string> examples{}; ///< lines for a shell
     std::vector<Option> options{};
-    std::vector<Command> commands{}; ///< when there are any, one of them must be given
+    std::vector<Command> commands{}; ///< one of them must be given, unless there is something to run without
     std::string strayHint{}; ///< what to do about an argument too many
     std::function<void()> run{}; ///< called once the whole line is known to be good
 };

@@ -99,7 +99,9 @@ std::string formatUsage(const Path& path) {
         const auto name = option.name + (option.mayRepeat ? " ..." : "");
         text += option.isRequired ? " " + name : " [" + name + "]";
     }
-    return path.back()->commands.empty() ? text : text + " COMMAND";
+    if (path.back()->commands.empty())
+        return text;
+    return text + (path.back()->run ? " [COMMAND]" : " COMMAND");
 }
 
 std::string formatStandard(const Option& option) {

@@ -59,13 +59,8 @@ std::optional<std::int64_t> readUnit(MomentReader& reader) {
     return std::nullopt;
 }
 
-/// Reads "", "+2h", "-1h30m".
-std::optional<std::int64_t> readOffset(MomentReader reader) {
-    if (reader.atEnd())
-        return 0;
-    const bool isNegative = reader.take("-");
-    if (!isNegative && !reader.take("+"))
-        return std::nullopt;
+/// Reads "2h", "1h30m".
+std::optional<std::int64_t> readLength(MomentReader reader) {
     std::int64_t seconds = 0;
     do {
         const auto number = reader.takeNumber(1, 9);
@@ -74,7 +69,18 @@ std::optional<std::int64_t> readOffset(MomentReader reader) {
             return std::nullopt;
         seconds += *number * *unit;
     } while (!reader.atEnd());
-    return isNegative ? -seconds : seconds;
+    return seconds;
+}
+
+/// Reads "", "+2h", "-1h30m".
+std::optional<std::int64_t> readOffset(MomentReader reader) {
+    if (reader.atEnd())
+        return 0;
+    const bool isNegative = reader.take("-");
+    if (!isNegative && !reader.take("+"))
+        return std::nullopt;
+    const auto seconds = readLength(reader);
+    return seconds && isNegative ? -*seconds : seconds;
 }
 
 bool readClock(MomentReader& reader, std::tm& time) {
@@ -156,6 +162,14 @@ Moment::Moment(const std::string& text) : text_(text) {
     if (!seconds)
         throw UsageError("\"" + text + "\" is no time; try 2011-10-12T20:00, now, +2h, -30m or @1318420800");
     seconds_ = *seconds;
+}
+
+std::uint32_t readDuration(const std::string& text) {
+    const auto isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    const auto seconds = readLength(MomentReader(isNumber ? text + "s" : text));
+    if (!seconds || *seconds > std::numeric_limits<std::int32_t>::max())
+        throw UsageError("\"" + text + "\" is no length of time; try 10s, 1h30m or 2d");
+    return static_cast<std::uint32_t>(*seconds);
 }
 
 std::int32_t Moment::getSeconds(std::int64_t now) const {

@@ -33,4 +33,11 @@ private:
     std::int64_t seconds_ = 0; ///< since 1970, or from now on
 };
 
+/// Reads a length of time as people give it, "10s", "1h30m", "2d", up to 2147483647 s. A number alone
+/// is of seconds.
+///
+/// @return seconds
+/// @throws UsageError
+std::uint32_t readDuration(const std::string& text);
+
 } // namespace Ostrel::CommandLine

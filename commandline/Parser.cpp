@@ -108,7 +108,7 @@ private:
         for (const auto& each : command.commands)
             add(*app.add_subcommand(each.name), each);
         if (!command.commands.empty())
-            app.require_subcommand(1);
+            app.require_subcommand(command.run ? 0 : 1, 1);
     }
 
     void add(CLI::App& app, const Option& option) {

@@ -42,7 +42,7 @@ TEST_P(CompletionTable, Proposes) {
 
 // clang-format off
 const Row rows[] = {
-    {"Everything",    {"box", ""},                          "show scan help -h --help --version --url --token-file --json"},
+    {"Everything",    {"box", ""},                          "show scan listen help -h --help --version --url --token-file --json"},
     {"Command",       {"box", "s"},                         "show scan"},
     {"InnerCommand",  {"box", "scan", "b"},                 "blind"},
     {"Options",       {"box", "show", "--"},                "--help --list --limit --text --all --url --token-file --json"},

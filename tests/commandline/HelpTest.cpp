@@ -20,6 +20,7 @@ TEST(HelpTest, OfAProgram) {
                                                    "Commands:\n"
                                                    "  show                  Show -- it\n"
                                                    "  scan                  Search\n"
+                                                   "  listen                Listen\n"
                                                    "  help                  Print the help of a command\n"
                                                    "\n"
                                                    "Options:\n"
@@ -30,6 +31,13 @@ TEST(HelpTest, OfAProgram) {
                                                    "  --json                For a script\n"
                                                    "\n"
                                                    "Exit status: 0 done; 2 wrong usage.\n");
+}
+
+TEST(HelpTest, CommandThatCanBeLeftOutStandsInBrackets) {
+    Given given;
+    const auto program = makeProgram(given);
+    EXPECT_EQ(formatUsage(findPath(program, {"listen"})), "box listen [OPTION ...] [COMMAND]");
+    EXPECT_EQ(formatUsage(findPath(program, {"scan"})), "box scan [OPTION ...] COMMAND");
 }
 
 TEST(HelpTest, OfACommand) {

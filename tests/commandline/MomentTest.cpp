@@ -113,4 +113,14 @@ const Row rows[] = {
 INSTANTIATE_TEST_SUITE_P(Moments, MomentTable, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
+TEST(DurationTest, IsReadInSeconds) {
+    EXPECT_EQ(readDuration("10s"), 10U);
+    EXPECT_EQ(readDuration("10"), 10U);
+    EXPECT_EQ(readDuration("1d2h3m4s"), 93784U);
+    EXPECT_EQ(readDuration("0"), 0U);
+    EXPECT_EQ(readDuration("24855d"), 2147472000U);
+    for (const char* const wrong : {"", "s", "10w", "-10s", "+10s", "10s ", "1.5h", "24856d", "9999999999"})
+        EXPECT_THROW(readDuration(wrong), UsageError) << wrong;
+}
+
 } // namespace

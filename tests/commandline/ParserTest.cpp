@@ -64,6 +64,14 @@ TEST(ParserTest, EnvironmentGivesWhatTheLineDoesNot) {
     unsetenv("BOX_URL");
 }
 
+TEST(ParserTest, CommandWithCommandsMayRunByItself) {
+    Given given;
+    parseLine(given, {"listen"});
+    EXPECT_EQ(given.ran, "listen");
+    parseLine(given, {"listen", "mute"});
+    EXPECT_EQ(given.ran, "mute");
+}
+
 TEST(ParserTest, HelpAndVersionArePrinted) {
     Given given;
     EXPECT_EQ(parseLine(given, {"--version"}), "box 1.2\n");
@@ -98,6 +106,7 @@ const Row rows[] = {
     {"NoInnerOne",    {"scan"},                               "a command is missing (box scan --help)"},
     {"Misspelt",      {"shwo"},                               "there is no command \"shwo\"; did you mean \"show\"? (box --help)"},
     {"Unknown",       {"frobnicate"},                         "there is no command \"frobnicate\" (box --help)"},
+    {"UnknownInner",  {"listen", "loud"},                     "there is no command \"loud\" (box listen --help)"},
     {"HelpOfUnknown", {"help", "scan", "blnd"},               "there is no command \"blnd\"; did you mean \"blind\"? (box scan --help)"},
     {"Option",        {"show", "--limt", "1"},                "there is no option \"--limt\"; did you mean \"--limit\"? (box show --help)"},
     {"OptionOfAll",   {"show", "--jsno"},                     "there is no option \"--jsno\"; did you mean \"--json\"? (box show --help)"},

@@ -59,6 +59,11 @@ inline CommandLine::Program makeProgram(Given& given) {
         .run = [&given] { given.ran = "show"; }};
     Command blind{.name = "blind", .description = "Everything", .run = [&given] { given.ran = "blind"; }};
     Command scan{.name = "scan", .description = "Search", .commands = {blind}};
+    Command listen{
+        .name = "listen",
+        .description = "Listen",
+        .commands = {{.name = "mute", .description = "Not at all", .run = [&given] { given.ran = "mute"; }}},
+        .run = [&given] { given.ran = "listen"; }};
     Program program;
     program.name = "box";
     program.description = "Does it.";
@@ -75,7 +80,7 @@ inline CommandLine::Program makeProgram(Given& given) {
                         .read = text(given.url),
                         .isFile = true},
                        {.name = "--json", .description = "For a script", .read = flag(given.json)}};
-    program.commands = {show, scan};
+    program.commands = {show, scan, listen};
     program.exitStatuses = {{"0", "done"}, {"2", "wrong usage"}};
     addHelp(program);
     return program;

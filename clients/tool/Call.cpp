@@ -36,6 +36,11 @@ constexpr const char* deleteContext = "ITVService::deleteContext";
 constexpr const char* listMethods = "ITVService::serviceList"; // what their names begin with
 constexpr std::int64_t noListSelected = 2; // the return code that they answer then
 
+/// Whether the simulation's controls have the method: it takes no context, and its payload is the params.
+bool isSimulators(const std::string& method) {
+    return method.starts_with("Simulator::");
+}
+
 std::vector<std::string> getShortNames() {
     std::vector<std::string> names;
     for (const std::string method : methods)
@@ -97,9 +102,9 @@ std::uint32_t readContext(const std::string& payload) {
 /// Refuses what no service need be asked about, and returns the payload to send.
 std::string checkPayload(const CallOptions& options, const std::string& method) {
     auto payload = readPayload(options.payload);
-    if ((method == createContext || method == deleteContext) && options.list)
+    if ((method == createContext || method == deleteContext || isSimulators(method)) && options.list)
         throw UsageError("--list goes with methods that use a context");
-    if (method == createContext && options.context)
+    if ((method == createContext || isSimulators(method)) && options.context)
         throw UsageError("--context goes with methods that use a context");
     if (method == deleteContext && options.context && !payload.empty())
         throw UsageError("name the context once, with --context or in the payload");
@@ -147,7 +152,8 @@ std::string perform(Client& client, const CallOptions& options, const std::strin
 void callMethod(Session& session, const CallOptions& options) {
     const auto method = findMethod(options.method);
     const auto payload = checkPayload(options, method); // before a connection is made
-    const auto result = perform(session.getClient(), options, method, payload);
+    const auto result = isSimulators(method) ? session.getSimulatorClient().request(method, payload)
+                                             : perform(session.getClient(), options, method, payload);
     if (session.json)
         printJson(result);
     else
@@ -161,12 +167,14 @@ Command makeCall(Session& session) {
     return {
         .name = "call",
         .description = "Call any method and print its result as JSON",
-        .notes = "A context is supplied: a new one, with no list selected yet. --list selects one in it; "
-                 "--context takes one that is there, such as createContext has printed, and makes none. "
-                 "deleteContext deletes the one of --context, and ends a running scan.\n"
-                 "\n"
-                 "Methods:\n" +
-                 formatMethods(),
+        .notes =
+            "A context is supplied: a new one, with no list selected yet. --list selects one in it; "
+            "--context takes one that is there, such as createContext has printed, and makes none. "
+            "deleteContext deletes the one of --context, and ends a running scan. The methods of Simulator "
+            "use none.\n"
+            "\n"
+            "Methods:\n" +
+            formatMethods(),
         .examples = {"ostrel-tv call serviceListRead '{\"limit\":3}' --list all", "ostrel-tv call utcTimeGet",
                      "ostrel-tv call signalStatusGet '{\"sourceId\":1}'",
                      "ostrel-tv call queryNowNextEventInfo '{\"id\":1043}' --json | jq -r '.[0].title'",

@@ -110,4 +110,15 @@ std::string formatTime(const char* format, const std::tm& time) {
     return {text, std::strftime(text, sizeof text, format, &time)};
 }
 
+std::string formatMoment(std::int64_t seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm utc{};
+    std::tm local{};
+    gmtime_r(&time, &utc);
+    localtime_r(&time, &local);
+    return "UTC      " + formatTime("%Y-%m-%dT%H:%M:%SZ", utc) + "\n" + //
+           "local    " + formatTime("%Y-%m-%d %H:%M:%S %Z", local) + "\n" + //
+           "seconds  " + std::to_string(seconds) + "\n";
+}
+
 } // namespace Ostrel::Client::Tool

@@ -4,6 +4,7 @@
 #include "commandline/Text.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -39,6 +40,9 @@ std::string asSentence(std::string text);
 
 /// Returns how many columns the terminal behind a descriptor has, 80 where it is none.
 std::size_t getTerminalWidth(int descriptor = STDOUT_FILENO);
+
+/// Returns a time on three lines: in UTC, here, and in seconds since 1970-01-01 UTC.
+std::string formatMoment(std::int64_t seconds);
 
 /// Formats a time with strftime().
 std::string formatTime(const char* format, const struct tm& time);

@@ -4,12 +4,6 @@
 
 namespace Ostrel::Client::Tool {
 
-Client& Session::getClient() {
-    if (!client_)
-        client_.emplace(Url(url), getOptions());
-    return *client_;
-}
-
 ClientOptions Session::getOptions() const {
     ClientOptions options;
     if (!tokenFile.empty())
@@ -19,6 +13,22 @@ ClientOptions Session::getOptions() const {
     options.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
     options.stopSignals = stopSignals;
     return options;
+}
+
+Client& Session::getClient() {
+    if (!client_)
+        client_.emplace(Url(url), getOptions());
+    return *client_;
+}
+
+Client& Session::getSimulatorClient() {
+    if (!simulator_)
+        simulator_.emplace(Url(url).withServer("Simulator"), getOptions());
+    return *simulator_;
+}
+
+Simulator Session::getSimulator() {
+    return Simulator(getSimulatorClient());
 }
 
 } // namespace Ostrel::Client::Tool

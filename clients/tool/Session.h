@@ -1,6 +1,7 @@
 #pragma once
 
 #include "clients/cpp/Client.h"
+#include "clients/cpp/Simulator.h"
 
 #include <csignal>
 #include <optional>
@@ -23,11 +24,20 @@ public:
     /// @throws SettingsError, ConnectError, Interrupted
     Client& getClient();
 
+    /// Likewise, the controls of the simulation that the service is.
+    ///
+    /// @throws SettingsError, ConnectError, Interrupted
+    Simulator getSimulator();
+
+    /// The connection that getSimulator() uses, for calls that are not typed.
+    Client& getSimulatorClient();
+
     /// @throws SettingsError
     ClientOptions getOptions() const;
 
 private:
     std::optional<Client> client_;
+    std::optional<Client> simulator_;
 };
 
 } // namespace Ostrel::Client::Tool

@@ -54,7 +54,8 @@ Program makeProgram(Session& session) {
     program.commands = {makeServices(session),     makeNow(session),    makeGuide(session),
                         makeQuery(session),        makeGenres(session), makeScan(session),
                         makeTransponders(session), makeSignal(session), makeTime(session),
-                        makeWatch(session),        makeCall(session),   makeReplay(session)};
+                        makeWatch(session),        makeCall(session),   makeClock(session),
+                        makeWeather(session),      makeReset(session),  makeReplay(session)};
     Ostrel::CommandLine::addHelp(program);
     program.examples = {"ostrel-tv services --limit 5",
                         "ostrel-tv services --channel 4 --json",
@@ -62,6 +63,7 @@ Program makeProgram(Session& session) {
                         "ostrel-tv guide --channel 1 --from now --to +6h",
                         "ostrel-tv transponders clear --yes && ostrel-tv scan blind",
                         "ostrel-tv watch",
+                        "ostrel-tv clock hold && ostrel-tv clock step next --before 10s",
                         "ostrel-tv call signalStatusGet '{\"sourceId\":1}'"};
     program.exitStatuses = {{"0", "done"},
                             {"1", "refused by the service, nowhere to write, or replies differ"},

@@ -1,3 +1,4 @@
+#include "tests/clients/tool/Run.h"
 #include "tests/support/Child.h"
 #include "tests/support/FakeService.h"
 
@@ -21,22 +22,9 @@ using Ostrel::Test::Child;
 using Ostrel::Test::error;
 using Ostrel::Test::FakeService;
 using Ostrel::Test::result;
+using Ostrel::Test::run;
 
 namespace {
-
-struct Run {
-    int status;
-    std::string output;
-    std::string errors;
-};
-
-Run run(const std::vector<std::string>& arguments, const std::string& address = "127.0.0.1:1",
-        const std::string& input = {}) {
-    Child child(OSTREL_TV_PROGRAM, arguments, input, {"OSTREL_TV_URL=" + address, "TZ=Europe/London"});
-    auto output = child.readOutput();
-    const int status = child.wait();
-    return {status, output, child.readErrors()};
-}
 
 std::string makeService(unsigned number, const std::string& name, const std::string& flags) {
     std::string text = R"({"channelNumber":)";
@@ -782,6 +770,26 @@ const UsageRow wrongUsages[] = {
     {"ListForANewContext", {"call", "createContext", "--list", "all"}},
     {"NoServices", {"services", "--limit", "0"}},
     {"NoEvents", {"guide", "--count", "0"}},
+    {"SpeedOfMoreThanAll", {"clock", "speed", "3601"}},
+    {"NoSpeed", {"clock", "speed", "fast"}},
+    {"NoTimeToSet", {"clock", "set", "tomorrow"}},
+    {"StepOfNothing", {"clock", "step"}},
+    {"StepBack", {"clock", "step", "--", "-10s"}},
+    {"StepOfNoUnit", {"clock", "step", "10w"}},
+    {"BeforeAStep", {"clock", "step", "10s", "--before", "5s"}},
+    {"SignalAlone", {"signal", "set", "--strength", "5"}},
+    {"SignalOfMoreThanAll", {"signal", "set", "--strength", "101", "--quality", "5"}},
+    {"UnknownSignalCommand", {"signal", "frobnicate"}},
+    {"NoEffect", {"weather", "add", "--method", "*"}},
+    {"UnknownEffect", {"weather", "add", "--drop", "call"}},
+    {"DelayOfHalfARange", {"weather", "add", "--delay", "200-"}},
+    {"DelayOfMoreThanTenMinutes", {"weather", "add", "--delay", "600001"}},
+    {"MoreThanAlways", {"weather", "add", "--delay", "1", "--probability", "1.1"}},
+    {"WeatherOfWhat", {"weather", "set"}},
+    {"NoWeatherFile", {"weather", "set", "/nonexistent"}},
+    {"WeatherIsNoJson", {"weather", "set", "-"}},
+    {"ListForTheSimulator", {"call", "worldGet", "--list", "all"}},
+    {"ContextForTheSimulator", {"call", "worldGet", "--context", "1"}},
     {"HelpForNoCommand", {"help", "frobnicate"}},
 };
 
@@ -890,7 +898,21 @@ const std::vector<std::vector<std::string>> everyCommand = {{},
                                                             {"help"},
                                                             {"transponders"},
                                                             {"transponders", "add"},
-                                                            {"transponders", "clear"}};
+                                                            {"transponders", "clear"},
+                                                            {"clock"},
+                                                            {"clock", "show"},
+                                                            {"clock", "hold"},
+                                                            {"clock", "run"},
+                                                            {"clock", "speed"},
+                                                            {"clock", "set"},
+                                                            {"clock", "step"},
+                                                            {"signal", "set"},
+                                                            {"reset"},
+                                                            {"weather"},
+                                                            {"weather", "show"},
+                                                            {"weather", "set"},
+                                                            {"weather", "add"},
+                                                            {"weather", "clear"}};
 
 TEST(ToolTest, HelpFitsItsColumns) {
     for (const std::size_t columns : {80U, 60U}) {
@@ -942,17 +964,21 @@ TEST(ToolTest, CompletionKnowsMethodsAndOptions) {
         return output;
     };
     EXPECT_EQ(complete({"s"}), "services scan signal\n");
+    EXPECT_EQ(complete({"weather", "add", "--drop", "re"}), "reply request\n");
     EXPECT_EQ(complete({"scan", "st"}), "start stop\n");
     EXPECT_EQ(complete({"--json", "call", "scan"}),
               "scanBlindStart scanStart scanHomeStart scanStop scanInfoGet\n");
     const auto methods = complete({"call", ""});
-    std::ifstream file(OSTREL_DESCRIPTION);
-    const auto description = boost::json::parse(std::string(std::istreambuf_iterator<char>(file), {}));
-    for (const auto& method : description.at("methods").as_array()) {
-        const std::string name(method.at("name").as_string());
-        if (method.as_object().contains("result")) {
-            EXPECT_NE((" " + methods).find(" " + name.substr(name.find("::") + 2) + " "), std::string::npos)
-                << name;
+    for (const auto* const path : {OSTREL_DESCRIPTION, OSTREL_SIMULATOR_DESCRIPTION}) {
+        std::ifstream file(path);
+        const auto description = boost::json::parse(std::string(std::istreambuf_iterator<char>(file), {}));
+        for (const auto& method : description.at("methods").as_array()) {
+            const std::string name(method.at("name").as_string());
+            if (method.as_object().contains("result")) {
+                EXPECT_NE((" " + methods).find(" " + name.substr(name.find("::") + 2) + " "),
+                          std::string::npos)
+                    << name;
+            }
         }
     }
     EXPECT_EQ(complete({"guide", "--s"}), "--service --strict --sort\n");

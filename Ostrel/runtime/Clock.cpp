@@ -29,6 +29,7 @@ template <class Condition> void await(Tasks& state, Lock& lock, Condition condit
 void recountUnderLock(Tasks& state, Span before) {
     for (const auto& task : state.all)
         task->due = std::max(task->due - before, Span(0));
+    state.limitUnderLock();
 }
 
 /// A step that has begun. The clock stands while it lives.

@@ -12,7 +12,7 @@ namespace Ostrel {
 ///
 /// Until it is steered it is the C library's time(), and tasks sleep as long as they say. Steered
 /// it says what it was told, runs as fast as it was told, and tasks sleep by it: while it stands
-/// still nobody wakes.
+/// still nobody wakes. However fast it runs it waits for who is late: a task wakes at its time.
 ///
 /// Set forward, it wakes who would have woken meanwhile, at the time that it then says. Set back,
 /// it leaves everybody as much sleep as was left. A steered clock stands still at its end, in 2106.

@@ -56,6 +56,7 @@ bool sleep(TaskIdentity& task, std::chrono::milliseconds delay) {
     const std::chrono::milliseconds least(timeline.isSteered() ? 1 : 0);
     task.due = timeline.getPassed(now) + std::max(delay, least);
     task.awake = 0;
+    state.limitUnderLock();
     state.quiet.notify_all();
     while (state.stopping == 0 && task.awake == 0) {
         now = Timeline::Real::now();
@@ -81,6 +82,7 @@ void* runTask(void* identity) {
     auto& state = Tasks::instance();
     const std::lock_guard lock(state.mutex);
     task.finished = true;
+    state.limitUnderLock();
     --state.alive;
     state.quiet.notify_all();
     return nullptr;
@@ -114,6 +116,7 @@ TaskHandle OS_TaskSpawnParam(const char* name, int, unsigned stackSize, TaskBody
     state.awakenUnderLock(task);
     if (!startThread(task, stackSize)) {
         state.all.pop_back();
+        state.limitUnderLock();
         return nullptr;
     }
     ++state.alive;

@@ -4,6 +4,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <list>
@@ -27,7 +28,7 @@ struct TaskIdentity {
     pthread_t thread{};
     bool finished = false; ///< the thread does nothing more but return
     std::uint64_t awake = 0; ///< the number of its awakening; 0 while it sleeps
-    Timeline::Span due{}; ///< what must have passed for it to wake
+    Timeline::Span due{}; ///< what must have passed for it to wake; had passed when it woke
     std::condition_variable wake;
 };
 
@@ -50,7 +51,24 @@ struct Tasks {
 
     void awakenUnderLock(TaskIdentity& task) {
         task.awake = ++awakenings;
+        task.due = timeline.getPassed(Timeline::Real::now());
         task.wake.notify_one();
+        limitUnderLock();
+    }
+
+    /// Makes a steered clock wait for who is late: however fast it runs, a task wakes at its time,
+    /// and no other time comes before it sleeps again. Called whenever a task changes.
+    void limitUnderLock() {
+        if (!timeline.isSteered())
+            return;
+        auto limit = Timeline::Span::max();
+        for (const auto& task : all)
+            if (!task->finished)
+                limit = std::min(limit, task->due);
+        timeline.limit(limit);
+        for (const auto& task : all)
+            if (!task->finished && task->awake == 0 && task->due == limit)
+                task->wake.notify_one();
     }
 
     /// Makes those who sleep look at the clock, and at whether the host stops.

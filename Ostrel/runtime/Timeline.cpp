@@ -26,6 +26,11 @@ std::time_t Timeline::getNow(Real::time_point at) const noexcept {
 Timeline::Span Timeline::getPassed(Real::time_point at) const noexcept {
     if (standing_)
         return passed_;
+    return isSteered() ? std::min(run(at), std::max(limit_, passed_)) : run(at);
+}
+
+/// What would have passed without a limit.
+Timeline::Span Timeline::run(Real::time_point at) const noexcept {
     const auto real = std::max(at - since_, Span(0));
     if (!isSteered())
         return passed_ + real;
@@ -41,8 +46,11 @@ Timeline::Span Timeline::getPassedAt(std::time_t time) const noexcept {
 std::optional<Timeline::Real::time_point> Timeline::when(Span passed, Real::time_point at) const noexcept {
     if (standing_ || speed_ == 0 || (isSteered() && passed > getPassedAt(last)))
         return std::nullopt;
+    const auto left = passed - run(at);
+    if (left <= Span(0))
+        return std::nullopt;
     // Rounded up, so that whoever wakes then is not too early.
-    const auto wait = Exact(passed - getPassed(at)) / speed_ + Exact(1);
+    const auto wait = Exact(left) / speed_ + Exact(1);
     return at + (wait < Exact(farthest) ? std::chrono::duration_cast<Span>(wait) : Span(farthest));
 }
 

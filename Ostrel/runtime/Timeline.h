@@ -40,7 +40,7 @@ public:
     Span getPassedAt(std::time_t time) const noexcept;
 
     /// When so much will have passed, unless it is changed before, and at most an hour ahead; nothing
-    /// when that never comes.
+    /// when that never comes, or waits for the limit.
     std::optional<Real::time_point> when(Span passed, Real::time_point at) const noexcept;
 
     /// What is absent stays as it is.
@@ -49,6 +49,9 @@ public:
 
     /// Leaves it to the system's clock again.
     Span release(Real::time_point at) noexcept;
+
+    /// Steered it waits there, and goes on as if it had not when the limit is another.
+    void limit(Span passed) noexcept { limit_ = passed; }
 
     /// Stands still, whatever the speed, but for what advance() says, until goOn(). Steered from now on.
     Span stand(Real::time_point at) noexcept;
@@ -62,6 +65,7 @@ public:
     static constexpr std::time_t last = UINT32_MAX; ///< it stands still there
 
 private:
+    Span run(Real::time_point at) const noexcept;
     void set(Span now) noexcept;
     Span restart(Real::time_point at) noexcept;
 
@@ -70,6 +74,7 @@ private:
     double speed_ = 1;
     Real::time_point since_; ///< when as much had passed as passed_ says
     Span passed_{};
+    Span limit_ = Span::max(); ///< that passed_ may be beyond, when it was set forward
     Span offset_{}; ///< from what has passed to the calendar, while it is steered
 };
 

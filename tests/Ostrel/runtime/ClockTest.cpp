@@ -322,6 +322,31 @@ TEST(ClockTest, AHeldClockThatRunsAgainWakesWhoSleeps) {
     EXPECT_GE(woken, noon + 60);
 }
 
+TEST(ClockTest, HoweverFastItRunsTasksWakeAtTheirTimes) {
+    const HeldClock time(noon);
+    std::string woken;
+    const std::function<void()> body = [&] {
+        for (int times = 0; times < 100; ++times) {
+            OS_TaskDelayMsec(1000);
+            woken += std::to_string(Clock::now() - noon) + ' ';
+            if (times % 10 == 0)
+                std::this_thread::sleep_for(1ms); // late by more than three seconds of the clock
+        }
+    };
+    const TasksEnd end;
+    spawn(body);
+    spawn(body);
+    Clock::step(0s);
+    Clock::set({}, Clock::fastest);
+    while (countTasks() > 0)
+        std::this_thread::yield();
+    std::string expected;
+    for (int second = 1; second <= 100; ++second)
+        for (int task = 0; task < 2; ++task)
+            expected += std::to_string(second) + ' ';
+    EXPECT_EQ(woken, expected);
+}
+
 TEST(ClockTest, ItMayBeReadWhileItIsSteered) {
     std::atomic<bool> enough = false;
     std::thread reader([&] {

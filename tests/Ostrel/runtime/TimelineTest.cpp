@@ -128,6 +128,23 @@ TEST(TimelineTest, StandingItGoesWhereItIsTold) {
     EXPECT_EQ(timeline.getNow(begin + 10s), noon + 123);
 }
 
+TEST(TimelineTest, AtItsLimitItWaitsAndThenIsWhereItWouldHaveBeen) {
+    Timeline timeline(begin);
+    timeline.steer(noon, 60, begin);
+    timeline.limit(30s);
+    EXPECT_EQ(timeline.getNow(begin + 400ms), noon + 24);
+    EXPECT_EQ(timeline.getNow(begin + 2s), noon + 30);
+    EXPECT_EQ(timeline.when(40s, begin + 2s), std::nullopt) << "the limit says when";
+    EXPECT_EQ(timeline.when(180s, begin + 2s), begin + 3s + 1ns);
+    timeline.limit(40s);
+    EXPECT_EQ(timeline.getNow(begin + 2s), noon + 40);
+    timeline.limit(Timeline::Span::max());
+    EXPECT_EQ(timeline.getNow(begin + 2s), noon + 120);
+    timeline.limit(0s);
+    timeline.steer(noon + 500, {}, begin + 2s);
+    EXPECT_EQ(timeline.getNow(begin + 2s), noon + 500) << "set it goes beyond";
+}
+
 TEST(TimelineTest, AtItsLastSecondItStandsStill) {
     Timeline timeline(begin);
     timeline.steer(Timeline::last - 1, 3600, begin);

@@ -124,6 +124,21 @@ TEST_F(TrafficWatchersTest, WhoFallsBehindIsToldHowManyWereMissed) {
         EXPECT_EQ(client_.take(), onTraffic(text));
 }
 
+TEST_F(TrafficWatchersTest, NoMoreWaitsForAWatcherThanTheBound) {
+    TrafficWatchers watchers(traffic_, notifier_, 1);
+    SlowClient other;
+    const auto otherPeer = std::make_shared<RPCPeer>(2, "unix");
+    notifier_.subscribe(client_, peer_.get());
+    notifier_.subscribe(other, otherPeer.get());
+    watchers.watch(peer_);
+    watchers.watch(otherPeer); // which has its turn behind the first
+    for (const auto* text : {"one", "two", "three"}) {
+        pass(text);
+        EXPECT_EQ(other.take(), onTraffic(text));
+    }
+    EXPECT_EQ(client_.countWaiting(), 1u);
+}
+
 TEST_F(TrafficWatchersTest, AWatcherThatHasGoneHoldsNothingUp) {
     TrafficWatchers watchers(traffic_, notifier_);
     SlowClient other;

@@ -1,6 +1,7 @@
 #include "Ostrel/transport/Traffic.h"
 
 #include "Ostrel/rpc/IRPC.h"
+#include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/transport/Listener.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestServer.h"
@@ -360,6 +361,51 @@ TEST_F(TapTest, ShowsANotificationOnceHoweverManyGetIt) {
 TEST_F(TapTest, ShowsNoNotificationThatNobodyGets) {
     server_.handleRPCNotification("Test::onThing", "{}");
     EXPECT_EQ(traffic_.getEnd(), 0u);
+}
+
+/// One fate for all requests; notifications are lost.
+class SameFate : public RPCInterceptor {
+public:
+    explicit SameFate(RequestFate::Outcome outcome) : outcome_(outcome) {}
+
+    RequestFate judgeRequest(std::string_view /*name*/) noexcept override {
+        return {.outcome = outcome_, .code = ReturnCode::InvalidState};
+    }
+    NotificationFate judgeNotification(std::string_view /*name*/) noexcept override {
+        return {.isLost = true};
+    }
+
+private:
+    const RequestFate::Outcome outcome_;
+};
+
+TEST_F(TapTest, ShowsWhatWasSentAndNotWhatWasLost) {
+    using Fate = RPCInterceptor::RequestFate;
+    for (const auto outcome : {Fate::ReplyLost, Fate::RequestLost, Fate::ConnectionLost}) {
+        SameFate fate(outcome);
+        server_.setInterceptor(&fate);
+        const auto before = traffic_.getEnd();
+        auto client = webSocket();
+        client.sendText(R"({"jsonrpc":"2.0","id":1,"method":"Test::echo"})");
+        if (outcome == Fate::ConnectionLost)
+            client.readAll();
+        else
+            client.call("1"); // is answered behind it
+        server_.setInterceptor(nullptr);
+        auto lines = describe();
+        lines.erase(lines.begin(), lines.begin() + std::ptrdiff_t(before));
+        EXPECT_NE(lines.at(0).find(" > [Test::echo] [1] "), std::string::npos);
+        EXPECT_TRUE(lines.size() == 1 || lines.at(1).ends_with("> [] [null] 1")) << lines.at(1);
+    }
+    SameFate failed(Fate::Failed);
+    server_.setInterceptor(&failed);
+    auto client = webSocket();
+    const auto reply = client.call(R"({"jsonrpc":"2.0","id":1,"method":"Test::echo"})");
+    EXPECT_NE(reply.find("Invalid state"), std::string::npos);
+    EXPECT_TRUE(describe().back().ends_with("< [Test::echo] [1] " + reply));
+    const auto before = traffic_.getEnd();
+    server_.handleRPCNotification("Test::onThing", "{}");
+    EXPECT_EQ(traffic_.getEnd(), before);
 }
 
 TEST_F(TapTest, ShowsNoTokens) {

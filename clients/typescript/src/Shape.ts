@@ -4,10 +4,8 @@ export type Shape = string | readonly [Shape] | { readonly [member: string]: Sha
 
 const kindOf = (value: unknown) => (value === null ? 'null' : Number.isInteger(value) ? 'integer' : typeof value);
 
-function fits(kind: string, shape: string): boolean {
-  const kinds = shape.split('|');
-  return kinds.includes(kind) || (kind === 'integer' && kinds.includes('number'));
-}
+const fits = (kind: string, shape: string) =>
+  kind === shape || shape.split('|').some((each) => each === kind || (each === 'number' && kind === 'integer'));
 
 /** Returns the path of what is not of its shape, such as `[3].title`, and undefined where all is. */
 export function findMisfit(value: unknown, shape: Shape): string | undefined {

@@ -1,5 +1,6 @@
 import { Call, type Caller } from './call.js';
 import type { Connection, Server } from './Connection.js';
+import { ConnectionLost } from './errors.js';
 
 /** How often the service is asked while the connection is open, in milliseconds. */
 const interval = 30_000;
@@ -117,9 +118,10 @@ export class Clock {
     this.#changes += 1;
   }
 
-  /** Hears of what is done to the clock, where there is a simulator; tried once on each connection. */
+  /** Hears of what is done to the clock, where there is a simulator: if the first attempt fails there is none. */
   #follow(): void {
     const simulated = (this.#simulator = this.#connection.beside(simulator));
+    let isThere = false;
     const measure = () => void this.measure().catch(() => {});
     simulated.events.listen('clock', (_, params) => {
       this.#isSet = true;
@@ -127,14 +129,17 @@ export class Clock {
       measure();
     });
     simulated.events.listen('state', () => {
-      if (simulated.state === 'waiting') simulated.close();
+      if (simulated.state === 'waiting' && !isThere) simulated.close();
       if (simulated.state !== 'open') return;
+      isThere = true;
       const call = new Call('Simulator::clockGet', undefined, { timeout: simulated.timeout });
       simulated.send([call]);
       call.promise.then((clock) => {
         this.#hear((clock as { speed: number }).speed);
         measure(); // it may have been set before we could hear of it
-      }, () => simulated.close());
+      }, (error) => {
+        if (!(error instanceof ConnectionLost)) simulated.close(); // it knows of no clock
+      });
     });
   }
 }

@@ -36,6 +36,16 @@ test('a clock that stands is known to stand, and steps are heard', async () => {
   }
 });
 
+test('a simulator that is lost while the service is not is found again', async () => {
+  const service = await SteeredService.start(true);
+  const tv = await connected(service.url);
+  await clockAt(tv, { speed: 0 });
+  service.forgetWatchers();
+  const told = clockAt(tv, { speed: 2 });
+  service.speed = 2; // of which nobody is told: who comes back asks
+  await told;
+});
+
 test('a clock that runs fast does so here', async () => {
   const service = await SteeredService.start(true);
   const tv = await connected(service.url);

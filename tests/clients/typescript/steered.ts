@@ -56,6 +56,12 @@ export class SteeredService {
     for (const socket of this.#watchers) socket.send(JSON.stringify({ jsonrpc: '2.0', method: 'Simulator::onClock', params }));
   }
 
+  /** Cuts the connections to the simulator. */
+  forgetWatchers(): void {
+    for (const socket of this.#watchers) socket.terminate();
+    this.#watchers.clear();
+  }
+
   #answer(method: string, payload: unknown): unknown {
     if (method === 'Simulator::clockGet') return { now: this.now, speed: this.speed, real: 0 };
     return method === 'ITVService::utcTimeGet' ? this.now : this.tell(method, payload);

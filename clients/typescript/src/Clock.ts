@@ -122,9 +122,10 @@ export class Clock {
   #follow(): void {
     const simulated = (this.#simulator = this.#connection.beside(simulator));
     let isThere = false;
+    let isTold = false; // on this connection
     const measure = () => void this.measure().catch(() => {});
     simulated.events.listen('clock', (_, params) => {
-      this.#isSet = true;
+      this.#isSet = isTold = true;
       this.#hear((params as { speed: number }).speed);
       measure();
     });
@@ -132,10 +133,11 @@ export class Clock {
       if (simulated.state === 'waiting' && !isThere) simulated.close();
       if (simulated.state !== 'open') return;
       isThere = true;
+      isTold = false;
       const call = new Call('Simulator::clockGet', undefined, { timeout: simulated.timeout });
       simulated.send([call]);
       call.promise.then((clock) => {
-        this.#hear((clock as { speed: number }).speed);
+        if (!isTold) this.#hear((clock as { speed: number }).speed); // what is told is later, and may overtake it
         measure(); // it may have been set before we could hear of it
       }, (error) => {
         if (!(error instanceof ConnectionLost)) simulated.close(); // it knows of no clock

@@ -36,6 +36,17 @@ test('a clock that stands is known to stand, and steps are heard', async () => {
   }
 });
 
+test('a clock that is set right behind the first answer about it is known to be set', async () => {
+  const service = await SteeredService.start(true);
+  service.speed = 1;
+  service.onAnswer = (method) => {
+    if (method === 'Simulator::clockGet') service.set(service.now, 0); // in one go with the answer
+  };
+  const tv = new Tv(service.url);
+  onTestFinished(() => tv.close());
+  await clockAt(tv, { speed: 0 });
+});
+
 test('a simulator that is lost while the service is not is found again', async () => {
   const service = await SteeredService.start(true);
   const tv = await connected(service.url);

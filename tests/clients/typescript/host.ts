@@ -116,21 +116,18 @@ export class Line {
 
   /** The simulator, to whom nothing goes wrong. */
   #pass(near: WebSocket, far: WebSocket): void {
-    this.#sockets.add(near).add(far);
-    const opened = once(far, 'open');
+    const opened = this.#connect(near, far);
     near.on('message', async (text) => {
       await opened;
       far.send(String(text));
     });
     far.on('message', (text) => near.send(String(text)));
-    near.on('close', () => far.terminate());
   }
 
   #join(near: WebSocket, far: WebSocket): void {
-    this.#sockets.add(near).add(far);
     this.connections += 1;
     const breaking = new Set<number>();
-    const opened = once(far, 'open');
+    const opened = this.#connect(near, far);
     near.on('message', async (text) => {
       for (const request of [JSON.parse(String(text))].flat() as Request[]) {
         this.requests.push(request);
@@ -145,7 +142,15 @@ export class Line {
       if (ids.some((id) => breaking.has(id))) near.terminate();
       else if (!ids.some((id) => this.#lost.has(id))) near.send(String(text));
     });
+  }
+
+  /** Ends one when the other ends. Resolves once the far one is there, or will not be. */
+  #connect(near: WebSocket, far: WebSocket): Promise<unknown> {
+    this.#sockets.add(near).add(far);
     near.on('close', () => far.terminate());
+    far.on('close', () => near.terminate());
+    far.on('error', () => {}); // it is closed, too
+    return once(far, 'open').catch(() => {});
   }
 
   #end(): void {

@@ -10,6 +10,8 @@ export class SteeredService {
   speed = 0;
   /** The methods that were called, by message. */
   readonly messages: string[][] = [];
+  /** Called behind each answer. */
+  onAnswer: (method: string) => void = () => {};
   /** The answers to other methods than those about time. */
   tell: (method: string, payload: any) => unknown = () => 1;
   readonly #server: Server = createServer((_, response) => response.writeHead(404).end());
@@ -33,6 +35,7 @@ export class SteeredService {
             return { jsonrpc: '2.0', id, result: service.#answer(method, params?.payload) };
           });
           opened.send(JSON.stringify(replies.length === 1 ? replies[0] : replies));
+          service.onAnswer(requests[0].method);
         });
       });
     });

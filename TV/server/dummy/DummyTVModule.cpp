@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <ranges>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -105,14 +104,16 @@ std::time_t DummyTVModule::getGuideMidday() const {
 std::optional<std::time_t> DummyTVModule::findNextStart(std::optional<std::int32_t> serviceId,
                                                         std::time_t after) const {
     const StartTimeIndex& index = sharedGuide().index();
-    const auto find = [&](const auto& positions) -> std::optional<std::time_t> {
-        const auto& starts = index.columns().starts;
-        const auto found = std::find_if(positions.begin(), positions.end(),
-                                        [&](std::uint32_t position) { return starts[position] > after; });
-        return found == positions.end() ? std::nullopt : std::optional<std::time_t>(starts[*found]);
-    };
-    return serviceId ? find(index.positionsOf(*serviceId))
-                     : find(std::views::iota(0u, static_cast<std::uint32_t>(index.size())));
+    const auto& starts = index.columns().starts; // ascending
+    if (!serviceId) {
+        const auto found = std::upper_bound(starts.begin(), starts.end(), after);
+        return found == starts.end() ? std::nullopt : std::optional<std::time_t>(*found);
+    }
+    const auto& positions = index.positionsOf(*serviceId);
+    const auto found =
+        std::upper_bound(positions.begin(), positions.end(), after,
+                         [&](std::time_t time, std::uint32_t position) { return time < starts[position]; });
+    return found == positions.end() ? std::nullopt : std::optional<std::time_t>(starts[*found]);
 }
 
 void DummyTVModule::deleteContext(TVModuleContext* context) {

@@ -1,5 +1,6 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
+#include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
 #include "commandline/Moment.h"
 #include "commandline/UsageError.h"
@@ -19,6 +20,7 @@ constexpr double mostSpeed = 3600;
 struct StepOptions {
     std::string length; ///< or "next"
     std::optional<std::uint32_t> before;
+    std::optional<std::uint32_t> channel;
     std::optional<std::uint32_t> service;
 };
 
@@ -50,8 +52,8 @@ void setTime(Session& session, const Moment& moment) {
 
 void step(Session& session, const StepOptions& options) {
     if (options.length != "next") {
-        if (options.before || options.service)
-            throw UsageError("--before and --service go with next");
+        if (options.before || options.channel || options.service)
+            throw UsageError("--before, --channel and --service go with next");
         const auto seconds = readDuration(options.length);
         showClock(session, session.getSimulator().clockStep({.seconds = seconds}));
         return;
@@ -60,6 +62,9 @@ void step(Session& session, const StepOptions& options) {
     next.before = options.before.value_or(0);
     if (options.service)
         next.serviceId = static_cast<std::int32_t>(*options.service);
+    if (options.channel)
+        next.serviceId = static_cast<std::int32_t>(
+            findChannel(readLineup(session.getClient()), *options.channel).front().id);
     showClock(session, session.getSimulator().clockStep({.toNextStart = next}));
 }
 
@@ -107,7 +112,7 @@ Command makeClockStep(Session& session) {
             "\n"
             "next is the next start of an event, of any service unless one is named.",
         .examples = {"ostrel-tv clock step 10s", "ostrel-tv clock step next",
-                     "ostrel-tv clock step next --service 1043 --before 10s"},
+                     "ostrel-tv clock step next --channel 1 --before 5s"},
         .options = {{.name = "DURATION",
                      .description = "10s, 1h30m, or next",
                      .read = text(options->length),
@@ -118,10 +123,15 @@ Command makeClockStep(Session& session) {
                      .value = "DURATION",
                      .description = "With next: stop so long before it",
                      .read = length(options->before)},
+                    {.name = "--channel",
+                     .value = "N",
+                     .description = "With next: an event of the service with this channel number",
+                     .read = wholeNumber(options->channel)},
                     {.name = "--service",
                      .value = "N",
-                     .description = "With next: an event of this service, by its number in the guide",
-                     .read = wholeNumber(options->service, 0, std::numeric_limits<std::int32_t>::max())}},
+                     .description = "Likewise, of the service with this guide id",
+                     .read = wholeNumber(options->service, 0, std::numeric_limits<std::int32_t>::max()),
+                     .excludes = {"--channel"}}},
         .run = [&session, options] { step(session, *options); }};
 }
 
@@ -134,7 +144,7 @@ Command makeClock(Session& session) {
         .notes = "One clock is for all: now and next, the time that the service tells, a scan's progress. "
                  "Every command shows the clock as it is then. A service that is no simulation has no such "
                  "controls.",
-        .examples = {"ostrel-tv clock hold", "ostrel-tv clock step next --before 5s", "ostrel-tv clock run"},
+        .examples = {"ostrel-tv clock hold", "ostrel-tv clock step next --channel 1", "ostrel-tv clock run"},
         .commands = {{.name = "show",
                       .description = "Show the time and how fast it passes",
                       .examples = {"ostrel-tv clock show", "ostrel-tv clock show --json | jq .now"},

@@ -194,8 +194,10 @@ TEST(ToolTest, ServicesThatAreGoneAreNoSilenceOfTheGuide) {
     FakeService fake(answers);
     const std::string rest = "he service list is empty; ostrel-tv scan blind finds services";
     EXPECT_EQ(run({"now"}, fake.getAddress()).output, "T" + rest + ".\n");
-    for (const std::vector<std::string>& line :
-         {std::vector<std::string>{"now", "4"}, {"guide", "--channel", "4"}, {"services", "--channel", "4"}})
+    for (const std::vector<std::string>& line : {std::vector<std::string>{"now", "4"},
+                                                 {"guide", "--channel", "4"},
+                                                 {"services", "--channel", "4"},
+                                                 {"clock", "step", "next", "--channel", "4"}})
         EXPECT_EQ(run(line, fake.getAddress()).errors, "ostrel-tv: t" + rest + "\n") << line[0];
 }
 
@@ -826,6 +828,10 @@ TEST(ToolTest, WhatDoesNotFitTogetherIsNamed) {
     const auto complaint = [](const std::vector<std::string>& arguments) { return run(arguments).errors; };
     EXPECT_EQ(complaint({"services", "--channel", "1", "--uri", "x"}),
               "ostrel-tv: --channel and --uri do not go together\nTry: ostrel-tv services --help\n");
+    EXPECT_EQ(complaint({"clock", "step", "next", "--channel", "1", "--service", "1043"}),
+              "ostrel-tv: --channel and --service do not go together\nTry: ostrel-tv clock step --help\n");
+    EXPECT_EQ(complaint({"clock", "step", "10s", "--channel", "1"}),
+              "ostrel-tv: --before, --channel and --service go with next\n");
     EXPECT_EQ(complaint({"guide", "--all-texts"}),
               "ostrel-tv: --all-texts goes with --text\nTry: ostrel-tv guide --help\n");
     EXPECT_EQ(complaint({"query"}), "ostrel-tv: EXPRESSION is missing\nTry: ostrel-tv query --help\n");

@@ -46,7 +46,10 @@ private:
         TrafficMessage message;
         std::uint64_t missed; ///< before it
 
-        std::size_t getCost() const { return sizeof *this + message.text.size(); }
+        // A short reply's name and id may be long.
+        std::size_t getCost() const {
+            return sizeof *this + message.method.size() + message.id.size() + message.text.size();
+        }
     };
 
     void keep(const Message& message);

@@ -97,6 +97,25 @@ TEST_F(TrafficRecordTest, WhatDoesNotFitIsCounted) {
     EXPECT_EQ(readFile(), line("zero") + "{\"missed\":2}\n");
 }
 
+TEST_F(TrafficRecordTest, TheNameAndTheIdTakeRoomToo) {
+    const std::string large(600, '7');
+    record_.emplace(path_, 2000);
+    for (int i = 0; i < 3; ++i)
+        record_->passed({.direction = RPCObserver::Direction::Reply,
+                         .time = {},
+                         .peer = &peer_,
+                         .method = large,
+                         .id = large,
+                         .text = "{}"});
+    record_->begin();
+    record_.reset();
+    EXPECT_EQ(readFile(),
+              R"({"time":0.000000,"connection":3,"client":"unix","direction":"reply","method":")" + large +
+                  R"(","id":)" + large +
+                  R"(,"micros":0,"bytes":2,"text":"{}"})"
+                  "\n{\"missed\":2}\n");
+}
+
 TEST_F(TrafficRecordTest, TheNextLineTellsWhatWasLeftOut) {
     ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
     const int reader = ::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -100,8 +100,8 @@ protected:
     DummyTVModule module;
     Recorder recorder;
     HeldClock time{start}; ///< its tasks are gone before what they use
-    DummyTVModuleContext context{&module};
     const Turn::Hold turn; ///< as for a handler: tasks run while the clock is stepped
+    DummyTVModuleContext context{&module};
 };
 
 TEST_F(ScanTest, NoInfoBeforeTheFirstScan) {

@@ -5,7 +5,9 @@
 #include "commandline/Moment.h"
 #include "commandline/UsageError.h"
 
+#include <ctime>
 #include <memory>
+#include <stdexcept>
 
 namespace Ostrel::Client::Tool {
 
@@ -50,6 +52,22 @@ void setTime(Session& session, const Moment& moment) {
     showClock(session, simulator.clockSet({.now = moment.getSeconds(now)}));
 }
 
+/// @throws std::runtime_error  there is none ahead
+Simulator::Clock stepToNextStart(Simulator simulator, const Simulator::NextStart& next) {
+    try {
+        return simulator.clockStep({.toNextStart = next});
+    } catch (const ServiceError& error) {
+        if (error.name != "InvalidParameter")
+            throw;
+    }
+    const auto world = simulator.worldGet();
+    const std::time_t middle = world.start + (world.end - world.start) / 2;
+    std::tm local{};
+    localtime_r(&middle, &local);
+    throw std::runtime_error("no such event starts later; ostrel-tv clock set " +
+                             formatTime("%Y-%m-%dT%H:%M", local) + " goes to the middle of the guide");
+}
+
 void step(Session& session, const StepOptions& options) {
     if (options.length != "next") {
         if (options.before || options.channel || options.service)
@@ -65,7 +83,7 @@ void step(Session& session, const StepOptions& options) {
     if (options.channel)
         next.serviceId = static_cast<std::int32_t>(
             findChannel(readLineup(session.getClient()), *options.channel).front().id);
-    showClock(session, session.getSimulator().clockStep({.toNextStart = next}));
+    showClock(session, stepToNextStart(session.getSimulator(), next));
 }
 
 Command makeClockSpeed(Session& session) {

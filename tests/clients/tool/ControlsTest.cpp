@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+using Ostrel::Test::error;
 using Ostrel::Test::FakeService;
 using Ostrel::Test::result;
 using Ostrel::Test::run;
@@ -153,5 +154,20 @@ const Row rows[] = {
 
 INSTANTIATE_TEST_SUITE_P(Controls, ControlTable, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
+
+TEST(ControlsTest, NoNextStartTellsWhereThereAreSome) {
+    FakeService fake(
+        {{"Simulator::clockStep",
+          {error(
+              R"({"code":-32000,"message":"Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter"}})")}},
+         {"Simulator::worldGet",
+          {result(R"({"name":"built-in","services":96,"events":11658,"start":1318366800,"end":1319130000,)"
+                  R"("builtIn":true})")}}});
+    const auto done = run({"clock", "step", "next"}, fake.getAddress());
+    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.errors,
+              "ostrel-tv: no such event starts later; ostrel-tv clock set 2011-10-16T08:00 goes to "
+              "the middle of the guide\n");
+}
 
 } // namespace

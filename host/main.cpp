@@ -224,8 +224,8 @@ Program makeProgram(Options& options) {
     program.examples = {
         "ostrel-tvd                                 # this machine alone, port 8480",
         "ostrel-tvd --fake-time                     # as if the guide were on air now",
-        "ostrel-tvd --now 2011-10-16T19:59:50Z --hold  # ten seconds before eight",
-        "ostrel-tvd --now guide-midday --speed 60   # an evening in a few minutes",
+        "ostrel-tvd --now 2011-10-16T19:59:50 --hold  # ten seconds before eight",
+        "ostrel-tvd --now 2011-10-16T19:00 --speed 240  # an evening in a minute",
         "ostrel-tvd --listen 127.0.0.1:0 --port-file port  # a port of the system",
         "ostrel-tvd --listen unix:/run/ostrel.sock  # for this user alone",
         "ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example",

@@ -504,7 +504,7 @@ void Connection::replyCame(RPCMessage::Reply reply) {
     if (std::exchange(working_, false))
         settle(Clock::now());
     if (reply.delivery == RPCMessage::Reply::ConnectionLost)
-        close();
+        finish(); // what was answered before still arrives
     else if (phase_ == Phase::Open)
         webSocket_->reply(std::move(reply.text));
     else if (phase_ == Phase::Working && reply.delivery == RPCMessage::Reply::Lost)

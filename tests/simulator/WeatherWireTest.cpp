@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Ostrel::Test {
@@ -129,6 +130,26 @@ TEST_F(WeatherWireTest, ACutConnectionHasNoGoodbye) {
     client.sendText(request("ITVService::createContext"));
     EXPECT_EQ(client.readAll(), "");
     EXPECT_NE(other.call(request("ITVService::createContext")).find("\"result\""), std::string::npos);
+}
+
+TEST_F(WeatherWireTest, WhatWasAnsweredBeforeACutArrives) {
+    WireClient client(theHost().getAddresses().back()); // a Unix socket takes less at once than is answered
+    client.upgrade();
+    const auto made = json::parse(client.call(request("ITVService::createContext")));
+    const auto query = request(
+        "ITVGuide::query", R"({"context":)" + json::serialize(made.at("result")) +
+                               R"(,"payload":{"expression":"ServiceId <= 1007","expressionFormat":"quoril",)"
+                               R"("outputFormat":"quoriljson"}})");
+    const auto reply = client.call(query);
+    ASSERT_GT(reply.size(), 400u << 10);
+    ASSERT_LT(reply.size(), 900u << 10) << "more holds up what is behind it";
+    set(R"({"rules":[{"method":"*::createContext","drop":"connection"}]})");
+    client.sendText(query);
+    client.sendText(request("ITVService::createContext"));
+    while (applied() == 0)
+        std::this_thread::yield();
+    EXPECT_EQ(client.readFrame().payload, reply);
+    EXPECT_EQ(client.readAll(), "");
 }
 
 TEST_F(WeatherWireTest, TouchesNothingButTheCallsOfTheModule) {

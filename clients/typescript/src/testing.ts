@@ -5,7 +5,8 @@ import { connectSimulator, type Simulator } from './Simulator.js';
 
 /** How a service is started for a test. */
 export interface SimulatedOptions {
-  /** Options of `ostrel-tvd` beside its address. Default: `--fake-time`, midday in the middle of the guide. */
+  /** Options of `ostrel-tvd` beside its address. Default: `--fake-time`, midday of this machine's time
+   * zone in the middle of the guide. */
   args?: readonly string[] | undefined;
   /** Where `ostrel-tvd` is. Default: what OSTREL_TVD in the environment says, or else the one in the PATH. */
   program?: string | undefined;

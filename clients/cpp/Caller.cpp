@@ -1,16 +1,14 @@
 #include "clients/cpp/Caller.h"
 
 #include "clients/cpp/Connection.h"
-
-#include <boost/json/serialize.hpp>
+#include "clients/cpp/ValueText.h"
 
 namespace Ostrel::Client {
 
 namespace json = boost::json;
 
 json::value Caller::request(Context& context, std::string_view method, const json::object& params) {
-    return context.connection_->request(method, params.empty() ? "" : json::serialize(params),
-                                        context.timeout_);
+    return context.connection_->request(method, params.empty() ? "" : toText(params), context.timeout_);
 }
 
 json::value Caller::call(Context& context, std::string_view method) {
@@ -18,8 +16,7 @@ json::value Caller::call(Context& context, std::string_view method) {
 }
 
 json::value Caller::call(Context& context, std::string_view method, const json::object& payload) {
-    return context.connection_->request(method, context.makeParams(json::serialize(payload)),
-                                        context.timeout_);
+    return context.connection_->request(method, context.makeParams(toText(payload)), context.timeout_);
 }
 
 } // namespace Ostrel::Client

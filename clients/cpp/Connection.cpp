@@ -53,7 +53,7 @@ ServiceError makeError(const json::object& error) {
 Notification makeNotification(const json::object& message) {
     const auto params = objectAt(message, "params");
     return {.method = textAt(message, "method"),
-            .params = json::serialize(params),
+            .params = toText(params),
             .sourceId = unsignedAt(params, "sourceId"),
             .percent = unsignedAt(params, "percent")};
 }

@@ -2,8 +2,7 @@
 
 #include "clients/cpp/Connection.h"
 #include "clients/cpp/Interfaces.h"
-
-#include <boost/json/serialize.hpp>
+#include "clients/cpp/ValueText.h"
 
 namespace Ostrel::Client {
 
@@ -19,7 +18,7 @@ Context Context::within(std::chrono::milliseconds timeout) const {
 }
 
 std::string Context::request(std::string_view method, std::string_view params) {
-    return boost::json::serialize(connection_->request(method, params, timeout_));
+    return toText(connection_->request(method, params, timeout_));
 }
 
 std::string Context::call(std::string_view method, std::string_view payload) {

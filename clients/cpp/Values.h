@@ -3,11 +3,10 @@
 #include "clients/cpp/Errors.h"
 #include "clients/cpp/Json.h"
 #include "clients/cpp/JsonText.h"
+#include "clients/cpp/ValueText.h"
 
-#include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,11 +33,6 @@ template <class Record, class T> Member(const char*, T Record::*, bool) -> Membe
 
 /// The members of a record, in the order in which they travel: a std::tuple of Member.
 template <class Record> constexpr auto members = nullptr;
-
-/// Returns the value of a text of the service's.
-///
-/// @throws BadReply  it is not JSON
-boost::json::value parse(std::string_view text);
 
 template <class T> constexpr bool isRecord =
     !std::is_same_v<std::remove_cvref_t<decltype(members<T>)>, std::nullptr_t>;
@@ -83,7 +77,7 @@ template <class T> bool read(const boost::json::value& value, T& to) {
     } else if constexpr (isVariant<T>) {
         return readOneOf(value, to);
     } else if constexpr (std::is_same_v<T, JsonText>) {
-        to.text = boost::json::serialize(value);
+        to.text = toText(value);
         return true;
     } else if constexpr (isList<T>) {
         if (!value.is_array())
@@ -142,10 +136,7 @@ template <class Result> Result fromJson(const boost::json::value& reply) {
 
 /// Returns a value as it travels, see encode().
 template <class T> boost::json::value toJson(const T& value) {
-    if constexpr (std::is_floating_point_v<T>) {
-        const auto whole = static_cast<std::int32_t>(std::clamp(value, -1e9, 1e9));
-        return value == whole ? boost::json::value(whole) : boost::json::value(value); // 1, not 1E0
-    } else if constexpr (std::is_arithmetic_v<T>) {
+    if constexpr (std::is_arithmetic_v<T>) {
         return value;
     } else if constexpr (std::is_enum_v<T>) {
         return static_cast<std::underlying_type_t<T>>(value);
@@ -181,11 +172,11 @@ template <class Result> Result decode(std::string_view json) {
 }
 
 template <class Record> std::string encode(const Record& record) {
-    return boost::json::serialize(toJson(record));
+    return toText(toJson(record));
 }
 
 template <class Record> std::string encode(const std::vector<Record>& records) {
-    return boost::json::serialize(toJson(records));
+    return toText(toJson(records));
 }
 
 /// Puts into the library what Json.h promises for a record.

@@ -1,5 +1,7 @@
 #include "clients/tool/Output.h"
 
+#include "clients/cpp/ValueText.h"
+
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
@@ -42,7 +44,7 @@ void append(std::string& text, const json::value& value, std::size_t depth) {
         newLine(depth);
         text += '}';
     } else {
-        text += json::serialize(value);
+        text += toText(value);
     }
 }
 
@@ -87,7 +89,7 @@ std::string listMembers(const std::string& json) {
     std::string text;
     for (const auto& member : value.as_object()) {
         text.append(text.empty() ? "" : ", ").append(member.key()).append(" ");
-        text += json::serialize(member.value());
+        text += toText(member.value());
     }
     return text;
 }

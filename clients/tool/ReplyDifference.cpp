@@ -1,6 +1,6 @@
 #include "clients/tool/ReplyDifference.h"
 
-#include <boost/json/serialize.hpp>
+#include "clients/cpp/ValueText.h"
 
 #include <algorithm>
 
@@ -31,9 +31,7 @@ public:
     }
 
 private:
-    static std::string textOf(const value* json) {
-        return json != nullptr ? boost::json::serialize(*json) : std::string();
-    }
+    static std::string textOf(const value* json) { return json != nullptr ? toText(*json) : std::string(); }
 
     void compareObjects(const std::string& path, const boost::json::object& recorded,
                         const boost::json::object& replayed) {

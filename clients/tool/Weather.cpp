@@ -1,3 +1,4 @@
+#include "clients/cpp/ValueText.h"
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
@@ -5,7 +6,6 @@
 #include "commandline/UsageError.h"
 
 #include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
 
 #include <fstream>
 #include <iostream>
@@ -114,8 +114,7 @@ void setWeather(Session& session, const std::string& path) {
             members->erase("applied");
         }
     }
-    const auto weather =
-        session.getSimulatorClient().request("Simulator::weatherSet", boost::json::serialize(params));
+    const auto weather = session.getSimulatorClient().request("Simulator::weatherSet", toText(params));
     showWeather(session, decode<Simulator::Weather>(weather));
 }
 

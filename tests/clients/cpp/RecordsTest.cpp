@@ -1,5 +1,6 @@
 #include "clients/cpp/Errors.h"
 #include "clients/cpp/Json.h"
+#include "clients/cpp/Simulator.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,31 @@ TEST(RecordsTest, ListKeepsItsOrder) {
     EXPECT_EQ(encode(Genres()), "[]");
     EXPECT_THROW(decode<Genres>("{}"), BadReply);
     EXPECT_THROW(decode<Genres>("[1]"), BadReply);
+}
+
+TEST(RecordsTest, NumbersAreWrittenAsPeopleDo) {
+    const struct {
+        const char* read;
+        const char* written;
+    } cases[] = {
+        {"5E-1", "0.5"},
+        {"0.1", "0.1"},
+        {"-2.50", "-2.5"},
+        {"1.0", "1"},
+        {"3600", "3600"},
+        {"0.0", "0"},
+        {"1760612404.107312", "1760612404.107312"},
+        {"1e5", "100000"},
+        {"0.000001", "0.000001"},
+        {"0.0000001", "1E-7"},
+        {"1e20", "100000000000000000000"},
+        {"1e21", "1E21"},
+    };
+    for (const auto& row : cases) {
+        const auto clock =
+            decode<Simulator::Clock>(R"({"now":1,"real":2,"speed":)" + std::string(row.read) + "}");
+        EXPECT_EQ(encode(clock), R"({"now":1,"speed":)" + std::string(row.written) + R"(,"real":2})");
+    }
 }
 
 TEST(RecordsTest, PlainRepliesAreReadToo) {

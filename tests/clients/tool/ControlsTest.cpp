@@ -84,8 +84,8 @@ const Row rows[] = {
      {"clock", "speed", "0.5", "--json"},
      "",
      R"({"now":1,"speed":0.5,"real":2})",
-     R"({"speed":5E-1})",
-     "{\"now\":1,\"speed\":5E-1,\"real\":2}\n"},
+     R"({"speed":0.5})",
+     "{\"now\":1,\"speed\":0.5,\"real\":2}\n"},
     {"ClockSet", {"clock", "set", "2011-10-16T12:00"}, "", held, R"({"now":1318762800})", heldTime},
     {"ClockSetBack", {"clock", "set", "-1h"}, "", held, R"({"now":1318759200})", heldTime},
     {"ClockStep", {"clock", "step", "1m10s"}, "", held, R"({"seconds":70})", heldTime},
@@ -128,7 +128,7 @@ const Row rows[] = {
      {"weather", "set", "-"},
      bad,
      bad,
-     R"({"rules":[{"method":"ITVGuide::*","notifications":false,"after":2,"times":1,"probability":5E-1,)"
+     R"({"rules":[{"method":"ITVGuide::*","notifications":false,"after":2,"times":1,"probability":0.5,)"
      R"("delayMs":[200,800],"error":"TimedOut"},)"
      R"({"method":"*","notifications":true,"after":0,"times":3,"probability":1,"delayMs":10,)"
      R"("drop":"notification"}],"seed":7})",
@@ -138,10 +138,10 @@ const Row rows[] = {
       "--times", "2", "--probability", "0.25"},
      "",
      fine,
-     R"({"rules":[{"method":"ITVGuide::*","after":2,"times":1,"probability":5E-1,)"
+     R"({"rules":[{"method":"ITVGuide::*","after":2,"times":1,"probability":0.5,)"
      R"("delayMs":[200,800],"error":"TimedOut"},)"
      R"({"notifications":true,"times":3,"delayMs":10,"drop":"notification"},)"
-     R"({"method":"A::*","after":1,"times":2,"probability":2.5E-1,"delayMs":[5,9],"error":"TimedOut"}],"seed":7})",
+     R"({"method":"A::*","after":1,"times":2,"probability":0.25,"delayMs":[5,9],"error":"TimedOut"}],"seed":7})",
      "Fine: there are no rules.\n"},
     {"Call", {"call", "worldGet"}, "", "1", "", "1\n"},
     {"CallWithParams",

@@ -566,9 +566,9 @@ TEST(ToolTest, CallSendsThePayloadAsItStands) {
     FakeService fake({{"ITVService::serviceListGet", {result(R"([{"a":1.5}])")}},
                       {"ITVService::deleteContext", {result("null")}}});
     const auto shown = run({"call", "serviceListGet", R"({"limit": 1e0})"}, fake.getAddress());
-    EXPECT_EQ(shown.output, "[\n  {\n    \"a\": 1.5E0\n  }\n]\n");
+    EXPECT_EQ(shown.output, "[\n  {\n    \"a\": 1.5\n  }\n]\n");
     EXPECT_EQ(run({"call", "ITVService::serviceListGet", "-", "--json"}, fake.getAddress(), "[7]").output,
-              "[{\"a\":1.5E0}]\n");
+              "[{\"a\":1.5}]\n");
     EXPECT_EQ(run({"call", "createContext"}, fake.getAddress()).output, "4711\n");
     EXPECT_EQ(run({"call", "deleteContext", R"({"context":9})"}, fake.getAddress()).output, "null\n");
     EXPECT_EQ(run({"call", "deleteContext"}, fake.getAddress()).output, "null\n");

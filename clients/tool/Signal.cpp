@@ -17,7 +17,7 @@ void showSignal(Session& session, std::uint32_t source) {
     print("strength  " + std::to_string(status.strength) + "\nquality   " + std::to_string(status.quality) +
           "\n");
     if (status == SignalStatus())
-        print("A simulated tuner reports 0 for both.\n");
+        print("A simulated tuner reports 0 for both until ostrel-tv signal set tells it others.\n");
 }
 
 void setSignal(Session& session, const SignalStatus& status) {

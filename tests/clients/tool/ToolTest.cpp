@@ -328,7 +328,7 @@ TEST(ToolTest, RefusedQueryIsShownWithACaret) {
 TEST(ToolTest, SignalOfASimulatedTunerIsExplained) {
     FakeService fake({{"ITVService::signalStatusGet", {result(R"({"strength":0,"quality":0})")}}});
     EXPECT_EQ(run({"signal"}, fake.getAddress()).output,
-              "strength  0\nquality   0\nA simulated tuner reports 0 for both.\n");
+              "strength  0\nquality   0\nA simulated tuner reports 0 for both until ostrel-tv signal set tells it others.\n");
     EXPECT_EQ(run({"signal", "--json"}, fake.getAddress()).output, "{\"strength\":0,\"quality\":0}\n");
 }
 

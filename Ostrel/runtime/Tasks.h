@@ -66,6 +66,8 @@ struct Tasks {
             if (!task->finished)
                 limit = std::min(limit, task->due);
         timeline.limit(limit);
+        if (!timeline.isRunning())
+            return; // whoever lets it run rouses them: many may sleep till the same time
         for (const auto& task : all)
             if (!task->finished && task->awake == 0 && task->due == limit)
                 task->wake.notify_one();

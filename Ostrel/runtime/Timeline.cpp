@@ -44,7 +44,7 @@ Timeline::Span Timeline::getPassedAt(std::time_t time) const noexcept {
 }
 
 std::optional<Timeline::Real::time_point> Timeline::when(Span passed, Real::time_point at) const noexcept {
-    if (standing_ || speed_ == 0 || (isSteered() && passed > getPassedAt(last)))
+    if (!isRunning() || (isSteered() && passed > getPassedAt(last)))
         return std::nullopt;
     const auto left = passed - run(at);
     if (left <= Span(0))

@@ -56,6 +56,7 @@ public:
     /// Stands still, whatever the speed, but for what advance() says, until goOn(). Steered from now on.
     Span stand(Real::time_point at) noexcept;
     bool isStanding() const noexcept { return standing_; }
+    bool isRunning() const noexcept { return !standing_ && speed_ != 0; }
     /// Nowhere when so much has passed already, and not beyond the last second.
     void advance(Span passed) noexcept;
     void goOn(Real::time_point at) noexcept;

@@ -15,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/resource.h>
+
 namespace Ostrel {
 namespace {
 
@@ -286,6 +288,30 @@ TEST(ClockTest, StepsOfSeveralThreadsGoOneAfterTheOther) {
         thread.join();
     EXPECT_EQ(Clock::now(), noon + 100);
     EXPECT_EQ(woken, 100u);
+}
+
+/// How often the process's threads have gone to sleep so far.
+long countSleeps() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+}
+
+TEST(ClockTest, AStepWakesNobodyWhoIsNotNext) {
+    constexpr int tasks = 200, times = 10;
+    const HeldClock time(noon);
+    const std::function<void()> body = [] {
+        for (int i = 0; i < times; ++i)
+            OS_TaskDelayMsec(1000);
+    };
+    const TasksEnd end;
+    for (int i = 0; i < tasks; ++i)
+        spawn(body);
+    Clock::step(0s);
+    const auto before = countSleeps();
+    EXPECT_TRUE(Clock::step(times * 1s));
+    EXPECT_EQ(countTasks(), 0u);
+    EXPECT_LT(countSleeps() - before, tasks * times * 30); // each would wake the 199 others
 }
 
 TEST(ClockTest, AStepEndsWhenTheHostStops) {

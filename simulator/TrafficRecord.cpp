@@ -6,6 +6,7 @@
 #include "Ostrel/transport/StartError.h"
 #include "simulator/Message.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -23,7 +24,6 @@ namespace {
 
 constexpr std::size_t pieceSize = 64u << 10; ///< bytes that are written together
 constexpr int askAgain = 250; ///< milliseconds, whether a pipe's reader is still wanted
-constexpr int lastPatience = 1000; ///< milliseconds, when stopping
 
 } // namespace
 
@@ -183,7 +183,12 @@ bool TrafficRecord::waitForReader() {
             const std::lock_guard lock(mutex_);
             isLast = isStopping_;
         }
-        if (::poll(&pipe, 1, isLast ? lastPatience : askAgain) > 0)
+        const auto left = ceil<std::chrono::milliseconds>(patience_).count();
+        const auto begin = Clock::now();
+        const bool takesMore = ::poll(&pipe, 1, isLast ? int(left) : askAgain) > 0;
+        if (isLast)
+            patience_ -= std::min(patience_, Clock::now() - begin);
+        if (takesMore)
             return true;
         if (isLast) {
             errno = ETIMEDOUT;

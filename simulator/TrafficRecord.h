@@ -3,6 +3,7 @@
 #include "Ostrel/transport/Traffic.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +28,7 @@ public:
     /// @throws StartError  it cannot be written
     explicit TrafficRecord(const std::string& path, std::size_t bound = usualBound);
 
-    /// Writes what waits, though not to a reader who takes nothing for a second.
+    /// Writes what waits, but waits no more than a second altogether for a pipe's reader.
     ~TrafficRecord() override;
 
     TrafficRecord(const TrafficRecord&) = delete;
@@ -41,6 +42,8 @@ public:
     void passed(const Message& message) noexcept override;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     /// What is to become a line.
     struct Item {
         TrafficMessage message;
@@ -69,6 +72,7 @@ private:
     // The thread's own:
     std::string lines_; ///< to be written
     std::uint64_t size_ = 0; ///< of the file
+    Clock::duration patience_ = std::chrono::seconds(1); ///< that is left with a pipe's reader when stopping
 
     std::mutex mutex_; ///< guards what follows
     std::condition_variable wanted_;

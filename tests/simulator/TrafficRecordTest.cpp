@@ -7,10 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -170,6 +174,28 @@ TEST_F(TrafficRecordTest, AReaderWhoTakesNothingDoesNotHoldUpTheEnd) {
     pass(std::string(1 << 20, 'x'));
     record_.reset();
     ::close(reader);
+    EXPECT_EQ(log_.texts(), std::vector<std::string>{"the record " + path_ + " ends: Connection timed out"});
+}
+
+TEST_F(TrafficRecordTest, AReaderWhoTakesLittleAtATimeDoesNotHoldUpTheEndEither) {
+    ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+    const int reader = ::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    constexpr std::size_t size = 2 << 20;
+    start();
+    pass(std::string(size, 'x'));
+    std::atomic<bool> hasEnded = false;
+    std::size_t taken = 0;
+    std::thread slow([&] {
+        std::string buffer(4096, '\0');
+        for (; !hasEnded && taken < size; std::this_thread::sleep_for(std::chrono::milliseconds(50)))
+            taken += std::size_t(std::max<ssize_t>(0, ::read(reader, buffer.data(), buffer.size())));
+    });
+    record_.reset();
+    hasEnded = true;
+    slow.join();
+    ::close(reader);
+    EXPECT_LT(taken, size);
     EXPECT_EQ(log_.texts(), std::vector<std::string>{"the record " + path_ + " ends: Connection timed out"});
 }
 

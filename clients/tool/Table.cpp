@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <limits>
 #include <numeric>
 
 #include <locale.h>
@@ -35,34 +36,43 @@ private:
     const locale_t previous_;
 };
 
+struct Walk {
+    std::size_t bytes = 0;
+    std::size_t columns = 0;
+};
+
+/// Goes over the letters of a text as far as they fit into columns.
+Walk walk(std::string_view text, std::size_t columns) {
+    const Utf8Locale locale;
+    Walk done;
+    std::mbstate_t state{};
+    while (done.bytes < text.size()) {
+        const auto rest = text.substr(done.bytes);
+        wchar_t letter = 0;
+        auto length = std::mbrtowc(&letter, rest.data(), rest.size(), &state);
+        int width = 1;
+        if (length == 0 || length > rest.size()) { // a null, or no UTF-8
+            state = {};
+            length = 1;
+        } else if (const int known = ::wcwidth(letter); known >= 0) {
+            width = known;
+        }
+        if (done.columns + static_cast<unsigned>(width) > columns)
+            break;
+        done.bytes += length;
+        done.columns += static_cast<unsigned>(width);
+    }
+    return done;
+}
+
 } // namespace
 
 std::size_t getWidth(std::string_view text) {
-    const Utf8Locale locale;
-    std::size_t width = 0;
-    std::mbstate_t state{};
-    while (!text.empty()) {
-        wchar_t letter = 0;
-        const auto length = std::mbrtowc(&letter, text.data(), text.size(), &state);
-        if (length == 0 || length > text.size()) { // a null, or no UTF-8
-            state = {};
-            ++width;
-            text.remove_prefix(1);
-            continue;
-        }
-        const int columns = ::wcwidth(letter);
-        width += columns < 0 ? 1U : static_cast<unsigned>(columns);
-        text.remove_prefix(length);
-    }
-    return width;
+    return walk(text, std::numeric_limits<std::size_t>::max()).columns;
 }
 
 std::string cut(std::string text, std::size_t columns) {
-    while (getWidth(text) > columns) {
-        while ((static_cast<unsigned char>(text.back()) & 0xc0) == 0x80)
-            text.pop_back();
-        text.pop_back();
-    }
+    text.resize(walk(text, columns).bytes);
     return text;
 }
 

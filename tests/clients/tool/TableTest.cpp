@@ -27,6 +27,15 @@ const WidthRow rows[] = {
 INSTANTIATE_TEST_SUITE_P(Widths, WidthTable, testing::ValuesIn(rows),
                          [](const auto& row) { return row.param.name; });
 
+TEST(TableTest, CutsBetweenLetters) {
+    EXPECT_EQ(cut("Télé", 2), "Té");
+    EXPECT_EQ(cut("日本", 3), "日") << "half a letter is none";
+    EXPECT_EQ(cut("e\u0301e", 1), "e\u0301") << "the accent takes no column";
+    EXPECT_EQ(cut("\xff\xff", 1), "\xff");
+    EXPECT_EQ(cut("BBC", 3), "BBC");
+    EXPECT_EQ(cut("BBC", 0), "");
+}
+
 TEST(TableTest, AlignsByWidthAndEndsNoLineInBlanks) {
     Table table({{"No.", Table::Align::Right}, {"Name"}, {"Flags"}});
     table.add({"1", "Télé", ""});

@@ -22,6 +22,7 @@ Command makeWeather(Session& session);
 Command makeReset(Session& session);
 Command makeCall(Session& session);
 Command makeWatch(Session& session);
+Command makeTraffic(Session& session);
 Command makeReplay(Session& session);
 
 } // namespace Ostrel::Client::Tool

@@ -51,11 +51,11 @@ Program makeProgram(Session& session) {
                         .description = "How long to wait for the connection and each reply",
                         .read = Ostrel::CommandLine::positiveNumber(session.timeoutSeconds),
                         .standard = "10"}};
-    program.commands = {makeServices(session),     makeNow(session),    makeGuide(session),
-                        makeQuery(session),        makeGenres(session), makeScan(session),
-                        makeTransponders(session), makeSignal(session), makeTime(session),
-                        makeWatch(session),        makeCall(session),   makeClock(session),
-                        makeWeather(session),      makeReset(session),  makeReplay(session)};
+    program.commands = {
+        makeServices(session), makeNow(session),   makeGuide(session),        makeQuery(session),
+        makeGenres(session),   makeScan(session),  makeTransponders(session), makeSignal(session),
+        makeTime(session),     makeWatch(session), makeCall(session),         makeClock(session),
+        makeWeather(session),  makeReset(session), makeTraffic(session),      makeReplay(session)};
     Ostrel::CommandLine::addHelp(program);
     program.examples = {"ostrel-tv services --limit 5",
                         "ostrel-tv services --channel 4 --json",

@@ -177,6 +177,22 @@ TEST_F(ReplayTest, SimulatorThatNobodyTouchesChangesNoReply) {
     EXPECT_EQ(outcome.status, 0);
 }
 
+TEST_F(ReplayTest, TrafficOfAServiceIsARecord) {
+    {
+        const Serving host;
+        auto client = host.connect();
+        client.upgrade();
+        callEverything(client, 50);
+        Child traffic("/bin/sh",
+                      {"-c", "exec \"$0\" traffic --last 10000 --json >\"$1\"", OSTREL_TV_PROGRAM, path_}, {},
+                      {"OSTREL_TV_URL=" + host.address()});
+        EXPECT_EQ(traffic.wait(), 0) << traffic.readErrors();
+    }
+    const Serving host;
+    EXPECT_EQ(replay(host.address(), {path_, "--diff", "--speed", "max"}).output,
+              "50 requests of 1 connection sent, 50 replies compared, none differs\n");
+}
+
 TEST_F(ReplayTest, ShowsWhereRepliesDiffer) {
     recordSession();
     auto record = read(path_);

@@ -1,6 +1,7 @@
 #include "tests/clients/tool/Run.h"
 #include "tests/support/Child.h"
 #include "tests/support/FakeService.h"
+#include "tests/support/Terminal.h"
 
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
@@ -14,8 +15,6 @@
 #include <iterator>
 #include <sstream>
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 using Ostrel::Test::Child;
@@ -23,6 +22,7 @@ using Ostrel::Test::error;
 using Ostrel::Test::FakeService;
 using Ostrel::Test::result;
 using Ostrel::Test::run;
+using Ostrel::Test::Terminal;
 
 namespace {
 
@@ -328,7 +328,8 @@ TEST(ToolTest, RefusedQueryIsShownWithACaret) {
 TEST(ToolTest, SignalOfASimulatedTunerIsExplained) {
     FakeService fake({{"ITVService::signalStatusGet", {result(R"({"strength":0,"quality":0})")}}});
     EXPECT_EQ(run({"signal"}, fake.getAddress()).output,
-              "strength  0\nquality   0\nA simulated tuner reports 0 for both until ostrel-tv signal set tells it others.\n");
+              "strength  0\nquality   0\nA simulated tuner reports 0 for both until ostrel-tv signal set "
+              "tells it others.\n");
     EXPECT_EQ(run({"signal", "--json"}, fake.getAddress()).output, "{\"strength\":0,\"quality\":0}\n");
 }
 
@@ -782,6 +783,9 @@ const UsageRow wrongUsages[] = {
     {"SignalAlone", {"signal", "set", "--strength", "5"}},
     {"SignalOfMoreThanAll", {"signal", "set", "--strength", "101", "--quality", "5"}},
     {"UnknownSignalCommand", {"signal", "frobnicate"}},
+    {"MoreTrafficThanIsKept", {"traffic", "--last", "10001"}},
+    {"UnknownDirection", {"traffic", "--direction", "up"}},
+    {"ErrorsAmongRequests", {"traffic", "--errors", "--direction", "request"}},
     {"NoEffect", {"weather", "add", "--method", "*"}},
     {"UnknownEffect", {"weather", "add", "--drop", "call"}},
     {"DelayOfHalfARange", {"weather", "add", "--delay", "200-"}},
@@ -914,6 +918,7 @@ const std::vector<std::vector<std::string>> everyCommand = {{},
                                                             {"clock", "step"},
                                                             {"signal", "set"},
                                                             {"reset"},
+                                                            {"traffic"},
                                                             {"weather"},
                                                             {"weather", "show"},
                                                             {"weather", "set"},
@@ -999,39 +1004,6 @@ TEST(ToolTest, HelpAndVersionAreOutput) {
     EXPECT_EQ(version.status, 0);
     EXPECT_TRUE(version.output.starts_with("ostrel-tv ")) << version.output;
 }
-
-/// A terminal of some lines, and what a program has written to it.
-class Terminal {
-public:
-    explicit Terminal(unsigned short rows) : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-        const winsize size{rows, 80, 0, 0};
-        EXPECT_EQ(::grantpt(master_), 0);
-        EXPECT_EQ(::unlockpt(master_), 0);
-        EXPECT_EQ(::ioctl(master_, TIOCSWINSZ, &size), 0);
-        slave_ = ::open(getPath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC); // so that the text stays there
-    }
-    ~Terminal() {
-        ::close(slave_);
-        ::close(master_);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    std::string getPath() const { return ::ptsname(master_); }
-
-    std::string read() const {
-        EXPECT_EQ(::fcntl(master_, F_SETFL, O_NONBLOCK), 0);
-        std::string text(4096, '\0');
-        const auto length = ::read(master_, text.data(), text.size());
-        text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-        return text;
-    }
-
-private:
-    int master_;
-    int slave_ = -1;
-};
 
 TEST(ToolTest, ListLongerThanTheScreenGoesThroughThePager) {
     const auto list = makeList(std::vector<std::string>(5, makeService(1, "A", usual)));

@@ -90,7 +90,8 @@ void SimulatorServer::publishClock() {
         {"clockSet", &SimulatorServer::clockSet},
         {"clockStep", &SimulatorServer::clockStep},
     });
-    waitingMethods.insert({"Simulator::clockSet", "Simulator::clockStep"});
+    waitingMethods.insert("Simulator::clockSet");
+    longMethods.insert("Simulator::clockStep");
 }
 
 std::string SimulatorServer::clockGet(const Call& call) {

@@ -70,8 +70,10 @@ public:
         if (!isRead_)
             return text_.size() <= smallText;
         return (!envelope_.params || envelope_.params->getText().size() <= smallText) &&
-               !server_.mayWait(envelope_.name);
+               !server_.mayWait(envelope_.name) && !isLong();
     }
+
+    bool isLong() const noexcept { return isRead_ && server_.isLong(envelope_.name); }
 
     bool isRefused() const noexcept {
         return isRead_ && (!envelope_.refusal.empty() || fate_.outcome == Fate::Failed ||
@@ -374,6 +376,10 @@ bool RPCMessage::needsTurn() const noexcept {
 
 bool RPCMessage::isQuick() const noexcept {
     return parts_->isQuick();
+}
+
+bool RPCMessage::isLong() const noexcept {
+    return parts_->isLong();
 }
 
 bool RPCMessage::isRefused() const noexcept {

@@ -65,6 +65,9 @@ public:
     /// Not to be asked when done.
     bool isQuick() const noexcept;
 
+    /// Whether the next step may go on for long, one such at a time. Not to be asked when done.
+    bool isLong() const noexcept;
+
     /// Whether the next step reaches no handler: it is for what is no request, or for one that is not
     /// to get there. Not to be asked when done.
     bool isRefused() const noexcept;

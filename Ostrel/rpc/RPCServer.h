@@ -79,6 +79,11 @@ public:
         return waitingMethods.find(name) != waitingMethods.end();
     }
 
+    /// Whether that method may go on for long, so that it waits as mayWait() says, and for others of
+    /// its kind: one of them is carried out at a time.
+    /// @param name  interface and method, "INTERFACE::METHOD"
+    bool isLong(std::string_view name) const noexcept { return longMethods.find(name) != longMethods.end(); }
+
     /// Whether there is a handler of that name.
     bool hasMethod(std::string_view interfaceName, std::string_view methodName) const;
 
@@ -96,6 +101,8 @@ protected:
     std::set<std::string, std::less<>> readOnlyInterfaces; ///< written by the constructor only
     /// The methods that mayWait(); written by the constructor only.
     std::set<std::string, std::less<>> waitingMethods;
+    /// The methods for which isLong() holds; written by the constructor only.
+    std::set<std::string, std::less<>> longMethods;
 
 private:
     const std::string name_;

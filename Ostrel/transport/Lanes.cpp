@@ -73,14 +73,16 @@ unsigned Lanes::countProcessors() {
 }
 
 Lanes::Lanes(unsigned readers, unsigned notifications)
-    : mostNotified_(notifications), turn_{.mostDear = 1}, readers_{.mostDear = readers} {
+    : mostNotified_(notifications), turn_{.mostDear = 1}, readers_{.mostDear = readers}, waiters_{.mostDear =
+                                                                                                      1} {
     const auto add = [this](Lane& lane, const std::string& name) {
         threads_.emplace_back([this, &lane] { run(lane); });
         pthread_setname_np(threads_.back().native_handle(), name.c_str());
     };
     try {
-        threads_.reserve(2 + readers_.mostDear);
+        threads_.reserve(3 + readers_.mostDear);
         add(turn_, "turn");
+        add(waiters_, "waiter");
         for (unsigned number = 1; number <= readers_.mostDear + 1; ++number)
             add(readers_, "reader " + std::to_string(number));
     } catch (...) {
@@ -98,8 +100,8 @@ void Lanes::beginStop() {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
     }
-    turn_.wanted.notify_all();
-    readers_.wanted.notify_all();
+    for (auto* lane : {&turn_, &readers_, &waiters_})
+        lane->wanted.notify_all();
 }
 
 void Lanes::stop() {
@@ -136,15 +138,16 @@ std::optional<RPCMessage::Reply> Lanes::carryOut(std::string_view text, RPCServe
 
 bool Lanes::isDelayed(const Client& client) {
     const std::lock_guard lock(mutex_);
-    return find(turn_.delayed, client) != turn_.delayed.end() ||
-           find(readers_.delayed, client) != readers_.delayed.end();
+    const auto delays = [&](Lane& lane) { return find(lane.delayed, client) != lane.delayed.end(); };
+    return delays(turn_) || delays(readers_) || delays(waiters_);
 }
 
 void Lanes::leave(Client& client) noexcept {
     Queue::node_type dropped; // outlives the lock, which is no place to destroy it
     const std::lock_guard lock(mutex_);
     client.getPeer()->gone = true;
-    for (auto* queue : {&turn_.queue, &turn_.delayed, &readers_.queue, &readers_.delayed}) {
+    for (auto* queue : {&turn_.queue, &turn_.delayed, &readers_.queue, &readers_.delayed, &waiters_.queue,
+                        &waiters_.delayed}) {
         const auto found = find(*queue, client);
         if (found == queue->end())
             continue;
@@ -164,11 +167,19 @@ void Lanes::enqueue(Job job) {
     push(one.extract(one.begin()));
 }
 
+Lanes::Lane& Lanes::choose(const Job& job) {
+    if (job.message == nullptr)
+        return readers_;
+    if (job.message->isLong())
+        return waiters_;
+    return job.message->needsTurn() && job.message->isQuick() ? turn_ : readers_;
+}
+
 /// A job keeps its place in memory as it goes from queue to queue, so that nothing can fail once
 /// it is in the first. With the lock held.
 void Lanes::push(Queue::node_type job) {
     auto& [client, message, done, chore, isDear, replySize] = job.mapped();
-    auto& lane = message != nullptr && message->needsTurn() && message->isQuick() ? turn_ : readers_;
+    auto& lane = choose(job.mapped());
     isDear = false;
     if (message != nullptr && message->isDelayed()) {
         job.key() = toMilliseconds(message->getDue().time_since_epoch());

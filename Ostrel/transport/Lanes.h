@@ -20,7 +20,8 @@ namespace Ostrel {
 
 /// Carries messages out: a quick request on the caller's own thread where the turn is free, which
 /// saves it two changes of thread; everything else on threads where waiting hurts nobody. What
-/// needs the turn and is quick has a thread of its own; all else shares a few.
+/// needs the turn and is quick has a thread of its own, and so has what may go on for long; all else
+/// shares a few.
 ///
 /// A message that is delayed waits aside, without a thread, until its time has come.
 ///
@@ -126,6 +127,7 @@ private:
     };
 
     void enqueue(Job job);
+    Lane& choose(const Job& job);
     void push(Queue::node_type job);
     void run(Lane& lane);
     static void wait(Lane& lane, std::unique_lock<std::mutex>& lock, Client::Clock::time_point end);
@@ -144,6 +146,7 @@ private:
     Client::Clock::time_point notified_; ///< when what was sent of notifications is no more than that
     Lane turn_;
     Lane readers_;
+    Lane waiters_; ///< for requests that are long
     std::vector<std::thread> threads_;
 };
 

@@ -465,7 +465,7 @@ TEST(HostTest, ThreadsHaveNames) {
     const auto tasks = "/proc/" + std::to_string(running.child().id()) + "/task";
     for (const auto& task : std::filesystem::directory_iterator(tasks))
         names.insert(contentOf(task.path() / "comm"));
-    for (const std::string name : {"ostrel-tvd", "listener", "turn", "reader 1", "reader 2"})
+    for (const std::string name : {"ostrel-tvd", "listener", "turn", "waiter", "reader 1", "reader 2"})
         EXPECT_TRUE(names.contains(name + "\n")) << name;
     running.child().terminate();
     EXPECT_EQ(running.child().wait(), 0);

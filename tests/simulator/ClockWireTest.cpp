@@ -14,6 +14,7 @@
 #include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace Ostrel::Test {
 namespace {
@@ -302,6 +303,19 @@ TEST_F(LongStepTest, OthersAreServedMeanwhileAndASettingEndsIt) {
     while (said.find("onClock") != std::string::npos);
     EXPECT_EQ(said, R"({"jsonrpc":"2.0","id":1,"error":{"code":-32000,"message":"Invalid state",)"
                     R"("data":{"returnCode":2,"name":"InvalidState"}}})");
+}
+
+TEST_F(LongStepTest, ManyWhoStepHoldUpNobody) {
+    std::vector<WireClient> steppers;
+    for (int i = 0; i < 20; ++i) {
+        steppers.push_back(connect());
+        steppers.back().upgrade("/rpc/Simulator");
+        steppers.back().sendText(request("Simulator::clockStep", R"({"seconds":31536000})"));
+    }
+    Viewer viewer;
+    EXPECT_GE(viewer.now(), noon);
+    EXPECT_GT(viewer.nowNext(1043).second, noon);
+    EXPECT_EQ(simulate("trafficGet", R"({"last":0})").at("result"), json::array());
 }
 
 TEST_F(LongStepTest, AResetEndsIt) {

@@ -169,7 +169,8 @@ private:
                                 const std::vector<ReplyDifference>& differences) {
         std::string text = "request " + std::to_string(pending.number) + ", connection " +
                            std::to_string(recorded.connection) + ", " +
-                           (recorded.method.empty() ? "no method" : recorded.method) + "\n";
+                           (recorded.method.empty() ? "no method" : cut(printable(recorded.method), 60)) +
+                           "\n";
         const auto shown = [](const std::string& json) {
             return json.empty() ? std::string("nothing") : cut(printable(json), 60);
         };

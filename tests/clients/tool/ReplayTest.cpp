@@ -277,6 +277,15 @@ TEST_F(ReplayTest, WithoutAReplyIsADifference) {
     EXPECT_NE(outcome.output.find(", now no reply in time\n"), std::string::npos) << outcome.output;
 }
 
+TEST_F(ReplayTest, ShowsNothingThatSteersATerminal) {
+    write(line("request", R"(\u001b[2Jclear)", request(1, "nothing")) +
+          line("reply", R"(\u001b[2Jclear)", R"({"jsonrpc":"2.0","id":1,"result":null})"));
+    const Serving host;
+    const auto outcome = replay(host.address(), {path_, "--diff"});
+    EXPECT_EQ(outcome.output.find('\x1b'), std::string::npos);
+    EXPECT_NE(outcome.output.find("connection 1, \uFFFD[2Jclear\n"), std::string::npos) << outcome.output;
+}
+
 TEST_F(ReplayTest, WhatIsNoRecordIsRefused) {
     EXPECT_EQ(replay("127.0.0.1:1", {directory_.file("absent")}).status, 2);
     write("one\n");

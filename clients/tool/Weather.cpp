@@ -9,8 +9,9 @@
 
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <istream>
 #include <memory>
+#include <string>
 
 namespace Ostrel::Client::Tool {
 
@@ -84,14 +85,18 @@ void showWeather(const Session& session, const Simulator::Weather& weather) {
     print(table.format() + "Seed " + std::to_string(weather.seed) + "\n");
 }
 
+constexpr std::size_t mostOfAFile = 1u << 20; ///< bytes; the service takes no more in a message
+
 /// Returns what a file holds, standard input for "-".
-std::string readWeatherFile(const std::string& path) {
-    if (path == "-")
-        return {std::istreambuf_iterator<char>(std::cin), {}};
-    std::ifstream file(path);
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    if (!file)
-        throw UsageError(path + " cannot be read");
+std::string readWeatherFile(const std::string& path, const std::string& name) {
+    std::ifstream file(path == "-" ? std::string() : path);
+    std::istream& in = path == "-" ? std::cin : file;
+    std::string text(mostOfAFile + 1, '\0');
+    if (!in || (!in.read(text.data(), std::streamsize(text.size())) && !in.eof()))
+        throw UsageError(name + " cannot be read");
+    text.resize(std::size_t(in.gcount()));
+    if (text.size() > mostOfAFile)
+        throw UsageError(name + " has more than 1 MiB");
     return text;
 }
 
@@ -100,7 +105,7 @@ std::string readWeatherFile(const std::string& path) {
 void setWeather(Session& session, const std::string& path) {
     const std::string name = path == "-" ? "standard input" : path;
     boost::json::error_code error;
-    auto params = boost::json::parse(readWeatherFile(path), error);
+    auto params = boost::json::parse(readWeatherFile(path, name), error);
     if (error)
         throw UsageError(name + " is not JSON: " + error.message());
     if (params.is_array())

@@ -170,4 +170,16 @@ TEST(ControlsTest, NoNextStartTellsWhereThereAreSome) {
               "the middle of the guide\n");
 }
 
+TEST(WeatherFileTest, IsReadNoFurtherThanTheServiceWould) {
+    const auto endless = run({"weather", "set", "/dev/zero"});
+    EXPECT_EQ(endless.status, 2);
+    EXPECT_EQ(endless.errors, "ostrel-tv: /dev/zero has more than 1 MiB\n");
+    const auto directory = run({"weather", "set", "/"});
+    EXPECT_EQ(directory.status, 2);
+    EXPECT_EQ(directory.errors, "ostrel-tv: / cannot be read\n");
+    const auto large = run({"weather", "set", "-"}, "127.0.0.1:1", std::string((1 << 20) + 1, ' '));
+    EXPECT_EQ(large.status, 2);
+    EXPECT_EQ(large.errors, "ostrel-tv: standard input has more than 1 MiB\n");
+}
+
 } // namespace

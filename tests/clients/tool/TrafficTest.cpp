@@ -17,23 +17,23 @@ namespace {
 // Of one client a call that is refused, with a "result" in its text; of another one that is not, in
 // the middle of which the service tells something to both; and what is no request.
 constexpr const char* messages[] = {
-    R"({"time":1318762800.107312,"connection":3,"client":"127.0.0.1:51724","direction":"request",)"
-    R"("method":"ITVConfig::scanInfoGet","id":7,"micros":0,"bytes":113,"text":"{\"jsonrpc\":\"2.0\",\"id\":7,)"
-    R"(\"method\":\"ITVConfig::scanInfoGet\",\"params\":{\"context\":28,\"payload\":{\"sourceId\":1}}}"})",
-    R"({"time":1318762800.107398,"connection":3,"client":"127.0.0.1:51724","direction":"reply",)"
-    R"("method":"ITVConfig::scanInfoGet","id":7,"micros":86,"bytes":90,"text":"{\"jsonrpc\":\"2.0\",\"id\":7,)"
-    R"(\"error\":{\"code\":-32000,\"message\":\"\\\"result\\\":\"}}"})",
-    R"({"time":1318762801.5,"connection":12,"client":"unix","direction":"request",)"
-    R"("method":"ITVService::createContext","id":"é","micros":0,"bytes":64,"text":"{\"jsonrpc\":\"2.0\",)"
-    R"(\"id\":\"é\",\"method\":\"ITVService::createContext\"}"})",
-    R"({"time":1318762801.75,"connection":0,"client":"","direction":"notification",)"
-    R"("method":"ITVConfig::onScanStart","micros":0,"bytes":75,"text":"{\"jsonrpc\":\"2.0\",)"
-    R"(\"method\":\"ITVConfig::onScanStart\",\"params\":{\"sourceId\":0}}"})",
-    R"({"time":1318762802,"connection":12,"client":"unix","direction":"reply",)"
-    R"("method":"ITVService::createContext","id":"é","micros":500012,"bytes":44,"text":"{\"jsonrpc\":\"2.0\",)"
-    R"(\"id\":\"é\",\"result\":28}"})",
-    R"({"time":1318762802.25,"connection":12,"client":"unix","direction":"request",)"
-    R"("method":"","id":null,"micros":0,"bytes":9,"text":"no\nJSON.."})",
+    (R"({"time":1318762800.107312,"connection":3,"client":"127.0.0.1:51724","direction":"request",)"
+     R"("method":"ITVConfig::scanInfoGet","id":7,"micros":0,"bytes":113,"text":"{\"jsonrpc\":\"2.0\",\"id\":7,)"
+     R"(\"method\":\"ITVConfig::scanInfoGet\",\"params\":{\"context\":28,\"payload\":{\"sourceId\":1}}}"})"),
+    (R"({"time":1318762800.107398,"connection":3,"client":"127.0.0.1:51724","direction":"reply",)"
+     R"("method":"ITVConfig::scanInfoGet","id":7,"micros":86,"bytes":90,"text":"{\"jsonrpc\":\"2.0\",\"id\":7,)"
+     R"(\"error\":{\"code\":-32000,\"message\":\"\\\"result\\\":\"}}"})"),
+    (R"({"time":1318762801.5,"connection":12,"client":"unix","direction":"request",)"
+     R"("method":"ITVService::createContext","id":"é","micros":0,"bytes":64,"text":"{\"jsonrpc\":\"2.0\",)"
+     R"(\"id\":\"é\",\"method\":\"ITVService::createContext\"}"})"),
+    (R"({"time":1318762801.75,"connection":0,"client":"","direction":"notification",)"
+     R"("method":"ITVConfig::onScanStart","micros":0,"bytes":75,"text":"{\"jsonrpc\":\"2.0\",)"
+     R"(\"method\":\"ITVConfig::onScanStart\",\"params\":{\"sourceId\":0}}"})"),
+    (R"({"time":1318762802,"connection":12,"client":"unix","direction":"reply",)"
+     R"("method":"ITVService::createContext","id":"é","micros":500012,"bytes":44,"text":"{\"jsonrpc\":\"2.0\",)"
+     R"(\"id\":\"é\",\"result\":28}"})"),
+    (R"({"time":1318762802.25,"connection":12,"client":"unix","direction":"request",)"
+     R"("method":"","id":null,"micros":0,"bytes":9,"text":"no\nJSON.."})"),
 };
 
 // clang-format off

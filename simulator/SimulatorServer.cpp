@@ -35,13 +35,9 @@ SimulatorServer::SimulatorServer(TV::DummyTVModule& module, RPCServer& tv, Weath
     : RPCServer("Simulator"), module_(module), clockStart_(clock), weather_(tv, std::move(weather)) {
     tv.addObserver(traffic_);
     publishModule();
-
     publishClock();
-
     publishWeather();
-
     publishTraffic();
-
     resetClock();
 }
 

@@ -59,7 +59,7 @@ void Connection::stop() {
     if (phase_ == Phase::Open)
         sayGoodbye(boost::beast::websocket::close_code::going_away);
     else if (phase_ == Phase::Working && hub_.getLanes().isDelayed(*client_))
-        close(); // nothing has begun, and nothing begins any more
+        close(); // what waits for its time is not begun any more
     else if (phase_ == Phase::Working)
         keepAlive_ = false;
     else if (phase_ <= Phase::ReadingHead && output_.hasGivenAll())

@@ -73,8 +73,7 @@ unsigned Lanes::countProcessors() {
 }
 
 Lanes::Lanes(unsigned readers, unsigned notifications)
-    : mostNotified_(notifications), turn_{.mostDear = 1}, readers_{.mostDear = readers}, waiters_{.mostDear =
-                                                                                                      1} {
+    : mostNotified_(notifications), readers_{.mostDear = readers} {
     const auto add = [this](Lane& lane, const std::string& name) {
         threads_.emplace_back([this, &lane] { run(lane); });
         pthread_setname_np(threads_.back().native_handle(), name.c_str());

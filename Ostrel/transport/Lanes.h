@@ -119,7 +119,7 @@ private:
 
     /// Threads with a queue of their own.
     struct Lane {
-        const unsigned mostDear; ///< how many may work for clients that are not quick
+        const unsigned mostDear = 1; ///< how many may work for clients that are not quick
         Queue queue = {};
         Queue delayed = {}; ///< for whose first a thread waits that has nothing else to do
         unsigned dear = 0; ///< how many do

@@ -125,18 +125,18 @@ TEST_F(TrafficRingTest, WhoReadsTooLateGoesOnWithTheOldest) {
     EXPECT_EQ(number, 3u) << "one was missed";
 }
 
+void pass(Traffic& traffic, const RPCPeer& peer, std::string_view text) {
+    traffic.passed(
+        {.direction = Direction::Request, .time = {}, .peer = &peer, .method = {}, .id = {}, .text = text});
+}
+
 /// How many messages of so many bytes are kept in 128 KiB.
 std::size_t countKept(std::size_t messages, std::size_t size) {
     Traffic traffic({.messages = 100, .bytes = 128u << 10});
     const RPCPeer peer;
     const std::string text(size, 'x');
     for (std::size_t i = 0; i < messages; ++i)
-        traffic.passed({.direction = Direction::Request,
-                        .time = {},
-                        .peer = &peer,
-                        .method = {},
-                        .id = {},
-                        .text = text});
+        pass(traffic, peer, text);
     return allOf(traffic).size();
 }
 
@@ -252,12 +252,7 @@ TEST(TrafficLimitTest, WithoutMessagesItTakesNoMemory) {
     const RPCPeer peer;
     const std::string text(Traffic::longestText, 'x');
     for (int i = 0; i < 5000; ++i)
-        traffic.passed({.direction = Direction::Request,
-                        .time = {},
-                        .peer = &peer,
-                        .method = {},
-                        .id = {},
-                        .text = text});
+        pass(traffic, peer, text);
     EXPECT_LT(residentBytes(), before + (17u << 20));
 }
 #endif

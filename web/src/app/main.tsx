@@ -1,0 +1,3 @@
+import { createRoot } from 'react-dom/client';
+
+createRoot(document.getElementById('page')!).render(<h1>Ostrel TV</h1>);

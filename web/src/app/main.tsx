@@ -1,3 +1,17 @@
+import { TvProvider } from '@ostrel/tv/react';
+import { StrictMode } from 'react';
 import { createRoot } from 'react-dom/client';
+import { App } from './App';
+import './tokens.css';
+import './base.css';
+import { tv } from './service';
+import { applyTheme } from './settings';
 
-createRoot(document.getElementById('page')!).render(<h1>Ostrel TV</h1>);
+applyTheme();
+createRoot(document.getElementById('page')!).render(
+  <StrictMode>
+    <TvProvider tv={tv}>
+      <App />
+    </TvProvider>
+  </StrictMode>,
+);

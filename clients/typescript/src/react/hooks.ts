@@ -1,6 +1,6 @@
 import { useCallback, useState, useSyncExternalStore } from 'react';
 import type { TvError } from '../errors.js';
-import type { EventInfo, ScanInfo, ServiceInfo, ServiceListSetPayload } from '../generated/description.js';
+import type { EventInfo, Methods, ScanInfo, ServiceInfo, ServiceListSetPayload } from '../generated/description.js';
 import type { GuideWindow } from '../Guide.js';
 import type { Tv } from '../Tv.js';
 import type { Answer, Question } from './Entry.js';
@@ -24,6 +24,21 @@ export function useConnection(): ConnectionStatus {
   const listen = useCallback((listener: () => void) => store.tv.on('state', listener), [store]);
   const read = () => store.connection;
   return useSyncExternalStore(listen, read, read);
+}
+
+/**
+ * What a method answers, for those that only ask: `useCall('ITVGuide::getGenreStringMapList')`. Equal payloads are
+ * the same question.
+ */
+export function useCall<M extends keyof Methods>(
+  method: M,
+  ...[payload]: undefined extends Methods[M]['payload'] ? [payload?: undefined] : [payload: Methods[M]['payload']]
+): Answer<Methods[M]['result']> {
+  const { tv } = useStore();
+  return useAnswer({
+    key: `call ${method} ${JSON.stringify(payload)}`,
+    ask: async (signal) => ({ data: (await tv.call(method as string, payload, { signal })) as Methods[M]['result'] }),
+  });
 }
 
 /**

@@ -2,6 +2,7 @@ export type { Answer } from './Entry.js';
 export {
   type ClockReading,
   type ScanAnswer,
+  useCall,
   useClock,
   useConnection,
   useGuideWindow,

@@ -1,0 +1,92 @@
+import { useClock, useConnection } from '@ostrel/tv/react';
+import { useEffect, useState } from 'react';
+import { Icon } from '../parts/Icon';
+import { formatDate, formatDay, formatSeconds, formatSpan, formatZone } from '../parts/time';
+import { useTopic } from '../parts/Topic';
+import { theme, type Theme, useZone, viewerZone, zoneChoice } from './settings';
+import { useWorld } from './simulator';
+import styles from './StatusLine.module.css';
+
+/** What is to be said of the service's clock beside its time; empty where it is the system's. */
+export function clockMark(now: number, speed: number, system: number): string {
+  if (speed === 0) return 'held';
+  if (speed !== 1) return `× ${speed}`;
+  return Math.abs(now - system) > 5 ? 'set' : '';
+}
+
+function Clock() {
+  const { now, speed } = useClock();
+  const zone = useZone();
+  const mark = clockMark(now, speed, Date.now() / 1000);
+  return (
+    <a href="#/simulator" className={styles.clock} title={`The service's time: ${formatDate(now, zone)}, in ${zone}`}>
+      <span className={styles.day}>{formatDay(now, zone)}</span>
+      <time className={styles.time}>{formatSeconds(now, zone)}</time>
+      {mark && <span className={styles.mark} data-held={speed === 0 || undefined}>{mark}</span>}
+    </a>
+  );
+}
+
+function ZoneChooser() {
+  const choice = useTopic(zoneChoice);
+  const world = useWorld();
+  const zone = useZone();
+  const { now } = useClock(60);
+  return (
+    <select className={styles.zone} aria-label="Times are shown in" value={choice} title={`Times are shown in ${zone}`}
+      onChange={(event) => zoneChoice.set(event.target.value as 'service' | 'viewer')}>
+      {world !== undefined && <option value="service">Service, {formatZone(now, world.timeZone)}</option>}
+      <option value="viewer">Mine, {formatZone(now, viewerZone)}</option>
+    </select>
+  );
+}
+
+function Connection() {
+  const { state, retryAt, reason } = useConnection();
+  const [, tick] = useState(0);
+  const [wasThere, setWasThere] = useState(false);
+  if (state === 'open' && !wasThere) setWasThere(true);
+  useEffect(() => {
+    if (state !== 'waiting') return;
+    const timer = setInterval(() => tick((n) => n + 1), 500);
+    return () => clearInterval(timer);
+  }, [state]);
+  const left = (retryAt ?? 0) - Date.now();
+  const words = {
+    open: 'connected',
+    connecting: wasThere ? 'no answer' : 'connecting',
+    waiting: left < 500 ? 'no answer' : `reconnecting in ${formatSpan(Math.ceil(left / 1000))}`,
+    closed: 'no answer',
+  };
+  return (
+    <span className={styles.connection} data-state={state} role="status" title={reason}>
+      {words[state]}
+    </span>
+  );
+}
+
+const nextTheme: Readonly<Record<Theme, Theme>> = { system: 'dark', dark: 'light', light: 'system' };
+
+/** The service's time, how the connection stands, and what is received; what the viewer chooses for all views. */
+export function StatusLine({ title, onKeys }: { title: string; onKeys: () => void }) {
+  const world = useWorld();
+  const chosen = useTopic(theme);
+  return (
+    <header className={styles.line}>
+      <h1>{title}</h1>
+      <div className={styles.status}>
+        {world !== undefined && <span className={styles.world} title={`${world.services} services, ${world.events} events`}>{world.name}</span>}
+        <Connection />
+        <Clock />
+        <ZoneChooser />
+        <button data-kind="quiet" className={styles.button} onClick={() => theme.set(nextTheme[chosen])}
+          aria-label={`Colours: ${chosen}`} title={`Colours: ${chosen}`}>
+          <Icon name={chosen === 'system' ? 'system' : chosen} />
+        </button>
+        <button data-kind="quiet" className={styles.button} onClick={onKeys} aria-label="All keys" title="All keys (?)">
+          <Icon name="help" />
+        </button>
+      </div>
+    </header>
+  );
+}

@@ -1,0 +1,45 @@
+import { Topic, useTopic } from '../parts/Topic';
+import type { Zone } from '../parts/time';
+import { useWorld } from './simulator';
+
+export type Theme = 'system' | 'dark' | 'light';
+/** Whose time is shown: that of those who broadcast, or the viewer's own. */
+export type ZoneChoice = 'service' | 'viewer';
+
+/** What this browser remembers; where it keeps nothing the page does until it is left. */
+function remembered<T extends string>(name: string, values: readonly T[]): Topic<T> {
+  const key = `ostrel.${name}`;
+  const read = () => {
+    try {
+      return localStorage.getItem(key);
+    } catch {
+      return null;
+    }
+  };
+  const topic = new Topic(values.find((value) => value === read()) ?? values[0]!);
+  topic.listen(() => {
+    try {
+      localStorage.setItem(key, topic.get());
+    } catch {}
+  });
+  return topic;
+}
+
+export const theme = remembered<Theme>('theme', ['system', 'dark', 'light']);
+export const zoneChoice = remembered<ZoneChoice>('zone', ['service', 'viewer']);
+
+/** Puts the theme on the document, now and whenever another is chosen. */
+export function applyTheme(): void {
+  const apply = () => (document.documentElement.dataset.theme = theme.get());
+  theme.listen(apply);
+  apply();
+}
+
+export const viewerZone: Zone = new Intl.DateTimeFormat().resolvedOptions().timeZone;
+
+/** The zone that times are shown in. What the service goes by is known from its simulator alone. */
+export function useZone(): Zone {
+  const choice = useTopic(zoneChoice);
+  const zone = useWorld()?.timeZone;
+  return choice === 'viewer' || zone === undefined ? viewerZone : zone;
+}

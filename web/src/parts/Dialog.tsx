@@ -1,0 +1,68 @@
+import { type ReactNode, useEffect, useId, useRef } from 'react';
+import styles from './Dialog.module.css';
+import { Icon } from './Icon';
+
+interface DialogProps {
+  title: string;
+  onClose: () => void;
+  /** Below what is said; the first is what Enter does. */
+  actions?: ReactNode;
+  children: ReactNode;
+}
+
+/** A dialog that takes the page until it is closed; Esc closes it, and the focus goes back to where it was. */
+export function Dialog({ title, onClose, actions, children }: DialogProps) {
+  const ref = useRef<HTMLDialogElement>(null);
+  const heading = useId();
+  useEffect(() => {
+    const before = document.activeElement;
+    ref.current?.showModal();
+    return () => {
+      if (before instanceof HTMLElement) before.focus();
+    };
+  }, []);
+  return (
+    <dialog ref={ref} className={styles.dialog} aria-labelledby={heading} onClose={onClose} onCancel={onClose}
+      onKeyDown={(event) => event.stopPropagation()}
+      onClick={(event) => event.target === ref.current && onClose()}>
+      <div className={styles.content}>
+        <header className={styles.head}>
+          <h2 id={heading}>{title}</h2>
+          <button data-kind="quiet" aria-label="Close" onClick={onClose}>
+            <Icon name="close" />
+          </button>
+        </header>
+        <div className={styles.body}>{children}</div>
+        {actions !== undefined && <footer className={styles.actions}>{actions}</footer>}
+      </div>
+    </dialog>
+  );
+}
+
+interface ConfirmProps {
+  title: string;
+  /** What is done, as a button says it: "Delete". */
+  action: string;
+  onConfirm: () => void;
+  onClose: () => void;
+  children: ReactNode;
+}
+
+/** Asks before something is done that cannot be taken back; the safe answer has the focus. */
+export function Confirm({ title, action, onConfirm, onClose, children }: ConfirmProps) {
+  const actions = (
+    <>
+      <button autoFocus onClick={onClose}>
+        Cancel
+      </button>
+      <button data-kind="danger" onClick={() => (onConfirm(), onClose())}>
+        {action}
+      </button>
+    </>
+  );
+  return (
+    <Dialog title={title} onClose={onClose} actions={actions}>
+      {children}
+    </Dialog>
+  );
+}

@@ -1,0 +1,5 @@
+import { Shapes } from '../../parts/Shape';
+
+export default function View() {
+  return <Shapes count={8} />;
+}

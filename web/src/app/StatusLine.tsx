@@ -3,7 +3,7 @@ import { useEffect, useState } from 'react';
 import { Icon } from '../parts/Icon';
 import { formatDate, formatDay, formatSeconds, formatSpan, formatZone } from '../parts/time';
 import { useTopic } from '../parts/Topic';
-import { theme, type Theme, useZone, viewerZone, zoneChoice } from './settings';
+import { theme, type Theme, useZone, zoneChoice } from './settings';
 import { useWorld } from './simulator';
 import styles from './StatusLine.module.css';
 
@@ -27,17 +27,20 @@ function Clock() {
   );
 }
 
+/** Says in whose zone times are shown, and changes it. Without a simulator the viewer's is the only one known. */
 function ZoneChooser() {
   const choice = useTopic(zoneChoice);
   const world = useWorld();
   const zone = useZone();
   const { now } = useClock(60);
+  const isService = choice === 'service' && world !== undefined;
+  const text = `Times are shown in ${isService ? "the service's zone" : 'your zone'}, ${zone}`;
   return (
-    <select className={styles.zone} aria-label="Times are shown in" value={choice} title={`Times are shown in ${zone}`}
-      onChange={(event) => zoneChoice.set(event.target.value as 'service' | 'viewer')}>
-      {world !== undefined && <option value="service">Service, {formatZone(now, world.timeZone)}</option>}
-      <option value="viewer">Mine, {formatZone(now, viewerZone)}</option>
-    </select>
+    <button className={styles.zone} disabled={world === undefined} title={text} aria-label={text}
+      onClick={() => zoneChoice.set(isService ? 'viewer' : 'service')}>
+      {formatZone(now, zone)}
+      <span>{isService ? 'service' : 'mine'}</span>
+    </button>
   );
 }
 
@@ -83,7 +86,7 @@ export function StatusLine({ title, onKeys }: { title: string; onKeys: () => voi
           aria-label={`Colours: ${chosen}`} title={`Colours: ${chosen}`}>
           <Icon name={chosen === 'system' ? 'system' : chosen} />
         </button>
-        <button data-kind="quiet" className={styles.button} onClick={onKeys} aria-label="All keys" title="All keys (?)">
+        <button data-kind="quiet" className={styles.button} onClick={onKeys} data-keys aria-label="All keys" title="All keys (?)">
           <Icon name="help" />
         </button>
       </div>

@@ -13,6 +13,7 @@ void World::serialize(Serializer& serializer) const {
     Ostrel::serialize("start", world_.start, serializer);
     Ostrel::serialize("end", world_.end, serializer);
     Ostrel::serialize("builtIn", world_.builtIn, serializer);
+    Ostrel::serialize("timeZone", world_.timeZone, serializer);
 }
 
 } // namespace Ostrel

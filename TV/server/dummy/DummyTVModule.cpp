@@ -87,7 +87,8 @@ DummyTVModule::World DummyTVModule::describeWorld() const {
             .events = static_cast<std::uint32_t>(guide.index().size()),
             .start = guide.earliestStart(),
             .end = guide.latestEnd(),
-            .builtIn = true};
+            .builtIn = true,
+            .timeZone = "Europe/London"};
 }
 
 std::time_t DummyTVModule::getGuideMidday() const {

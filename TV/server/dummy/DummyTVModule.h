@@ -45,6 +45,7 @@ public:
         std::int32_t start = 0; ///< of the earliest event, seconds since 1970-01-01 UTC
         std::int32_t end = 0; ///< of the event that ends last
         bool builtIn = false;
+        std::string timeZone; ///< that the broadcasters live by, a name of the IANA's database
     };
 
     // Any thread may ask, after init().

@@ -19,7 +19,7 @@ const applied = async (simulator: Simulator) => (await simulator.weatherGet()).r
 describe('the controls', () => {
   test('tell of the world, and set the signal until all is reset', async () => {
     const { simulator, tv } = await simulated();
-    expect(await simulator.worldGet()).toMatchObject({ services: 96, events: 11_658, builtIn: true });
+    expect(await simulator.worldGet()).toMatchObject({ services: 96, events: 11_658, builtIn: true, timeZone: 'Europe/London' });
     const before = await tv.service.signalStatusGet({ sourceId: 0 });
     await simulator.signalSet({ strength: 12, quality: 34 });
     expect(await tv.service.signalStatusGet({ sourceId: 0 })).toEqual({ strength: 12, quality: 34 });

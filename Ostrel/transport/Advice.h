@@ -11,6 +11,7 @@ struct Advice {
     std::string tokenNeeded = {}; ///< how to give a token
     std::string foreignHost = {}; ///< how to allow a host, which follows: "allow it with ..."
     std::string foreignOrigin = {}; ///< how to allow an origin, which follows
+    std::string noPage = {}; ///< how to come by the web page, where there is none
 };
 
 } // namespace Ostrel

@@ -34,7 +34,7 @@ Connection::Connection(ConnectionHub& hub, Socket socket, std::string localAddre
                        std::shared_ptr<RPCPeer> peer)
     : hub_(hub), limits_(hub.getLimits()), socket_(std::move(socket)),
       client_(std::make_shared<Lanes::Client>(std::move(peer))),
-      http_(hub.getAdmission(), hub.getAdvice(), hub.getMainServer(), std::move(localAddress)),
+      http_(hub.getAdmission(), hub.getAdvice(), hub.getMainServer(), hub.getPage(), std::move(localAddress)),
       reader_(std::make_unique<HttpReader>(*this)), input_(*this),
       message_(hub.getBudget(), [this] { input_.lookAgain(); }), output_(*this) {}
 

@@ -13,6 +13,7 @@ class Admission;
 class Connection;
 class Lanes;
 class MessageBudget;
+class Page;
 
 /// What the connections of one listener have in common. On the listener's thread.
 class ConnectionHub {
@@ -23,6 +24,7 @@ public:
     virtual const Admission& getAdmission() const = 0;
     virtual const Advice& getAdvice() const = 0;
     virtual const std::string& getMainServer() const = 0;
+    virtual const Page& getPage() const = 0;
     virtual Lanes& getLanes() = 0;
     virtual MessageBudget& getBudget() = 0;
 

@@ -24,6 +24,10 @@ constexpr std::string_view descriptionPath = "/openrpc.json";
 constexpr std::string_view descriptionFolder = "/openrpc/";
 constexpr std::string_view descriptionEnd = ".json";
 constexpr std::string_view healthPath = "/healthz";
+
+/// What is no place in the page, though nothing is there.
+constexpr std::array ownPaths = {"/rpc", "/openrpc", "/metrics"};
+
 constexpr std::array jsonTypes = {"application/json", "application/json-rpc", "application/jsonrequest"};
 
 std::string_view view(beast::string_view text) {
@@ -53,15 +57,20 @@ bool isJson(const Http::Request& request) {
     });
 }
 
-/// What a request offers in all its Sec-WebSocket-Protocol headers.
-std::string subProtocolOffers(const Http::Request& request) {
-    std::string offers;
-    const auto [first, last] = request.equal_range(http::field::sec_websocket_protocol);
+/// What a request says in all its headers of that name, as one list.
+std::string listOf(const Http::Request& request, http::field name) {
+    std::string list;
+    const auto [first, last] = request.equal_range(name);
     for (auto field = first; field != last; ++field) {
-        offers += view(field->value());
-        offers += ',';
+        if (!list.empty())
+            list += ',';
+        list += view(field->value());
     }
-    return offers;
+    return list;
+}
+
+std::string subProtocolOffers(const Http::Request& request) {
+    return listOf(request, http::field::sec_websocket_protocol);
 }
 
 /// Where calls go, as far as servers are running: "; calls go to /rpc/A or /rpc/B".
@@ -74,9 +83,13 @@ std::string whereCallsGo() {
     return text;
 }
 
+std::string advise(const std::string& advice) {
+    return advice.empty() ? std::string() : "; " + advice;
+}
+
 /// The advice, with the value that it is about behind it.
 std::string advise(const std::string& advice, std::string_view value) {
-    return advice.empty() ? std::string() : "; " + advice + ' ' + excerpt(value);
+    return advice.empty() ? std::string() : advise(advice) + ' ' + excerpt(value);
 }
 
 std::string_view withoutPort(std::string_view host) {
@@ -132,9 +145,9 @@ std::optional<Answer> refuseUpgrade(const Http::Request& request) {
 
 } // namespace
 
-Http::Http(const Admission& admission, const Advice& advice, const std::string& mainServer,
+Http::Http(const Admission& admission, const Advice& advice, const std::string& mainServer, const Page& page,
            std::string localAddress)
-    : admission_(admission), advice_(advice), mainServer_(mainServer),
+    : admission_(admission), advice_(advice), mainServer_(mainServer), page_(page),
       localAddress_(std::move(localAddress)) {}
 
 std::optional<Answer> Http::refuseHead(const Request& head) const {
@@ -169,7 +182,18 @@ Http::Outcome Http::decide(const Request& request) const {
         return wrongMethod("GET, HEAD");
     if (path == healthPath)
         return answerHealth();
-    return Answer{http::status::not_found, "there is nothing here" + whereCallsGo() + '\n'};
+    return show(request, path);
+}
+
+Answer Http::show(const Request& request, std::string_view path) const {
+    if (std::find(ownPaths.begin(), ownPaths.end(), path) == ownPaths.end()) {
+        if (auto answer = page_.answer({.path = path,
+                                        .encodings = listOf(request, http::field::accept_encoding),
+                                        .known = listOf(request, http::field::if_none_match)}))
+            return *std::move(answer);
+    }
+    return {http::status::not_found,
+            "there is nothing here" + (path == "/" ? advise(advice_.noPage) : "") + whereCallsGo() + '\n'};
 }
 
 Http::Outcome Http::decideRpc(const Request& request, std::string_view name) const {

@@ -3,6 +3,7 @@
 #include "Ostrel/transport/Admission.h"
 #include "Ostrel/transport/Advice.h"
 #include "Ostrel/transport/Answer.h"
+#include "Ostrel/transport/Page.h"
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -33,11 +34,12 @@ public:
     };
     using Outcome = std::variant<Answer, Call, Upgrade>;
 
-    /// Refers to its first three arguments.
+    /// Refers to its first four arguments.
     /// @param mainServer    the name of the server that /openrpc.json describes
+    /// @param page          what is shown where nothing else is
     /// @param localAddress  the numeric address that the client reached; empty for a Unix
     ///                      domain socket, whose clients may name any host
-    Http(const Admission& admission, const Advice& advice, const std::string& mainServer,
+    Http(const Admission& admission, const Advice& advice, const std::string& mainServer, const Page& page,
          std::string localAddress);
 
     /// What is wrong with a request, whatever its body may be; nothing when it may go on. Who
@@ -61,11 +63,13 @@ private:
     Answer refuseOrigin(const Request& head) const;
     Outcome decideRpc(const Request& request, std::string_view name) const;
     Answer describe(const Request& request, std::string_view name) const;
+    Answer show(const Request& request, std::string_view path) const;
     bool acceptsToken(const Request& request) const;
 
     const Admission& admission_;
     const Advice& advice_;
     const std::string& mainServer_;
+    const Page& page_;
     const std::string localAddress_;
 };
 

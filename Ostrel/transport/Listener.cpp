@@ -9,6 +9,7 @@
 #include "Ostrel/transport/HeapTrim.h"
 #include "Ostrel/transport/Lanes.h"
 #include "Ostrel/transport/MessageBudget.h"
+#include "Ostrel/transport/Page.h"
 #include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/post.hpp>
@@ -46,7 +47,7 @@ class Listener::Service final : public ConnectionHub {
 
 public:
     Service(const std::vector<Address>& addresses, Admission admission, const ListenerOptions& options)
-        : options_(options), admission_(std::move(admission)), addresses_(addresses),
+        : options_(options), admission_(std::move(admission)), page_(options.page), addresses_(addresses),
           budget_(options.limits.messagesTogether, options.limits.message), timer_(context_) {
         for (auto& address : addresses_) {
             if (!address.isLoopback() && !admission_.needsToken())
@@ -83,6 +84,7 @@ public:
     const Admission& getAdmission() const override { return admission_; }
     const Advice& getAdvice() const override { return options_.advice; }
     const std::string& getMainServer() const override { return options_.mainServer; }
+    const Page& getPage() const override { return page_; }
     Lanes& getLanes() override { return lanes_; }
     MessageBudget& getBudget() override { return budget_; }
 
@@ -308,6 +310,7 @@ private:
 
     const ListenerOptions options_;
     const Admission admission_;
+    const Page page_;
     std::vector<Address> addresses_;
 
     MessageBudget budget_; ///< outlives whatever waits to be run

@@ -5,8 +5,10 @@
 #include "Ostrel/transport/Admission.h"
 #include "Ostrel/transport/Advice.h"
 #include "Ostrel/transport/Limits.h"
+#include "Ostrel/transport/PageFile.h"
 
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace Ostrel {
@@ -16,6 +18,7 @@ struct ListenerOptions {
     Limits limits = {};
     Advice advice = {};
     std::string mainServer = {}; ///< the name of the one that /openrpc.json describes
+    std::span<const PageFile> page = {}; ///< the web page's files, which need no token; they must live longer
 };
 
 /// Serves the running RPC servers over WebSocket and HTTP, on as many addresses as wanted.

@@ -15,6 +15,9 @@ namespace http = boost::beast::http;
 const std::string mainServer = "Test";
 constexpr const char* token = "0123456789abcdefghijklmnopqrstuv";
 
+constexpr PageFile files[] = {{"/index.html", "text/html", "page\n", "gzip\n", "1", false}};
+const Page noPage{{}};
+
 /// Reads "POST /path" and its headers, one a line, as a request.
 Http::Request requestOf(const std::string& text) {
     std::istringstream lines(text);
@@ -87,7 +90,20 @@ const Row rows[] = {
     {"Preflight",       "OPTIONS /rpc/Test\nHost: localhost",             "204"},
     {"Delete",          "DELETE /rpc/Test\nHost: localhost" + bearer,     "405: the method is not one of GET, HEAD, POST, OPTIONS"},
     {"NoServer",        "GET /rpc/Best\nHost: localhost",                 "404: no RPC server has the name Best"},
-    {"Elsewhere",       "GET /\nHost: localhost",                         "404: there is nothing here; calls go to /rpc/Test"},
+    {"Elsewhere",       "GET /a.js\nHost: localhost",                     "404: there is nothing here; calls go to /rpc/Test"},
+    {"Page",            "GET /\nHost: localhost",                         "200: page"},
+    {"PageAbsolute",    "HEAD http://localhost\nHost: localhost",         "200: page"},
+    {"PageOfQuery",     "GET /?a=/../b\nHost: localhost",                 "200: page"},
+    {"PagePost",        "POST /\nHost: localhost\nContent-Length: 0" + bearer, "405: the method is not one of GET, HEAD"},
+    {"PageZipped",      "GET /\nHost: localhost\nAccept-Encoding: br\nAccept-Encoding: gzip", "200: gzip"},
+    {"PageKnown",       "GET /\nHost: localhost\nIf-None-Match: \"0\"\nIf-None-Match: \"1\"", "304"},
+    {"PageKnownOnce",   "GET /\nHost: localhost\nIf-None-Match: *",       "304"},
+    {"PageClimbing",    "GET /../b\nHost: localhost",                     "400: a path here is words of letters, digits and -._~ behind one slash each"},
+    {"PlaceInPage",     "GET /guide\nHost: localhost",                    "200: page"},
+    {"NoPlaceCalls",    "GET /rpc\nHost: localhost",                      "404: there is nothing here; calls go to /rpc/Test"},
+    {"NoPlaceDescribed", "GET /openrpc\nHost: localhost",                 "404: there is nothing here; calls go to /rpc/Test"},
+    {"NoPlaceMetrics",  "GET /metrics\nHost: localhost",                  "404: there is nothing here; calls go to /rpc/Test"},
+    {"PageOfAnyPage",   "GET /\nHost: localhost\nOrigin: http://evil.example", "403 last: pages from http://evil.example may not call; allow them with --page http://evil.example"},
     {"Described",       "GET /openrpc.json\nHost: localhost" + bearer,     "200: {\"openrpc\":1}"},
     {"DescribedByName", "HEAD /openrpc/Test.json?a\nHost: localhost" + bearer, "200: {\"openrpc\":1}"},
     {"DescribedNobody", "GET /openrpc/Best.json\nHost: localhost" + bearer, "404: no RPC server has the name Best"},
@@ -117,8 +133,9 @@ class HttpOutcomeTable : public testing::TestWithParam<Row> {
 protected:
     const TestServer server_;
     const Admission admission_{{"https://tv.example"}, {}, token};
+    const Page page_{files};
     const Advice advice_{.foreignHost = "allow it with --name", .foreignOrigin = "allow them with --page"};
-    const Http http_{admission_, advice_, mainServer, "127.0.0.1"};
+    const Http http_{admission_, advice_, mainServer, page_, "127.0.0.1"};
 };
 
 TEST_P(HttpOutcomeTable, ComesToThis) {
@@ -133,14 +150,14 @@ TEST(HttpTest, AServerWithoutADescriptionHasNoDocument) {
     server.description.clear();
     const Admission admission({}, {}, "");
     const Advice none;
-    const Http http(admission, none, mainServer, "");
+    const Http http(admission, none, mainServer, noPage, "");
     EXPECT_EQ(outcomeOf(http, "GET /openrpc.json"), "404: no RPC server has the name Test");
 }
 
 TEST(HttpTest, WithoutAdviceNoWayOutIsNamed) {
     const Admission admission({}, {}, "");
     const Advice none;
-    const Http http(admission, none, mainServer, "127.0.0.1");
+    const Http http(admission, none, mainServer, noPage, "127.0.0.1");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: a.example"), "403 last: Host a.example is not this machine");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: localhost\nOrigin: null"),
               "403 last: pages from null may not call");
@@ -148,10 +165,18 @@ TEST(HttpTest, WithoutAdviceNoWayOutIsNamed) {
     EXPECT_EQ(outcomeOf(http, "GET /healthz\nHost: localhost"), "503: no server is running");
 }
 
+TEST(HttpTest, WhereThereIsNoPageItsPathTellsTheWayToIt) {
+    const Admission admission({}, {}, "");
+    const Advice advice{.noPage = "build it in"};
+    const Http http(admission, advice, mainServer, noPage, "127.0.0.1");
+    EXPECT_EQ(outcomeOf(http, "GET /\nHost: localhost"), "404: there is nothing here; build it in");
+    EXPECT_EQ(outcomeOf(http, "GET /guide\nHost: localhost"), "404: there is nothing here");
+}
+
 TEST(HttpTest, ClientsOfAUnixSocketMayNameAnyHost) {
     const Admission admission({}, {}, "");
     const Advice none;
-    const Http http(admission, none, mainServer, "");
+    const Http http(admission, none, mainServer, noPage, "");
     EXPECT_EQ(outcomeOf(http, "GET /\nHost: a.example"), "404: there is nothing here");
     EXPECT_EQ(outcomeOf(http, "GET /"), "404: there is nothing here");
 }
@@ -159,7 +184,7 @@ TEST(HttpTest, ClientsOfAUnixSocketMayNameAnyHost) {
 TEST(HttpTest, OnlyAPageOfAnotherOriginIsNamed) {
     const Admission admission({"https://tv.example"}, {}, "");
     const Advice none;
-    const Http http(admission, none, mainServer, "127.0.0.1");
+    const Http http(admission, none, mainServer, noPage, "127.0.0.1");
     const auto allowed = [&](const std::string& origin) {
         return http.getAllowedOrigin(requestOf("GET /\nHost: localhost:1" + origin));
     };

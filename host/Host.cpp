@@ -19,7 +19,8 @@ Advice adviseOptions() {
     return {.addressInUse = std::string("choose another with ") + listenOption,
             .tokenNeeded = std::string("give a token with ") + tokenOption,
             .foreignHost = std::string("allow it with ") + hostOption,
-            .foreignOrigin = std::string("allow them with ") + originOption};
+            .foreignOrigin = std::string("allow them with ") + originOption,
+            .noPage = "ostrel-tvd was built without its web page, which needs Node: ./dev run builds it in"};
 }
 
 /// Reads every value of an option; what is wrong with one names the option.
@@ -59,7 +60,9 @@ Host::Host(const HostOptions& options) {
         if (!options.noSimulator)
             start(simulator_.emplace(module_, *server_, std::move(weather), options.clock), options);
         listener_.emplace(addresses, std::move(admission),
-                          ListenerOptions{.advice = adviseOptions(), .mainServer = server_->getName()});
+                          ListenerOptions{.advice = adviseOptions(),
+                                          .mainServer = server_->getName(),
+                                          .page = options.page});
         if (record_)
             record_->begin();
     } catch (...) {

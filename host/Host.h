@@ -8,6 +8,7 @@
 #include "simulator/TrafficRecord.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct HostOptions {
     bool noSimulator = false; ///< the simulation's own controls are left out
     std::string weatherFile = {}; ///< for the simulator; empty for none
     ClockStart clock = {}; ///< for the simulator
+    std::span<const PageFile> page = {}; ///< the web page's files; they must live longer than the host
 };
 
 /// Brings module, servers and listener up in their order, and down in reverse.

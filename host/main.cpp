@@ -5,6 +5,7 @@
 #include "commandline/UsageError.h"
 #include "commandline/Values.h"
 #include "host/Host.h"
+#include "host/PageFiles.h"
 #include "host/PortFile.h"
 
 #include "Ostrel/runtime/Clock.h"
@@ -104,10 +105,20 @@ void shareHeaps() {
 #endif
 }
 
-void tellAddresses(const Ostrel::Host& host) {
+/// The first address that is no socket file; null for none.
+const Ostrel::Address* findPort(const std::vector<Ostrel::Address>& addresses) {
+    const auto found = std::find_if(addresses.begin(), addresses.end(),
+                                    [](const Ostrel::Address& address) { return !address.isUnix(); });
+    return found == addresses.end() ? nullptr : &*found;
+}
+
+void tellAddresses(const Ostrel::Host& host, bool hasPage) {
     for (const auto& address : host.getAddresses())
         std::cout << "ostrel-tvd serves on "
                   << (address.isUnix() ? address.toString() : "http://" + address.toString()) << '\n';
+    const auto* withPort = findPort(host.getAddresses());
+    if (hasPage && withPort != nullptr)
+        std::cout << "open http://" << withPort->toString() << "/ in a browser\n";
     std::cout << "calls go to /rpc/TV; Ctrl-C stops\n" << std::flush;
 }
 
@@ -194,6 +205,7 @@ void serve(Options& options) {
     checkPortFile(options);
     checkToken(options);
     Ostrel::setDebugLevel(logLevels.at(options.logLevel));
+    options.host.page = Ostrel::getPageFiles();
 
     ignoreLossOfOutput();
     const auto signals = takeEndSignals();
@@ -201,13 +213,9 @@ void serve(Options& options) {
     if (!options.portFile.empty())
         portFile.emplace(options.portFile);
     const Ostrel::Host host(options.host);
-    if (portFile) {
-        const auto& addresses = host.getAddresses();
-        portFile->publish(std::find_if(addresses.begin(), addresses.end(), [](const auto& each) {
-                              return !each.isUnix();
-                          })->port);
-    }
-    tellAddresses(host);
+    if (portFile)
+        portFile->publish(findPort(host.getAddresses())->port);
+    tellAddresses(host, !options.host.page.empty());
     waitForEnd(signals);
 }
 
@@ -216,7 +224,8 @@ Program makeProgram(Options& options) {
     Program program;
     program.name = "ostrel-tvd";
     program.version = OSTREL_VERSION;
-    program.description = "Serves the simulated TV module over JSON-RPC 2.0 on WebSocket and HTTP.";
+    program.description =
+        "Serves the simulated TV module over JSON-RPC 2.0 on WebSocket and HTTP, and its web page.";
     program.notes =
         "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable by its owner "
         "alone:\n"

@@ -1,4 +1,4 @@
-import { TZDateMini } from '@date-fns/tz';
+import { tzOffset } from '@date-fns/tz';
 
 /** Since 1970-01-01 UTC, as everywhere on the wire. */
 export type Seconds = number;
@@ -36,33 +36,37 @@ export function formatSpan(seconds: number): string {
   return [hours && `${hours} h`, (rest || !hours) && `${rest} min`].filter(Boolean).join(' ');
 }
 
-/** The first second of a day: of the one that a time is in, or so many days behind or before it. */
-export function dayStart(time: Seconds, zone: Zone, days = 0): Seconds {
-  const date = new TZDateMini(time * 1000, zone);
-  return new TZDateMini(date.getFullYear(), date.getMonth(), date.getDate() + days, zone).getTime() / 1000;
+const day = 86_400;
+
+const offsetAt = (time: Seconds, zone: Zone): number => tzOffset(zone, new Date(time * 1000)) * 60;
+
+/** What a clock of the zone shows, as if that were UTC. */
+const toClock = (time: Seconds, zone: Zone): number => time + offsetAt(time, zone);
+
+// By hand, since TZDate goes wrong on a day on which the browser's own zone changes its clock.
+
+/** When a clock of the zone shows something: the first time, where it does so twice; what it leaves out is an hour later. */
+function fromClock(shown: number, zone: Zone): Seconds {
+  const before = offsetAt(shown - day, zone);
+  const found = [before, offsetAt(shown + day, zone)].find((offset) => offsetAt(shown - offset, zone) === offset);
+  return shown - (found ?? before);
 }
+
+/** The first second of a day: of the one that a time is in, or so many days behind or before it. */
+export const dayStart = (time: Seconds, zone: Zone, days = 0): Seconds =>
+  fromClock((Math.floor(toClock(time, zone) / day) + days) * day, zone);
 
 /** The same time of day so many days later, or before: an hour that a day does not have is taken an hour later. */
-export function addDays(time: Seconds, zone: Zone, days: number): Seconds {
-  const date = new TZDateMini(time * 1000, zone);
-  date.setDate(date.getDate() + days);
-  return date.getTime() / 1000;
-}
-
-const pad = (value: number) => String(value).padStart(2, '0');
+export const addDays = (time: Seconds, zone: Zone, days: number): Seconds => fromClock(toClock(time, zone) + days * day, zone);
 
 /** A time as addresses and fields of `datetime-local` hold it: `2011-10-16T12:00`, in a zone. */
-export function formatLocal(time: Seconds, zone: Zone): string {
-  const date = new TZDateMini(time * 1000, zone);
-  const day = `${String(date.getFullYear()).padStart(4, '0')}-${pad(date.getMonth() + 1)}-${pad(date.getDate())}`;
-  return `${day}T${pad(date.getHours())}:${pad(date.getMinutes())}`;
-}
+export const formatLocal = (time: Seconds, zone: Zone): string => new Date(toClock(time, zone) * 1000).toISOString().slice(0, 16);
 
 /** Reads what formatLocal() writes; undefined where the text is no such time. */
 export function parseLocal(text: string, zone: Zone): Seconds | undefined {
   const found = /^(\d{4})-(\d\d)-(\d\d)T(\d\d):(\d\d)(?::(\d\d))?$/.exec(text);
   if (found === null) return undefined;
-  const [year, month, day, hour, minute, second] = found.slice(1).map((part) => Number(part ?? 0)) as [number, number, number, number, number, number];
-  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 59) return undefined;
-  return new TZDateMini(year, month - 1, day, hour, minute, second, zone).getTime() / 1000;
+  const [year, month, date, hour, minute, second] = found.slice(1).map((part) => Number(part ?? 0)) as [number, number, number, number, number, number];
+  if (month < 1 || month > 12 || date < 1 || date > 31 || hour > 23 || minute > 59 || second > 59) return undefined;
+  return fromClock(Date.UTC(year, month - 1, date, hour, minute, second) / 1000, zone);
 }

@@ -79,6 +79,8 @@ public:
     const Filter* filter();
 
 private:
+    friend struct ExpressionReader; // tests print the tree
+
     /// A part of an expression. Which members count is a matter of the kind.
     struct Node {
         enum Kind : std::uint32_t {

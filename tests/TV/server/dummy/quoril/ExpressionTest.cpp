@@ -1,6 +1,7 @@
 #include "TV/server/dummy/quoril/Expression.h"
 
 #include "TV/server/dummy/guide/epgentry.h"
+#include "tests/TV/server/dummy/quoril/ExpressionRows.h"
 #include "tests/TV/server/dummy/quoril/RandomTree.h"
 
 #include <gtest/gtest.h>
@@ -42,98 +43,7 @@ std::string evaluate(const std::string& text) {
     return expression.parse(text) ? describe(expression.evaluate(&row)) : "refused";
 }
 
-struct Row {
-    const char* name;
-    const char* text;
-    const char* result;
-};
-
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.name;
-}
-
-class ExpressionTable : public testing::TestWithParam<Row> {};
-
-// clang-format off
-const Row rows[] = {
-    {"Empty",               "",                                    "true"},
-    {"Blanks",              "   ",                                 "true"},
-    {"Equal",               "ServiceId == 1000",                   "true"},
-    {"NotEqual",            "ServiceId == 1001",                   "false"},
-    {"NumberFirst",         "1000 == ServiceId",                   "true"},
-    {"LessThan",            "Start < 100",                         "false"},
-    {"LessThanMore",        "Start < 101",                         "true"},
-    {"LessOrEqual",         "Start <= 100",                        "true"},
-    {"GreaterThan",         "End > 200",                           "false"},
-    {"GreaterOrEqual",      "End >= 200",                          "true"},
-    {"MirroredLess",        "99 < Start",                          "true"},
-    {"MirroredLessEqual",   "101 <= Start",                        "false"},
-    {"MirroredGreater",     "101 > Start",                         "true"},
-    {"MirroredGreaterEqual","99 >= Start",                         "false"},
-    {"TwoFields",           "Start < End",                         "true"},
-    {"TwoFieldsNot",        "Start >= End",                        "false"},
-    {"FieldItself",         "End == End",                          "true"},
-    {"TwoNumbers",          "1 < 2",                               "true"},
-    {"TwoNumbersNot",       "2 <= 1",                              "false"},
-    {"SmallestNumber",      "Start < 9223372036854775808",         "false"},
-    {"LargestNumber",       "Start > 9223372036854775807",         "false"},
-    {"LargestNumberLess",   "Start < 9223372036854775807",         "true"},
-    {"SmallestNumberMore",  "Start >= 9223372036854775808",        "true"},
-    {"WrappedNumber",       "Start == 18446744073709551716",       "true"},
-    {"NumberPast32Bits",    "Start == 4294967396",                 "false"},
-    {"In",                  "ServiceId in (999, 1000)",            "true"},
-    {"NotIn",               "ServiceId in (999, 1001)",            "false"},
-    {"InOne",               "ServiceId in (1000)",                 "true"},
-    {"StartIn",             "Start in (1, 100, 3)",                "true"},
-    {"NumberIn",            "3 in (1, 2, 3)",                      "true"},
-    {"NumberNotIn",         "4 in (1, 2, 3)",                      "false"},
-    {"InNothing",           "ServiceId in ()",                     "refused"},
-    {"InAField",            "ServiceId in (1000, Start)",          "refused"},
-    {"InWithoutList",       "ServiceId in 1000",                   "refused"},
-    {"InOpenList",          "ServiceId in (1000",                  "refused"},
-    {"InCommaAtTheEnd",     "ServiceId in (1000,)",                "refused"},
-    {"InWithoutComma",      "ServiceId in (1000 1001)",            "refused"},
-    {"InNestedList",        "ServiceId in ((1000))",               "refused"},
-    {"AndBindsTighter",     "ServiceId == 1000 || ServiceId == 1001 && Start > 5000", "true"},
-    {"AndBindsTighterLeft", "Start > 5000 && ServiceId == 1001 || ServiceId == 1000", "true"},
-    {"ParenthesesFirst",    "(ServiceId == 1000 || ServiceId == 1001) && Start > 5000", "false"},
-    {"And",                 "1 == 1 && 2 == 2",                    "true"},
-    {"AndNot",              "1 == 1 && 2 == 3",                    "false"},
-    {"Or",                  "1 == 2 || 2 == 2",                    "true"},
-    {"OrNot",               "1 == 2 || 2 == 3",                    "false"},
-    {"ThreeAnds",           "1 == 1 && 2 == 2 && 3 == 4",          "false"},
-    {"ThreeOrs",            "1 == 2 || 2 == 3 || 4 == 4",          "true"},
-    {"Parentheses",         "(ServiceId == 1000)",                 "true"},
-    {"ManyParentheses",     "(((ServiceId == 1000)))",             "true"},
-    {"UnknownField",        "Title == 5",                          "invalid"},
-    {"UnknownFieldIn",      "Title in (5)",                        "invalid"},
-    {"UnknownFieldRight",   "5 == Title",                          "invalid"},
-    {"CaseMatters",         "servicEid == 1000",                   "invalid"},
-    {"InvalidOrTrue",       "Title == 5 || 1 == 1",                "invalid"},
-    {"TrueOrInvalid",       "1 == 1 || Title == 5",                "invalid"},
-    {"FalseAndInvalid",     "1 == 2 && Title == 5",                "invalid"},
-    {"FieldAlone",          "ServiceId",                           "refused"},
-    {"FieldInParentheses",  "(ServiceId) == 1000",                 "refused"},
-    {"NumberAlone",         "1",                                   "refused"},
-    {"TrailingNumber",      "ServiceId == 1000 1001",              "refused"},
-    {"TrailingParenthesis", "ServiceId == 1000)",                  "refused"},
-    {"OpenParenthesis",     "(ServiceId == 1000",                  "refused"},
-    {"ParenthesisAlone",    "(",                                   "refused"},
-    {"EmptyParentheses",    "()",                                  "refused"},
-    {"OperatorFirst",       "== 1000",                             "refused"},
-    {"OperatorLast",        "ServiceId ==",                        "refused"},
-    {"AndLast",             "1 == 1 &&",                           "refused"},
-    {"OrLast",              "1 == 1 ||",                           "refused"},
-    {"AndAlone",            "&&",                                  "refused"},
-    {"NoString",            "ServiceId == \"1000\"",               "refused"},
-    {"NoNotEqual",          "ServiceId != 1000",                   "refused"},
-    {"NoNegation",          "!(ServiceId == 1000)",                "refused"},
-    {"NoChain",             "1 < 2 < 3",                           "refused"},
-    {"MinusNine",           "Start > -9",                          "refused"},
-    {"MinusEight",          "Start > -8",                          "true"},
-    {"ErrorAtTheEnd",       "1 == 1 \t",                           "refused"},
-};
-// clang-format on
+class ExpressionTable : public testing::TestWithParam<ExpressionRow> {};
 
 } // namespace
 
@@ -141,7 +51,7 @@ TEST_P(ExpressionTable, SaysThisOfTheRow) {
     EXPECT_EQ(evaluate(GetParam().text), GetParam().result);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, ExpressionTable, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(Texts, ExpressionTable, testing::ValuesIn(expressionRows),
                          [](const auto& row) { return row.param.name; });
 
 namespace {

@@ -1,3 +1,4 @@
+import { fileURLToPath } from 'node:url';
 import react from '@vitejs/plugin-react';
 import { defineConfig } from 'vitest/config';
 
@@ -16,6 +17,9 @@ export default defineConfig({
   server: { proxy: passedOn },
   test: {
     include: ['tests/**/*.test.{ts,tsx}'],
+    globalSetup: 'tests/support/standIn.ts',
+    env: { OSTREL_TVD: process.env.OSTREL_TVD ?? fileURLToPath(new URL('../build/release/host/ostrel-tvd', import.meta.url)) },
+    expect: { poll: { timeout: 30_000 } },
     testTimeout: 120_000,
     hookTimeout: 120_000,
     maxWorkers: 2,

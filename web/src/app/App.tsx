@@ -41,12 +41,6 @@ export function App() {
   ]);
   return (
     <div className={classes(styles.app, isShow && styles.show)}>
-      <a className={styles.skip} href={`#/${view}`} onClick={(event) => {
-        event.preventDefault();
-        document.querySelector<HTMLElement>('main')?.focus();
-      }}>
-        Skip to the {titles[view].toLowerCase()}
-      </a>
       {!isShow && <Bar current={view} />}
       {!isShow && <StatusLine title={titles[view]} onKeys={() => openKeys(true)} />}
       <main className={styles.main} tabIndex={-1} aria-label={titles[view]}>

@@ -12,10 +12,19 @@ export const titles: Readonly<Record<View, string>> = {
   simulator: 'Simulator',
 };
 
+/** The fragment says what is shown, so that it cannot lead to a place of the page. */
+function skip(event: React.MouseEvent): void {
+  event.preventDefault();
+  document.querySelector<HTMLElement>('main')?.focus();
+}
+
 /** Leads from view to view: on the left, on a phone at the bottom. */
 export function Bar({ current }: { current: View }) {
   return (
     <nav className={styles.bar} aria-label="Views">
+      <a className={styles.skip} href={formatRoute(current)} onClick={skip}>
+        Skip to {titles[current]}
+      </a>
       {views.map((view) => (
         <a key={view} href={formatRoute(view)} className={styles.view} aria-current={view === current ? 'page' : undefined}>
           <Icon name={view} size={22} />

@@ -1,5 +1,5 @@
 import { tzOffset } from '@date-fns/tz';
-import { addDays, dayStart, type Seconds, type Zone } from '../../parts/time';
+import { dayStart, type Seconds, type Zone } from '../../parts/time';
 import type { Span } from './cells';
 
 /** How many days the guide goes back from today, and ahead. */

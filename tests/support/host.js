@@ -13,11 +13,12 @@ const program =
 
 /**
  * Starts a host and returns its address, HOST:PORT.
- * @param test  its end is the host's; a host that ends badly fails it
+ * @param test     its end is the host's; a host that ends badly fails it
+ * @param options  further ones of the host's command line
  */
-export async function startHost(test) {
+export async function startHost(test, ...options) {
   let log = ''; // the end of what it wrote to standard error
-  const host = spawn(program, ['--listen', '127.0.0.1:0', '--fake-time', '--log-level', 'error'], {
+  const host = spawn(program, ['--listen', '127.0.0.1:0', '--fake-time', '--log-level', 'error', ...options], {
     env: { ...process.env, TZ: 'Europe/London' },
     stdio: ['ignore', 'pipe', 'pipe'],
   });

@@ -91,6 +91,7 @@ const Row rows[] = {
     {"IdentityNever",    {"/", "gzip, identity;q=0"},        zipped},
     {"GzipOfPlace",      {"/guide", "gzip"},                 zipped},
     {"GzipNever",        {"/", "gzip;q=0"},                  page},
+    {"GzipNeverInCapitals", {"/", "GZIP;Q=0"},               page},
     {"GzipNeverAtAll",   {"/", "gzip;q=0.000, *"},           page},
     {"NoneButBrotli",    {"/", "br"},                        page},
     {"AnyNever",         {"/", "*;q=0"},                     page},

@@ -17,15 +17,18 @@ export function daysIn({ from, to }: Span, zone: Zone): Seconds[] {
 }
 
 /**
- * Which days the grid holds: a week back from today and two ahead. Around `at` instead, where that is not among them.
+ * Which days the grid holds: a week back from today and two ahead. Where `at` is not among them, those that it held
+ * `before`, or else those around `at`.
  */
-export function daysAround(now: Seconds, at: Seconds, zone: Zone): Span {
+export function daysAround(now: Seconds, at: Seconds, zone: Zone, before?: Span): Span {
   const around = (time: Seconds): Span => ({
     from: dayStart(time, zone, -daysBack),
     to: dayStart(time, zone, daysAhead + 1),
   });
+  const isIn = ({ from, to }: Span) => at >= from && at < to;
   const days = around(now);
-  return at >= days.from && at < days.to ? days : around(at);
+  if (isIn(days)) return days;
+  return before !== undefined && isIn(before) ? before : around(at);
 }
 
 /** All time zones of today are whole quarters of an hour apart. */

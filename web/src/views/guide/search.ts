@@ -1,0 +1,30 @@
+import type { EventInfo, ServiceInfo, Tv } from '@ostrel/tv';
+import type { Seconds } from '../../parts/time';
+import { type Filter, fits } from './filter';
+
+/** How far ahead is looked, and how many events at most. */
+const ahead = 14 * 86_400;
+const most = 1000;
+
+/** The next event that a text matches, behind what is selected: later, or at the same time further down. */
+export async function findNext(tv: Tv, filter: Filter, rows: readonly ServiceInfo[], time: Seconds, row: number): Promise<EventInfo | undefined> {
+  if (filter.text === '') return undefined;
+  const found = await tv.guide.queryEventInfo({
+    query: {
+      stringList: [filter.text],
+      stringMatchDescription: true,
+      timeRange: { base: time, limit: time + ahead },
+      orderByStartTimePriority: 0,
+      sliceRange: { base: 0, limit: most },
+    },
+  });
+  const rowOf = new Map(rows.map(({ id }, index) => [id, index]));
+  const place = ({ serviceId, startTime }: EventInfo): readonly [Seconds, number] => [startTime, rowOf.get(serviceId) ?? -1];
+  return found
+    .filter((event) => {
+      const [start, index] = place(event);
+      const service = rows[index];
+      return service !== undefined && (start > time || (start === time && index > row)) && fits(filter, service, event, time);
+    })
+    .sort((a, b) => a.startTime - b.startTime || place(a)[1] - place(b)[1])[0];
+}

@@ -31,7 +31,8 @@ const callers: Readonly<Record<string, string>> = {
 export const quote = (text: string): string => (/^[\w./:=@%+-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`);
 
 const rawString = (text: string): string => {
-  const mark = text.includes(')"') ? 'json' : '';
+  let mark = '';
+  while (text.includes(`)${mark}"`)) mark += '_';
   return `R"${mark}(${text})${mark}"`;
 };
 
@@ -73,7 +74,8 @@ function typescript({ method, payload }: CallLike): string {
 }
 
 function cpp({ method, payload }: CallLike): string {
-  return `client.call("${method}"${payload === undefined ? '' : `, ${rawString(JSON.stringify(payload))}`});`;
+  const call = contextless(method) ? 'request' : 'call';
+  return `client.${call}("${method}"${payload === undefined ? '' : `, ${rawString(JSON.stringify(payload))}`});`;
 }
 
 function tool({ method, payload }: CallLike): string {

@@ -7,20 +7,23 @@ export function hueOf(name: string): number {
   return (hash >>> 0) % 360;
 }
 
-/** Up to three letters that stand for a name: `BO` for "BBC ONE", `C4` for "Channel 4", `DAV` for "Dave". */
+/** Up to four letters that stand for a name: `BO` for "BBC ONE", `F4` for "Film4", `DAV` for "Dave"; `ITV1` as it is. */
 export function lettersOf(name: string): string {
-  const words = name.split(/[^\p{L}\p{N}]+/u).filter(Boolean);
-  if (words.length === 0) return '?';
-  const [first, ...others] = words as [string, ...string[]];
-  if (others.length === 0) return [...first].slice(0, 3).join('');
-  return [[...first][0], ...others.map((word) => (/^\d+$/.test(word) ? word : [...word][0]))].join('').slice(0, 3);
+  const words = name.match(/[\p{L}\p{N}]+/gu) ?? ['?'];
+  const [first] = words as [string];
+  if (words.length === 1 && /\d/.test(first) && first.length <= 4) return first;
+  const parts = words.length === 1 ? first.match(/\d+|\D+/g)! : words;
+  if (parts.length === 1) return [...first].slice(0, 3).join('');
+  return parts.map((part) => (/^\d+$/.test(part) ? part : [...part][0])).join('').slice(0, 3);
 }
 
 /** Stands for a service's logo beside its name. */
 export function Tile({ name, size = 32 }: { name: string; size?: number }) {
+  const letters = lettersOf(name);
+  const shape = { '--hue': hueOf(name), '--size': `${size}px`, '--letters': Math.max(letters.length, 2) } as React.CSSProperties;
   return (
-    <span className={styles.tile} aria-hidden="true" style={{ '--hue': hueOf(name), '--size': `${size}px` } as React.CSSProperties}>
-      {lettersOf(name).toUpperCase()}
+    <span className={styles.tile} aria-hidden="true" style={shape}>
+      {letters.toUpperCase()}
     </span>
   );
 }

@@ -30,7 +30,7 @@ export const formatZone = (time: Seconds, zone: Zone) => format(time, zone, { ti
 
 /** `45 min`, `1 h`, `9 h 30 min`; less than a minute in seconds. */
 export function formatSpan(seconds: number): string {
-  if (seconds < 60) return `${Math.round(seconds)} s`;
+  if (Math.round(seconds) < 60) return `${Math.round(seconds)} s`;
   const minutes = Math.round(seconds / 60);
   const [hours, rest] = [Math.floor(minutes / 60), minutes % 60];
   return [hours && `${hours} h`, (rest || !hours) && `${rest} min`].filter(Boolean).join(' ');
@@ -67,6 +67,7 @@ export function parseLocal(text: string, zone: Zone): Seconds | undefined {
   const found = /^(\d{4})-(\d\d)-(\d\d)T(\d\d):(\d\d)(?::(\d\d))?$/.exec(text);
   if (found === null) return undefined;
   const [year, month, date, hour, minute, second] = found.slice(1).map((part) => Number(part ?? 0)) as [number, number, number, number, number, number];
-  if (month < 1 || month > 12 || date < 1 || date > 31 || hour > 23 || minute > 59 || second > 59) return undefined;
-  return fromClock(Date.UTC(year, month - 1, date, hour, minute, second) / 1000, zone);
+  const shown = Date.UTC(year, month - 1, date, hour, minute, second);
+  const isTime = second < 60 && new Date(shown).toISOString().startsWith(text.slice(0, 16));
+  return isTime ? fromClock(shown / 1000, zone) : undefined;
 }

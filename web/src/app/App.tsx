@@ -11,7 +11,7 @@ import { Keys } from './Keys';
 import { useRoute, type View } from './route';
 import { useShow } from './show';
 import { useSimulator } from './simulator';
-import { followArrows } from './spatial';
+import { followArrow } from './spatial';
 import { StatusLine } from './StatusLine';
 
 const shown: Readonly<Record<View, React.ComponentType>> = {
@@ -31,7 +31,10 @@ export function App() {
   const [areKeysOpen, openKeys] = useState(false);
   const isKeptOut = useSimulator().state === 'kept out';
   const Shown = shown[view];
-  useEffect(followArrows, []);
+  useEffect(() => {
+    document.addEventListener('keydown', followArrow);
+    return () => document.removeEventListener('keydown', followArrow);
+  }, []);
   useEffect(() => {
     document.title = `${titles[view]} · Ostrel TV`;
   }, [view]);

@@ -23,8 +23,8 @@ function turned({ left, top, right, bottom }: Box, direction: Direction): Box {
 }
 
 /**
- * Finds the box that is next in a direction, as somebody with a remote control expects it: what stands in the same
- * line before what does not, and of those the nearest. Returns its place among the boxes, or -1.
+ * Finds the box that is next in a direction, as somebody with a remote control expects it: the nearest, where what does
+ * not stand in the same line counts as much farther away. Returns its place among the boxes, or -1.
  */
 export function neighbour(boxes: readonly Box[], from: Box, direction: Direction): number {
   const start = turned(from, direction);
@@ -36,7 +36,7 @@ export function neighbour(boxes: readonly Box[], from: Box, direction: Direction
     if (ahead < -1 || other.left <= start.left) return; // it is beside or behind
     const aside = Math.max(other.top - start.bottom, start.top - other.bottom, 0);
     const off = Math.abs((other.top + other.bottom) / 2 - (start.top + start.bottom) / 2);
-    const distance = Math.max(ahead, 0) + 8 * aside + off / 1000;
+    const distance = Math.max(ahead, 0) + (aside > 0 ? 100 + 8 * aside : 0) + off / 1000;
     if (distance < least) [least, best] = [distance, place];
   });
   return best;
@@ -50,29 +50,31 @@ function needs(element: Element, direction: Direction): boolean {
   if (element instanceof HTMLTextAreaElement || (element instanceof HTMLElement && element.isContentEditable)) return true;
   if (!(element instanceof HTMLInputElement)) return false;
   if (['checkbox', 'button', 'submit'].includes(element.type)) return false;
-  if (['range', 'radio', 'date', 'time', 'datetime-local', 'number'].includes(element.type)) return true;
-  return direction === 'ArrowLeft' || direction === 'ArrowRight';
+  if (['radio', 'date', 'time', 'datetime-local', 'number'].includes(element.type)) return true;
+  if (direction === 'ArrowUp' || direction === 'ArrowDown') return false;
+  const { selectionStart, selectionEnd, value } = element; // null where there is no caret, in a slider
+  return direction === 'ArrowLeft' ? selectionEnd !== 0 : selectionStart !== value.length;
 }
 
 /**
- * Lets the arrow keys move the focus about the whole page, as a remote control does. What handles an arrow key itself
- * (a grid, a list) calls preventDefault(), and does not at its edges. Returns what ends it.
+ * Moves the focus about the page, or about the dialog that takes it, as a remote control does. Where nothing has the
+ * focus yet the view gets it. What handles an arrow key itself (a grid, a list) calls preventDefault(), and does not at
+ * its edges.
  */
-export function followArrows(): () => void {
-  const onKeyDown = (event: KeyboardEvent) => {
-    const { key, target } = event;
-    const isArrow = key === 'ArrowLeft' || key === 'ArrowRight' || key === 'ArrowUp' || key === 'ArrowDown';
-    if (!isArrow || event.defaultPrevented || event.altKey || event.ctrlKey || event.metaKey || event.shiftKey) return;
-    if (!(target instanceof HTMLElement) || target === document.body || needs(target, key)) return;
-    const within = document.querySelector('dialog:modal') ?? document;
-    const others = [...within.querySelectorAll<HTMLElement>(focusable)].filter(
-      (element) => element !== target && element.tabIndex >= 0 && !element.matches(':disabled') && element.checkVisibility(),
-    );
-    const found = others[neighbour(others.map((element) => element.getBoundingClientRect()), target.getBoundingClientRect(), key)];
-    if (found === undefined) return;
-    event.preventDefault();
-    found.focus({ focusVisible: true } as FocusOptions);
-  };
-  document.addEventListener('keydown', onKeyDown);
-  return () => document.removeEventListener('keydown', onKeyDown);
+export function followArrow(event: KeyboardEvent): void {
+  const { key, target } = event;
+  const isArrow = key === 'ArrowLeft' || key === 'ArrowRight' || key === 'ArrowUp' || key === 'ArrowDown';
+  if (!isArrow || event.defaultPrevented || event.altKey || event.ctrlKey || event.metaKey || event.shiftKey) return;
+  if (!(target instanceof HTMLElement) || needs(target, key)) return;
+  const view = document.querySelector('main');
+  const isNowhere = target === document.body || target === view;
+  const within = document.querySelector('dialog:modal') ?? (isNowhere ? view : null) ?? document;
+  const others = [...within.querySelectorAll<HTMLElement>(focusable)].filter(
+    (element) => element !== target && element.tabIndex >= 0 && !element.matches(':disabled') && element.checkVisibility(),
+  );
+  const place = isNowhere ? 0 : neighbour(others.map((element) => element.getBoundingClientRect()), target.getBoundingClientRect(), key);
+  const found = others[place];
+  if (found === undefined) return;
+  event.preventDefault();
+  found.focus({ focusVisible: true } as FocusOptions);
 }

@@ -1,29 +1,38 @@
 import { type ReactNode, useEffect, useId, useRef } from 'react';
+import { followArrow } from '../app/spatial';
 import styles from './Dialog.module.css';
 import { Icon } from './Icon';
 
 interface DialogProps {
   title: string;
   onClose: () => void;
-  /** Below what is said; the first is what Enter does. */
+  /** Below what is said; the safest first. */
   actions?: ReactNode;
   children: ReactNode;
 }
 
-/** A dialog that takes the page until it is closed; Esc closes it, and the focus goes back to where it was. */
+/**
+ * A dialog that takes the page until it is closed; Esc closes it, and the focus goes back to where it was. Its first
+ * field has the focus, or else the first of its actions.
+ */
 export function Dialog({ title, onClose, actions, children }: DialogProps) {
   const ref = useRef<HTMLDialogElement>(null);
   const heading = useId();
   useEffect(() => {
     const before = document.activeElement;
-    ref.current?.showModal();
+    const dialog = ref.current;
+    dialog?.showModal();
+    dialog?.querySelector<HTMLElement>('input, select, textarea, footer button')?.focus();
     return () => {
       if (before instanceof HTMLElement) before.focus();
     };
   }, []);
   return (
     <dialog ref={ref} className={styles.dialog} aria-labelledby={heading} onClose={onClose} onCancel={onClose}
-      onKeyDown={(event) => event.stopPropagation()}
+      onKeyDown={(event) => {
+        event.stopPropagation(); // the view around it has keys of its own
+        followArrow(event.nativeEvent);
+      }}
       onClick={(event) => event.target === ref.current && onClose()}>
       <div className={styles.content}>
         <header className={styles.head}>
@@ -52,7 +61,7 @@ interface ConfirmProps {
 export function Confirm({ title, action, onConfirm, onClose, children }: ConfirmProps) {
   const actions = (
     <>
-      <button autoFocus onClick={onClose}>
+      <button onClick={onClose}>
         Cancel
       </button>
       <button data-kind="danger" onClick={() => (onConfirm(), onClose())}>

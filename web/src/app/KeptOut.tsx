@@ -1,6 +1,7 @@
 import { useState } from 'react';
 import { Empty } from '../parts/Empty';
-import { goOnWithToken, token } from './service';
+import { token } from './service';
+import { goOnWithToken } from './token';
 import styles from './KeptOut.module.css';
 
 /** Asks for the token of a service that wants another than the page has. */

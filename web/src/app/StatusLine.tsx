@@ -3,16 +3,10 @@ import { useEffect, useState } from 'react';
 import { Icon } from '../parts/Icon';
 import { formatDate, formatDay, formatSeconds, formatSpan, formatZone } from '../parts/time';
 import { useTopic } from '../parts/Topic';
+import { clockMark } from './clockMark';
 import { theme, type Theme, useZone, zoneChoice } from './settings';
 import { useWorld } from './simulator';
 import styles from './StatusLine.module.css';
-
-/** What is to be said of the service's clock beside its time; empty where it is the system's. */
-export function clockMark(now: number, speed: number, system: number): string {
-  if (speed === 0) return 'held';
-  if (speed !== 1) return `× ${speed}`;
-  return Math.abs(now - system) > 5 ? 'set' : '';
-}
 
 function Clock() {
   const { now, speed } = useClock();

@@ -18,9 +18,10 @@ async function look(): Promise<void> {
   const { status } = await fetch('/openrpc/Simulator.json', { method: 'HEAD', headers, cache: 'no-store' });
   const { simulator } = link.get();
   if (status === 200 && simulator !== undefined) return;
+  if (status === 200) return link.set({ state: 'on', simulator: follow() });
+  if (status !== 401 && status !== 404) return; // a proxy whose service is away
   simulator?.close();
-  if (status === 200) link.set({ state: 'on', simulator: follow() });
-  else link.set({ state: status === 401 ? 'kept out' : 'off' });
+  link.set({ state: status === 401 ? 'kept out' : 'off' });
 }
 
 function follow(): Simulator {

@@ -63,7 +63,7 @@ asm(".pushsection .rodata\\n"
     ".globl ostrelPageBytes\\n"
     "ostrelPageBytes: .incbin \\"${bytesFile}\\"\\n"
     ".popsection\\n");
-extern "C" __attribute__((visibility("hidden"))) const char ostrelPageBytes[];
+extern "C" __attribute__((visibility("hidden"))) const char ostrelPageBytes[${size}];
 
 namespace Ostrel {
 

@@ -34,6 +34,9 @@ talk() {
 run_programs() { # PREFIX
     talk "$1/bin/ostrel-tvd" --listen 127.0.0.1:0 --fake-time -- "$1/bin/ostrel-tv" time
     grep -q 2011-10-16 "$folder/answer" || fail "the day is not 2011-10-16"
+    grep -q '^OSTREL_PAGE:BOOL=ON$' "$build/CMakeCache.txt" || return 0
+    talk "$1/bin/ostrel-tvd" --listen 127.0.0.1:0 -- curl -fsS http://ADDRESS/
+    grep -q '<script type="module"' "$folder/answer" || fail "the page is not there"
 }
 
 echo "== Installed"

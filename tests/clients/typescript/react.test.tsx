@@ -232,6 +232,27 @@ describe('time', () => {
     service.set(start, 600);
     await vi.waitFor(() => expect(new Set(rendered).size).toBeGreaterThan(3), { timeout: 50_000 }); // by itself
   });
+
+  test('is shown by useClock at 3600 times the speed as at any other', async () => {
+    const complaints = vi.spyOn(console, 'error').mockImplementation(() => {});
+    onTestFinished(() => complaints.mockRestore());
+    const service = await hourly();
+    const rendered: number[] = [];
+    function Reading() {
+      rendered.push(useClock().now);
+      return null;
+    }
+    const tv = talk(service.url);
+    render(tv, <Reading />);
+    await tv.clock.measure();
+    service.set(start, 3600);
+    const real = performance.now.bind(performance);
+    let looks = 0;
+    const time = vi.spyOn(performance, 'now').mockImplementation(() => real() + ++looks); // a millisecond from look to look
+    onTestFinished(() => time.mockRestore());
+    await vi.waitFor(() => expect(rendered.at(-1)! - start).toBeGreaterThan(3600), { timeout: 50_000 });
+    expect(complaints).not.toHaveBeenCalled(); // React's, of what is another thing each time it looks
+  });
 });
 
 test('hooks outside of a TvProvider say so', () => {

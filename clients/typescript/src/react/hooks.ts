@@ -1,4 +1,4 @@
-import { useCallback, useState, useSyncExternalStore } from 'react';
+import { useCallback, useMemo, useState, useSyncExternalStore } from 'react';
 import type { TvError } from '../errors.js';
 import type { EventInfo, Methods, ScanInfo, ServiceInfo, ServiceListSetPayload } from '../generated/description.js';
 import type { GuideWindow } from '../Guide.js';
@@ -134,12 +134,20 @@ export interface ClockReading {
  */
 export function useClock(every = 1): ClockReading {
   const store = useStore();
-  const { clock } = store.tv;
-  const listen = useCallback((listener: () => void) => store.tick(every, listener), [store, every]);
-  const readNow = () => Math.floor(clock.now() / every) * every;
-  const readSpeed = () => clock.speed;
+  // What is read must stay until the next tick: a fast clock would be another one each time React looks.
+  const face = useMemo(() => {
+    const { clock } = store.tv;
+    const read = () => Math.floor(clock.now() / every) * every;
+    let now = read();
+    const tick = (listener: () => void) => () => {
+      now = read();
+      listener();
+    };
+    return { now: () => now, listen: (listener: () => void) => store.tick(every, tick(listener)) };
+  }, [store, every]);
   const listenToSpeed = useCallback((listener: () => void) => store.tv.on('clock', listener), [store]);
-  const now = useSyncExternalStore(listen, readNow, readNow);
+  const readSpeed = () => store.tv.clock.speed;
+  const now = useSyncExternalStore(face.listen, face.now, face.now);
   const speed = useSyncExternalStore(listenToSpeed, readSpeed, readSpeed);
   return { now, speed };
 }

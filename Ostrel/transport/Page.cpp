@@ -15,6 +15,7 @@ namespace http = beast::http;
 namespace {
 
 constexpr std::string_view pagePath = "/index.html";
+constexpr std::size_t longestPath = 255; ///< bytes; the text of a refusal says it, too
 
 /// A page of ours shows and calls what comes from here, and nobody puts it into theirs.
 constexpr std::string_view policies =
@@ -34,7 +35,7 @@ bool mayStandInPath(char character) {
 
 /// Whether it could be a file's path: "/", or words behind one slash each, none that climbs.
 bool isPlain(std::string_view path) {
-    return path.starts_with('/') && path.find("//") == std::string_view::npos &&
+    return path.starts_with('/') && path.size() <= longestPath && path.find("//") == std::string_view::npos &&
            path.find("/.") == std::string_view::npos && std::all_of(path.begin(), path.end(), mayStandInPath);
 }
 
@@ -76,8 +77,9 @@ bool isKnown(std::string_view known, std::string_view tag) {
 
 std::optional<Answer> Page::answer(const Request& request) const {
     if (!isPlain(request.path))
-        return Answer{http::status::bad_request,
-                      "a path here is words of letters, digits and -._~ behind one slash each\n"};
+        return Answer{
+            http::status::bad_request,
+            "a path here is words of letters, digits and -._~ behind one slash each, 255 bytes at most\n"};
 
     const auto* file = find(request.path);
     if (file == nullptr)

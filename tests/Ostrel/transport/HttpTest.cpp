@@ -98,7 +98,7 @@ const Row rows[] = {
     {"PageZipped",      "GET /\nHost: localhost\nAccept-Encoding: br\nAccept-Encoding: gzip", "200: gzip"},
     {"PageKnown",       "GET /\nHost: localhost\nIf-None-Match: \"0\"\nIf-None-Match: \"1\"", "304"},
     {"PageKnownOnce",   "GET /\nHost: localhost\nIf-None-Match: *",       "304"},
-    {"PageClimbing",    "GET /../b\nHost: localhost",                     "400: a path here is words of letters, digits and -._~ behind one slash each"},
+    {"PageClimbing",    "GET /../b\nHost: localhost",                     "400: a path here is words of letters, digits and -._~ behind one slash each, 255 bytes at most"},
     {"PlaceInPage",     "GET /guide\nHost: localhost",                    "200: page"},
     {"NoPlaceCalls",    "GET /rpc\nHost: localhost",                      "404: there is nothing here; calls go to /rpc/Test"},
     {"NoPlaceDescribed", "GET /openrpc\nHost: localhost",                 "404: there is nothing here; calls go to /rpc/Test"},

@@ -14,7 +14,7 @@ constexpr PageFile files[] = {
     {"/index.html", "text/html", "page", "zipped page", "c3", false},
 };
 
-/// The status, the body's type and the body; then, in their order, the headers but those that all have.
+/// The status, the body's type and the body.
 std::string describe(const std::optional<Answer>& answer) {
     if (!answer)
         return "nothing";
@@ -39,9 +39,11 @@ std::ostream& operator<<(std::ostream& out, const Row& row) {
 }
 
 constexpr const char* odd = "400 text/plain; charset=utf-8 [a path here is words of letters, digits and -._~ "
-                            "behind one slash each\n]";
+                            "behind one slash each, 255 bytes at most\n]";
 constexpr const char* page = "200 text/html [page]";
 constexpr const char* zipped = "200 text/html [zipped page]";
+const std::string longestWord = '/' + std::string(254, 'a');
+const std::string tooLong = longestWord + 'a';
 constexpr const char* script = "/assets/app-01234567.js";
 
 // clang-format off
@@ -53,6 +55,7 @@ const Row rows[] = {
     {"Place",            {"/guide"},           page},
     {"PlaceOfOneLetter", {"/a"},               page},
     {"PlaceOddlyCalled", {"/a-b_c~1"},         page},
+    {"LongestPlace",     {longestWord},        page},
     {"NoSuchFile",       {"/icon.png"},        "nothing"},
     {"NoSuchAsset",      {"/assets/app"},      "nothing"},
     {"Folder",           {"/assets"},          "nothing"},
@@ -80,6 +83,7 @@ const Row rows[] = {
     {"Accented",         {"/\xc3\xa9"},        odd},
     {"Empty",            {""},                 odd},
     {"NoSlash",          {"icon.svg"},         odd},
+    {"TooLong",          {tooLong},            odd},
     {"Star",             {"*"},                odd},
 
     {"Gzip",             {"/", "gzip"},                      zipped},

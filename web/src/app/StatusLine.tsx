@@ -38,15 +38,16 @@ function ZoneChooser() {
   );
 }
 
-function Connection() {
+function Connection({ wasThere }: { wasThere: boolean }) {
   const { state, retryAt, reason } = useConnection();
-  const [, tick] = useState(0);
-  const [wasThere, setWasThere] = useState(false);
-  if (state === 'open' && !wasThere) setWasThere(true);
+  const [ticks, tick] = useState(0);
   useEffect(() => {
     if (state !== 'waiting') return;
     const timer = setInterval(() => tick((n) => n + 1), 500);
-    return () => clearInterval(timer);
+    return () => {
+      clearInterval(timer);
+      tick(0);
+    };
   }, [state]);
   const left = (retryAt ?? 0) - Date.now();
   const words = {
@@ -56,7 +57,8 @@ function Connection() {
     closed: 'no answer',
   };
   return (
-    <span className={styles.connection} data-state={state} role="status" title={reason}>
+    <span className={styles.connection} data-state={state} role="status" title={reason}
+      aria-live={ticks > 0 ? 'off' : 'polite' /* not every second is told */}>
       {words[state]}
     </span>
   );
@@ -68,14 +70,16 @@ const nextTheme: Readonly<Record<Theme, Theme>> = { system: 'dark', dark: 'light
 export function StatusLine({ title, onKeys }: { title: string; onKeys: () => void }) {
   const world = useWorld();
   const chosen = useTopic(theme);
+  const [wasThere, setWasThere] = useState(false);
+  if (useConnection().state === 'open' && !wasThere) setWasThere(true);
   return (
     <header className={styles.line}>
       <h1>{title}</h1>
       <div className={styles.status}>
         {world !== undefined && <span className={styles.world} title={`${world.services} services, ${world.events} events`}>{world.name}</span>}
-        <Connection />
-        <Clock />
-        <ZoneChooser />
+        <Connection wasThere={wasThere} />
+        {wasThere && <Clock />}
+        {wasThere && <ZoneChooser />}
         <button data-kind="quiet" className={styles.button} onClick={() => theme.set(nextTheme[chosen])}
           aria-label={`Colours: ${chosen}`} title={`Colours: ${chosen}`}>
           <Icon name={chosen === 'system' ? 'system' : chosen} />

@@ -21,6 +21,7 @@ async function look(): Promise<void> {
   if (status === 200) return link.set({ state: 'on', simulator: follow() });
   if (status !== 401 && status !== 404) return; // a proxy whose service is away
   simulator?.close();
+  world.set(undefined);
   link.set({ state: status === 401 ? 'kept out' : 'off' });
 }
 

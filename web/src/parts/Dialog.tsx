@@ -1,4 +1,4 @@
-import { type ReactNode, useEffect, useId, useRef } from 'react';
+import { type ReactNode, useId, useLayoutEffect, useRef } from 'react';
 import { followArrow } from '../app/spatial';
 import styles from './Dialog.module.css';
 import { Icon } from './Icon';
@@ -18,17 +18,15 @@ interface DialogProps {
 export function Dialog({ title, onClose, actions, children }: DialogProps) {
   const ref = useRef<HTMLDialogElement>(null);
   const heading = useId();
-  useEffect(() => {
-    const before = document.activeElement;
+  // While it is still in the document: closing it gives the focus back.
+  useLayoutEffect(() => {
     const dialog = ref.current;
     dialog?.showModal();
     dialog?.querySelector<HTMLElement>('input, select, textarea, footer button')?.focus();
-    return () => {
-      if (before instanceof HTMLElement) before.focus();
-    };
+    return () => dialog?.close();
   }, []);
   return (
-    <dialog ref={ref} className={styles.dialog} aria-labelledby={heading} onClose={onClose} onCancel={onClose}
+    <dialog ref={ref} className={styles.dialog} aria-labelledby={heading} onClose={() => ref.current?.open === false && onClose()}
       onKeyDown={(event) => {
         event.stopPropagation(); // the view around it has keys of its own
         followArrow(event.nativeEvent);

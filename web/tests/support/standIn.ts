@@ -15,6 +15,7 @@ export async function setup(): Promise<void> {
   const sources = (await readdir(`${root}src`, { recursive: true })).map((file) => `src/${file}`);
   const built = changed('dist/index.html');
   if (['index.html', 'vite.config.ts', ...sources].every((file) => changed(file) < built)) return;
+  process.env.NODE_ENV = 'production'; // vitest's own makes a React for developers
   await build({ root, logLevel: 'error' });
 }
 

@@ -7,14 +7,17 @@ export function hueOf(name: string): number {
   return (hash >>> 0) % 360;
 }
 
-/** Up to four letters that stand for a name: `BO` for "BBC ONE", `F4` for "Film4", `DAV` for "Dave"; `ITV1` as it is. */
+/** Channels that count in words would all have the letters of their neighbours. */
+const digits = new Map([['one', '1'], ['two', '2'], ['three', '3'], ['four', '4'], ['five', '5'], ['six', '6'], ['seven', '7']]);
+
+/** Up to four letters that stand for a name: `B1` for "BBC ONE", `F4` for "Film4", `DAV` for "Dave"; `ITV1` as it is. */
 export function lettersOf(name: string): string {
   const words = name.match(/[\p{L}\p{N}]+/gu) ?? ['?'];
   const [first] = words as [string];
   if (words.length === 1 && /\d/.test(first) && first.length <= 4) return first;
   const parts = words.length === 1 ? first.match(/\d+|\D+/g)! : words;
   if (parts.length === 1) return [...first].slice(0, 3).join('');
-  return parts.map((part) => (/^\d+$/.test(part) ? part : [...part][0])).join('').slice(0, 3);
+  return parts.map((part) => (/^\d+$/.test(part) ? part : (digits.get(part.toLowerCase()) ?? [...part][0]))).join('').slice(0, 3);
 }
 
 /** Stands for a service's logo beside its name. */

@@ -47,7 +47,11 @@ const focusable = 'button, a[href], input, select, textarea, summary, [tabindex]
 /** Whether the element needs an arrow key itself: a caret in a text, a choice, a slider. */
 function needs(element: Element, direction: Direction): boolean {
   if (element instanceof HTMLSelectElement) return direction === 'ArrowUp' || direction === 'ArrowDown';
-  if (element instanceof HTMLTextAreaElement || (element instanceof HTMLElement && element.isContentEditable)) return true;
+  if (element instanceof HTMLElement && element.isContentEditable) return true;
+  if (element instanceof HTMLTextAreaElement) {
+    const isBack = direction === 'ArrowLeft' || direction === 'ArrowUp';
+    return isBack ? element.selectionEnd !== 0 : element.selectionStart !== element.value.length;
+  }
   if (!(element instanceof HTMLInputElement)) return false;
   if (['checkbox', 'button', 'submit'].includes(element.type)) return false;
   if (['radio', 'date', 'time', 'datetime-local', 'number'].includes(element.type)) return true;

@@ -16,6 +16,9 @@ export interface ConnectOptions {
   firstPause?: number | undefined;
   /** What pauses grow to, in milliseconds. Default: 15000. */
   longestPause?: number | undefined;
+  /** Is shown every message as it travels, whole, before anything is made of it: for tools that look on. It is
+   * called between the connection's own steps, so it returns soon and does not throw. */
+  observe?: ((direction: 'sent' | 'received', text: string) => void) | undefined;
 }
 
 /** A server of the host, and what of it is known. */
@@ -203,7 +206,9 @@ export class Connection {
   #transmit(calls: Call[]): void {
     for (const call of calls) this.#sent.set(call.id, call);
     const requests = calls.map((call) => call.request(this.#context));
-    this.#socket?.send(JSON.stringify(requests.length === 1 ? requests[0] : requests));
+    const text = JSON.stringify(requests.length === 1 ? requests[0] : requests);
+    this.options.observe?.('sent', text);
+    this.#socket?.send(text);
   }
 
   #makeContext(): void {
@@ -230,6 +235,7 @@ export class Connection {
   }
 
   #receive(text: string): void {
+    this.options.observe?.('received', text);
     let messages: Message[];
     try {
       messages = [JSON.parse(text)].flat();

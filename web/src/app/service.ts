@@ -1,4 +1,5 @@
 import { Tv } from '@ostrel/tv';
+import { passed } from './ownTraffic';
 import { readToken, takeToken } from './token';
 
 /** What the service was started with as its `--token-file`; undefined where it wants none. */
@@ -16,4 +17,4 @@ export const address = `${location.origin}/`;
 export const headers: Readonly<Record<string, string>> = token === undefined ? {} : { authorization: `Bearer ${token}` };
 
 /** The page's one connection to the service. */
-export const tv = new Tv(address, { token, longestPause: 8000 });
+export const tv = new Tv(address, { token, longestPause: 8000, observe: passed });

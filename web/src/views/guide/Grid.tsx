@@ -3,12 +3,14 @@ import { type KeyboardEvent, type MouseEvent, type RefObject, useLayoutEffect, u
 import { useShow } from '../../app/show';
 import { formatTime } from '../../parts/time';
 import { pixelOf, timeOf } from './cells';
+import { daysIn } from './days';
 import styles from './Guide.module.css';
 import { cellsOf } from './known';
 import { cellId, Row, type RowView } from './Row';
 import { DayChooser, Ruler } from './Ruler';
 import type { Filter } from './filter';
 import type { GuideState } from './useGuide';
+import { step } from './useTimeline';
 
 interface GridProps {
   guide: GuideState;
@@ -38,9 +40,11 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
   useLayoutEffect(() => virtual.measure(), [virtual, geometry]);
 
   const view: RowView = useMemo(
-    () => ({ scale, geometry, days, zone, filter, isOnlyMatches, edge }),
-    [scale, geometry, days, zone, filter, isOnlyMatches, edge],
+    () => ({ scale, geometry, days, zone, filter, isOnlyMatches }),
+    [scale, geometry, days, zone, filter, isOnlyMatches],
   );
+  const starts = useMemo(() => daysIn(days, zone), [days, zone]);
+  const dayAt = (at: number) => starts.filter((start) => start <= at).at(-1) ?? days.from;
   const width = geometry.header + pixelOf(days.to, scale);
   const isNowIn = now >= days.from && now < days.to;
   const sizes = {
@@ -55,7 +59,7 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
     if (service === undefined) return [];
     const cells = cellsOf(known, service.id, drawn);
     const onAir = cellsOf(known, service.id, { from: now, to: now + 1 }).find(({ kind }) => kind === 'event');
-    return [{ service, index, top: start - geometry.ruler, cells, onAir, selected: index === row ? time : undefined }];
+    return [{ service, index, top: start - geometry.ruler, cells, onAir, edge, pinned: drawn.from + 2 * step, selected: index === row ? time : undefined }];
   });
   const there = drawnRows.find(({ index }) => index === row);
   const selected = there?.cells.find(({ from, to }) => from <= time && to > time);
@@ -75,12 +79,13 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
     <div ref={scroller} className={styles.scroller} style={sizes}>
       <div className={styles.ruler} style={{ width }}>
         <div className={styles.corner}>
-          <DayChooser days={days} at={(drawn.from + drawn.to) / 2} now={now} zone={zone} onDay={guide.goToDay} onStep={(step) => guide.move(step < 0 ? '[' : ']')} />
+          <DayChooser days={starts} day={dayAt((drawn.from + drawn.to) / 2)} today={dayAt(now)} zone={zone}
+            onDay={guide.goToDay} onStep={(step) => guide.move(step < 0 ? '[' : ']')} />
         </div>
         <Ruler drawn={drawn} scale={scale} geometry={geometry} zone={zone} />
         {isNowIn && <span className={styles.nowMark} aria-hidden="true">{isShow ? formatTime(now, zone) : 'now'}</span>}
       </div>
-      <div ref={grid} role="grid" aria-label="Programmes" aria-rowcount={rows.length} aria-colcount={-1} tabIndex={0}
+      <div ref={grid} role="grid" aria-label="Programmes" aria-rowcount={rows.length} tabIndex={0}
         aria-activedescendant={there && selected && cellId(there.service, selected)}
         className={styles.grid} data-now={isNowIn || undefined} style={{ width, height: rows.length * geometry.row }}
         onKeyDown={onKeyDown} onClick={onClick}>

@@ -80,7 +80,7 @@ export function Guide({ services }: { services: readonly ServiceInfo[] }) {
   const cell = service && cellsOf(known, service.id, days).find(({ from, to }) => from <= time && to > time);
   const asked = blockSpan(blocksOf(guide.shown())[0] ?? 0);
   return (
-    <div className={styles.guide} data-state={state} data-show={isShow || undefined}>
+    <div className={styles.guide} data-connection={state} data-show={isShow || undefined}>
       {!isShow && (
         <Filters search={search} onNext={onNext} onLeave={focus} isFiltering={isFiltering(filter)}
           onClear={() => navigate(formatRoute('guide', { at: params.get('at') ?? '', channel: params.get('channel') ?? '' }), { replace: true })} />

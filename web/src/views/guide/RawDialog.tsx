@@ -8,18 +8,12 @@ import { Dialog } from '../../parts/Dialog';
 import { Icon } from '../../parts/Icon';
 import { Shapes } from '../../parts/Shape';
 import styles from './Details.module.css';
-import { expressionOf } from './labels';
+import { expressionOf, layOut } from './labels';
 
 const method = 'ITVGuide::query';
 
 const payloadOf = (event: EventInfo, outputFormat: OutputFormat = 'quoriljson') =>
   ({ expression: expressionOf(event), expressionFormat: 'quoril', outputFormat }) as const;
-
-/** A document with a line a member; the wire's own is one line. */
-export function layOut(document: string, format: OutputFormat): string {
-  if (format === 'quoriljson') return JSON.stringify(JSON.parse(document), undefined, 2);
-  return document.replace(/<(\w+)(\/>|>[^<]*<\/\1>)/g, '\n  $&').replace(/<\/\w+>$/, '\n$&');
-}
 
 interface EventDialogProps {
   event: EventInfo;

@@ -4,7 +4,7 @@ import { classes } from '../../parts/classes';
 import { kindColour, kindOf, kindWord } from '../../parts/genre';
 import { Tile } from '../../parts/Tile';
 import { formatTime, type Seconds, type Zone } from '../../parts/time';
-import { type Cell, eventBox, type Scale, type Span } from './cells';
+import { type Cell, eventBox, pixelOf, type Scale, type Span } from './cells';
 import { type Filter, fits, fitsService, isFiltering } from './filter';
 import type { Geometry } from './geometry';
 import styles from './Guide.module.css';
@@ -18,8 +18,6 @@ export interface RowView {
   readonly zone: Zone;
   readonly filter: Filter;
   readonly isOnlyMatches: boolean;
-  /** The first second in sight when the grid was last at rest: titles are cut so that they fit behind it. */
-  readonly edge: Seconds;
 }
 
 interface RowProps {
@@ -29,12 +27,18 @@ interface RowProps {
   cells: readonly Cell[];
   /** The time that is selected, in this row. */
   selected: Seconds | undefined;
-  /** The event on the air begins then. */
+  /** The event on the air. */
   onAir: Cell | undefined;
+  /** The first second in sight when the grid was last at rest: titles are cut so that they fit behind it. */
+  edge: Seconds;
+  /** What begins before may reach over the left edge until more is drawn: its title stays in sight. */
+  pinned: Seconds;
   view: RowView;
 }
 
 export const cellId = (service: ServiceInfo, cell: Span): string => `guide-${service.id}-${cell.from}`;
+
+const isIn = ({ from, to }: Span, time: Seconds | undefined): boolean => time !== undefined && from <= time && to > time;
 
 /** Less than that does not hold a word. */
 const narrow = 72;
@@ -42,74 +46,83 @@ const narrow = 72;
 /** Between neighbours. */
 const gap = 2;
 
-interface GridCellProps extends Omit<RowProps, 'cells' | 'top' | 'index'> {
+/** What a cell has beside its title: edge, spaces, gap. */
+const frame = 20;
+
+interface GridCellProps {
+  service: ServiceInfo;
   cell: Cell;
-  column: number;
+  isSelected: boolean;
+  isOnAir: boolean;
+  isPast: boolean;
+  isPinned: boolean;
+  /** Pixels of it that are hidden behind the row's header. */
+  hidden: number;
+  view: RowView;
 }
 
-function GridCell({ service, cell, column, selected, onAir, view }: GridCellProps) {
-  const { scale, days, zone, filter, edge, geometry } = view;
-  const { left, width } = eventBox(cell, scale, days);
-  const isSelected = selected !== undefined && cell.from <= selected && cell.to > selected;
-  const isOnAir = cell.from === onAir?.from && cell.kind === 'event';
+const GridCell = memo(function GridCell({ service, cell, isSelected, isOnAir, isPast, isPinned, hidden, view }: GridCellProps) {
+  const { scale, days, zone, filter, geometry } = view;
   const { event } = cell;
-  const kind = kindOf(event?.genres[0]);
+  const { left, width } = eventBox(cell, scale, days);
   const isOut = isFiltering(filter) && (event === undefined || !fits(filter, service, event, isOnAir ? cell.from : -1));
-  if ((width === 0 && !isSelected) || (isOut && view.isOnlyMatches && !isSelected)) return null;
-  const seen = cell.from < edge ? Math.round(((cell.to - edge) * scale.pixelsPerHour) / 3600) : width;
+  if (!isSelected && (width === 0 || (isOut && view.isOnlyMatches))) return null;
+  const kind = kindOf(event?.genres[0]);
+  const names = classes(styles.cell, isOnAir && styles.onAir, isPast && styles.past, isOut && styles.out, isSelected && styles.selected,
+    isPinned && styles.pinned, width < narrow && styles.narrow);
   return (
     <div
-      role="gridcell" id={cellId(service, cell)} aria-colindex={column} aria-selected={isSelected}
-      aria-label={cellLabel(service, cell, zone, isOnAir)} data-from={cell.from} data-kind={cell.kind}
-      className={classes(styles.cell, isOnAir && styles.onAir, isOut && styles.out, isSelected && styles.selected,
-        width < narrow && styles.narrow)}
+      role="gridcell" id={cellId(service, cell)} aria-selected={isSelected} aria-label={cellLabel(service, cell, zone, isOnAir)}
+      data-from={cell.from} data-kind={cell.kind} className={names}
       style={{ left: geometry.header + left, width: Math.max(1, width - gap), '--genre': kindColour(kind) } as React.CSSProperties}
     >
       {event === undefined ? cell.kind === 'gap' && width > narrow && <span className={styles.text}>No guide data</span> : (
-        <span className={styles.text} style={{ maxWidth: Math.max(0, seen - 18) }}
+        <span className={styles.text} style={{ maxWidth: Math.max(0, width - hidden - frame) }}
           data-meta={[formatTime(cell.from, zone), kindWord(kind)].filter(Boolean).join(' · ')}>
           {event.title || 'Untitled'}
         </span>
       )}
     </div>
   );
-}
+}, (a, b) =>
+  isSameCell(a.cell, b.cell) && a.isSelected === b.isSelected && a.isOnAir === b.isOnAir && a.isPast === b.isPast && a.isPinned === b.isPinned &&
+  a.hidden === b.hidden && a.view === b.view && a.service === b.service);
 
-function RowHeader({ service, onAir, view }: Pick<RowProps, 'service' | 'onAir' | 'view'>) {
-  const { days, geometry, filter } = view;
+const RowHeader = memo(function RowHeader({ service, from, length, view }: { service: ServiceInfo; from: number | undefined; length: number; view: RowView }) {
   return (
-    <div role="rowheader" aria-colindex={1} className={classes(styles.rowHeader, !fitsService(filter, service) && styles.out)}
-      style={{ width: geometry.header }} title={service.name}>
+    <div role="rowheader" className={classes(styles.rowHeader, !fitsService(view.filter, service) && styles.out)}
+      style={{ width: view.geometry.header }} title={service.name}>
       <span className={styles.number}>{service.channelNumber}</span>
-      <Tile name={service.name} size={geometry.tile} />
+      <Tile name={service.name} size={view.geometry.tile} />
       <span className={styles.name}>{service.name}</span>
-      {onAir !== undefined && (
-        <i className={styles.progress}
-          style={{ '--from': onAir.from - days.from, '--length': onAir.to - onAir.from } as React.CSSProperties} />
-      )}
+      {from !== undefined && <i className={styles.progress} style={{ '--from': from, '--length': length } as React.CSSProperties} />}
     </div>
   );
-}
+});
 
 /** A service and what it shows. Drawn anew only when that changes, or what all rows have in common. */
-export const Row = memo(function Row({ service, index, top, cells, selected, onAir, view }: RowProps) {
+export const Row = memo(function Row({ service, index, top, cells, selected, onAir, edge, pinned, view }: RowProps) {
+  const { scale, days, geometry } = view;
+  const hiddenOf = ({ from, to }: Cell) => (from < edge && to > edge ? pixelOf(edge, scale) - pixelOf(from, scale) : 0);
   return (
-    <div role="row" aria-rowindex={index + 1} className={styles.row} style={{ top, height: view.geometry.row }}>
-      <RowHeader service={service} onAir={onAir} view={view} />
-      {cells.map((cell, i) => (
-        <GridCell key={cell.from} cell={cell} column={i + 2} service={service} selected={selected} onAir={onAir} view={view} />
+    <div role="row" aria-rowindex={index + 1} className={styles.row} style={{ top, height: geometry.row }}>
+      <RowHeader service={service} from={onAir && onAir.from - days.from} length={onAir ? onAir.to - onAir.from : 0} view={view} />
+      {cells.map((cell) => (
+        <GridCell key={cell.from} service={service} cell={cell} view={view} hidden={hiddenOf(cell)}
+          isSelected={isIn(cell, selected)} isOnAir={cell.kind === 'event' && cell.from === onAir?.from} isPast={onAir !== undefined && cell.to <= onAir.from}
+          isPinned={cell.from < pinned} />
       ))}
     </div>
   );
-}, isSame);
-
-function isSame(a: RowProps, b: RowProps): boolean {
-  return (
-    a.service === b.service && a.index === b.index && a.top === b.top && a.view === b.view && a.selected === b.selected &&
-    a.onAir?.from === b.onAir?.from && a.onAir?.to === b.onAir?.to && a.cells.length === b.cells.length &&
-    a.cells.every((cell, i) => isSameCell(cell, b.cells[i]!))
-  );
-}
+}, isSameRow);
 
 const isSameCell = (a: Cell, b: Cell): boolean =>
   a.from === b.from && a.to === b.to && a.kind === b.kind && a.event === b.event;
+
+function isSameRow(a: RowProps, b: RowProps): boolean {
+  return (
+    a.service === b.service && a.index === b.index && a.top === b.top && a.view === b.view && a.selected === b.selected &&
+    a.edge === b.edge && a.pinned === b.pinned && a.onAir?.from === b.onAir?.from && a.onAir?.to === b.onAir?.to &&
+    a.cells.length === b.cells.length && a.cells.every((cell, i) => isSameCell(cell, b.cells[i]!))
+  );
+}

@@ -1,34 +1,34 @@
+import { memo } from 'react';
 import { formatDay, formatTime, type Seconds, type Zone } from '../../parts/time';
 import { Icon } from '../../parts/Icon';
 import { pixelOf, type Scale, type Span } from './cells';
-import { daysIn, dayOf, ticks } from './days';
+import { ticks } from './days';
 import type { Geometry } from './geometry';
 import styles from './Guide.module.css';
 
 interface DayChooserProps {
-  days: Span;
-  /** A time that is in sight. */
-  at: Seconds;
-  now: Seconds;
+  /** Each by its first second. */
+  days: readonly Seconds[];
+  /** The one in sight. */
+  day: Seconds;
+  today: Seconds;
   zone: Zone;
-  /** Called with the first second of a day. */
   onDay: (day: Seconds) => void;
   /** So many days on. */
   onStep: (days: number) => void;
 }
 
 /** Which day is in sight, and the way to another. */
-export function DayChooser({ days, at, now, zone, onDay, onStep }: DayChooserProps) {
-  const today = dayOf(now, zone).from;
+export function DayChooser({ days, day, today, zone, onDay, onStep }: DayChooserProps) {
   return (
     <div className={styles.chooser}>
       <button data-kind="quiet" aria-label="A day back" title="A day back ([)" onClick={() => onStep(-1)}>
         <Icon name="left" size={16} />
       </button>
-      <select aria-label="Day" value={dayOf(at, zone).from} onChange={(event) => onDay(Number(event.target.value))}>
-        {daysIn(days, zone).map((day) => (
-          <option key={day} value={day}>
-            {day === today ? formatDay(day, zone).replace(/^\S+/, 'Today') : formatDay(day, zone)}
+      <select aria-label="Day" value={day} onChange={(event) => onDay(Number(event.target.value))}>
+        {days.map((each) => (
+          <option key={each} value={each}>
+            {each === today ? formatDay(each, zone).replace(/^\S+/, 'Today') : formatDay(each, zone)}
           </option>
         ))}
       </select>
@@ -47,18 +47,19 @@ interface RulerProps {
 }
 
 /** The half hours of what is drawn. */
-export function Ruler({ drawn, scale, geometry, zone }: RulerProps) {
+export const Ruler = memo(function Ruler({ drawn, scale, geometry, zone }: RulerProps) {
   return (
     <div className={styles.ticks} aria-hidden="true">
       {ticks(drawn, 1800, zone).map((at) => {
-        const isMidnight = dayOf(at, zone).from === at;
+        const text = formatTime(at, zone);
+        const isMidnight = text === '00:00';
         return (
           <span key={at} className={styles.tick} data-midnight={isMidnight || undefined}
             style={{ left: geometry.header + pixelOf(at, scale), width: scale.pixelsPerHour / 2 }}>
-            <span>{isMidnight ? formatDay(at, zone) : formatTime(at, zone)}</span>
+            <span>{isMidnight ? formatDay(at, zone) : text}</span>
           </span>
         );
       })}
     </div>
   );
-}
+});

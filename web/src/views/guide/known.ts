@@ -107,6 +107,6 @@ export class Loader {
       this.#fresh.delete(far);
     }
     if (blocks.has(block)) this.#fresh.add(block);
-    this.known.set({ blocks, spans: joinedSpans([...blocks.keys()]) });
+    this.known.set({ ...this.known.get(), blocks, spans: joinedSpans([...blocks.keys()]) });
   }
 }

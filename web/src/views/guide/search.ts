@@ -6,12 +6,21 @@ import { type Filter, fits } from './filter';
 const ahead = 14 * 86_400;
 const most = 1000;
 
+/**
+ * What the guide is asked for, to find a text in whatever letters: it tells small from large, so its longest word is
+ * asked for in the ways in which words are written, and fits() looks at the rest.
+ */
+export function formsOf(text: string): string[] {
+  const longest = text.toLowerCase().split(/\s+/).sort((a, b) => b.length - a.length)[0] ?? '';
+  return [...new Set([longest, longest.slice(0, 1).toUpperCase() + longest.slice(1), longest.toUpperCase()])];
+}
+
 /** The next event that a text matches, behind what is selected: later, or at the same time further down. */
 export async function findNext(tv: Tv, filter: Filter, rows: readonly ServiceInfo[], time: Seconds, row: number): Promise<EventInfo | undefined> {
   if (filter.text === '') return undefined;
   const found = await tv.guide.queryEventInfo({
     query: {
-      stringList: [filter.text],
+      stringList: formsOf(filter.text),
       stringMatchDescription: true,
       timeRange: { base: time, limit: time + ahead },
       orderByStartTimePriority: 0,

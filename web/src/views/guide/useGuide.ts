@@ -31,7 +31,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
   const time = target.time === 'now' ? now : target.time;
 
   const before = useRef<Span>(undefined);
-  const around = daysAround(now, time, zone, before.current);
+  const around = useMemo(() => daysAround(now, time, zone, before.current), [now, time, zone]);
   const days = useMemo(() => around, [around.from, around.to]);
   before.current = days;
   const scale = useMemo(() => ({ origin: days.from, pixelsPerHour: geometry.pixelsPerHour }), [days, geometry]);

@@ -8,7 +8,7 @@ import type { Geometry } from './geometry';
 const rest = 120;
 
 /** More than what is in sight is drawn, to whole hours: there is nothing to do at most pixels. */
-const step = 3600;
+export const step = 3600;
 
 export interface Timeline {
   /** What is drawn. */
@@ -64,10 +64,11 @@ export function useTimeline(scroller: RefObject<HTMLElement | null>, width: numb
       clearTimeout(timer);
       timer = setTimeout(settle, rest);
     };
-    element.addEventListener('scroll', onScroll, { passive: true });
+    // Before those who change the document in answer: then what is read here is at hand.
+    element.addEventListener('scroll', onScroll, { passive: true, capture: true });
     return () => {
       clearTimeout(timer);
-      element.removeEventListener('scroll', onScroll);
+      element.removeEventListener('scroll', onScroll, { capture: true });
     };
   }, [scroller, scale, shown, look]);
 

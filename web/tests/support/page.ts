@@ -90,7 +90,7 @@ async function openWindow({ size = 'desk', theme = 'dark', zone, locale, reduced
 const origins = new Map<string, Promise<string>>();
 
 /** Where a host's page is: `http://127.0.0.1:8480`. */
-export function originOf({ address }: Host): Promise<string> {
+export function originOf({ address }: Pick<Host, 'address'>): Promise<string> {
   const origin = origins.get(address) ?? serve(address).then(({ origin, close }) => (onTestFinished(close), origin));
   origins.set(address, origin);
   onTestFinished(() => void origins.delete(address));
@@ -98,7 +98,7 @@ export function originOf({ address }: Host): Promise<string> {
 }
 
 /** Opens a host's page. @param route  as the address's fragment has it, such as `#/guide?at=2011-10-16T12:00` */
-export async function openPage(host: Host, route = '', options: PageOptions = {}): Promise<Page> {
+export async function openPage(host: Pick<Host, 'address'>, route = '', options: PageOptions = {}): Promise<Page> {
   const window = options.beside?.context() ?? (await openWindow(options));
   const page = await window.newPage();
   watch(page);

@@ -25,7 +25,9 @@ export function Answer({ sent, call, refusals }: AnswerProps) {
     case 'answered':
       return (
         <section className={styles.answer} aria-label="Answer">
-          <h3 role="status">Answered in {formatTook(sent.micros)}</h3>
+          <div role="status">
+            <h3>Answered in {formatTook(sent.micros)}</h3>
+          </div>
           <JsonTree key={sent.number} value={sent.result} label="Result" />
         </section>
       );

@@ -1,5 +1,3 @@
-import { useRef } from 'react';
-import { navigate } from '../../app/route';
 import { Empty } from '../../parts/Empty';
 import { Failure } from '../../parts/Failure';
 import { Icon } from '../../parts/Icon';
@@ -7,21 +5,20 @@ import { Shapes } from '../../parts/Shape';
 import { useShortcuts } from '../../parts/shortcuts';
 import { CallForm } from './CallForm';
 import styles from './CallDesk.module.css';
-import { addressOf, againOf } from './calls';
+import { againOf, showMessages } from './calls';
 import { MethodList } from './MethodList';
 import { useDescription } from './useDescription';
 
 /** Any method of the service to be called: its form is made from what the service says of it. */
 export function CallDesk({ method: name }: { method: string }) {
   const { servers, error, reload } = useDescription();
-  const place = useRef<HTMLDivElement>(null);
   const server = servers.find(({ methods }) => methods.some((method) => method.name === name));
   const method = server?.methods.find((method) => method.name === name);
-  useShortcuts('Traffic', [{ key: 'Escape', label: 'Esc', does: 'Back to the messages', run: () => navigate(addressOf('')) }]);
+  useShortcuts('Traffic', [{ key: 'Escape', label: 'Esc', does: 'Back to the messages', run: showMessages }]);
   return (
-    <div className={styles.desk} ref={place}>
+    <div className={styles.desk}>
       <header className={styles.head}>
-        <button onClick={() => navigate(addressOf(''))} title="Back to the messages (Esc)">
+        <button onClick={showMessages} title="Back to the messages (Esc)">
           <Icon name="left" size={16} /> Messages
         </button>
         <h2>Make a call</h2>

@@ -1,9 +1,9 @@
-import { type FormEvent, useMemo, useState } from 'react';
+import { type FormEvent, useEffect, useMemo, useRef, useState } from 'react';
 import { CopyAs } from '../../parts/CopyAs';
 import { Icon } from '../../parts/Icon';
 import { Answer } from './Answer';
 import styles from './CallDesk.module.css';
-import type { Again } from './calls';
+import { type Again, takeFocus } from './calls';
 import { check, type Problem } from './check';
 import type { Method, Schemas } from './description';
 import { Field } from './Field';
@@ -37,17 +37,30 @@ export function CallForm({ method, schemas, again }: CallFormProps) {
     () => ({ value, schemas, problems, change: (path: readonly (string | number)[], changed: unknown) => change((now: unknown) => withValueAt(now, path, changed)) }),
     [value, schemas, problems],
   );
+  const place = useRef<HTMLFormElement>(null);
+  useEffect(() => {
+    if (takeFocus()) place.current?.querySelector<HTMLElement>('input, select, footer button')?.focus();
+  }, []);
+  const result = useRef<HTMLDivElement>(null);
+  useEffect(() => {
+    if (sent.state === 'answered' || sent.state === 'refused') void result.current?.scrollIntoView({ block: 'nearest' });
+  }, [sent]);
   const submit = (event: FormEvent) => {
     event.preventDefault();
     send(name, value, typeof context === 'number' ? context : undefined);
   };
   return (
     <FormContext value={form}>
-      <form className={styles.form} onSubmit={submit} noValidate aria-label={name}>
+      <form ref={place} className={styles.form} onSubmit={submit} noValidate aria-label={name}>
         <h3 className={styles.name}>{name}</h3>
         <div className={styles.prose}>
           <p><strong>{method.summary}</strong></p>
-          <Prose text={method.description} />
+          {method.description !== '' && (
+            <details>
+              <summary>What to know about it</summary>
+              <Prose text={method.description} />
+            </details>
+          )}
         </div>
         {again !== undefined && <AgainNote from={again.from} takesContext={takesContext} />}
         {examples.length > 1 && (
@@ -72,11 +85,11 @@ export function CallForm({ method, schemas, again }: CallFormProps) {
           <span className={styles.verdict} role="status" data-bad={problems.length > 0 || undefined}>
             {problems.length === 0 ? 'All as described.' : problems.length === 1 ? `${problems[0]!.path} ${problems[0]!.text}` : `${problems.length} places are not as described.`}
           </span>
-          <CopyAs call={{ method: name, payload: value }} />
         </footer>
       </form>
-      <div className={styles.result}>
+      <div ref={result} className={styles.result}>
         {body !== undefined && <JsonText label={takesContext ? 'payload' : 'params'} value={value} onChange={change} />}
+        <CopyAs call={{ method: name, payload: value }} />
         <Answer sent={sent} call={{ method: name, payload: value }} refusals={refusals} />
       </div>
     </FormContext>

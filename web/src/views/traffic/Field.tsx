@@ -31,7 +31,8 @@ export function Field({ schema: from, path, name, isRequired }: FieldProps) {
   const isGroup = control === 'record' || control === 'list' || control === 'either';
   const body = isAbsent ? null : isGroup ? <Members schema={schema} path={path} /> : <Single id={id} schema={schema} path={path} isWrong={wrong !== ''} />;
   if (path.length === 0) return <div className={styles.whole}>{body}{wrong && <p className={styles.wrong}>{wrong}</p>}</div>;
-  const limits = limitsOf(schema);
+  const isElement = typeof path.at(-1) === 'number' && !isGroup; // its list has said what it means
+  const limits = isElement ? '' : limitsOf(schema, schema.items && resolve(schema.items, schemas));
   return (
     <div className={styles.field} data-control={isAbsent ? undefined : control} data-group={isGroup || undefined} role={isGroup ? 'group' : undefined} aria-label={isGroup ? name : undefined}>
       <div className={styles.line}>
@@ -50,7 +51,7 @@ export function Field({ schema: from, path, name, isRequired }: FieldProps) {
         )}
       </div>
       <div id={`${id}hint`} className={styles.hint}>
-        {schema.description !== undefined && <Prose text={schema.description} />}
+        {!isElement && schema.description !== undefined && <Prose text={schema.description} />}
         {limits !== '' && <p className={styles.limits}>{limits}</p>}
         {isTime(schema) && typeof value === 'number' && <Moment time={value} />}
         {wrong !== '' && <p className={styles.wrong}>{wrong}</p>}

@@ -29,7 +29,7 @@ export function JsonText({ label, value, onChange }: JsonTextProps) {
       <span className={styles.jsonHead}>
         <code>{label}</code> {isOwn && draft.problem !== '' ? <em role="status">No JSON: {draft.problem}</em> : 'as it is sent'}
       </span>
-      <textarea rows={Math.min(14, text.split('\n').length + 1)} spellCheck={false} value={text} onChange={(event) => edit(event.target.value)}
+      <textarea rows={Math.min(12, text.split('\n').length + 1)} spellCheck={false} value={text} onChange={(event) => edit(event.target.value)}
         onBlur={() => setDraft(undefined)} />
     </label>
   );

@@ -23,6 +23,9 @@ interface ListProps {
   handle: Ref<ListHandle>;
 }
 
+/** Below what is chosen, for the button that leads to the end, in pixels. */
+const room = 48;
+
 /** Where a key leads from a place; undefined where it leads nowhere. */
 function goal(key: string, from: number, count: number, page: number): number | undefined {
   const to = { ArrowDown: from + 1, ArrowUp: from - 1, PageDown: from + page, PageUp: from - page, Home: 0, End: count - 1 }[key];
@@ -45,15 +48,22 @@ export function List({ selection, open, isFollowing, onReading, onOpen, handle }
     estimateSize: () => rowHeight,
     overscan: 6,
     scrollMargin: headHeight,
-    scrollPaddingStart: headHeight,
   });
   useLayoutEffect(() => virtual.measure(), [virtual, rowHeight]);
   useLayoutEffect(() => {
     if (isFollowing && box.current !== null) box.current.scrollTop = box.current.scrollHeight;
   });
   const at = active === undefined ? -1 : selection.indexOf(active);
+  /** Brings a row into sight, by no more than that takes. */
+  const show = (index: number) => {
+    const { scrollTop, clientHeight } = box.current!;
+    const top = index * rowHeight;
+    const bottom = top + rowHeight + headHeight + room;
+    if (top < scrollTop) box.current!.scrollTop = top;
+    else if (bottom > scrollTop + clientHeight) box.current!.scrollTop = bottom - clientHeight;
+  };
   useLayoutEffect(() => {
-    if (open !== undefined && at >= 0) virtual.scrollToIndex(at); // the details have taken some of the place
+    if (open !== undefined && at >= 0) show(at); // the details have taken some of the place
   }, [open === undefined]);
   useImperativeHandle(handle, () => ({ focus: () => box.current?.focus() }));
 
@@ -70,7 +80,7 @@ export function List({ selection, open, isFollowing, onReading, onOpen, handle }
     event.preventDefault();
     onReading(to < entries.length - 1);
     choose(entries[to]!.number);
-    virtual.scrollToIndex(to);
+    show(to);
     if (open !== undefined) onOpen(entries[to]);
   };
   const onClick = (event: MouseEvent) => {
@@ -78,7 +88,6 @@ export function List({ selection, open, isFollowing, onReading, onOpen, handle }
     const entry = row === null ? undefined : entries[Number(row.getAttribute('data-index'))];
     if (entry === undefined) return;
     choose(entry.number);
-    onReading(true);
     onOpen(entry);
   };
 

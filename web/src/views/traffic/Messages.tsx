@@ -1,5 +1,5 @@
 import { useConnection } from '@ostrel/tv/react';
-import { type KeyboardEvent, useRef, useState } from 'react';
+import { type KeyboardEvent, useEffect, useRef, useState } from 'react';
 import { formatRoute, navigate } from '../../app/route';
 import { classes } from '../../parts/classes';
 import { Empty } from '../../parts/Empty';
@@ -16,16 +16,20 @@ import { save } from './save';
 import styles from './Traffic.module.css';
 import type { Entry } from './TrafficLog';
 import { type Pause, useFilter, useSelection } from './useSelection';
-import { callAgain, chooseCall } from './calls';
+import { callAgain, chooseCall, takeFocus } from './calls';
 
 /** The list of what passes, and what of it is opened. */
 export function Messages({ status }: { status: Status }) {
   const filter = useFilter();
   const [pause, setPause] = useState<Pause>('');
-  const { selection, fresh, refresh } = useSelection(filter, pause !== '');
   const [open, setOpen] = useState<Entry>();
+  const isPaused = pause !== '' || open !== undefined;
+  const { selection, fresh, refresh } = useSelection(filter, isPaused);
   const list = useRef<ListHandle>(null);
   const text = useRef<HTMLInputElement>(null);
+  useEffect(() => {
+    if (takeFocus()) list.current?.focus();
+  }, []);
   const isAway = useConnection().state !== 'open';
   const isFiltered = filter.text !== '' || filter.method !== '' || filter.client !== '' || filter.errorsOnly;
   const isEmpty = selection.entries.length === 0;
@@ -46,7 +50,8 @@ export function Messages({ status }: { status: Status }) {
   ]);
   const onKeyDown = (event: KeyboardEvent) => {
     if (event.key !== 'Escape') return;
-    if (event.target === text.current) list.current?.focus();
+    event.preventDefault(); // a field of a search would forget its text
+    if (event.target instanceof HTMLInputElement) list.current?.focus();
     else if (open !== undefined) close();
   };
   const onReading = (isReading: boolean) => setPause((now) => (now === 'asked' ? now : isReading ? 'reading' : ''));
@@ -86,10 +91,10 @@ export function Messages({ status }: { status: Status }) {
             )}
           </Empty>
         ) : (
-          <List selection={selection} open={open} isFollowing={pause === ''} onReading={onReading} onOpen={setOpen} handle={list} />
+          <List selection={selection} open={open} isFollowing={!isPaused} onReading={onReading} onOpen={setOpen} handle={list} />
         )}
-        {pause !== '' && !isEmpty && (
-          <button className={styles.fresh} data-kind="primary" onClick={() => (setPause(''), list.current?.focus())}>
+        {isPaused && !isEmpty && (
+          <button className={styles.fresh} data-kind="primary" onClick={() => (setPause(''), close())}>
             <Icon name="down" size={16} /> {fresh === 0 ? 'Jump to the end' : `${formatCount(fresh)} new, jump to the end`}
           </button>
         )}

@@ -10,6 +10,7 @@ export interface Again {
 
 const firstMethod = 'ITVGuide::query';
 let again: Again | undefined;
+let wantsFocus = false;
 
 /** The address of a method's form, or of the messages; what they are filtered by stays in it. */
 export function addressOf(method: string): string {
@@ -21,13 +22,28 @@ export function addressOf(method: string): string {
 /** Opens the form of a method that many try first. */
 export function chooseCall(): void {
   again = undefined;
-  navigate(addressOf(firstMethod));
+  go(firstMethod);
 }
 
 /** Opens the form of a call that has passed, filled in. */
 export function callAgain(call: Again): void {
   again = call;
-  navigate(addressOf(call.method));
+  go(call.method);
+}
+
+/** Opens the list of messages. */
+export const showMessages = (): void => go('');
+
+function go(method: string): void {
+  wantsFocus = true;
+  navigate(addressOf(method));
+}
+
+/** Whether what is there now was opened from the other, and is to have the focus; answered once. */
+export function takeFocus(): boolean {
+  const wanted = wantsFocus;
+  wantsFocus = false;
+  return wanted;
 }
 
 /** What the form of a method is to be filled with, where it was opened by callAgain(). */

@@ -84,8 +84,13 @@ export function startOf(from: Schema, schemas: Schemas): unknown {
   }
 }
 
-/** Unit, range and default in one line: `kHz · 0 to 4294967295 · 0 unless given`. */
-export function limitsOf({ minimum = -Infinity, maximum = Infinity, minItems, maxItems, default: usual, 'x-unit': unit }: Schema): string {
+/** Unit, range and default in one line, of a list those of its elements too: `kHz · 0 to 4294967295 · 0 unless given`. */
+export function limitsOf(schema: Schema, items: Schema = {}): string {
+  const each = ownLimits(items);
+  return [ownLimits(schema), each && `each ${each}`].filter(Boolean).join(' · ');
+}
+
+function ownLimits({ minimum = -Infinity, maximum = Infinity, minItems, maxItems, default: usual, 'x-unit': unit }: Schema): string {
   const hasRange = Number.isFinite(minimum) || Number.isFinite(maximum);
   const range = hasRange && `${minimum} to ${maximum}`;
   const size = maxItems !== undefined && (minItems === maxItems ? `${maxItems} of them` : `at most ${maxItems}`);

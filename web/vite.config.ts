@@ -17,7 +17,6 @@ export default defineConfig({
   server: { proxy: passedOn },
   test: {
     include: ['tests/**/*.test.{ts,tsx}'],
-    globalSetup: 'tests/support/standIn.ts',
     env: { OSTREL_TVD: process.env.OSTREL_TVD ?? fileURLToPath(new URL('../build/release/host/ostrel-tvd', import.meta.url)) },
     expect: { poll: { timeout: 30_000 } },
     testTimeout: 120_000,

@@ -24,6 +24,7 @@ test('by keyboard alone', async () => {
   expect(new URL(page.url()).hash).toBe('#/channels');
   await press('?', 'all keys', 'button "Close"');
   await expect.poll(() => page.getByRole('dialog', { name: 'Keys' }).isVisible()).toBe(true);
+  await expectNoViolations(page);
   await press('ArrowDown', 'arrows stay in the dialog', /button "Close"/);
   await press('Escape', 'and back to where it was', 'link "Channels"');
   expect(await page.getByRole('dialog').count()).toBe(0);
@@ -43,15 +44,6 @@ test('a remote control has arrows alone', async () => {
   await page.getByText('Gate and Stile').first().waitFor();
   expect(await press('ArrowDown', 'the first arrow leads into the view')).not.toMatch(/^(none|generic|RootWebArea)/);
   expect(await page.evaluate(() => document.querySelector('main')!.contains(document.activeElement))).toBe(true);
-});
-
-test.each(views)('%s: nothing that axe-core knows of is wrong', async (view) => {
-  const page = await openPage(await startHost(), `#/${view}`);
-  await expect.poll(() => status(page).getByText('connected').isVisible()).toBe(true);
-  await expectNoViolations(page);
-  await page.keyboard.press('?');
-  await page.getByRole('dialog').waitFor();
-  await expectNoViolations(page);
 });
 
 describe('addresses', () => {
@@ -110,24 +102,25 @@ describe('the status line', () => {
   });
 });
 
-describe('nothing is cut', () => {
-  const open = async (view: View, size: 'desk' | 'phone') => {
+describe.each(views)('%s', (view) => {
+  const open = async (size: 'desk' | 'phone') => {
     const page = await openPage(await startHost(), `#/${view}`, { size });
     await expect.poll(() => status(page).locator('[data-state=open]').count()).toBe(1);
     await page.waitForLoadState('networkidle');
     return page;
   };
 
-  test.each(views)('%s at 100 % and at 200 %', async (view) => {
-    const page = await open(view, 'desk');
+  test('as it opens axe-core finds nothing wrong, and nothing is cut, at 200 % neither', async () => {
+    const page = await open('desk');
+    await expectNoViolations(page);
     await expectNothingCut(page);
     await page.setViewportSize({ width: 640, height: 360 }); // what is left of 1280 by 720
     await screenshot(page, `${view}-zoomed`);
     await expectNothingCut(page);
   });
 
-  test.each(views)('%s on a phone', async (view) => {
-    const page = await open(view, 'phone');
+  test('on a phone nothing is cut', async () => {
+    const page = await open('phone');
     await screenshot(page, `${view}-phone`);
     await expectNothingCut(page);
   });
@@ -139,7 +132,6 @@ test('by touch on a phone', async () => {
     const link = page.getByRole('navigation').getByRole('link', { name: name!, exact: true });
     const box = (await link.boundingBox())!;
     expect(box.height, name).toBeGreaterThanOrEqual(40);
-    await link.tap();
-    await expect.poll(() => page.title()).toBe(`${title} · Ostrel TV`);
+    await expect.poll(async () => (await link.tap(), page.title())).toBe(`${title} · Ostrel TV`); // a slow tap is a long one
   }
 });

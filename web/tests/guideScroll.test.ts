@@ -4,6 +4,7 @@ import type { Page } from 'playwright-core';
 import { expect, test } from 'vitest';
 import { startBigWorld } from './support/bigWorld.js';
 import { type Frames, measureEmptyPage, measureFrames } from './support/frames.js';
+import { startHost } from './support/host.js';
 import { allow, openPage, sizes } from './support/page.js';
 
 const mostNodes = 1500;
@@ -41,7 +42,7 @@ const line = (what: string, { count, longest, over50, mostNodes }: Frames): stri
   `  ${what.padEnd(22)} ${String(count).padStart(5)} frames, longest ${longest.toFixed(0).padStart(4)} ms, over 50 ms: ${over50}, nodes ${mostNodes}`;
 
 test.each(['desk', 'television', 'phone'] as const)('1,000 channels and 14 days, %s', async (size) => {
-  const world = await startBigWorld();
+  const world = await startBigWorld(await startHost());
   const page = await openPage(world, '#/guide', { size });
   allow(page, /Simulator/); // there is none
   await page.waitForSelector('[role=gridcell][data-kind=event]');

@@ -136,7 +136,7 @@ describe('a token', () => {
     const page = await openPage(host, '#/scan');
     allow(page, /WebSocket connection to/, /status of 401/);
     await page.getByRole('heading', { name: 'This service wants a token' }).waitFor();
-    await page.goto(`${await originOf(host)}/#token=${token('first')}`);
+    await page.goto(`${originOf(host)}/#token=${token('first')}`);
     await expect.poll(() => status(page)).toContain('connected');
     expect(page.url()).not.toContain('token');
   });

@@ -6,6 +6,7 @@ import type { AddressInfo } from 'node:net';
 import type { EventInfo, ServiceInfo } from '@ostrel/tv';
 import { onTestFinished } from 'vitest';
 import { WebSocketServer } from 'ws';
+import type { Host } from './host.js';
 
 const day = 86_400;
 const minute = 60;
@@ -97,14 +98,19 @@ function answer({ method, params }: Request, started: number): unknown {
   }
 }
 
-/** Starts it for one test. */
-export async function startBigWorld(): Promise<{ address: string }> {
+/** Starts it for one test. @param host  where the page's files come from */
+export async function startBigWorld(host: Pick<Host, 'address'>): Promise<{ address: string }> {
   const started = performance.now();
   const reply = (request: Request) => {
     const result = answer(request, started);
     return { jsonrpc: '2.0', id: request.id, ...(result === undefined ? { error: { code: -32601, message: request.method } } : { result }) };
   };
-  const server = createServer((_, response) => response.writeHead(404).end());
+  const server = createServer(async ({ url = '', method = 'GET' }, response) => {
+    if (url.startsWith('/openrpc')) return response.writeHead(404).end(); // it has no simulator
+    const file = await fetch(`http://${host.address}${url}`, { method });
+    response.writeHead(file.status, { 'content-type': file.headers.get('content-type') ?? 'text/plain' });
+    response.end(Buffer.from(await file.arrayBuffer()));
+  });
   const sockets = new WebSocketServer({ server, path: '/rpc/TV' });
   sockets.on('connection', (socket) =>
     socket.on('message', (text) => {

@@ -6,7 +6,6 @@ import { fileURLToPath } from 'node:url';
 import { type Browser, type BrowserContext, chromium, type Page } from 'playwright-core';
 import { afterAll, expect, onTestFinished } from 'vitest';
 import type { Host } from './host.js';
-import { serve } from './standIn.js';
 
 const program = '/usr/bin/chromium';
 const pictures = fileURLToPath(new URL('../../../build/page/', import.meta.url));
@@ -87,22 +86,16 @@ async function openWindow({ size = 'desk', theme = 'dark', zone, locale, reduced
   return window;
 }
 
-const origins = new Map<string, Promise<string>>();
-
 /** Where a host's page is: `http://127.0.0.1:8480`. */
-export function originOf({ address }: Pick<Host, 'address'>): Promise<string> {
-  const origin = origins.get(address) ?? serve(address).then(({ origin, close }) => (onTestFinished(close), origin));
-  origins.set(address, origin);
-  onTestFinished(() => void origins.delete(address));
-  return origin;
-}
+export const originOf = ({ address }: Pick<Host, 'address'>): string => `http://${address}`;
 
 /** Opens a host's page. @param route  as the address's fragment has it, such as `#/guide?at=2011-10-16T12:00` */
 export async function openPage(host: Pick<Host, 'address'>, route = '', options: PageOptions = {}): Promise<Page> {
   const window = options.beside?.context() ?? (await openWindow(options));
   const page = await window.newPage();
   watch(page);
-  await page.goto(`${await originOf(host)}/${route}`);
+  const answer = await page.goto(`${originOf(host)}/${route}`);
+  if (answer?.ok() !== true) throw new Error(await answer?.text()); // such as: it was built without the page
   return page;
 }
 

@@ -25,8 +25,8 @@ function summarise({ state, found, error, took = 0 }: Asked): string {
   if (state === 'disconnected') return found ? 'No connection: this is the answer of before' : 'Asked as soon as there is a connection';
   if (state === 'loading') return 'Asking…';
   if (found === undefined) return error instanceof TimedOut ? 'No reply' : 'Refused';
-  const time = took < 10 ? took.toFixed(1) : took.toFixed(0);
-  return `${found.count.toLocaleString('en-GB')} ${found.count === 1 ? 'event' : 'events'} in ${time} ms`;
+  const time = took < 1000 ? `${took.toFixed(took < 10 ? 1 : 0)} ms` : `${(took / 1000).toFixed(1)} s`;
+  return `${found.count.toLocaleString('en-GB')} ${found.count === 1 ? 'event' : 'events'} in ${time}`;
 }
 
 /** What was found, how long that took, and the call to take along. */

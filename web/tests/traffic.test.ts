@@ -19,7 +19,7 @@ const tool = process.env.OSTREL_TV ?? fileURLToPath(new URL('../../build/release
 async function somebodyElse(host: Host) {
   const other = await connected(host.url);
   await other.service.list();
-  await expect(other.call('ITVService::serviceListSeek', { offset: 1, whence: 7 })).rejects.toThrow();
+  await expect(other.call<string>('ITVService::serviceListSeek', { offset: 1, whence: 7 })).rejects.toThrow();
   return other;
 }
 

@@ -9,12 +9,22 @@ import { allow, openPage, sizes } from './support/page.js';
 
 const mostNodes = 1500;
 
-/** A screen's wheel or finger, at a speed in pixels a second: from the middle, by a distance. */
-async function scroll(page: Page, source: 'mouse' | 'touch', xDistance: number, yDistance: number, speed: number): Promise<void> {
+interface Gesture {
+  source: 'mouse' | 'touch';
+  x?: number;
+  y?: number;
+  /** Pixels a second. */
+  speed: number;
+  times?: number;
+}
+
+/** A wheel or a finger, from the middle of the grid. A finger that leaves the glass fast lets the grid run on. */
+async function scroll(page: Page, { source, x = 0, y = 0, speed, times = 1 }: Gesture): Promise<void> {
   const session = await page.context().newCDPSession(page);
   const { width, height } = page.viewportSize()!;
+  const fling = source === 'touch' ? { preventFling: false, repeatCount: times - 1, repeatDelayMs: 100 } : {};
   await session.send('Input.synthesizeScrollGesture', {
-    x: width * 0.6, y: height * 0.5, xDistance, yDistance, speed, gestureSourceType: source, preventFling: source === 'mouse',
+    x: width * 0.65, y: height * 0.5, xDistance: x, yDistance: y, speed, gestureSourceType: source, ...fling,
   });
   await session.detach();
 }
@@ -24,13 +34,13 @@ async function press(page: Page, key: string, times: number): Promise<void> {
 }
 
 const ways: readonly (readonly [string, (page: Page) => Promise<void>])[] = [
-  ['wheel down', (page) => scroll(page, 'mouse', 0, -12_000, 4000)],
-  ['wheel up', (page) => scroll(page, 'mouse', 0, 9000, 4000)],
-  ['wheel to later', (page) => scroll(page, 'mouse', -9000, 0, 3000)],
-  ['wheel to earlier', (page) => scroll(page, 'mouse', 12_000, 0, 3000)],
-  ['both at once', (page) => scroll(page, 'mouse', -6000, -6000, 4000)],
-  ['fling down', (page) => scroll(page, 'touch', 0, -6000, 9000)],
-  ['fling to later', (page) => scroll(page, 'touch', -6000, 0, 9000)],
+  ['wheel down', (page) => scroll(page, { source: 'mouse', y: -12_000, speed: 4000 })],
+  ['wheel up', (page) => scroll(page, { source: 'mouse', y: 9000, speed: 4000 })],
+  ['wheel to later', (page) => scroll(page, { source: 'mouse', x: -9000, speed: 3000 })],
+  ['wheel to earlier', (page) => scroll(page, { source: 'mouse', x: 12_000, speed: 3000 })],
+  ['both at once', (page) => scroll(page, { source: 'mouse', x: -6000, y: -6000, speed: 4000 })],
+  ['fling down', (page) => scroll(page, { source: 'touch', y: -200, speed: 3000, times: 6 })],
+  ['fling to later', (page) => scroll(page, { source: 'touch', x: -120, speed: 3000, times: 6 })],
   ['arrow down held', (page) => press(page, 'ArrowDown', 60)],
   ['arrow right held', (page) => press(page, 'ArrowRight', 60)],
   ['screens of channels', (page) => press(page, 'PageDown', 20)],

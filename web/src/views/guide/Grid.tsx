@@ -6,7 +6,7 @@ import { pixelOf, timeOf } from './cells';
 import { daysIn } from './days';
 import styles from './Guide.module.css';
 import { cellsOf } from './known';
-import { cellId, Row, type RowView } from './Row';
+import { cellId, Row, RowHeader, type RowView } from './Row';
 import { DayChooser, Ruler } from './Ruler';
 import type { Filter } from './filter';
 import type { GuideState } from './useGuide';
@@ -24,7 +24,7 @@ interface GridProps {
 }
 
 /** Rows drawn beyond those in sight, on each side. */
-const overscan = 3;
+const overscan = 2;
 
 /** Channels down, time to the right: one scroller in both directions, of which only what is in sight is drawn. */
 export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, onOpen }: GridProps) {
@@ -54,12 +54,13 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
     '--now-at': `${geometry.header + pixelOf(now, scale)}px`,
   } as React.CSSProperties;
 
+  const pinned = useMemo(() => ({ from: drawn.from + step, to: drawn.from + 2 * step }), [drawn]);
   const drawnRows = virtual.getVirtualItems().flatMap(({ index, start }) => {
     const service = rows[index];
     if (service === undefined) return [];
     const cells = cellsOf(known, service.id, drawn);
     const onAir = cellsOf(known, service.id, { from: now, to: now + 1 }).find(({ kind }) => kind === 'event');
-    return [{ service, index, top: start - geometry.ruler, cells, onAir, edge, pinned: drawn.from + 2 * step, selected: index === row ? time : undefined }];
+    return [{ service, index, top: start - geometry.ruler, cells, onAir, edge, pinned, selected: index === row ? time : undefined }];
   });
   const there = drawnRows.find(({ index }) => index === row);
   const selected = there?.cells.find(({ from, to }) => from <= time && to > time);
@@ -80,7 +81,7 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
       <div className={styles.ruler} style={{ width }}>
         <div className={styles.corner}>
           <DayChooser days={starts} day={dayAt((drawn.from + drawn.to) / 2)} today={dayAt(now)} zone={zone}
-            onDay={guide.goToDay} onStep={(step) => guide.move(step < 0 ? '[' : ']')} />
+            onDay={guide.goToDay} onStep={(count) => guide.move(count < 0 ? '[' : ']')} />
         </div>
         <Ruler drawn={drawn} scale={scale} geometry={geometry} zone={zone} />
         {isNowIn && <span className={styles.nowMark} aria-hidden="true">{isShow ? formatTime(now, zone) : 'now'}</span>}
@@ -89,6 +90,12 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
         aria-activedescendant={there && selected && cellId(there.service, selected)}
         className={styles.grid} data-now={isNowIn || undefined} style={{ width, height: rows.length * geometry.row }}
         onKeyDown={onKeyDown} onClick={onClick}>
+        <div role="presentation" className={styles.headers}>
+          {drawnRows.map(({ service, top, onAir }) => (
+            <RowHeader key={service.id} service={service} top={top} view={view}
+              from={onAir && onAir.from - days.from} length={onAir ? onAir.to - onAir.from : 0} />
+          ))}
+        </div>
         {drawnRows.map((each) => <Row key={each.service.id} view={view} {...each} />)}
       </div>
     </div>

@@ -31,8 +31,8 @@ interface RowProps {
   onAir: Cell | undefined;
   /** The first second in sight when the grid was last at rest: titles are cut so that they fit behind it. */
   edge: Seconds;
-  /** What begins before may reach over the left edge until more is drawn: its title stays in sight. */
-  pinned: Seconds;
+  /** Where the left edge may be until more is drawn: a title that it passes stays in sight. */
+  pinned: Span;
   view: RowView;
 }
 
@@ -88,10 +88,22 @@ const GridCell = memo(function GridCell({ service, cell, isSelected, isOnAir, is
   isSameCell(a.cell, b.cell) && a.isSelected === b.isSelected && a.isOnAir === b.isOnAir && a.isPast === b.isPast && a.isPinned === b.isPinned &&
   a.hidden === b.hidden && a.view === b.view && a.service === b.service);
 
-const RowHeader = memo(function RowHeader({ service, from, length, view }: { service: ServiceInfo; from: number | undefined; length: number; view: RowView }) {
+interface RowHeaderProps {
+  service: ServiceInfo;
+  top: number;
+  /** When the event on the air began, in seconds of the grid. */
+  from: number | undefined;
+  length: number;
+  view: RowView;
+}
+
+const headerId = (service: ServiceInfo): string => `guide-${service.id}`;
+
+/** Who broadcasts a row. It stands in a column of its own, which sticks as a whole, and belongs to its row by name. */
+export const RowHeader = memo(function RowHeader({ service, top, from, length, view }: RowHeaderProps) {
   return (
-    <div role="rowheader" className={classes(styles.rowHeader, !fitsService(view.filter, service) && styles.out)}
-      style={{ width: view.geometry.header }} title={service.name}>
+    <div role="rowheader" id={headerId(service)} className={classes(styles.rowHeader, !fitsService(view.filter, service) && styles.out)}
+      style={{ top, height: view.geometry.row }} title={service.name}>
       <span className={styles.number}>{service.channelNumber}</span>
       <Tile name={service.name} size={view.geometry.tile} />
       <span className={styles.name}>{service.name}</span>
@@ -102,15 +114,14 @@ const RowHeader = memo(function RowHeader({ service, from, length, view }: { ser
 
 /** A service and what it shows. Drawn anew only when that changes, or what all rows have in common. */
 export const Row = memo(function Row({ service, index, top, cells, selected, onAir, edge, pinned, view }: RowProps) {
-  const { scale, days, geometry } = view;
+  const { scale, geometry } = view;
   const hiddenOf = ({ from, to }: Cell) => (from < edge && to > edge ? pixelOf(edge, scale) - pixelOf(from, scale) : 0);
   return (
-    <div role="row" aria-rowindex={index + 1} className={styles.row} style={{ top, height: geometry.row }}>
-      <RowHeader service={service} from={onAir && onAir.from - days.from} length={onAir ? onAir.to - onAir.from : 0} view={view} />
+    <div role="row" aria-rowindex={index + 1} aria-owns={headerId(service)} className={styles.row} style={{ top, height: geometry.row }}>
       {cells.map((cell) => (
         <GridCell key={cell.from} service={service} cell={cell} view={view} hidden={hiddenOf(cell)}
           isSelected={isIn(cell, selected)} isOnAir={cell.kind === 'event' && cell.from === onAir?.from} isPast={onAir !== undefined && cell.to <= onAir.from}
-          isPinned={cell.from < pinned} />
+          isPinned={cell.from < pinned.to && cell.to > pinned.from} />
       ))}
     </div>
   );

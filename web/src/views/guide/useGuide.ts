@@ -46,7 +46,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
     const isInSight = time >= shown.from && time < shown.to;
     target.write(isFollowing ? 'now' : isInSight ? time : shown.from + margin, target.channel);
   };
-  const timeline = useTimeline(scroller, size.width, scale, geometry, leadIn(time), onRest);
+  const timeline = useTimeline(scroller, size.width, scale, days, geometry, leadIn(time), onRest);
   const { drawn, shown, goTo } = timeline;
   useEffect(() => loader.show(shown()), [loader, drawn, shown]);
 

@@ -7,8 +7,8 @@ import type { Geometry } from './geometry';
 /** How long the grid lies still before it counts as at rest, in milliseconds. */
 const rest = 120;
 
-/** More than what is in sight is drawn, to whole hours: there is nothing to do at most pixels. */
-export const step = 3600;
+/** More than what is in sight is drawn, to whole half hours: there is nothing to do at most pixels. */
+export const step = 1800;
 
 export interface Timeline {
   /** What is drawn. */
@@ -26,10 +26,11 @@ export interface Timeline {
  * when the scale or the days change.
  *
  * @param width   of the scroller
+ * @param days    what it holds
  * @param first   the time at the left edge to begin with
  * @param onRest  told what is in sight when scrolling has ended
  */
-export function useTimeline(scroller: RefObject<HTMLElement | null>, width: number, scale: Scale, geometry: Geometry, first: Seconds, onRest: (shown: Span) => void): Timeline {
+export function useTimeline(scroller: RefObject<HTMLElement | null>, width: number, scale: Scale, days: Span, geometry: Geometry, first: Seconds, onRest: (shown: Span) => void): Timeline {
   const from = useRef(first);
   const onRestNow = useRef(onRest);
   onRestNow.current = onRest;
@@ -73,14 +74,11 @@ export function useTimeline(scroller: RefObject<HTMLElement | null>, width: numb
   }, [scroller, scale, shown, look]);
 
   const goTo = useCallback((time: Seconds) => {
-    const element = scroller.current;
-    if (element === null) return;
-    const pixel = pixelOf(time, scale);
-    element.scrollLeft = pixel;
-    const reached = Math.round(element.scrollLeft); // less at the edges
-    from.current = reached === pixel ? time : timeOf(reached, scale);
+    // Within the days, as the scroller itself would have it; to ask it would cost a layout.
+    from.current = Math.max(days.from, Math.min(time, days.to - length));
+    if (scroller.current !== null) scroller.current.scrollLeft = pixelOf(from.current, scale);
     look();
-  }, [scroller, scale, look]);
+  }, [scroller, scale, days, length, look]);
 
   return { drawn, edge, shown, goTo };
 }

@@ -61,6 +61,27 @@ test('a call of another client by keyboard alone: found, opened, made again', as
   await rows(page, /this page.*serviceListSeek/).waitFor();
 });
 
+test('P holds the list and lets it go, E leaves what went wrong', async () => {
+  const host = await startHost();
+  const other = await somebodyElse(host);
+  const page = await openPage(host, '#/traffic');
+  await rows(page, 'serviceListSeek').waitFor();
+  const { press } = await walk(page, 'only what went wrong');
+  await press('p', 'the list stands still');
+  await other.call('ITVService::nothing').catch(() => {});
+  await page.getByRole('button', { name: /new, jump to the end/ }).waitFor();
+  expect(await rows(page, 'MethodNotFound').count()).toBe(0);
+  await press('p', 'and goes on');
+  await rows(page, 'MethodNotFound').waitFor();
+  await press('e', 'what went well is gone');
+  await expect.poll(() => page.getByRole('grid').getAttribute('aria-rowcount')).toBe('3');
+  expect(new URL(page.url()).hash).toBe('#/traffic?only=errors');
+  await press('c', 'a form', 'textbox "expression"');
+  await page.getByRole('button', { name: 'Messages' }).focus();
+  await press('Enter', 'and back, to what was seen before', 'grid "Traffic"');
+  expect(new URL(page.url()).hash).toBe('#/traffic?only=errors');
+});
+
 test('a call by hand: checked, made, answered, and seen to pass', async () => {
   const host = await startHost();
   const page = await openPage(host, '#/traffic?call=ITVService::serviceListGet');
@@ -74,7 +95,7 @@ test('a call by hand: checked, made, answered, and seen to pass', async () => {
   await type('3', 'is as described');
   expect(await page.getByRole('textbox', { name: 'payload' }).inputValue()).toBe('{\n  "limit": 3\n}');
   await page.getByRole('link', { name: 'serviceListSet', exact: true }).click();
-  await page.getByRole('combobox', { name: 'base' }).selectOption({ label: '"all" All' });
+  await page.getByRole('combobox', { name: 'base' }).selectOption({ label: 'all' });
   await page.getByRole('button', { name: 'Call', exact: true }).click();
   await page.getByRole('tree', { name: 'Result' }).getByRole('treeitem', { name: 'true' }).waitFor();
   await page.getByRole('link', { name: 'serviceListGet', exact: true }).click();

@@ -39,6 +39,7 @@ export function CallForm({ method, schemas, again }: CallFormProps) {
   );
   const place = useRef<HTMLFormElement>(null);
   useEffect(() => {
+    place.current?.parentElement?.scrollTo(0, 0); // on a phone the form before was in the same place
     if (takeFocus()) place.current?.querySelector<HTMLElement>('input, select, footer button')?.focus();
   }, []);
   const result = useRef<HTMLDivElement>(null);

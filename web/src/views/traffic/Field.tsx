@@ -67,6 +67,10 @@ function Moment({ time }: { time: number }) {
   return <p className={styles.limits}>= {formatDay(time, zone)} {new Date(time * 1000).getUTCFullYear()}, {formatSeconds(time, zone)} {formatZone(time, zone)}</p>;
 }
 
+/** A text is its own name; a number has one beside it. */
+const nameOf = ({ const: value, title }: Schema): string =>
+  typeof value === 'string' ? value : [JSON.stringify(value), title].filter(Boolean).join(' ');
+
 interface SingleProps {
   id: string;
   schema: Schema;
@@ -88,7 +92,7 @@ function Single({ id, schema, path, isWrong }: SingleProps) {
     <select {...common} value={chosen} onChange={(event) => change(path, choices[Number(event.target.value)]!.const)}>
       {chosen < 0 && <option value={-1}>{value === undefined ? '' : JSON.stringify(value)}</option>}
       {choices.map((choice, i) => (
-        <option key={i} value={i}>{JSON.stringify(choice.const)}{'title' in choice && choice.title !== undefined && ` ${choice.title}`}</option>
+        <option key={i} value={i}>{nameOf(choice)}</option>
       ))}
     </select>
   );

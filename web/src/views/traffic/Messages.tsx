@@ -83,11 +83,14 @@ export function Messages({ status }: { status: Status }) {
       <div className={classes(styles.listPlace, isAway && styles.away)}>
         {status.state === 'loading' && isEmpty && !isAway && <div className={styles.shapes}><Shapes count={12} height={20} /></div>}
         {isEmpty && (status.state !== 'loading' || isAway) ? (
-          <Empty icon="traffic" title={isFiltered ? 'Nothing of this has passed' : 'Nothing has passed yet'}>
+          <Empty icon="traffic" title={isFiltered ? 'Nothing of this has passed' : 'Nothing to show yet'}>
             {isFiltered ? (
               <button onClick={() => navigate('#/traffic', { replace: true })}>Show everything</button>
             ) : (
-              <p>Calls of every client appear here as they are made. <button onClick={chooseCall}>Make one</button></p>
+              <>
+                <p>The calls of every client appear here as they are made.</p>
+                <button onClick={chooseCall}>Make one</button>
+              </>
             )}
           </Empty>
         ) : (

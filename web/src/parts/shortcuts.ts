@@ -24,9 +24,14 @@ const isTyping = (target: EventTarget | null) =>
     target instanceof HTMLSelectElement ||
     (target instanceof HTMLInputElement && !['checkbox', 'radio', 'button', 'range'].includes(target.type)));
 
+/** Whether the element does something of its own at that key, as a button does at the space bar. */
+const answers = (target: EventTarget | null, key: string) =>
+  target instanceof Element &&
+  ((key === ' ' && target.matches('button, summary, input')) || (key === 'Enter' && target.matches('button, summary, input, a[href]')));
+
 /**
  * Lets keys do something while the component is there, and lists them behind `?`. They are left alone while somebody
- * types, or a dialog is open, and where they were handled already.
+ * types, or a dialog is open, where what has the focus needs them, and where they were handled already.
  */
 export function useShortcuts(group: string, shortcuts: readonly Shortcut[]): void {
   const latest = useRef(shortcuts);
@@ -39,7 +44,8 @@ export function useShortcuts(group: string, shortcuts: readonly Shortcut[]): voi
   }, [group, texts]);
   useEffect(() => {
     const onKeyDown = (event: KeyboardEvent) => {
-      if (event.defaultPrevented || event.altKey || event.ctrlKey || event.metaKey || isTyping(event.target)) return;
+      if (event.defaultPrevented || event.altKey || event.ctrlKey || event.metaKey) return;
+      if (isTyping(event.target) || answers(event.target, event.key)) return;
       if (document.querySelector('dialog:modal') !== null) return;
       const found = latest.current.find(({ key, run }) => run !== undefined && [key].flat().includes(event.key));
       if (found === undefined) return;

@@ -155,20 +155,23 @@ describe('without a word', () => {
     const { host, simulator } = await startEmpty();
     const page = await open(host);
     await simulator.weatherSet({ rules: [{ notifications: true, method: 'ITVConfig::onScan*', drop: 'notification' }] });
+    await simulator.clockSet({ speed: 10 });
+    await page.locator('header').getByText('× 10').waitFor(); // nothing but the scan itself will make the page ask
     await button(page, 'Scan the band').click();
     await button(page, 'Stop').waitFor();
-    await simulator.clockSet({ speed: 3600 });
     await page.getByText('Done', { exact: true }).waitFor();
     await expect.poll(() => found(page)).toEqual(['96', '72', '24', '0']);
     await expect.poll(() => page.locator('section section li').count()).toBe(96);
   });
 
-  test('a reset ends it', async () => {
+  test.each(['runs', 'is stopped'])('a reset forgets a scan that %s', async (how) => {
     const { host, simulator, tv } = await startEmpty();
     const page = await open(host);
     await tv.scan.start();
     await button(page, 'Stop').waitFor();
     await stepTo690(page, simulator);
+    if (how === 'is stopped') await tv.scan.stop();
+    if (how === 'is stopped') await page.getByText('Stopped at 58 %', { exact: true }).waitFor();
     await simulator.reset();
     await page.getByText('No scan yet').waitFor();
     await expect.poll(() => blocks(page)).toBe(0);

@@ -3,23 +3,24 @@
 import type { Tv } from '@ostrel/tv';
 import type { Simulator } from '@ostrel/tv/simulator';
 import type { Page } from 'playwright-core';
-import type { View } from '../src/app/route.js';
 import { connected, type Host, noon, simulatorOf } from '../tests/support/host.js';
 
 export interface Scene {
-  /** The address, but for its view. */
+  /** What the address holds behind the view. */
   query?: string;
-  /** Before the page is opened. */
+  /** Before a page is opened. */
   before?: (host: Host, simulator: Simulator) => Promise<unknown>;
-  /** Once it is open. */
+  /** Once one is open, at each size. */
   then?: (page: Page, host: Host) => Promise<unknown>;
 }
 
 /** Something is half over. */
 const halfPast = noon + 25 * 60;
 
-/** Some minutes of life: a television asks what is on, a phone looks through the guide, somebody mistypes. */
-async function live(host: Host): Promise<void> {
+const pause = (milliseconds: number) => new Promise((done) => setTimeout(done, milliseconds));
+
+/** Some life: a television asks what is on, a phone looks through the guide, somebody mistypes. For so many seconds. */
+async function live(host: Host, seconds: number): Promise<void> {
   const [television, phone] = [await connected(host.url), await connected(host.url)];
   const tries: (() => Promise<unknown>)[] = [
     () => television.service.list(),
@@ -33,36 +34,58 @@ async function live(host: Host): Promise<void> {
     () => phone.guide.getGenreStringMapList(),
     () => television.service.nowNext(1033),
   ];
-  for (let round = 0; round < 4; ++round) for (const attempt of tries) await attempt().catch(() => {});
+  for (let round = 0; round < seconds * 2; ++round) {
+    for (const attempt of tries.slice(0, 2 + ((round * 7) % 9))) await attempt().catch(() => {});
+    await pause(500);
+  }
 }
 
 /** Half of the band is behind it; what it found drops in while the page looks on. */
 async function scanHalfWay(host: Host): Promise<void> {
   const tv: Tv = await connected(host.url);
   const simulator = await simulatorOf(host);
+  await tv.scan.stop();
   await tv.scan.start();
   for (let second = 0; second < 29; ++second) await simulator.clockStep({ seconds: 1 });
 }
 
-export const scenes: Readonly<Record<View, Scene>> = {
-  guide: { before: (_, simulator) => simulator.clockSet({ now: halfPast, speed: 0 }) },
-  now: { before: (_, simulator) => simulator.clockSet({ now: halfPast, speed: 0 }) },
-  channels: {},
+/** Keys, one after the other, once something of the view is there to take them. */
+async function press(page: Page, ...keys: string[]): Promise<void> {
+  await page.getByText('BBC ONE').first().waitFor();
+  for (const key of keys) await page.keyboard.press(key);
+}
+
+const atHalfPast = (_: Host, simulator: Simulator) => simulator.clockSet({ now: halfPast, speed: 0 });
+const asking = (expression: string) => `?${new URLSearchParams({ q: expression })}`;
+
+/** By name of the picture; what stands before a dash is the view. */
+export const scenes: Readonly<Record<string, Scene>> = {
+  guide: { before: atHalfPast },
+  'guide-show': { before: atHalfPast, then: (page) => press(page, 'f') },
+  now: { before: atHalfPast },
+  channels: { then: (page) => press(page, '.', '.', '.', 'r') },
   scan: { then: (_, host) => scanHalfWay(host) },
-  query: { query: `?${new URLSearchParams({ q: `ServiceId in (1043, 1044) && Start >= ${noon} && Start < ${noon + 21600}` })}` },
-  traffic: { before: live, then: (_, host) => live(host) },
+  query: { query: asking(`ServiceId in (1043, 1044) && Start >= ${noon} && Start < ${noon + 21600}`) },
+  'query-mistake': { query: asking('ServiceId == 1043 && (End > -95') },
+  traffic: {
+    before: async (host, simulator) => {
+      await simulator.weatherSet({ rules: [{ method: 'ITVGuide::*', delayMs: [2, 90] }], seed: 7 });
+      await live(host, 20);
+    },
+    then: (_, host) => live(host, 4),
+  },
   simulator: {
     before: async (host, simulator) => {
-      await simulator.clockSet({ now: halfPast, speed: 0 });
+      await atHalfPast(host, simulator);
       await simulator.weatherSet({
         rules: [
           { method: 'ITVGuide::*', delayMs: [200, 800] },
-          { method: 'ITVService::nowNextGet', error: 'OutOfMemory', probability: 0.1 },
-          { method: 'ITVConfig::onScanProgress', drop: 'notification', times: 3 },
+          { method: 'ITVGuide::queryNowNextEventInfo', error: 'OutOfMemory', probability: 0.1 },
+          { notifications: true, method: 'ITVConfig::onScanProgress', drop: 'notification', times: 3 },
         ],
         seed: 7,
       });
-      await live(host);
+      await live(host, 1);
     },
   },
 };

@@ -76,7 +76,7 @@ export function StatusLine({ title, onKeys }: { title: string; onKeys: () => voi
     <header className={styles.line}>
       <h1>{title}</h1>
       <div className={styles.status}>
-        {world !== undefined && <span className={styles.world} title={`${world.services} services, ${world.events} events`}>{world.name}</span>}
+        {world !== undefined && <span className={styles.world} title={`${world.services} services, ${world.events} events`}>World: {world.name}</span>}
         <Connection wasThere={wasThere} />
         {wasThere && <Clock />}
         {wasThere && <ZoneChooser />}

@@ -27,7 +27,7 @@ export function ResetCard({ simulator }: { simulator: Simulator }) {
         <Confirm title="Reset everything?" action="Reset" onConfirm={() => void reset()} onClose={() => ask(false)}>
           <p>For everybody who uses this service:</p>
           <ul className={styles.bullets}>
-            <li>The clock says and runs what it did when the host started.</li>
+            <li>The clock goes as the host was told to let it go.</li>
             <li>The weather's rules and the signal are those of the start.</li>
             <li>Both channel lists and the transponder list are whole again.</li>
             <li>A scan that runs ends, and nobody is told.</li>

@@ -15,8 +15,8 @@ function Off() {
   return (
     <Empty icon="simulator" title="This service cannot be steered">
       <p>
-        It is no simulation, or its host was started with <code>--no-simulator</code>. Started without that, it lets its clock,
-        its weather and its signal be set here:
+        Its host was started with <code className={styles.whole}>--no-simulator</code>, or is no simulation at all. Without that option its clock, its
+        weather and its signal are set here:
       </p>
       <code>ostrel-tvd --fake-time</code>
     </Empty>

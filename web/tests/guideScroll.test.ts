@@ -6,27 +6,24 @@ import { startBigWorld } from './support/bigWorld.js';
 import { type Frames, measureEmptyPage, measureFrames } from './support/frames.js';
 import { startHost } from './support/host.js';
 import { allow, openPage, sizes } from './support/page.js';
+import { swipe } from './support/touch.js';
 
 const mostNodes = 1500;
 
-interface Gesture {
-  source: 'mouse' | 'touch';
-  x?: number;
-  y?: number;
-  /** Pixels a second. */
-  speed: number;
-  times?: number;
-}
-
-/** A wheel or a finger, from the middle of the grid. A finger that leaves the glass fast lets the grid run on. */
-async function scroll(page: Page, { source, x = 0, y = 0, speed, times = 1 }: Gesture): Promise<void> {
+/** Turns the wheel: by so many pixels to the right and down, at a speed in pixels a second. */
+async function wheel(page: Page, x: number, y: number, speed: number): Promise<void> {
   const session = await page.context().newCDPSession(page);
   const { width, height } = page.viewportSize()!;
-  const fling = source === 'touch' ? { preventFling: false, repeatCount: times - 1, repeatDelayMs: 100 } : {};
   await session.send('Input.synthesizeScrollGesture', {
-    x: width * 0.65, y: height * 0.5, xDistance: x, yDistance: y, speed, gestureSourceType: source, ...fling,
+    x: width * 0.65, y: height * 0.5, xDistance: -x, yDistance: -y, speed, gestureSourceType: 'mouse',
   });
   await session.detach();
+}
+
+/** Swipes six times, with what the grid runs on by itself. */
+async function fling(page: Page, x: number, y: number): Promise<void> {
+  const { width, height } = page.viewportSize()!;
+  for (let i = 0; i < 6; i++) await swipe(page, { x: width * 0.7, y: height * 0.6 }, { x: -x, y: -y });
 }
 
 async function press(page: Page, key: string, times: number): Promise<void> {
@@ -34,13 +31,13 @@ async function press(page: Page, key: string, times: number): Promise<void> {
 }
 
 const ways: readonly (readonly [string, (page: Page) => Promise<void>])[] = [
-  ['wheel down', (page) => scroll(page, { source: 'mouse', y: -12_000, speed: 4000 })],
-  ['wheel up', (page) => scroll(page, { source: 'mouse', y: 9000, speed: 4000 })],
-  ['wheel to later', (page) => scroll(page, { source: 'mouse', x: -9000, speed: 3000 })],
-  ['wheel to earlier', (page) => scroll(page, { source: 'mouse', x: 12_000, speed: 3000 })],
-  ['both at once', (page) => scroll(page, { source: 'mouse', x: -6000, y: -6000, speed: 4000 })],
-  ['fling down', (page) => scroll(page, { source: 'touch', y: -200, speed: 3000, times: 6 })],
-  ['fling to later', (page) => scroll(page, { source: 'touch', x: -120, speed: 3000, times: 6 })],
+  ['wheel down', (page) => wheel(page, 0, 12_000, 4000)],
+  ['wheel up', (page) => wheel(page, 0, -9000, 4000)],
+  ['wheel to later', (page) => wheel(page, 9000, 0, 3000)],
+  ['wheel to earlier', (page) => wheel(page, -12_000, 0, 3000)],
+  ['both at once', (page) => wheel(page, 6000, 6000, 4000)],
+  ['fling down', (page) => fling(page, 0, 200)],
+  ['fling to later', (page) => fling(page, 120, 0)],
   ['arrow down held', (page) => press(page, 'ArrowDown', 60)],
   ['arrow right held', (page) => press(page, 'ArrowRight', 60)],
   ['screens of channels', (page) => press(page, 'PageDown', 20)],

@@ -86,17 +86,18 @@ export function Grid({ guide, scroller, grid, filter, isOnlyMatches, onKeyDown, 
         <Ruler drawn={drawn} scale={scale} geometry={geometry} zone={zone} />
         {isNowIn && <span className={styles.nowMark} aria-hidden="true">{isShow ? formatTime(now, zone) : 'now'}</span>}
       </div>
-      <div ref={grid} role="grid" aria-label="Programmes" aria-rowcount={rows.length} tabIndex={0}
-        aria-activedescendant={there && selected && cellId(there.service, selected)}
-        className={styles.grid} data-now={isNowIn || undefined} style={{ width, height: rows.length * geometry.row }}
-        onKeyDown={onKeyDown} onClick={onClick}>
-        <div role="presentation" className={styles.headers}>
+      <div className={styles.body} style={{ width, height: rows.length * geometry.row }} onClick={onClick}>
+        <div className={styles.headers}>
           {drawnRows.map(({ service, top, onAir }) => (
             <RowHeader key={service.id} service={service} top={top} view={view}
               from={onAir && onAir.from - days.from} length={onAir ? onAir.to - onAir.from : 0} />
           ))}
         </div>
-        {drawnRows.map((each) => <Row key={each.service.id} view={view} {...each} />)}
+        <div ref={grid} role="grid" aria-label="Programmes" aria-rowcount={rows.length} tabIndex={0}
+          aria-activedescendant={there && selected && cellId(there.service, selected)}
+          className={styles.grid} data-now={isNowIn || undefined} onKeyDown={onKeyDown}>
+          {drawnRows.map((each) => <Row key={each.service.id} view={view} {...each} />)}
+        </div>
       </div>
     </div>
   );

@@ -58,7 +58,10 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
   const row = Math.max(0, rows.findIndex(({ channelNumber }) => channelNumber === target.channel));
 
   // Where the address leads, and where the time goes by itself, the view follows.
-  useLayoutEffect(() => goTo(leadIn(time)), [target.visit, target.time === 'now' ? undefined : zone]);
+  useLayoutEffect(() => goTo(leadIn(time)), [target.visit]);
+  useLayoutEffect(() => {
+    if (target.isTold) goTo(leadIn(time)); // the address means the zone's time
+  }, [zone]);
   useLayoutEffect(() => {
     const { from, to } = shown();
     if (target.time === 'now' && (now < from || now > to - 0.15 * (to - from))) goTo(leadIn(now));

@@ -13,6 +13,8 @@ export interface Target {
 interface TargetState extends Target {
   /** Changes whenever the address leads to another place than the view has told it. */
   readonly visit: number;
+  /** Whether the address says so, and not the viewer. */
+  readonly isTold: boolean;
   readonly select: (target: Target) => void;
   /** Has the address name a time and the channel; `now` takes the time out of it. */
   readonly write: (time: Seconds | 'now', channel: number | undefined) => void;
@@ -52,5 +54,5 @@ export function useTarget(zone: Zone): TargetState {
 
   const channel = Number(params.get('channel')) || undefined;
   const told: Target = { time: parseLocal(params.get('at') ?? '', zone) ?? 'now', channel };
-  return { ...(own ?? told), visit, select: setOwn, write };
+  return { ...(own ?? told), visit, isTold: own === undefined, select: setOwn, write };
 }

@@ -91,7 +91,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
   const move = (key: string): boolean => {
     const { from, to } = shown();
     const page = Math.max(1, Math.floor((size.height - geometry.ruler) / geometry.row) - 1);
-    const grid = { ...days, rows: rows.length, cellAt, now, zone, page, reach: Math.round((to - from) / 2) };
+    const grid = { ...days, rows: rows.length, cellAt, now, zone, page, reach: Math.max(1800, to - from - 2 * margin) };
     const next = moveFocus(grid, { row, time }, key);
     if (next === undefined) return false;
     if (key === 'Home') {

@@ -1,4 +1,5 @@
 import { type ReactNode, useId, useLayoutEffect, useRef } from 'react';
+import { createPortal } from 'react-dom';
 import { followArrow } from '../app/spatial';
 import styles from './Dialog.module.css';
 import { Icon } from './Icon';
@@ -25,7 +26,8 @@ export function Dialog({ title, onClose, actions, children }: DialogProps) {
     dialog?.querySelector<HTMLElement>('input, select, textarea, footer button')?.focus();
     return () => dialog?.close();
   }, []);
-  return (
+  // Outside of what it is opened from: a form would take its buttons for its own, a heading would make its text large.
+  return createPortal(
     <dialog ref={ref} className={styles.dialog} aria-labelledby={heading} onClose={() => ref.current?.open === false && onClose()}
       onKeyDown={(event) => {
         event.stopPropagation(); // the view around it has keys of its own
@@ -42,7 +44,8 @@ export function Dialog({ title, onClose, actions, children }: DialogProps) {
         <div className={styles.body}>{children}</div>
         {actions !== undefined && <footer className={styles.actions}>{actions}</footer>}
       </div>
-    </dialog>
+    </dialog>,
+    document.body,
   );
 }
 

@@ -1,4 +1,4 @@
-import { DecodeError, ServiceError, TimedOut } from '@ostrel/tv';
+import { DecodeError, ServiceError, TimedOut, TvError } from '@ostrel/tv';
 import type { CallLike } from './callAs';
 import { CopyAs } from './CopyAs';
 import styles from './Failure.module.css';
@@ -9,7 +9,7 @@ const textOf = (error: Error, method: string) => error.message.replace(`${method
 
 interface FailureProps {
   error: Error;
-  /** What failed, to be tried elsewhere. */
+  /** What was called, to be tried elsewhere. */
   call: CallLike;
   /** Tries it again; without it that is not offered. */
   onRetry?: (() => void) | undefined;
@@ -17,8 +17,9 @@ interface FailureProps {
 
 /** Says that a call has failed, and all that the service said of it. */
 export function Failure({ error, call, onRetry }: FailureProps) {
+  const method = (error instanceof TvError && error.method) || call.method; // of several calls that make an answer one fails
   const facts: [string, string | number | undefined][] = [
-    ['Method', call.method],
+    ['Method', method],
     ['Code', error instanceof ServiceError ? error.code : error instanceof DecodeError ? -32602 : undefined],
     ['Result', error.name],
     ['Member', error instanceof ServiceError || error instanceof DecodeError ? error.member : undefined],
@@ -29,7 +30,7 @@ export function Failure({ error, call, onRetry }: FailureProps) {
       <h2>
         <Icon name="warning" /> {title}
       </h2>
-      <p>{textOf(error, call.method)}</p>
+      <p>{textOf(error, method)}</p>
       <dl className={styles.facts}>
         {facts.map(([name, value]) => value !== undefined && (
           <div key={name}>

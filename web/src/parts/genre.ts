@@ -15,6 +15,9 @@ export const kindOf = (code: number | undefined): number => {
 /** One word for a kind; empty for 0. */
 export const kindWord = (kind: number): string => (kind === 0 ? '' : kinds[kind] ?? '');
 
+/** How addresses name a kind. */
+export const genreName = (kind: number): string => (kind === 1 ? 'movie' : kindWord(kind).toLowerCase());
+
 /** Kinds by number, for a choice of one. */
 export const genreKinds: readonly (readonly [kind: number, word: string])[] = kinds.map((word, kind) => [kind, word] as const).slice(1);
 

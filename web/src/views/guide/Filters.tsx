@@ -1,7 +1,6 @@
 import { type RefObject } from 'react';
 import { useParam } from '../../app/route';
-import { genreKinds } from '../../parts/genre';
-import { genreName } from './filter';
+import { genreKinds, genreName } from '../../parts/genre';
 import styles from './Guide.module.css';
 
 function Switch({ name, children }: { name: string; children: string }) {

@@ -1,5 +1,5 @@
 import type { EventInfo, ServiceInfo } from '@ostrel/tv';
-import { kindOf, kindWord, genreKinds } from '../../parts/genre';
+import { genreKinds, genreName, kindOf } from '../../parts/genre';
 import type { Seconds } from '../../parts/time';
 
 /** What a viewer looks for; what does not match is dimmed. */
@@ -13,9 +13,6 @@ export interface Filter {
   readonly kind: number;
   readonly isOnNow: boolean;
 }
-
-/** How addresses name a genre. */
-export const genreName = (genre: number): string => (genre === 1 ? 'movie' : kindWord(genre).toLowerCase());
 
 /** Reads the filter from an address. */
 export function readFilter(params: URLSearchParams): Filter {

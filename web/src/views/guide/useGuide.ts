@@ -11,7 +11,7 @@ import { type Filter, fits, fitsService } from './filter';
 import { moveFocus, reveal } from './focus';
 import { geometryOf, leadIn } from './geometry';
 import { cellsOf, Loader } from './known';
-import { useSize } from './useSize';
+import { useSize } from '../../parts/useSize';
 import { useTarget } from './useTarget';
 import { useTimeline } from './useTimeline';
 

@@ -40,13 +40,17 @@ async function live(host: Host, seconds: number): Promise<void> {
   }
 }
 
-/** Half of the band is behind it; what it found drops in while the page looks on. */
+/** A box that knew nothing; half of the band is behind it, and what is found drops in while the page looks on. */
 async function scanHalfWay(host: Host): Promise<void> {
   const tv: Tv = await connected(host.url);
   const simulator = await simulatorOf(host);
   await tv.scan.stop();
+  await tv.scan.transponderListDeleteAll({ sourceId: 0 });
   await tv.scan.start();
-  for (let second = 0; second < 29; ++second) await simulator.clockStep({ seconds: 1 });
+  for (let second = 0; second < 29; ++second) {
+    await simulator.clockStep({ seconds: 1 });
+    await pause(200); // the page asks what is new, second by second
+  }
 }
 
 /** Keys, one after the other, once something of the view is there to take them. */
@@ -79,13 +83,14 @@ export const scenes: Readonly<Record<string, Scene>> = {
       await atHalfPast(host, simulator);
       await simulator.weatherSet({
         rules: [
-          { method: 'ITVGuide::*', delayMs: [200, 800] },
           { method: 'ITVGuide::queryNowNextEventInfo', error: 'OutOfMemory', probability: 0.1 },
+          { method: 'ITVGuide::*', delayMs: [20, 80] },
           { notifications: true, method: 'ITVConfig::onScanProgress', drop: 'notification', times: 3 },
         ],
         seed: 7,
       });
-      await live(host, 1);
+      await simulator.signalSet({ strength: 82, quality: 64 });
+      await live(host, 4);
     },
   },
 };

@@ -66,6 +66,10 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
     const { from, to } = shown();
     if (target.time === 'now' && (now < from || now > to - 0.15 * (to - from))) goTo(leadIn(now));
   }, [now, target.time]);
+  useLayoutEffect(() => {
+    const from = reveal(shown(), { from: time, to: time }, time, margin);
+    if (from !== shown().from) goTo(from);
+  }, [geometry]);
 
   const showRow = (index: number) => {
     const element = scroller.current;

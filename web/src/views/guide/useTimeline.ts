@@ -52,7 +52,7 @@ export function useTimeline(scroller: RefObject<HTMLElement | null>, width: numb
   useEffect(() => {
     const element = scroller.current;
     if (element === null) return;
-    let timer: ReturnType<typeof setTimeout> | undefined;
+    let timer = setTimeout(() => setEdge(from.current), rest); // after a change of scale, too
     const settle = () => {
       setEdge(from.current);
       onRestNow.current(shown());

@@ -57,11 +57,21 @@ function programmes(serviceId: number, ofDay: number): EventInfo[] {
 }
 
 interface Asked {
-  timeRange?: { base: number; limit: number };
+  timeRange?: { base: number; limit: number; strict?: boolean };
   serviceIdList?: number[];
+  sliceRange?: { base: number; limit: number };
 }
 
-function queryEventInfo({ timeRange: { base, limit } = { base: first, limit: first + day }, serviceIdList }: Asked): EventInfo[] {
+/** A slice of what starts at a time or later, by its start. */
+function eventsFrom(start: number, { base, limit }: { base: number; limit: number }): EventInfo[] {
+  const events: EventInfo[] = [];
+  for (let ofDay = Math.floor((start - first) / day); ofDay < dayCount && events.length < limit; ofDay += 1)
+    events.push(...queryEventInfo({ timeRange: { base: first + ofDay * day, limit: first + (ofDay + 1) * day } }).filter(({ startTime }) => startTime >= start));
+  return events.slice(base, limit);
+}
+
+function queryEventInfo({ timeRange: { base, limit, strict } = { base: first, limit: first + day }, serviceIdList, sliceRange }: Asked): EventInfo[] {
+  if (strict === true && sliceRange !== undefined) return eventsFrom(base, sliceRange);
   const days = Array.from({ length: dayCount }, (_, i) => i).filter((i) => first + i * day < limit && first + (i + 1) * day > base);
   const wanted = serviceIdList ?? services.map(({ id }) => id);
   return wanted

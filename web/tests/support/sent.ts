@@ -9,12 +9,13 @@ export interface SentCall {
   message: number;
 }
 
-/** Records the calls that a page makes on `/rpc/TV`; to be called before it is opened, or reloaded. */
+/** Records the calls that a page makes on `/rpc/TV`, on its latest connection; the page is to be loaded anew behind it. */
 export function recordCalls(page: Page): SentCall[] {
   const calls: SentCall[] = [];
   let message = 0;
   page.on('websocket', (socket) => {
     if (!socket.url().endsWith('/rpc/TV')) return;
+    calls.length = 0;
     socket.on('framesent', ({ payload }) => {
       message += 1;
       for (const { method, params } of [JSON.parse(String(payload))].flat()) calls.push({ method, payload: params?.payload, message });

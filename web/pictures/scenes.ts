@@ -40,14 +40,14 @@ async function live(host: Host, seconds: number): Promise<void> {
   }
 }
 
-/** A box that knew nothing; half of the band is behind it, and what is found drops in while the page looks on. */
-async function scanHalfWay(host: Host): Promise<void> {
+/** A box that knew nothing; most of the band is behind it, and what is found drops in while the page looks on. */
+async function scanMostly(host: Host): Promise<void> {
   const tv: Tv = await connected(host.url);
   const simulator = await simulatorOf(host);
   await tv.scan.stop();
   await tv.scan.transponderListDeleteAll({ sourceId: 0 });
   await tv.scan.start();
-  for (let second = 0; second < 29; ++second) {
+  for (let second = 0; second < 37; ++second) {
     await simulator.clockStep({ seconds: 1 });
     await pause(200); // the page asks what is new, second by second
   }
@@ -68,7 +68,7 @@ export const scenes: Readonly<Record<string, Scene>> = {
   'guide-show': { before: atHalfPast, then: (page) => press(page, 'f') },
   now: { before: atHalfPast },
   channels: { then: (page) => press(page, '.', '.', '.', 'r') },
-  scan: { then: (_, host) => scanHalfWay(host) },
+  scan: { then: (_, host) => scanMostly(host) },
   query: { query: asking(`ServiceId in (1043, 1044) && Start >= ${noon} && Start < ${noon + 21600}`) },
   'query-mistake': { query: asking('ServiceId == 1043 && (End > -95') },
   traffic: {

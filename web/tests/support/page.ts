@@ -12,7 +12,7 @@ const pictures = fileURLToPath(new URL('../../../build/page/', import.meta.url))
 
 /** As root it cannot have a sandbox; without the others it asks its maker for news. */
 const quiet = ['--no-sandbox', '--disable-gpu', '--disable-background-networking', '--disable-component-update', '--disable-sync',
-  '--no-first-run', '--lang=en-GB'];
+  '--no-first-run'];
 
 const browsers: Browser[] = [];
 afterAll(() => Promise.all(browsers.splice(0).map((browser) => browser.close())));

@@ -1,7 +1,7 @@
 import { Component, type ReactNode } from 'react';
 import { Empty } from '../parts/Empty';
 
-/** Shows that a view could not be loaded or drawn, instead of an empty page: mostly the host is another one by now. */
+/** Shows that a view, or the frame, could not be loaded or drawn, instead of an empty page: mostly the host is another one by now. */
 export class Failed extends Component<{ children: ReactNode }, { error?: Error }> {
   override state: { error?: Error } = {};
 
@@ -12,7 +12,7 @@ export class Failed extends Component<{ children: ReactNode }, { error?: Error }
   override render() {
     if (this.state.error === undefined) return this.props.children;
     return (
-      <Empty icon="warning" title="This view cannot be shown">
+      <Empty icon="warning" title="This cannot be shown">
         <p>{this.state.error.message}</p>
         <button data-kind="primary" onClick={() => location.reload()}>
           Load the page anew

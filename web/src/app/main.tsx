@@ -2,6 +2,7 @@ import { TvProvider } from '@ostrel/tv/react';
 import { StrictMode } from 'react';
 import { createRoot } from 'react-dom/client';
 import { App } from './App';
+import { Failed } from './Failed';
 import './tokens.css';
 import './base.css';
 import { tv } from './service';
@@ -11,7 +12,9 @@ applyTheme();
 createRoot(document.getElementById('page')!).render(
   <StrictMode>
     <TvProvider tv={tv}>
-      <App />
+      <Failed>
+        <App />
+      </Failed>
     </TvProvider>
   </StrictMode>,
 );

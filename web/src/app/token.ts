@@ -1,4 +1,4 @@
-const kept = 'ostrel.token';
+const key = 'ostrel.token';
 
 /** Takes a token out of a fragment, `#token=…` alone or among what a view keeps there. */
 export function takeToken(fragment: string): { token: string | undefined; rest: string } {
@@ -11,13 +11,15 @@ export function takeToken(fragment: string): { token: string | undefined; rest: 
 /** The token that is kept for this tab. One that the address brings replaces it, and leaves the address. */
 export function readToken(): string | undefined {
   const { token, rest } = takeToken(location.hash);
+  let kept: string | null;
   try {
-    if (token !== undefined) sessionStorage.setItem(kept, token);
+    if (token !== undefined) sessionStorage.setItem(key, token);
+    kept = sessionStorage.getItem(key);
   } catch {
     return token; // where nothing is kept it stays in the address, or it would be lost
   }
   if (token !== undefined) history.replaceState(null, '', location.pathname + location.search + rest);
-  return sessionStorage.getItem(kept) ?? undefined;
+  return kept ?? undefined;
 }
 
 /** Goes on with another token, as an address with it would. */

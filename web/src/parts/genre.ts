@@ -8,7 +8,7 @@ const kinds = [
 
 /** What kind of programme a content code says it is: 1 to 11, and 0 for one that says nothing. */
 export const kindOf = (code: number | undefined): number => {
-  const kind = (code ?? 0) >> 4;
+  const kind = (code ?? 0) >>> 4;
   return kind < kinds.length ? kind : 0;
 };
 

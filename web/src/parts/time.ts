@@ -7,7 +7,14 @@ export type Zone = string;
 
 const formats = new Map<string, Intl.DateTimeFormat>();
 
+/** Whether dates go so far: 275,000 years. */
+const isDate = (time: Seconds): boolean => Math.abs(time) <= 8.64e12;
+
+/** No time at all, where a service tells one that no clock shows. */
+const none = '–';
+
 function format(time: Seconds, zone: Zone, options: Intl.DateTimeFormatOptions): string {
+  if (!isDate(time)) return none;
   const key = zone + JSON.stringify(options);
   let found = formats.get(key);
   if (found === undefined) formats.set(key, (found = new Intl.DateTimeFormat('en-GB', { timeZone: zone, ...options })));
@@ -59,8 +66,11 @@ export const dayStart = (time: Seconds, zone: Zone, days = 0): Seconds =>
 /** The same time of day so many days later, or before: an hour that a day does not have is taken an hour later. */
 export const addDays = (time: Seconds, zone: Zone, days: number): Seconds => fromClock(toClock(time, zone) + days * day, zone);
 
-/** A time as addresses and fields of `datetime-local` hold it: `2011-10-16T12:00`, in a zone. */
-export const formatLocal = (time: Seconds, zone: Zone): string => new Date(toClock(time, zone) * 1000).toISOString().slice(0, 16);
+/** A time as addresses and fields of `datetime-local` hold it: `2011-10-16T12:00`, in a zone; empty where no date goes so far. */
+export function formatLocal(time: Seconds, zone: Zone): string {
+  const shown = toClock(time, zone);
+  return isDate(shown) ? new Date(shown * 1000).toISOString().slice(0, 16) : '';
+}
 
 /** Reads what formatLocal() writes; undefined where the text is no such time. */
 export function parseLocal(text: string, zone: Zone): Seconds | undefined {

@@ -9,7 +9,7 @@ import { Topic } from '../../src/parts/Topic';
 // prettier-ignore
 test.each([
   [0,    0, ''],     [undefined, 0, ''], [0x0f, 0, ''],        [0x10, 1, 'Film'],  [0x1f, 1, 'Film'], [0x25, 2, 'News'],
-  [0xa0, 10, 'Leisure'], [0xb3, 11, 'Special'], [0xc0, 0, ''], [0xf0, 0, ''],      [0x1ff, 0, ''],
+  [0xa0, 10, 'Leisure'], [0xb3, 11, 'Special'], [0xc0, 0, ''], [0xf0, 0, ''],      [0x1ff, 0, ''],    [-1, 0, ''],
 ])('the content code %s is of kind %d, %s', (code, kind, word) => {
   expect([kindOf(code), kindWord(kindOf(code))]).toEqual([kind, word]);
 });

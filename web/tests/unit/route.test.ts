@@ -1,8 +1,8 @@
 // @vitest-environment happy-dom
 import fc from 'fast-check';
-import { describe, expect, test } from 'vitest';
+import { afterEach, describe, expect, test, vi } from 'vitest';
 import { formatRoute, navigate, parseRoute, views } from '../../src/app/route';
-import { takeToken } from '../../src/app/token';
+import { readToken, takeToken } from '../../src/app/token';
 
 describe('an address', () => {
   // prettier-ignore
@@ -68,3 +68,17 @@ test.each([
   ['#/query?mytoken=abc',                undefined, '#/query?mytoken=abc'],
   ['',                                   undefined, ''],
 ])('of %s the token is taken', (fragment, token, rest) => expect(takeToken(fragment)).toEqual({ token, rest }));
+
+describe('where the browser keeps nothing', () => {
+  afterEach(() => vi.unstubAllGlobals());
+
+  test.each([
+    ['#/guide', undefined],
+    ['#token=abc', 'abc'],
+  ])('the token of %s is the one of the address, which stays', (fragment, token) => {
+    vi.stubGlobal('sessionStorage', new Proxy({}, { get: () => { throw new DOMException('', 'SecurityError'); } }));
+    location.hash = fragment;
+    expect(readToken()).toBe(token);
+    expect(location.hash).toBe(fragment);
+  });
+});

@@ -22,6 +22,12 @@ describe('a time in words', () => {
     expect(time.formatZone(noon, zone)).toBe(letters);
   });
 
+  test.each([1e13, -1e300, NaN, Infinity])('%s is no time', (none) => {
+    expect(time.formatTime(none, 'Europe/London')).toBe('–');
+    expect(time.formatZone(none, 'Europe/London')).toBe('–');
+    expect(time.formatLocal(none, 'Europe/London')).toBe('');
+  });
+
   test('the zone’s letters are those of the day', () => {
     expect(time.formatZone(at('2011-12-16T12:00:00Z'), 'Europe/London')).toBe('GMT');
   });

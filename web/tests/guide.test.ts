@@ -147,6 +147,21 @@ test('a service that refuses says why, and may be asked again', async () => {
   expect(await page.getByRole('alert').count()).toBe(0);
 });
 
+test('a service that refuses its time says why, and may be asked again', async () => {
+  const host = await startHost();
+  const simulator = await simulatorOf(host);
+  await simulator.weatherSet({ rules: [{ method: 'ITVService::utcTimeGet', error: 'OutOfMemory' }] });
+  const page = await openPage(host, '#/guide');
+  await page.getByRole('alert').getByText('ITVService::utcTimeGet').waitFor();
+  await page.getByRole('link', { name: 'Query' }).click();
+  await page.getByRole('alert').getByText('ITVService::utcTimeGet').waitFor();
+  await simulator.weatherSet({ rules: [] });
+  await page.getByRole('button', { name: 'Try again' }).click();
+  await page.getByRole('table', { name: 'Events' }).waitFor();
+  await page.getByRole('link', { name: 'Guide' }).click();
+  await ready(page);
+});
+
 test('a guide without channels leads to the scan, and fills when there are some', async () => {
   const host = await startHost('--hold=false');
   const tv = await connected(host.url);

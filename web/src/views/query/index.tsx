@@ -2,6 +2,7 @@ import { useCall, useServices } from '@ostrel/tv/react';
 import { useState } from 'react';
 import { navigate, useRoute } from '../../app/route';
 import { useZone } from '../../app/settings';
+import { Failure } from '../../parts/Failure';
 import { useShortcuts } from '../../parts/shortcuts';
 import { ByExpression } from './ByExpression';
 import { ByForm } from './ByForm';
@@ -11,18 +12,22 @@ import { addressOf, callOf, type Question, readForm, readQuestion } from './ques
 import { Results } from './Results';
 import { useAsked } from './useAsked';
 
-/** The service's time when the view was opened, which examples and the first question go by. */
-function useOpeningTime(): number | undefined {
-  const { data } = useCall('ITVService::utcTimeGet', {});
-  const [opened, setOpened] = useState(data);
-  if (opened === undefined && data !== undefined) setOpened(data);
-  return opened;
+/** Examples and the first question go by the time when the view was opened. */
+const timeCall = { method: 'ITVService::utcTimeGet', payload: {} } as const;
+
+/** The service's time when the view was opened. */
+function useOpeningTime() {
+  const { data, error, reload } = useCall(timeCall.method, timeCall.payload);
+  const [now, setNow] = useState(data);
+  if (now === undefined && data !== undefined) setNow(data);
+  return { now, error, reload };
 }
 
 /** Asks the guide, by an expression of the query language or by the members of an event query. */
 export default function QueryView() {
   const { params } = useRoute();
-  const now = useOpeningTime();
+  const opening = useOpeningTime();
+  const { now } = opening;
   const { data: services, error } = useServices();
   const zone = useZone();
   const [round, setRound] = useState(0);
@@ -67,7 +72,9 @@ export default function QueryView() {
       ) : (
         <ByExpression expression={question?.expression ?? ''} now={now} examples={examples ?? []} onAsk={(expression) => ask({ by: 'expression', expression })} />
       )}
-      <Results asked={asked} question={question} form={form} call={call} onRetry={() => setRound(round + 1)} />
+      {question === undefined && opening.error !== undefined ? <Failure error={opening.error} call={timeCall} onRetry={opening.reload} /> : (
+        <Results asked={asked} question={question} form={form} call={call} onRetry={() => setRound(round + 1)} />
+      )}
     </div>
   );
 }

@@ -118,6 +118,14 @@ describe('an address', () => {
     expect(readQuestion(new URLSearchParams('form={"timeRange":'))).toEqual({ by: 'form', query: {} });
     expect(readQuestion(new URLSearchParams('form=[1]'))).toEqual({ by: 'form', query: {} });
   });
+  // prettier-ignore
+  test.each([
+    ['serviceIdList', 'abc'], ['serviceIdList', [null, {}]], ['genreList', { length: 3 }], ['stringList', [1]], ['timeRange', { base: 'x' }],
+    ['timeRange', null], ['sliceRange', { base: {} }], ['stringAnd', 1], ['orderByStartTimePriority', '1'], ['constructor', 1],
+  ])('whose %s is %j leaves that out', (name, value) => {
+    const params = new URLSearchParams({ form: JSON.stringify({ [name]: value, stringMatchDescription: true }) });
+    expect(readQuestion(params)).toEqual({ by: 'form', query: { stringMatchDescription: true } });
+  });
   test('knows that there is no XML of records', () => expect(readForm(new URLSearchParams('as=xml'), 'form')).toBe('table'));
 });
 
@@ -165,6 +173,13 @@ test('rows of documents and of events are alike', () => {
   expect(found.row(0)).toEqual(found.row(1));
   expect(found.document(0)).toBe(document);
   expect(JSON.parse(found.document(1))).toEqual(event);
+});
+
+test.each(['{}', '{"progSchedule":null}', '{"progSchedule":{"Title":"a"}}', 'no JSON', ''])('the document %j has no row, and is shown as it is', (document) => {
+  const found = find([document]);
+  expect(found.row(0)).toBeUndefined();
+  expect(found.document(0)).toBe(document);
+  expect(layOut(document).replace(/\s/g, '')).toBe(document.replace(/\s/g, ''));
 });
 
 test('documents are laid out without a change of what they hold', () => {

@@ -131,4 +131,6 @@ test('what the page says itself becomes messages, batches too', () => {
   own.forget();
   expect(own.read({ at: 5004, direction: 'received', text: '{"id":1,"result":1}' })).toMatchObject([{ method: '', micros: 0 }]);
   expect(own.read({ at: 5005, direction: 'received', text: 'no JSON' })).toEqual([]);
+  expect(own.read({ at: 5006, direction: 'received', text: 'null' })).toEqual([]);
+  expect(own.read({ at: 5007, direction: 'received', text: '[null,1]' })).toEqual([]);
 });

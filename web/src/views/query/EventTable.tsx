@@ -48,7 +48,9 @@ interface CellsProps {
 
 /** The cells of a row, which stay as they are while the table is scrolled. */
 const Cells = memo(({ found, place, names, zone }: CellsProps) => {
-  const { serviceId, start, end, title, description, genre, isHd } = found.row(place);
+  const row = found.row(place);
+  if (row === undefined) return <code role="cell">{found.document(place).slice(0, 400)}</code>;
+  const { serviceId, start, end, title, description, genre, isHd } = row;
   const name = names.get(serviceId);
   const kind = kindOf(genre);
   return (

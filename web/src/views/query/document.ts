@@ -2,9 +2,17 @@
 export const print = (value: unknown): string =>
   JSON.stringify(value, null, 2).replace(/\[\n\s+([^[\]{}]*?)\n\s+\]/g, (_, items: string) => `[${items.replace(/\n\s+/g, ' ')}]`);
 
+function layOutJson(document: string): string {
+  try {
+    return print(JSON.parse(document));
+  } catch {
+    return document; // it is not as the guide's are
+  }
+}
+
 /** A document over several lines. One of XML holds texts alone in its elements, and no `<` in a text. */
 export function layOut(document: string): string {
-  if (!document.startsWith('<')) return print(JSON.parse(document));
+  if (!document.startsWith('<')) return layOutJson(document);
   const lines = document.replace(/(<\/\w+>|<\w+\/>|^<\w+>)(?=<)/g, '$1\n').split('\n');
   return lines.map((line, i) => (i === 0 || i === lines.length - 1 ? line : `  ${line}`)).join('\n');
 }

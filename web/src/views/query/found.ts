@@ -16,13 +16,19 @@ export interface Found {
   count: number;
   /** Documents of XML have no rows. */
   isXml: boolean;
-  row: (place: number) => Row;
+  /** Undefined of a document that is not as the guide's are. */
+  row: (place: number) => Row | undefined;
   /** As one line. */
   document: (place: number) => string;
 }
 
-function rowOf({ ServiceId, Start, End, Title, Description, Content, IsHd }: Programme): Row {
-  return { serviceId: ServiceId, start: Start, end: End, title: Title, description: Description, genre: Content[0], isHd: IsHd };
+function rowOf(document: string): Row | undefined {
+  try {
+    const { ServiceId, Start, End, Title, Description, Content, IsHd } = (JSON.parse(document) as { progSchedule: Programme }).progSchedule;
+    return { serviceId: ServiceId, start: Start, end: End, title: Title, description: Description, genre: Content[0], isHd: IsHd };
+  } catch {
+    return undefined;
+  }
 }
 
 /** @param answer  documents of `ITVGuide::query`, or events of `ITVGuide::queryEventInfo` */
@@ -36,7 +42,7 @@ export function find(answer: readonly (string | EventInfo)[]): Found {
     },
     row: (place) => {
       const item = answer[place]!;
-      if (typeof item === 'string') return rowOf((JSON.parse(item) as { progSchedule: Programme }).progSchedule);
+      if (typeof item === 'string') return rowOf(item);
       const { serviceId, startTime: start, endTime: end, title, description, genres, highDefinition: isHd } = item;
       return { serviceId, start, end, title, description, genre: genres[0], isHd };
     },

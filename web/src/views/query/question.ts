@@ -17,12 +17,35 @@ export function readQuestion(params: URLSearchParams): Question | undefined {
   return expression === null ? undefined : { by: 'expression', expression: expression === ' ' ? '' : expression };
 }
 
+type Check = (value: unknown) => boolean;
+const isBoolean: Check = (value) => typeof value === 'boolean';
+const isNumber: Check = (value) => typeof value === 'number';
+const listOf = (type: string): Check => (value) => Array.isArray(value) && value.every((item) => typeof item === type);
+const isObject = (value: unknown): value is object => typeof value === 'object' && value !== null && !Array.isArray(value);
+const isRange: Check = (value) => isObject(value) && Object.values(value).every((member) => isNumber(member) || isBoolean(member));
+
+/** What the form can show of each member. */
+const members: Readonly<Record<keyof Query, Check>> = {
+  serviceIdList: listOf('number'),
+  genreList: listOf('number'),
+  stringList: listOf('string'),
+  stringAnd: isBoolean,
+  stringMatchDescription: isBoolean,
+  timeRange: isRange,
+  sliceRange: isRange,
+  orderByServiceIdPriority: isNumber,
+  orderByStartTimePriority: isNumber,
+};
+
+/** Leaves out what is not as a query has it: an address may be cut, or written by hand. */
 function readQuery(text: string): Query {
   try {
     const query: unknown = JSON.parse(text);
-    if (typeof query === 'object' && query !== null && !Array.isArray(query)) return query;
-  } catch {} // an address that somebody has cut
-  return {};
+    const fits = ([name, value]: [string, unknown]) => Object.hasOwn(members, name) && members[name as keyof Query](value);
+    return isObject(query) ? Object.fromEntries(Object.entries(query).filter(fits)) : {};
+  } catch {
+    return {};
+  }
 }
 
 /** Documents are XML for those of an expression alone. */

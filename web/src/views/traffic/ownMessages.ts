@@ -11,6 +11,8 @@ interface Told {
   method?: string;
 }
 
+const isTold = (value: unknown): value is Told => typeof value === 'object' && value !== null;
+
 const encoder = new TextEncoder();
 
 /**
@@ -28,8 +30,8 @@ export class OwnMessages {
     } catch {
       return [];
     }
-    if (!Array.isArray(parsed)) return [this.#message(parsed as Told, at, direction, text)];
-    return parsed.map((each: Told) => this.#message(each, at, direction, JSON.stringify(each)));
+    if (!Array.isArray(parsed)) return isTold(parsed) ? [this.#message(parsed, at, direction, text)] : [];
+    return parsed.filter(isTold).map((each) => this.#message(each, at, direction, JSON.stringify(each)));
   }
 
   #message({ id, method }: Told, at: number, direction: OwnMessage['direction'], text: string): Message {

@@ -11,15 +11,14 @@ export function takeToken(fragment: string): { token: string | undefined; rest: 
 /** The token that is kept for this tab. One that the address brings replaces it, and leaves the address. */
 export function readToken(): string | undefined {
   const { token, rest } = takeToken(location.hash);
-  let kept: string | null;
   try {
-    if (token !== undefined) sessionStorage.setItem(key, token);
-    kept = sessionStorage.getItem(key);
+    if (token === undefined) return sessionStorage.getItem(key) ?? undefined;
+    sessionStorage.setItem(key, token);
   } catch {
     return token; // where nothing is kept it stays in the address, or it would be lost
   }
-  if (token !== undefined) history.replaceState(null, '', location.pathname + location.search + rest);
-  return kept ?? undefined;
+  history.replaceState(null, '', location.pathname + location.search + rest);
+  return token;
 }
 
 /** Goes on with another token, as an address with it would. */

@@ -1,6 +1,6 @@
 // @vitest-environment happy-dom
 import fc from 'fast-check';
-import { afterEach, describe, expect, test, vi } from 'vitest';
+import { describe, expect, onTestFinished, test, vi } from 'vitest';
 import { formatRoute, navigate, parseRoute, views } from '../../src/app/route';
 import { readToken, takeToken } from '../../src/app/token';
 
@@ -70,15 +70,28 @@ test.each([
 ])('of %s the token is taken', (fragment, token, rest) => expect(takeToken(fragment)).toEqual({ token, rest }));
 
 describe('where the browser keeps nothing', () => {
-  afterEach(() => vi.unstubAllGlobals());
+  const refuse = () => {
+    throw new DOMException('The operation is insecure.', 'SecurityError');
+  };
 
+  // prettier-ignore
   test.each([
-    ['#/guide', undefined],
-    ['#token=abc', 'abc'],
-  ])('the token of %s is the one of the address, which stays', (fragment, token) => {
-    vi.stubGlobal('sessionStorage', new Proxy({}, { get: () => { throw new DOMException('', 'SecurityError'); } }));
+    ['#/now',           undefined],
+    ['#/now?token=abc', 'abc'],
+  ])('a page at %s has the token of its address', (fragment, token) => {
+    vi.stubGlobal('sessionStorage', { getItem: refuse, setItem: refuse });
+    onTestFinished(() => void vi.unstubAllGlobals());
     location.hash = fragment;
     expect(readToken()).toBe(token);
     expect(location.hash).toBe(fragment);
   });
+});
+
+test('a token of an address is kept, and leaves it', () => {
+  onTestFinished(() => sessionStorage.clear());
+  location.hash = '#/now';
+  expect(readToken()).toBeUndefined();
+  location.hash = '#/now?token=abc';
+  expect([readToken(), location.hash]).toEqual(['abc', '#/now']);
+  expect(readToken()).toBe('abc');
 });

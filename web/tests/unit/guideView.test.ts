@@ -7,7 +7,7 @@ import { type Filter, fits, isFiltering, readFilter } from '../../src/views/guid
 import { leadIn } from '../../src/views/guide/geometry';
 import { cellsOf, Loader } from '../../src/views/guide/known';
 import { cellLabel, layOut } from '../../src/views/guide/labels';
-import { formsOf } from '../../src/views/guide/search';
+import { findNext, formsOf } from '../../src/views/guide/search';
 
 const noon = Date.UTC(2011, 9, 16, 11) / 1000;
 const one: ServiceInfo = {
@@ -66,6 +66,31 @@ test.each([
   ['Å', ['å', 'Å']],
   ['4', ['4']],
 ])('formsOf %s', (text, forms) => expect(formsOf(text)).toEqual(forms));
+
+describe('findNext', () => {
+  const two = { ...one, channelNumber: 2, id: 1044 };
+  const filter = readFilter(new URLSearchParams('text=stile'));
+  const find = (events: EventInfo[], row = 0, signal = new AbortController().signal) => {
+    const asked: AbortSignal[] = [];
+    const queryEventInfo = (_: unknown, options: { signal: AbortSignal }) => (asked.push(options.signal), Promise.resolve(events));
+    return { asked, found: findNext({ guide: { queryEventInfo } } as unknown as Tv, filter, [one, two], noon, row, signal) };
+  };
+  const below = { ...gate, serviceId: two.id };
+  const later = { ...gate, startTime: noon + 3600, endTime: noon + 7200 };
+
+  test.each([
+    ['at the same time further down', [gate, later, below], 0, below],
+    ['later, behind the last row', [gate, below, later], 1, later],
+    ['none that is not shown, or does not match', [{ ...later, serviceId: 1 }, { ...later, title: 'Gate' }], 0, undefined],
+  ])('%s', async (_, events, row, expected) => expect(await find(events, row).found).toEqual(expected));
+
+  test('whoever does not want to know any more ends the question', async () => {
+    const { signal } = new AbortController();
+    const { asked, found } = find([], 0, signal);
+    await found;
+    expect(asked).toEqual([signal]);
+  });
+});
 
 test('leadIn: a half hour, 15 to 45 minutes before', () => {
   for (let at = noon; at < noon + 7200; at += 60) {

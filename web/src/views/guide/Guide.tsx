@@ -31,6 +31,8 @@ export function Guide({ services }: { services: readonly ServiceInfo[] }) {
   const grid = useRef<HTMLDivElement>(null);
   const panel = useRef<HTMLElement>(null);
   const search = useRef<HTMLInputElement>(null);
+  const searching = useRef<AbortController>(undefined);
+  useEffect(() => () => searching.current?.abort(), []); // what is found would lead back to this view
   const guide = useGuide(scroller, services, filter, isOnlyMatches);
   const { rows, row, time, known, days } = guide;
   const [isInfo, showInfo] = useState(true);
@@ -72,10 +74,14 @@ export function Guide({ services }: { services: readonly ServiceInfo[] }) {
     if (isTaken) event.preventDefault();
   };
 
-  const onNext = () => void findNext(tv, filter, rows, time, row).then(
-    (found) => (found === undefined ? say('Nothing more matches.') : goTo(found.serviceId, found.startTime)),
-    () => say('The service did not answer.'),
-  );
+  const onNext = () => {
+    searching.current?.abort();
+    const { signal } = (searching.current = new AbortController());
+    findNext(tv, filter, rows, time, row, signal).then(
+      (found) => (found === undefined ? say('Nothing more matches.') : goTo(found.serviceId, found.startTime)),
+      () => signal.aborted || say('The service did not answer.'),
+    );
+  };
   const service = rows[row];
   const cell = service && cellsOf(known, service.id, days).find(({ from, to }) => from <= time && to > time);
   const asked = blockSpan(blocksOf(guide.shown())[0] ?? 0);

@@ -16,7 +16,7 @@ export function formsOf(text: string): string[] {
 }
 
 /** The next event that a text matches, behind what is selected: later, or at the same time further down. */
-export async function findNext(tv: Tv, filter: Filter, rows: readonly ServiceInfo[], time: Seconds, row: number): Promise<EventInfo | undefined> {
+export async function findNext(tv: Tv, filter: Filter, rows: readonly ServiceInfo[], time: Seconds, row: number, signal: AbortSignal): Promise<EventInfo | undefined> {
   if (filter.text === '') return undefined;
   const found = await tv.guide.queryEventInfo({
     query: {
@@ -26,7 +26,7 @@ export async function findNext(tv: Tv, filter: Filter, rows: readonly ServiceInf
       orderByStartTimePriority: 0,
       sliceRange: { base: 0, limit: most },
     },
-  });
+  }, { signal });
   const rowOf = new Map(rows.map(({ id }, index) => [id, index]));
   const place = ({ serviceId, startTime }: EventInfo): readonly [Seconds, number] => [startTime, rowOf.get(serviceId) ?? -1];
   return found

@@ -3,6 +3,7 @@ get_filename_component(root ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
 
 # One at a time, whatever is built at once: all builds share clients/typescript/dist.
 file(LOCK ${root}/node_modules/.page.lock GUARD PROCESS)
+set(ENV{NODE_ENV} production) # or React would be the one for developers where the shell says so
 execute_process(
     COMMAND ${NPM} run build --silent -w @ostrel/page -- --outDir ${BUILD}/dist --emptyOutDir --logLevel warn
     WORKING_DIRECTORY ${root}

@@ -2,7 +2,7 @@ import { fileURLToPath } from 'node:url';
 import react from '@vitejs/plugin-react';
 import { defineConfig } from 'vitest/config';
 
-/** The service that `npm run dev -w @ostrel/page` shows: what `./dev run` has started. */
+/** The service that `./dev page` shows: what `./dev run` has started. */
 const service = process.env.OSTREL_SERVICE ?? 'http://127.0.0.1:8480';
 const passedOn = Object.fromEntries(['/rpc', '/openrpc', '/openrpc.json'].map((path) => [path, { target: service, ws: true }]));
 

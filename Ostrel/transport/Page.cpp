@@ -114,7 +114,7 @@ const PageFile* Page::find(std::string_view path) const {
 
 bool Page::isFolder(std::string_view path) const {
     return std::any_of(files_.begin(), files_.end(), [&](const PageFile& file) {
-        return file.path.starts_with(path) && file.path[path.size()] == '/';
+        return file.path.starts_with(path) && file.path.substr(path.size()).starts_with('/');
     });
 }
 

@@ -17,7 +17,7 @@ export function Details({ card: { service, event }, onClose }: { card: Card; onC
   const facts: [string, string | undefined][] = [
     ['When', `${formatDay(event.startTime, zone)}, ${formatTime(event.startTime, zone)}–${formatTime(event.endTime, zone)}, ${formatSpan(event.endTime - event.startTime)}`],
     ['Genre', genres.get(event.genres[0] ?? 0)],
-    ['Picture', event.highDefinition ? 'High definition' : undefined],
+    ['Picture', event.highDefinition || service.highDefinition ? 'High definition' : undefined],
     ['Next', next && next.startTime > event.startTime ? `${formatTime(next.startTime, zone)} ${next.title}` : undefined],
   ];
   return (

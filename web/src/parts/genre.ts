@@ -21,6 +21,9 @@ export const genreName = (kind: number): string => (kind === 1 ? 'movie' : kindW
 /** Kinds by number, for a choice of one. */
 export const genreKinds: readonly (readonly [kind: number, word: string])[] = kinds.map((word, kind) => [kind, word] as const).slice(1);
 
+/** The kind that an address names; undefined for none. */
+export const kindNamed = (name: string): number | undefined => genreKinds.find(([kind]) => genreName(kind) === name)?.[0];
+
 /** The colour of a kind, for an edge of four pixels beside the word. */
 export const kindColour = (kind: number): string => `var(--genre-${kind})`;
 

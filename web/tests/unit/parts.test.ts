@@ -2,7 +2,8 @@
 import { describe, expect, test, vi } from 'vitest';
 import { clockMark } from '../../src/app/clockMark';
 import { classes } from '../../src/parts/classes';
-import { genreKinds, kindOf, kindWord } from '../../src/parts/genre';
+import { genreKinds, genreName, kindNamed, kindOf, kindWord } from '../../src/parts/genre';
+import { serviceType, typeNamed } from '../../src/parts/services';
 import { hueOf, lettersOf } from '../../src/parts/Tile';
 import { Topic } from '../../src/parts/Topic';
 
@@ -104,4 +105,19 @@ describe('what the browser remembers', () => {
     theme.set('system');
     expect(document.documentElement.dataset.theme).toBe('system');
   });
+});
+
+describe('a type of service', () => {
+  test.each([1, 2, 3])('%d is found by the name that addresses have for it', (type) => {
+    expect(typeNamed(serviceType(type).name)).toBe(type);
+  });
+  test('that nobody knows is said by its number, and named by none', () => {
+    expect(serviceType(25).word).toBe('Type 25');
+    expect([typeNamed(''), typeNamed('Radio'), typeNamed('toString')]).toEqual([undefined, undefined, undefined]);
+  });
+});
+
+test('a kind of programme is found by the name that addresses have for it', () => {
+  for (const [kind] of genreKinds) expect(kindNamed(genreName(kind))).toBe(kind);
+  expect([kindNamed('movie'), kindNamed('film'), kindNamed('')]).toEqual([1, undefined, undefined]);
 });

@@ -1,11 +1,10 @@
 import type { ServiceInfo } from '@ostrel/tv';
 import { memo } from 'react';
-import { Icon, type IconName } from '../../parts/Icon';
+import { Icon } from '../../parts/Icon';
+import { serviceType } from '../../parts/services';
 import { Tile } from '../../parts/Tile';
 import { flagsOf } from './flags';
 import styles from './Table.module.css';
-
-const kinds: Readonly<Record<number, readonly [IconName, string]>> = { 1: ['tv', 'TV'], 2: ['radio', 'Radio'], 3: ['data', 'Data'] };
 
 interface RowProps {
   service: ServiceInfo;
@@ -19,7 +18,7 @@ interface RowProps {
 
 /** A service of the list; its place leads the cursor there. */
 export const Row = memo(function Row({ service, place, top, isStop, isStill, mark, onSeek }: RowProps) {
-  const [kindIcon, kind] = kinds[service.type] ?? ['help', `Type ${service.type}`];
+  const { icon: kindIcon, word: kind } = serviceType(service.type);
   return (
     <div className={styles.row} role="row" aria-rowindex={place + 2} data-mark={mark} style={{ transform: `translateY(${top}px)` }}>
       <span role="gridcell" className={styles.place}>

@@ -4,6 +4,7 @@ import { useParam } from '../../app/route';
 import { Answered } from '../../parts/Answered';
 import { Empty } from '../../parts/Empty';
 import { Failure } from '../../parts/Failure';
+import { servicesCall } from '../../parts/services';
 import { useShortcuts } from '../../parts/shortcuts';
 import styles from './Channels.module.css';
 import { type Base, given, isOutdated, type Operation } from './cursor';
@@ -43,7 +44,7 @@ export default function Channels() {
     <div className={styles.channels}>
       <Lists base={base} counts={{ all: all.data?.length, new: found.data?.length }} onChoose={choose} />
       <div className={styles.list}>
-        <Answered answer={list} call={{ method: 'ITVService::serviceListGet', payload: { limit: 4294967295 } }} shape={<TableShape />}>
+        <Answered answer={list} call={servicesCall} shape={<TableShape />}>
           {(services) => services.length === 0 ? <NoServices base={base} /> : (
           <Table key={base} services={services} position={selected === base ? position : undefined} marked={marked} isStill={isAway}
             onSeek={(offset) => void act({ name: 'serviceListSeek', payload: { offset, whence: 0 } })} />

@@ -1,5 +1,6 @@
 import type { EventInfo, ServiceInfo } from '@ostrel/tv';
-import { genreKinds, genreName, kindOf } from '../../parts/genre';
+import { kindNamed, kindOf } from '../../parts/genre';
+import { typeNamed } from '../../parts/services';
 import type { Seconds } from '../../parts/time';
 
 /** What a viewer looks for; what does not match is dimmed. */
@@ -9,20 +10,18 @@ export interface Filter {
   /** In title or description, in lower case. */
   readonly text: string;
   readonly isHd: boolean;
-  /** As `type` of a ServiceInfo: 1 television, 2 radio; 0 for any. */
+  /** As `type` of a ServiceInfo; 0 for any. */
   readonly kind: number;
   readonly isOnNow: boolean;
 }
 
 /** Reads the filter from an address. */
 export function readFilter(params: URLSearchParams): Filter {
-  const genre = params.get('genre');
-  const kind = params.get('kind');
   return {
-    genre: genreKinds.find(([code]) => genreName(code) === genre)?.[0] ?? 0,
+    genre: kindNamed(params.get('genre') ?? '') ?? 0,
     text: (params.get('text') ?? '').trim().toLowerCase(),
     isHd: params.has('hd'),
-    kind: kind === 'television' ? 1 : kind === 'radio' ? 2 : 0,
+    kind: typeNamed(params.get('kind') ?? '') ?? 0,
     isOnNow: params.has('on'),
   };
 }

@@ -3,6 +3,7 @@ import { useConnection, useServices, useTv } from '@ostrel/tv/react';
 import { useCallback, useEffect, useState } from 'react';
 import { Empty } from '../../parts/Empty';
 import { Failure } from '../../parts/Failure';
+import { servicesCall } from '../../parts/services';
 import { Guide } from './Guide';
 import { GridShape } from './GridShape';
 
@@ -28,7 +29,7 @@ export default function View() {
   const { data, error, state, reload } = useServices();
   const time = useTimeKnown();
   if (state === 'failed' && error !== undefined)
-    return <Failure error={error} call={{ method: 'ITVService::serviceListGet', payload: { limit: 4294967295 } }} onRetry={reload} />;
+    return <Failure error={error} call={servicesCall} onRetry={reload} />;
   if (!time.isKnown && time.error !== undefined)
     return <Failure error={time.error} call={{ method: 'ITVService::utcTimeGet', payload: {} }} onRetry={time.measure} />;
   if (data === undefined || !time.isKnown) return <GridShape />;

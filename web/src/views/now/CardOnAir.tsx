@@ -3,15 +3,13 @@ import { useClock, useNowNext } from '@ostrel/tv/react';
 import { memo } from 'react';
 import { useZone } from '../../app/settings';
 import { kindColour, kindWord } from '../../parts/genre';
-import { Icon, type IconName } from '../../parts/Icon';
+import { Icon } from '../../parts/Icon';
+import { serviceType } from '../../parts/services';
 import { Shape } from '../../parts/Shape';
 import { Tile } from '../../parts/Tile';
 import { formatSpan, formatTime } from '../../parts/time';
 import styles from './Card.module.css';
 import { type Card, genreOf, minutesLeft, pace, partOver } from './cards';
-
-const icons: Readonly<Record<number, IconName>> = { 1: 'tv', 2: 'radio', 3: 'data' };
-const words: Readonly<Record<number, string>> = { 1: 'TV', 2: 'Radio', 3: 'Data' };
 
 /** How long an event still goes on: as a bar, which moves by itself, and in words. */
 function Left({ event }: { event: EventInfo }) {
@@ -57,6 +55,7 @@ export const CardOnAir = memo(function CardOnAir({ card, place, column, isStop, 
   const { service, event } = card;
   const zone = useZone();
   const genre = genreOf(event);
+  const { icon, word } = serviceType(service.type);
   const [start, end] = [formatTime(event.startTime, zone), formatTime(event.endTime, zone)];
   return (
     <div className={styles.cell} role="gridcell" aria-colindex={column}>
@@ -73,7 +72,7 @@ export const CardOnAir = memo(function CardOnAir({ card, place, column, isStop, 
           <span>{start}–{end}</span>
           {genre !== 0 && <span>{kindWord(genre)}</span>}
           {(event.highDefinition || service.highDefinition) && <span className={styles.hd}>HD</span>}
-          <span className={styles.kind}><Icon name={icons[service.type] ?? 'help'} size={16} /> {words[service.type] ?? service.type}</span>
+          <span className={styles.kind}><Icon name={icon} size={16} /> {word}</span>
         </span>
         <Left event={event} />
         <Next event={event} />

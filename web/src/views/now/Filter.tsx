@@ -1,10 +1,10 @@
 import { useParam } from '../../app/route';
 import { genreKinds, genreName, kindColour } from '../../parts/genre';
+import { typeNamed } from '../../parts/services';
 import { type Card, countGenres, type Wanted } from './cards';
 import styles from './Filter.module.css';
 
 const kinds = [['', 'All'], ['television', 'Television'], ['radio', 'Radio']] as const;
-const typeOf = { television: 1, radio: 2 };
 
 /** Chooses which cards are shown: those of a kind of service, of a genre. The address keeps the choice. */
 export function Filter({ cards, wanted }: { cards: readonly Card[] | undefined; wanted: Wanted }) {
@@ -18,7 +18,7 @@ export function Filter({ cards, wanted }: { cards: readonly Card[] | undefined; 
         {kinds.map(([value, word]) => (
           <button key={value} aria-pressed={kind === value} onClick={() => setKind(value)}>
             {word}
-            <small>{cards?.filter(({ service }) => value === '' || service.type === typeOf[value]).length}</small>
+            <small>{cards?.filter(({ service }) => value === '' || service.type === typeNamed(value)).length}</small>
           </button>
         ))}
       </div>

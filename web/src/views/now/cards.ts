@@ -1,5 +1,6 @@
 import type { EventInfo, ServiceInfo } from '@ostrel/tv';
-import { genreKinds, genreName, kindOf } from '../../parts/genre';
+import { kindNamed, kindOf } from '../../parts/genre';
+import { typeNamed } from '../../parts/services';
 import type { Seconds } from '../../parts/time';
 
 /** A service that is on the air, and with what. */
@@ -14,11 +15,9 @@ export interface Wanted {
   genre: number | undefined;
 }
 
-const types: Readonly<Record<string, number>> = { television: 1, radio: 2 };
-
 /** Reads what the address holds; what means nothing there is all. */
 export function readWanted(kind: string, genre: string): Wanted {
-  return { type: types[kind], genre: genreKinds.find(([number]) => genreName(number) === genre)?.[0] };
+  return { type: typeNamed(kind), genre: kindNamed(genre) };
 }
 
 export const genreOf = ({ genres }: EventInfo): number => kindOf(genres[0]);

@@ -3,6 +3,7 @@ import { useMemo } from 'react';
 import { formatRoute, navigate, useParam } from '../../app/route';
 import { Answered } from '../../parts/Answered';
 import { Empty } from '../../parts/Empty';
+import { servicesCall } from '../../parts/services';
 import { onAt } from './air';
 import { Cards, CardShapes } from './Cards';
 import { cardsOf, isWanted, readWanted } from './cards';
@@ -29,7 +30,7 @@ export default function Now() {
     <div className={styles.now}>
       <Filter cards={all} wanted={wanted} />
       <div className={styles.rest}>
-        <Answered answer={services} call={{ method: 'ITVService::serviceListGet', payload: { limit: 4294967295 } }} shape={<CardShapes />}>
+        <Answered answer={services} call={servicesCall} shape={<CardShapes />}>
           {(list) => (
             <Answered answer={air} call={asked} shape={<CardShapes />}>
               {() => {

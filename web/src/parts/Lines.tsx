@@ -5,9 +5,9 @@ import styles from './Lines.module.css';
 import { useTopic } from './Topic';
 
 /** What was done from this page, as lines of `ostrel-tv` to take along. */
-export function Lines({ empty }: { empty: string }) {
+export function Lines() {
   const done = useTopic(lines);
-  if (done.length === 0) return <p className={styles.empty}>{empty}</p>;
+  if (done.length === 0) return <p className={styles.empty}>Whatever you do here is also one line of ostrel-tv; it will stand here, to copy.</p>;
   return (
     <ol className={styles.lines} aria-label="What was done, latest first">
       {done.map(({ number, says, command }) => (

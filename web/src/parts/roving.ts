@@ -1,4 +1,5 @@
-import { type FocusEvent, type KeyboardEvent, type RefObject, useLayoutEffect, useRef, useState } from 'react';
+import { defaultRangeExtractor, type Range } from '@tanstack/react-virtual';
+import { type FocusEvent, type KeyboardEvent, type RefObject, useCallback, useLayoutEffect, useRef, useState } from 'react';
 
 /** How things stand that one tab stop leads to: in rows of so many columns, of which so many are in sight. */
 export interface Rows {
@@ -89,3 +90,7 @@ export function useRoving<E extends HTMLElement>(within: RefObject<E | null>, { 
     },
   };
 }
+
+/** Has a virtual list draw the item that holds the tab stop, too, wherever it is scrolled to. */
+export const useRangeWith = (stop: number): ((range: Range) => number[]) =>
+  useCallback((range: Range) => [...new Set([stop, ...defaultRangeExtractor(range)])].sort((a, b) => a - b), [stop]);

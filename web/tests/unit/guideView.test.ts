@@ -6,7 +6,7 @@ import { expressionsOf } from '../../src/views/guide/episodes';
 import { type Filter, fits, isFiltering, readFilter } from '../../src/views/guide/filter';
 import { leadIn } from '../../src/views/guide/geometry';
 import { cellsOf, Loader } from '../../src/views/guide/known';
-import { cellLabel, layOut } from '../../src/views/guide/labels';
+import { cellLabel } from '../../src/views/guide/labels';
 import { findNext, formsOf } from '../../src/views/guide/search';
 
 const noon = Date.UTC(2011, 9, 16, 11) / 1000;
@@ -107,11 +107,6 @@ test('expressionsOf: a service each, no more starts than an expression holds', (
     'ServiceId == 1 && Start in (12)',
     'ServiceId == 2 && Start in (13)',
   ]);
-});
-
-test('layOut', () => {
-  expect(layOut('{ "a": 1 }', 'quoriljson')).toBe('{\n  "a": 1\n}');
-  expect(layOut('<p><A>1</A><B/><C>x &amp; y</C></p>', 'quorilxml')).toBe('<p>\n  <A>1</A>\n  <B/>\n  <C>x &amp; y</C>\n</p>');
 });
 
 describe('Loader', () => {

@@ -1,9 +1,9 @@
 // @vitest-environment happy-dom
 import type { Query } from '@ostrel/tv';
 import { describe, expect, test } from 'vitest';
+import { inks, layOut, print } from '../../src/parts/document';
 import { parse } from '../../src/quoril/expression';
 import { complete, type Known } from '../../src/views/query/complete';
-import { inks, layOut, print } from '../../src/views/query/document';
 import { makeExamples, makeTimes } from '../../src/views/query/examples';
 import { find } from '../../src/views/query/found';
 import { orderOf, orders, tidy, withOrder } from '../../src/views/query/form';

@@ -1,8 +1,8 @@
 import type { ServiceInfo } from '@ostrel/tv';
-import { defaultRangeExtractor, type Range, useVirtualizer } from '@tanstack/react-virtual';
-import { memo, useCallback, useEffect, useRef } from 'react';
+import { useVirtualizer } from '@tanstack/react-virtual';
+import { memo, useEffect, useRef } from 'react';
 import { Shape } from '../../parts/Shape';
-import { useRoving } from '../../parts/roving';
+import { useRangeWith, useRoving } from '../../parts/roving';
 import { useSize } from '../../parts/useSize';
 import { CursorLine } from './CursorLine';
 import { Row } from './Row';
@@ -53,7 +53,7 @@ export const Table = memo(function Table({ services, position, marked, isStill, 
     paddingEnd: 16,
     scrollPaddingStart: above,
     scrollPaddingEnd: 2 * height,
-    rangeExtractor: useCallback((range: Range) => [...new Set([stop, ...defaultRangeExtractor(range)])].sort((a, b) => a - b), [stop]),
+    rangeExtractor: useRangeWith(stop),
   });
   useEffect(() => rows.measure(), [height]);
   useEffect(() => {

@@ -5,10 +5,11 @@ import { Answered } from '../../parts/Answered';
 import { CopyAs } from '../../parts/CopyAs';
 import { copyText } from '../../parts/copy';
 import { Dialog } from '../../parts/Dialog';
+import { layOut } from '../../parts/document';
 import { Icon } from '../../parts/Icon';
 import { Shapes } from '../../parts/Shape';
 import styles from './Details.module.css';
-import { expressionOf, layOut } from './labels';
+import { expressionOf } from './labels';
 
 const method = 'ITVGuide::query';
 
@@ -33,7 +34,7 @@ export function RawDialog({ event, onClose }: EventDialogProps) {
         <button aria-pressed={format === 'quorilxml'} onClick={() => choose('quorilxml')}>XML</button>
       </div>
       <Answered answer={answer} call={{ method, payload }} shape={<Shapes count={8} height={16} />}>
-        {([document]) => <pre className={styles.document} tabIndex={0} aria-label="Document">{document === undefined ? 'It is gone from the guide.' : layOut(document, format)}</pre>}
+        {([document]) => <pre className={styles.document} tabIndex={0} aria-label="Document">{document === undefined ? 'It is gone from the guide.' : layOut(document)}</pre>}
       </Answered>
     </Dialog>
   );

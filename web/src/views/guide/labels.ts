@@ -1,4 +1,4 @@
-import type { EventInfo, OutputFormat, ServiceInfo } from '@ostrel/tv';
+import type { EventInfo, ServiceInfo } from '@ostrel/tv';
 import { formatTime, type Seconds, type Zone } from '../../parts/time';
 import type { Cell } from './cells';
 
@@ -23,9 +23,3 @@ export const serviceByNumber = <T extends ServiceInfo>(services: readonly T[], n
 
 /** The expression that finds one event. */
 export const expressionOf = ({ serviceId, startTime }: EventInfo): string => `ServiceId == ${serviceId} && Start == ${startTime}`;
-
-/** A document with a line a member; the wire's own is one line. */
-export function layOut(document: string, format: OutputFormat): string {
-  if (format === 'quoriljson') return JSON.stringify(JSON.parse(document), undefined, 2);
-  return document.replace(/<(\w+)(\/>|>[^<]*<\/\1>)/g, '\n  $&').replace(/<\/\w+>$/, '\n$&');
-}

@@ -1,6 +1,6 @@
-import { defaultRangeExtractor, useVirtualizer } from '@tanstack/react-virtual';
-import { memo, useCallback, useRef, useState } from 'react';
-import { useRoving } from '../../parts/roving';
+import { useVirtualizer } from '@tanstack/react-virtual';
+import { memo, useRef, useState } from 'react';
+import { useRangeWith, useRoving } from '../../parts/roving';
 import { useShortcuts } from '../../parts/shortcuts';
 import { Shape } from '../../parts/Shape';
 import { useSize } from '../../parts/useSize';
@@ -37,10 +37,7 @@ export const Cards = memo(function Cards({ cards }: { cards: readonly Card[] }) 
     paddingEnd: 16,
     scrollPaddingEnd: 16,
     scrollPaddingStart: 4,
-    rangeExtractor: useCallback(
-      (range: Parameters<typeof defaultRangeExtractor>[0]) => [...new Set([stop, ...defaultRangeExtractor(range)])].sort((a, b) => a - b),
-      [stop],
-    ),
+    rangeExtractor: useRangeWith(stop),
   });
   useShortcuts('Now', [
     { key: 'Arrows', label: '← ↑ → ↓', does: 'To the card beside, above, below' },

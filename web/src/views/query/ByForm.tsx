@@ -1,11 +1,11 @@
 import type { Query } from '@ostrel/tv';
 import { useServices } from '@ostrel/tv/react';
 import { useEffect, useMemo, useState } from 'react';
+import { print } from '../../parts/document';
 import { Icon } from '../../parts/Icon';
 import { useGenreTexts } from '../../parts/genre';
 import styles from './ByForm.module.css';
 import { Chips } from './Chips';
-import { print } from './document';
 import { mostServices, type Order, orderOf, orders, tidy, withOrder } from './form';
 import view from './index.module.css';
 import { Slice } from './Slice';

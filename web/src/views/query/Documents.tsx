@@ -1,7 +1,7 @@
 import { useState } from 'react';
+import { inks, layOut } from '../../parts/document';
 import { Icon } from '../../parts/Icon';
 import styles from './Documents.module.css';
-import { inks, layOut } from './document';
 import type { Found } from './found';
 import results from './Results.module.css';
 import { useRows } from './useRows';

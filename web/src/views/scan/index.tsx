@@ -53,7 +53,7 @@ export default function ScanView() {
               <Transponders act={act} onClear={() => ask(true)} />
               <section className={styles.card} aria-labelledby="done">
                 <h2 id="done">The same from a shell</h2>
-                <Lines empty="Whatever you do here is also one line of ostrel-tv; it will stand here, to copy." />
+                <Lines />
               </section>
             </div>
           </div>

@@ -44,7 +44,7 @@ function Controls({ simulator }: { simulator: Simulator }) {
         <ResetCard simulator={simulator} />
         <section className={styles.card} aria-labelledby="done">
           <h2 id="done">The same from a shell</h2>
-          <Lines empty="Whatever you do here is also one line of ostrel-tv; it will stand here, to copy." />
+          <Lines />
         </section>
       </div>
     </fieldset>

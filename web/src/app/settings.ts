@@ -35,7 +35,7 @@ export function applyTheme(): void {
   apply();
 }
 
-export const viewerZone: Zone = new Intl.DateTimeFormat().resolvedOptions().timeZone;
+const viewerZone: Zone = new Intl.DateTimeFormat().resolvedOptions().timeZone;
 
 /** The zone that times are shown in. What the service goes by is known from its simulator alone. */
 export function useZone(): Zone {

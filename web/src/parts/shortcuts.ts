@@ -14,7 +14,7 @@ export interface Shortcut {
 }
 
 /** What the list of keys shows, group by group. */
-export const shortcutGroups = new Topic<readonly (readonly [group: string, shortcuts: readonly Shortcut[]])[]>([]);
+const shortcutGroups = new Topic<readonly (readonly [group: string, shortcuts: readonly Shortcut[]])[]>([]);
 export const useShortcutGroups = () => useTopic(shortcutGroups);
 
 const isTyping = (target: EventTarget | null) =>

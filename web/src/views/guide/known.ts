@@ -14,7 +14,7 @@ export interface Known {
   readonly error?: TvError | undefined;
 }
 
-export const nothingKnown: Known = { blocks: new Map(), spans: [] };
+const nothingKnown: Known = { blocks: new Map(), spans: [] };
 
 /** The cells of a service's row, as far as they are known. */
 export function cellsOf({ blocks, spans }: Known, serviceId: number, span: Span): Cell[] {

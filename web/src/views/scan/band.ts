@@ -1,6 +1,6 @@
 /** The band that is searched: channels 21 to 68 of 8 MHz each, by the frequencies in their middles. */
 export const firstMHz = 474;
-export const lastMHz = 850;
+const lastMHz = 850;
 export const rasterMHz = 8;
 
 export const frequencies: readonly number[] = Array.from(

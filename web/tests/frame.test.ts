@@ -14,12 +14,14 @@ const status = (page: Page) => page.getByRole('banner');
 
 test('by keyboard alone', async () => {
   const page = await openPage(await startHost(), '#/now');
+  await page.getByText('Gate and Stile').waitFor();
   const { press } = await walk(page, 'the frame');
   await press('Tab', 'the first thing offered is to skip the bar', 'link "Skip to Now"');
   await press('Tab', 'the bar begins', 'link "Guide"');
   await press('ArrowDown', 'the next view below', 'link "Now"');
   await press('ArrowDown', 'and the next', 'link "Channels"');
   await press('Enter', 'it is on show', 'link "Channels"');
+  await page.getByRole('main', { name: 'Channels' }).getByText('BBC ONE').first().waitFor();
   expect(await page.title()).toBe('Channels · Ostrel TV');
   expect(new URL(page.url()).hash).toBe('#/channels');
   await press('?', 'all keys', 'button "Close"');
@@ -32,6 +34,7 @@ test('by keyboard alone', async () => {
 
 test('the bar is skipped', async () => {
   const page = await openPage(await startHost(), '#/now');
+  await page.getByText('Gate and Stile').waitFor();
   const { press } = await walk(page, 'past the bar');
   await press('Tab', 'the first thing offered', 'link "Skip to Now"');
   await press('Enter', 'the view has the focus', 'main "Now"');

@@ -51,7 +51,7 @@ export function Transponders({ act, onClear }: TranspondersProps) {
           </ul>
         </>
       )}
-      <button data-kind="quiet" onClick={onClear}><Icon name="trash" size={16} /> Empty the list…</button>
+      <button onClick={onClear}><Icon name="trash" size={16} /> Empty the list…</button>
     </section>
   );
 }

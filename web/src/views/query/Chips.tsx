@@ -1,4 +1,5 @@
 import { useId, useState } from 'react';
+import { classes } from '../../parts/classes';
 import { Icon } from '../../parts/Icon';
 import styles from './ByForm.module.css';
 
@@ -54,7 +55,7 @@ export function Chips<T extends string | number>({ label, placeholder, chosen, s
         <ul aria-label={`Chosen ${label.toLowerCase()}`}>
           {chosen.map((one) => (
             <li key={one}>
-              <button type="button" className={styles.chip} aria-label={`Take out ${say(one)}`} onClick={() => onChange(chosen.filter((other) => other !== one))}>
+              <button type="button" className={classes('chip', styles.chip)} aria-label={`Take out ${say(one)}`} onClick={() => onChange(chosen.filter((other) => other !== one))}>
                 {say(one)} <Icon name="close" size={14} />
               </button>
             </li>

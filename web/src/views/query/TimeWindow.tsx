@@ -29,11 +29,11 @@ export function TimeWindow({ range, onChange }: TimeWindowProps) {
       <TimeField label="To" time={range?.limit} zone={zone} onChange={(time) => change('limit', time)} />
       <div className={styles.presets}>
         {windows.map(([name, base, limit]) => (
-          <button key={name} type="button" aria-pressed={range?.base === base && range.limit === limit} onClick={() => onChange({ ...range, base, limit })}>
+          <button key={name} type="button" className="chip" aria-pressed={range?.base === base && range.limit === limit} onClick={() => onChange({ ...range, base, limit })}>
             {name}
           </button>
         ))}
-        <button type="button" aria-pressed={range === undefined} onClick={() => onChange(undefined)}>
+        <button type="button" className="chip" aria-pressed={range === undefined} onClick={() => onChange(undefined)}>
           Any
         </button>
       </div>

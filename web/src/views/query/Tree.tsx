@@ -20,7 +20,7 @@ export function Tree({ expression, meaning, onSelect }: TreeProps) {
   return (
     <details className={styles.panel} open={isOpen} onToggle={({ currentTarget }) => setOpen(currentTarget.open)}>
       <summary className={styles.head}>
-        <h2 className={styles.title}>Tree</h2>
+        <h2>Tree</h2>
         <div className={styles.cells} aria-hidden="true">
           {Array.from({ length: nodeLimit }, (_, i) => (
             <span key={i} data-used={i < nodes || undefined} data-full={isFull || undefined} />

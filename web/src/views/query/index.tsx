@@ -59,7 +59,7 @@ export default function QueryView() {
     <div className={styles.view}>
       <nav className={styles.ways} aria-label="Ways to ask">
         {ways.map(([name, begun]) => (
-          <a key={name} href={addressOf(begun, form)} className={styles.way} aria-current={begun.by === by ? 'true' : undefined}>
+          <a key={name} href={addressOf(begun, form)} aria-current={begun.by === by ? 'true' : undefined}>
             {name}
           </a>
         ))}

@@ -28,7 +28,7 @@ export function WeatherCard({ simulator }: { simulator: Simulator }) {
           const isOn = found !== undefined && !isSpent(found);
           const action = isOn ? removeRule(weather, place) : found ? setRules(rules, seed, 'All rules count anew.') : addRule(weather, rule);
           return (
-            <button key={name} type="button" aria-pressed={isOn} title={[rule.method ?? 'every call', effectText(rule), whenText(rule)].join(', ')}
+            <button key={name} type="button" className="chip" aria-pressed={isOn} title={[rule.method ?? 'every call', effectText(rule), whenText(rule)].join(', ')}
               onClick={() => void steer(action)}>
               {name}
             </button>

@@ -67,7 +67,7 @@ export function CallForm({ method, schemas, again }: CallFormProps) {
         {examples.length > 1 && (
           <div className={styles.examples} role="group" aria-label="Examples">
             {examples.map(({ name, body }) => (
-              <button type="button" key={name} onClick={() => change(body)}>{name}</button>
+              <button type="button" key={name} className="chip" onClick={() => change(body)}>{name}</button>
             ))}
           </div>
         )}

@@ -6,7 +6,7 @@ import { expressionsOf } from '../../src/views/guide/episodes';
 import { type Filter, fits, isFiltering, readFilter } from '../../src/views/guide/filter';
 import { leadIn } from '../../src/views/guide/geometry';
 import { cellsOf, Loader } from '../../src/views/guide/known';
-import { cellLabel } from '../../src/views/guide/labels';
+import { cellLabel, rowOf } from '../../src/views/guide/labels';
 import { findNext, formsOf } from '../../src/views/guide/search';
 
 const noon = Date.UTC(2011, 9, 16, 11) / 1000;
@@ -23,6 +23,14 @@ test('cellLabel', () => {
   expect(cellLabel(one, cellOf({ ...gate, title: '' }), 'UTC', false)).toBe('BBC ONE, 11:00 to 12:00, Untitled');
   expect(cellLabel(one, { kind: 'gap', from: 0, to: 1 }, 'UTC', false)).toBe('BBC ONE, no guide data');
   expect(cellLabel(one, { kind: 'unknown', from: 0, to: 1 }, 'UTC', false)).toBe('BBC ONE, not loaded yet');
+});
+
+test('of services that share a number the one that was chosen is selected', () => {
+  const services = [one, { ...one, id: 2000 }, { ...one, id: 3000, channelNumber: 3 }];
+  expect(rowOf(services, { channel: 1, serviceId: 2000 })).toBe(1);
+  expect(rowOf(services, { channel: 1 })).toBe(0);
+  expect(rowOf(services, { channel: 3, serviceId: 4000 })).toBe(2); // it has left the list
+  expect(rowOf(services, { channel: 9 })).toBe(0);
 });
 
 describe('filter', () => {

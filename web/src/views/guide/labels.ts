@@ -21,5 +21,11 @@ export function cellLabel(service: ServiceInfo, cell: Cell, zone: Zone, isOnAir:
 export const serviceByNumber = <T extends ServiceInfo>(services: readonly T[], number: number): T | undefined =>
   services.find(({ channelNumber }) => channelNumber === number);
 
+/** The row of what is selected: of the service itself where it is known, or the first of the channel's number, or the first. */
+export function rowOf(services: readonly ServiceInfo[], { serviceId, channel }: { serviceId?: number | undefined; channel: number | undefined }): number {
+  const own = serviceId === undefined ? -1 : services.findIndex(({ id }) => id === serviceId);
+  return own >= 0 ? own : Math.max(0, services.findIndex(({ channelNumber }) => channelNumber === channel));
+}
+
 /** The expression that finds one event. */
 export const expressionOf = ({ serviceId, startTime }: EventInfo): string => `ServiceId == ${serviceId} && Start == ${startTime}`;

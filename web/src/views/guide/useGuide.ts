@@ -12,6 +12,7 @@ import { moveFocus, reveal } from './focus';
 import { geometryOf, leadIn } from './geometry';
 import { cellsOf, Loader } from './known';
 import { useSize } from '../../parts/useSize';
+import { rowOf } from './labels';
 import { useTarget } from './useTarget';
 import { useTimeline } from './useTimeline';
 
@@ -55,7 +56,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
       fitsService(filter, service) && cellsOf(known, service.id, drawn).some(({ event }) => event && fits(filter, service, event, now))),
     [services, isOnlyMatches, filter, known, drawn, isOnlyMatches && now],
   );
-  const row = Math.max(0, rows.findIndex(({ channelNumber }) => channelNumber === target.channel));
+  const row = rowOf(rows, target);
 
   // Where the address leads, and where the time goes by itself, the view follows.
   useLayoutEffect(() => goTo(leadIn(time)), [target.visit]);
@@ -84,7 +85,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
 
   /** Selects a place, and brings it in sight. */
   const select = (index: number, at: Seconds | 'now', wanted: Span) => {
-    target.select({ channel: rows[index]?.channelNumber, time: at });
+    target.select({ channel: rows[index]?.channelNumber, serviceId: rows[index]?.id, time: at });
     target.write(at, rows[index]?.channelNumber);
     showRow(index);
     const from = reveal(shown(), wanted, at === 'now' ? now : at, margin);

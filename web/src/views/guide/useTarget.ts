@@ -8,6 +8,8 @@ export interface Target {
   readonly time: Seconds | 'now';
   /** The channel's number; the first one where it is undefined. */
   readonly channel: number | undefined;
+  /** Which service of that number, where the viewer has chosen it: several may share one. */
+  readonly serviceId?: number | undefined;
 }
 
 interface TargetState extends Target {

@@ -1,5 +1,6 @@
+import { useMemo } from 'react';
 import { Topic, useTopic } from '../parts/Topic';
-import type { Zone } from '../parts/time';
+import { knownZone, type Zone } from '../parts/time';
 import { useWorld } from './simulator';
 
 export type Theme = 'system' | 'dark' | 'light';
@@ -35,11 +36,12 @@ export function applyTheme(): void {
   apply();
 }
 
-const viewerZone: Zone = new Intl.DateTimeFormat().resolvedOptions().timeZone;
+const viewerZone: Zone = knownZone(new Intl.DateTimeFormat().resolvedOptions().timeZone) ?? 'UTC';
 
 /** The zone that times are shown in. What the service goes by is known from its simulator alone. */
 export function useZone(): Zone {
   const choice = useTopic(zoneChoice);
-  const zone = useWorld()?.timeZone;
+  const told = useWorld()?.timeZone;
+  const zone = useMemo(() => knownZone(told), [told]);
   return choice === 'viewer' || zone === undefined ? viewerZone : zone;
 }

@@ -5,6 +5,16 @@ export type Seconds = number;
 /** A name of the time zone database, such as `Europe/London`. */
 export type Zone = string;
 
+/** The zone, where the browser knows it: it may call its own `Etc/Unknown`, and take that from nobody. */
+export function knownZone(zone: Zone | undefined): Zone | undefined {
+  try {
+    new Intl.DateTimeFormat('en-GB', { timeZone: zone });
+    return zone;
+  } catch {
+    return undefined;
+  }
+}
+
 const formats = new Map<string, Intl.DateTimeFormat>();
 
 /** Whether dates go so far: 275,000 years. */

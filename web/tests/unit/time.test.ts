@@ -22,6 +22,9 @@ describe('a time in words', () => {
     expect(time.formatZone(noon, zone)).toBe(letters);
   });
 
+  test.each([['Europe/London', 'Europe/London'], ['Etc/Unknown', undefined], ['', undefined], [undefined, undefined]])('%s as a zone', (zone, known) =>
+    expect(time.knownZone(zone)).toBe(known));
+
   test.each([1e13, -1e300, NaN, Infinity])('%s is no time', (none) => {
     expect(time.formatTime(none, 'Europe/London')).toBe('–');
     expect(time.formatZone(none, 'Europe/London')).toBe('–');

@@ -36,7 +36,7 @@ export function Details({ panel, service, cell, services, zone, now, onGoTo, onL
       style={{ '--genre': kindColour(kindOf(code)) } as React.CSSProperties}
       onKeyDown={(key) => key.key === 'Escape' && !key.defaultPrevented && (key.preventDefault(), onLeave())}>
       <div className={styles.head}>
-        <h2>{event?.title || (cell.kind === 'unknown' ? service.name : 'No guide data')}</h2>
+        <h2>{event ? event.title || 'Untitled' : cell.kind === 'unknown' ? service.name : 'No guide data'}</h2>
         <p className={styles.facts}>
           <span>{service.channelNumber} {service.name}</span>
           {event !== undefined && (

@@ -72,7 +72,7 @@ export default function QueryView() {
       ) : (
         <ByExpression expression={question?.expression ?? ''} now={now} examples={examples ?? []} onAsk={(expression) => ask({ by: 'expression', expression })} />
       )}
-      {question === undefined && opening.error !== undefined ? <Failure error={opening.error} call={timeCall} onRetry={opening.reload} /> : (
+      {question === undefined && opening.error !== undefined ? <div><Failure error={opening.error} call={timeCall} onRetry={opening.reload} /></div> : (
         <Results asked={asked} question={question} form={form} call={call} onRetry={() => setRound(round + 1)} />
       )}
     </div>

@@ -10,6 +10,7 @@ import { describe, expect, onTestFinished, test } from 'vitest';
 import { expectNoViolations } from './support/axe.js';
 import { Host, noon, simulatorOf, startHost } from './support/host.js';
 import { allow, openPage, originOf, screenshot, startBrowser } from './support/page.js';
+import { recordCalls } from './support/sent.js';
 
 const status = (page: Page) => page.getByRole('banner').innerText();
 const away = [/ERR_CONNECTION_REFUSED/, /ERR_EMPTY_RESPONSE/, /ERR_CONNECTION_RESET/, /WebSocket connection to/, /status of 50\d/];
@@ -89,6 +90,22 @@ describe('the clock leaps', () => {
       session.send('Emulation.setVirtualTimePolicy', { policy: 'advance' }));
     await expect.poll(() => status(page)).toContain('13:00:');
   });
+});
+
+test('the machine wakes, and nobody tells: the page asks for the time', async () => {
+  const host = await startHost('--no-simulator');
+  const page = await openPage(host, '#/now');
+  allow(page, /Simulator/);
+  const calls = recordCalls(page);
+  await page.reload();
+  await expect.poll(() => status(page)).toContain('connected');
+  const questions = () => calls.filter(({ method }) => method === 'ITVService::utcTimeGet').length;
+  await expect.poll(questions).toBe(1);
+  await page.evaluate(() => {
+    const now = Date.now.bind(Date);
+    Date.now = () => now() + 3_600_000; // only the clock of the wall goes on while a machine sleeps
+  });
+  await expect.poll(questions, { timeout: 15_000 }).toBe(2); // by itself it asks every 30 s
 });
 
 describe('a token', () => {

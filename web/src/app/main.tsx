@@ -7,8 +7,10 @@ import './tokens.css';
 import './base.css';
 import { tv } from './service';
 import { applyTheme } from './settings';
+import { measureOnWaking } from './wake';
 
 applyTheme();
+measureOnWaking();
 createRoot(document.getElementById('page')!).render(
   <StrictMode>
     <TvProvider tv={tv}>

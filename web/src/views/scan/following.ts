@@ -70,7 +70,7 @@ export function useFollowedScan() {
     if (!isRunning) return;
     const timer = setTimeout(reload, patience);
     return () => clearTimeout(timer);
-  }, [isRunning, info, reload]);
+  }, [isRunning, info, scan.state, reload]);
   const isStrange = info !== undefined && known.plan === 'unknown' && known.samples.length > 0;
   useEffect(() => {
     if (isStrange && simulator !== undefined) recover(simulator).catch(() => {}); // it stays unknown

@@ -153,8 +153,10 @@ test('a service that refuses its time says why, and may be asked again', async (
   await simulator.weatherSet({ rules: [{ method: 'ITVService::utcTimeGet', error: 'OutOfMemory' }] });
   const page = await openPage(host, '#/guide');
   await page.getByRole('alert').getByText('ITVService::utcTimeGet').waitFor();
-  await page.getByRole('link', { name: 'Query' }).click();
-  await page.getByRole('alert').getByText('ITVService::utcTimeGet').waitFor();
+  for (const view of ['Now', 'Query']) {
+    await page.getByRole('link', { name: view }).click();
+    await page.getByRole('main', { name: view }).getByRole('alert').getByText('ITVService::utcTimeGet').waitFor();
+  }
   await simulator.weatherSet({ rules: [] });
   await page.getByRole('button', { name: 'Try again' }).click();
   await page.getByRole('table', { name: 'Events' }).waitFor();

@@ -1,28 +1,10 @@
-import { ConnectionLost, type TvError } from '@ostrel/tv';
-import { useConnection, useServices, useTv } from '@ostrel/tv/react';
-import { useCallback, useEffect, useState } from 'react';
+import { useServices } from '@ostrel/tv/react';
 import { Empty } from '../../parts/Empty';
 import { Failure } from '../../parts/Failure';
 import { servicesCall } from '../../parts/services';
+import { useTimeKnown } from '../../parts/useTimeKnown';
 import { Guide } from './Guide';
 import { GridShape } from './GridShape';
-
-/** Whether the service's time is known, or why not: nothing can be placed before. */
-function useTimeKnown(): { isKnown: boolean; error: TvError | undefined; measure: () => void } {
-  const tv = useTv();
-  const { state } = useConnection();
-  const [isKnown, know] = useState(false);
-  const [error, fail] = useState<TvError>();
-  const measure = useCallback(() => {
-    fail(undefined);
-    tv.clock.measure().then(() => know(true), (error: TvError) => error instanceof ConnectionLost || fail(error));
-  }, [tv]);
-  useEffect(() => tv.on('clock', () => know(true)), [tv]); // it goes on asking by itself
-  useEffect(() => {
-    if (state === 'open' && !isKnown) measure();
-  }, [state, isKnown, measure]);
-  return { isKnown, error, measure };
-}
 
 /** The programme guide. */
 export default function View() {

@@ -4,6 +4,8 @@ import { formatRoute, navigate, useParam } from '../../app/route';
 import { Answered } from '../../parts/Answered';
 import { Empty } from '../../parts/Empty';
 import { servicesCall } from '../../parts/services';
+import { Failure } from '../../parts/Failure';
+import { useTimeKnown } from '../../parts/useTimeKnown';
 import { onAt } from './air';
 import { Cards, CardShapes } from './Cards';
 import { cardsOf, isWanted, readWanted } from './cards';
@@ -17,6 +19,7 @@ export default function Now() {
   const tv = useTv();
   const services = useServices();
   const air = useOnAir();
+  const time = useTimeKnown(); // what is on at another time is not what is on
   const [kind] = useParam('kind');
   const [genre] = useParam('genre');
   const wanted = useMemo(() => readWanted(kind, genre), [kind, genre]);
@@ -34,6 +37,9 @@ export default function Now() {
           {(list) => (
             <Answered answer={air} call={asked} shape={<CardShapes />}>
               {() => {
+                if (!time.isKnown && time.error !== undefined)
+                  return <Failure error={time.error} call={{ method: 'ITVService::utcTimeGet', payload: {} }} onRetry={time.measure} />;
+                if (!time.isKnown) return <CardShapes />;
                 if (list.length === 0)
                   return (
                     <Empty icon="scan" title="No services yet">

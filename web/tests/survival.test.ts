@@ -93,7 +93,7 @@ describe('the clock leaps', () => {
 });
 
 test('the machine wakes, and nobody tells: the page asks for the time', async () => {
-  const host = await startHost('--no-simulator');
+  const host = await Host.start('127.0.0.1:0', '--no-simulator');
   const page = await openPage(host, '#/now');
   allow(page, /Simulator/);
   const calls = recordCalls(page);

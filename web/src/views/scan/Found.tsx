@@ -46,7 +46,7 @@ export function Found({ groups, info, inList, count, isRunning, onClear }: Found
         <h2 id="new">New services</h2>
         <span className={styles.note}>{count > 0 && `${count} new · `}{inList !== undefined && `${inList} in the channel list`}</span>
       </header>
-      {groups.map((group) => <GroupList key={group.services[0]!.uri} group={group} />)}
+      {[...groups].reverse().map((group) => <GroupList key={group.services[0]!.uri} group={group} />)}
       {groups.length === 0 && (
         <div className={styles.nothing}>
           <p>

@@ -100,12 +100,13 @@ test('the machine wakes, and nobody tells: the page asks for the time', async ()
   await page.reload();
   await expect.poll(() => status(page)).toContain('connected');
   const questions = () => calls.filter(({ method }) => method === 'ITVService::utcTimeGet').length;
-  await expect.poll(questions).toBe(1);
+  await page.getByText('Gate and Stile').first().waitFor(); // it knows the time
+  const before = questions();
   await page.evaluate(() => {
     const now = Date.now.bind(Date);
     Date.now = () => now() + 3_600_000; // only the clock of the wall goes on while a machine sleeps
   });
-  await expect.poll(questions, { timeout: 15_000 }).toBe(2); // by itself it asks every 30 s
+  await expect.poll(questions, { timeout: 15_000 }).toBeGreaterThan(before); // by itself it asks every 30 s
 });
 
 describe('a token', () => {

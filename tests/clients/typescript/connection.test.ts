@@ -175,13 +175,12 @@ test('a listener that closes while it is told ends everything', async () => {
 
 test('who observes is shown every message as it travels, in its order', async () => {
   const host = await Host.start();
-  const seen: [string, { id?: number; method?: string; result?: unknown }][] = [];
+  const seen: [string, unknown][] = [];
   const tv = await connected(host.url, { observe: (direction, text) => seen.push([direction, JSON.parse(text)]) });
-  await tv.service.utcTimeGet(); // has a context made
-  seen.length = 0;
   await tv.batch((b) => [b.service.utcTimeGet(), b.service.signalStatusGet({ sourceId: 0 })]);
-  const [[sent, asked], [received, told]] = seen as unknown as [[string, { method: string; id: number }[]], [string, { id: number }[]]];
-  expect(seen).toHaveLength(2);
+  const batches = seen.filter(([, message]) => Array.isArray(message)); // the clock asks what it likes, one by one
+  const [[sent, asked], [received, told]] = batches as unknown as [[string, { method: string; id: number }[]], [string, { id: number }[]]];
+  expect(batches).toHaveLength(2);
   expect([sent, received]).toEqual(['sent', 'received']);
   expect(asked.map(({ method }) => method)).toEqual(['ITVService::utcTimeGet', 'ITVService::signalStatusGet']);
   expect(told.map(({ id }) => id)).toEqual(asked.map(({ id }) => id));

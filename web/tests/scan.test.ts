@@ -92,7 +92,7 @@ describe('everybody’s scan', () => {
     const three = await open(host);
     for (const page of [one, two, three]) {
       await expect.poll(() => found(page)).toEqual(['45', '33', '12', '0']);
-      await expect.poll(() => groups(page)).toEqual(['690 MHz · channel 48 21', '722 MHz · channel 52 24']);
+      await expect.poll(() => groups(page)).toEqual(['722 MHz · channel 52 24', '690 MHz · channel 48 21']); // the newest first
       await expect.poll(() => blocks(page)).toBe(45);
       await page.getByText('Scanning · the whole band · the clock stands still').waitFor();
     }

@@ -1,5 +1,5 @@
 #include "bench/Yardsticks.h"
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <array>
 #include <charconv>
@@ -224,7 +224,7 @@ void appendJsonText(std::string& out, std::string_view text) {
 
 Columns makeColumns() {
     Columns columns;
-    for (const std::uint16_t number : TV::guideStartOrder()) {
+    for (const std::uint32_t number : TV::guideStartOrder()) {
         const epgentry& row = TV::guideRows()[number];
         columns.serviceIds.push_back(row.ServiceId);
         columns.starts.push_back(row.Start);

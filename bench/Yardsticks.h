@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <cstdint>
 #include <string>

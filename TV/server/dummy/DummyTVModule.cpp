@@ -3,8 +3,8 @@
 #include "Ostrel/runtime/Clock.h"
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/guide/Guide.h"
-#include "TV/server/dummy/guide/GuideTable.h"
 #include "TV/server/dummy/lineup/Lineup.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -45,7 +45,7 @@ bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     timeOffset = std::getenv("DUMMYFAKETIME") == nullptr
                      ? 0
                      : static_cast<std::int32_t>(getGuideMidday() - Clock::now());
-    sharedLineup().load(makeGuideLinks());
+    sharedLineup().load(lineupRows(), makeGuideLinks());
     addLineup(services, transponders);
     guide.addGenres();
     scanState.scanning = false;

@@ -33,13 +33,17 @@ struct GuideEvent {
     TextLine line;
 };
 
+/// A service that has events, by the numbers that they carry.
+struct GuideService {
+    int id = 0; ///< guide service id
+    unsigned network = 0; ///< DVB original_network_id
+    unsigned stream = 0; ///< DVB transport_stream_id
+    unsigned dvbId = 0; ///< DVB service_id
+    unsigned place = 0; ///< position carried with the events
+};
+
 /// A guide file: one service and its events in the order of time.
-struct GuideFile {
-    int id = 0;
-    unsigned network = 0;
-    unsigned stream = 0;
-    unsigned dvbId = 0;
-    unsigned place = 0;
+struct GuideFile : GuideService {
     std::vector<GuideEvent> events;
     TextLine line;
 };

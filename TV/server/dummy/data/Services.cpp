@@ -1,26 +1,13 @@
 #include "TV/server/dummy/data/Services.h"
 
+#include "TV/server/dummy/data/LineupText.h"
+
 #include <map>
 #include <set>
 
 namespace Ostrel::TV {
 
 namespace {
-
-struct Identifiers {
-    unsigned network, stream, dvbId;
-};
-
-std::map<std::string, Identifiers> readLineup(const std::string& path) {
-    std::map<std::string, Identifiers> known;
-    for (const TextLine& line : readTextFile(path)) {
-        const auto field = line.fields(9);
-        known[field[3]] = {static_cast<unsigned>(line.number(field[4], "network", 1, 0xFFFF)),
-                           static_cast<unsigned>(line.number(field[5], "stream", 1, 0xFFFF)),
-                           static_cast<unsigned>(line.number(field[6], "service", 1, 0xFFFF))};
-    }
-    return known;
-}
 
 void readFollows(Service& service, const std::string& text) {
     if (text.empty())
@@ -39,7 +26,9 @@ void readFollows(Service& service, const std::string& text) {
 
 std::vector<Service> readServices(const std::string& servicesPath, const std::string& lineupPath) {
     constexpr unsigned network = 0x233A; // of every service, in the line-up or not
-    const auto lineup = readLineup(lineupPath);
+    std::map<std::string, LineupService> lineup;
+    for (const LineupService& service : readLineup(lineupPath))
+        lineup[service.name] = service;
 
     std::vector<Service> services;
     std::set<std::string> slugs;

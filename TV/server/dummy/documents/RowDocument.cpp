@@ -3,7 +3,7 @@
 #include "TV/server/dummy/documents/Escape.h"
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <array>
 #include <charconv>
@@ -310,7 +310,7 @@ Texts textsOf(const epgentry& row, const GuideRowFacts& facts, std::size_t& room
     return texts;
 }
 
-/// The facts of a row, which only those of the built-in guide have.
+/// The facts of a row, which only those of the chosen world have.
 const GuideRowFacts* findFacts(const epgentry* row) {
     const auto rows = guideRows();
     const std::less<const epgentry*> less;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TV/server/dummy/documents/Generator.h"
-#include "TV/server/dummy/guide/epgentry.h"
+#include "TV/server/dummy/world/epgentry.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +12,7 @@ void StartTimeIndex::addGuide() {
     const bool first = rows_.empty();
     const auto table = guideRows();
     rows_.reserve(rows_.size() + table.size());
-    for (const std::uint16_t row : guideStartOrder())
+    for (const std::uint32_t row : guideStartOrder())
         rows_.push_back(&table[row]);
     // The build has sorted one guide; two are in order by themselves alone.
     if (!first) {
@@ -72,7 +72,7 @@ void StartTimeIndex::fillServices() {
 }
 
 std::string_view StartTimeIndex::texts() const {
-    return {reinterpret_cast<const char*>(&guideTexts), textsSize_};
+    return {chosenWorld().texts.data(), textsSize_};
 }
 
 std::size_t StartTimeIndex::firstFrom(std::uint32_t start) const {

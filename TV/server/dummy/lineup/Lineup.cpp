@@ -17,12 +17,14 @@ std::string makeUri(const LineupRow& row) {
 }
 
 ITVService::ServiceInfo makeServiceInfo(const LineupRow& row) {
+    const char* const name = row.name;
+    const char* const provider = row.provider;
     return {static_cast<unsigned>(row.channelNumber),
-            row.name,
+            name,
             makeUri(row),
             row.guideServiceId,
             static_cast<ITVService::ServiceInfo::Type>(row.type),
-            row.provider,
+            provider ? provider : "",
             row.scrambled,
             row.highDefinition,
             row.visible,
@@ -33,7 +35,7 @@ auto hasFrequency(std::uint32_t frequencyMHz) {
     return [=](const TransponderInfo& transponder) { return transponder.frequencyMHz == frequencyMHz; };
 }
 
-Lineup theLineup(lineupRows());
+Lineup theLineup;
 
 } // namespace
 
@@ -41,7 +43,8 @@ Lineup& sharedLineup() {
     return theLineup;
 }
 
-void Lineup::load(std::span<const GuideLink> guide) {
+void Lineup::load(std::span<const LineupRow> rows, std::span<const GuideLink> guide) {
+    rows_.assign(rows.begin(), rows.end());
     linkToGuide(guide);
     std::uint32_t largest = 0;
     for (const GuideLink& link : guide)

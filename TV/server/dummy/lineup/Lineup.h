@@ -1,7 +1,7 @@
 #pragma once
 
-#include "TV/server/dummy/lineup/LineupRow.h"
 #include "TV/server/dummy/lineup/TransponderInfo.h"
+#include "TV/server/dummy/world/LineupRow.h"
 
 #include <cstdint>
 #include <span>
@@ -9,7 +9,7 @@
 
 namespace Ostrel::TV {
 
-/// What is on the air: the services of a table, and the transponders that carry them.
+/// What is on the air: the services of a world, and the transponders that carry them.
 ///
 /// load() comes before anything is asked; from then on it is only read, by any thread and
 /// without a lock.
@@ -20,16 +20,14 @@ public:
         std::uint32_t dvbServiceId, guideServiceId;
     };
 
-    /// @param rows  stay where they are, and are written by load()
-    explicit Lineup(std::span<LineupRow> rows) : rows_(rows) {}
-
-    /// Gives every row its guide service id, and puts every service on its transponder.
+    /// Takes the rows over, gives each its guide service id, and puts every service on its transponder.
     ///
     /// A row that the guide does not know is numbered on from the largest id of the guide, in the
     /// order of the table. A second call puts every service there a second time.
     /// @throws std::bad_alloc
-    void load(std::span<const GuideLink> guide);
+    void load(std::span<const LineupRow> rows, std::span<const GuideLink> guide);
 
+    /// None before load().
     std::span<const LineupRow> getRows() const { return rows_; }
 
     /// In the order in which the table names them; none before load().
@@ -43,7 +41,7 @@ private:
     void numberTheRest(std::uint32_t largest);
     void fillTransponders();
 
-    std::span<LineupRow> rows_;
+    std::vector<LineupRow> rows_;
     std::vector<TransponderInfo> transponders_;
 };
 

@@ -3,8 +3,8 @@
 #include "TV/server/dummy/quoril/Expression.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
-#include "TV/server/dummy/guide/epgentry.h"
 #include "TV/server/dummy/quoril/Field.h"
+#include "TV/server/dummy/world/epgentry.h"
 
 #include <limits>
 #include <utility>

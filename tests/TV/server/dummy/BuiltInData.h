@@ -6,8 +6,6 @@
 /// Takes back what init() has written for the whole process, so that another module may run it.
 inline void forgetBuiltInData() {
     using namespace Ostrel::TV;
-    for (LineupRow& row : lineupRows())
-        row.guideServiceId = 0;
-    sharedLineup() = Lineup(lineupRows());
+    sharedLineup() = Lineup();
     sharedGuide() = Guide();
 }

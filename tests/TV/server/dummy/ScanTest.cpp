@@ -347,11 +347,12 @@ TEST_F(ScanTest, CountedTwice) {
 
 TEST_F(ScanTest, DataServicesAreCountedApartAndOthersNowhere) {
     const auto row = [](int channelNumber, unsigned type) {
-        return LineupRow{474, channelNumber, type, "S", 1, 1, 1, 0, "", false, false, true, true};
+        constexpr PoolText someName = {1}; // the first text of the built-in world
+        return LineupRow{474, channelNumber, type, someName, 1, 1, 1, 0, {}, false, false, true, true};
     };
     std::vector<LineupRow> rows{row(801, 3), row(802, 4), row(801, 3)};
-    sharedLineup() = Lineup(rows);
-    sharedLineup().load({});
+    sharedLineup() = Lineup();
+    sharedLineup().load(rows, {});
     context.scanBlindStart(1, 0);
     time.advance(1);
     context.scanStop(1);

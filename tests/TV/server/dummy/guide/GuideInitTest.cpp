@@ -2,8 +2,8 @@
 
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/DummyTVModule.h"
-#include "TV/server/dummy/guide/GuideTable.h"
 #include "TV/server/dummy/query/EventQuery.h"
+#include "TV/server/dummy/world/World.h"
 #include "tests/TV/server/dummy/BuiltInData.h"
 #include "tests/support/FakeTime.h"
 

@@ -1,6 +1,6 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 
-#include "TV/server/dummy/guide/GuideTable.h"
+#include "TV/server/dummy/world/World.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "TV/server/dummy/quoril/Expression.h"
 
-#include "TV/server/dummy/guide/epgentry.h"
+#include "TV/server/dummy/world/epgentry.h"
 #include "tests/TV/server/dummy/quoril/ExpressionRows.h"
 #include "tests/TV/server/dummy/quoril/RandomTree.h"
 

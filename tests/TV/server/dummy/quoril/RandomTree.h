@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/guide/epgentry.h"
+#include "TV/server/dummy/world/epgentry.h"
 
 #include <algorithm>
 #include <cctype>

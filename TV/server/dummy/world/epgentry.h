@@ -1,26 +1,14 @@
 #pragma once
 
+#include "TV/server/dummy/world/PoolText.h"
+
 #include <cstdint>
 
 namespace Ostrel::TV {
 
-/// All texts of the guide, one after the other, each ended by a NUL.
-struct GuideTexts;
-extern const GuideTexts guideTexts;
-
-/// A text member of a guide row: reads as a `const char*`, null when the text is absent.
+/// One broadcast event of a guide. A row whose ServiceId is 0 ends the table.
 ///
-/// It holds where the text stands among the guide's texts, not its address: a table of
-/// addresses would have to be relocated, and so copied, whenever the module is loaded.
-struct PoolText {
-    std::uint32_t offset; ///< in guideTexts; 0 is "absent"
-
-    operator const char*() const noexcept {
-        return offset == 0 ? nullptr : reinterpret_cast<const char*>(&guideTexts) + offset;
-    }
-};
-
-/// One broadcast event of the built-in guide. A row whose ServiceId is 0 ends the table.
+/// It has this layout in memory and in a compiled world alike.
 struct epgentry {
     struct Crid {
         PoolText CridData;

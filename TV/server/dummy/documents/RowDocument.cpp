@@ -221,7 +221,7 @@ private:
 /// The texts of a row.
 struct Texts {
     Text title, description, guidance;
-    std::array<Text, 10> crids;
+    std::array<Text, 10> crids; ///< as many as the row has; the others are not set
 };
 
 /// A document's members, in the one order that both forms have.
@@ -281,7 +281,10 @@ void writeDocument(Document& document, const epgentry& row, const Texts& texts, 
 /// The texts of a row of which nothing is known.
 Texts textsOf(const epgentry& row) {
     const auto unknown = [](const char* text) { return Text{text, 0, true}; };
-    Texts texts{unknown(row.Title), unknown(row.Description), unknown(row.Guidance), {}};
+    Texts texts;
+    texts.title = unknown(row.Title);
+    texts.description = unknown(row.Description);
+    texts.guidance = unknown(row.Guidance);
     for (std::size_t i = 0; i < row.CridCount; ++i)
         texts.crids[i] = unknown(row.Crids[i].CridData);
     return texts;
@@ -297,10 +300,10 @@ Texts textsOf(const epgentry& row, const GuideRowFacts& facts, std::size_t& room
         return text ? Text{text, fact.length, escapes}
                     : Text{format == OutputFormat::Json ? "" : nullptr, 0, false};
     };
-    Texts texts{known(row.Title, facts.title),
-                known(row.Description, facts.description),
-                known(row.Guidance, facts.guidance),
-                {}};
+    Texts texts;
+    texts.title = known(row.Title, facts.title);
+    texts.description = known(row.Description, facts.description);
+    texts.guidance = known(row.Guidance, facts.guidance);
     for (std::size_t i = 0; i < row.CridCount; ++i) {
         // Letters, digits and a slash.
         const char* const crid = row.Crids[i].CridData;

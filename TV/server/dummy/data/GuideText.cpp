@@ -35,7 +35,10 @@ void writeEvent(std::string& out, const GuideEvent& event) {
     mark(event.late, "late");
     mark(event.next, "next");
 
-    out += "\nevent " + std::to_string(event.programme) + " | " + formatTime(event.start) + " | " +
+    out += "\n";
+    if (!event.origin.empty())
+        out += "# from " + event.origin + "\n";
+    out += "event " + std::to_string(event.programme) + " | " + formatTime(event.start) + " | " +
            formatTime(event.end) + " | " + content(event.content) + " | version " +
            std::to_string(event.version) + marks + "\n";
     out += "title " + event.title + "\n";

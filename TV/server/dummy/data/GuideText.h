@@ -30,6 +30,7 @@ struct GuideEvent {
     std::string title;
     std::string synopsis; ///< empty when absent
     std::string guidance; ///< empty when absent
+    std::string origin; ///< written before it: what it was made from, "catalogue/bbc-one.txt:120"
     TextLine line;
 };
 

@@ -37,8 +37,9 @@ std::size_t sequenceLength(std::string_view text) {
 
 } // namespace
 
-TextLine::TextLine(std::shared_ptr<const std::string> file, unsigned number, std::string text)
-    : file_(std::move(file)), number_(number), text_(std::move(text)) {}
+TextLine::TextLine(std::shared_ptr<const std::string> file, unsigned number, std::string text,
+                   std::shared_ptr<const std::string> origin)
+    : file_(std::move(file)), number_(number), text_(std::move(text)), origin_(std::move(origin)) {}
 
 std::string TextLine::word() const {
     return text_.substr(0, text_.find_first_of(blanks));
@@ -89,20 +90,25 @@ void TextLine::checkText(std::string_view text) const {
 }
 
 void TextLine::fail(const std::string& reason) const {
-    throw TextFileError((file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_) + ": " + reason);
+    const std::string place = (file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_);
+    throw TextFileError(origin_ ? *origin_ + ": " + reason + " (" + place + ")" : place + ": " + reason);
 }
 
 std::vector<TextLine> readTextFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in)
         throw TextFileError(path + ":0: cannot be read");
+    constexpr std::string_view from = "# from ";
     const auto file = std::make_shared<const std::string>(path);
+    std::shared_ptr<const std::string> origin;
     std::vector<TextLine> lines;
     std::string raw;
     for (unsigned number = 1; std::getline(in, raw); ++number) {
         const auto text = trimmed(raw);
-        if (!text.empty() && text.front() != '#')
-            lines.emplace_back(file, number, std::string(text));
+        if (text.starts_with(from))
+            origin = std::make_shared<const std::string>(trimmed(text.substr(from.size())));
+        else if (!text.empty() && text.front() != '#')
+            lines.emplace_back(file, number, std::string(text), origin);
     }
     return lines;
 }

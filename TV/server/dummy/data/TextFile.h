@@ -8,7 +8,8 @@
 
 namespace Ostrel::TV {
 
-/// What stopped the reading of a data file; the text is "file:line: reason".
+/// What stopped the reading of a data file; the text is "file:line: reason", and where the line was
+/// made from another one "origin: reason (file:line)".
 class TextFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -18,7 +19,9 @@ public:
 class TextLine {
 public:
     TextLine() = default;
-    TextLine(std::shared_ptr<const std::string> file, unsigned number, std::string text);
+    /// `origin` is the place of the line that this one was made from; null when it was not.
+    TextLine(std::shared_ptr<const std::string> file, unsigned number, std::string text,
+             std::shared_ptr<const std::string> origin = nullptr);
 
     const std::string& text() const { return text_; }
 
@@ -45,9 +48,11 @@ private:
     std::shared_ptr<const std::string> file_;
     unsigned number_ = 0;
     std::string text_;
+    std::shared_ptr<const std::string> origin_;
 };
 
-/// The lines of a file but for blank ones and those that start with "#".
+/// The lines of a file but for blank ones and those that start with "#". One such line means
+/// something: "# from PLACE" is the origin of all that follow until the next one.
 std::vector<TextLine> readTextFile(const std::string& path);
 
 /// Writes a file unless it holds these bytes already, so that nothing made from it is made again.

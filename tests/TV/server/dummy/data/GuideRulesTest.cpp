@@ -92,25 +92,40 @@ const Row rows[] = {
 };
 // clang-format on
 
+std::string guidePath() {
+    return (std::filesystem::temp_directory_path() / ("guide-rules-" + std::to_string(::getpid()) + ".txt"))
+        .string();
+}
+
+/// What is said of a service with these events; nothing when they are in order.
+std::string saidOf(const std::string& events) {
+    std::ofstream(guidePath()) << "service 1000\nnetwork 0x233A\nstream 0x4082\ndvb-service 0x4440\nplace 1\n"
+                               << events;
+    std::string said;
+    try {
+        checkGuide({readGuide(guidePath())});
+    } catch (const TextFileError& error) {
+        said = error.what();
+    }
+    std::filesystem::remove(guidePath());
+    return said;
+}
+
 class GuideRulesTable : public testing::TestWithParam<Row> {};
 
 } // namespace
 
 TEST_P(GuideRulesTable, SaysWhatIsWrongAndWhere) {
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("guide-rules-" + std::to_string(::getpid()) + ".txt"))
-            .string();
-    std::ofstream(path) << "service 1000\nnetwork 0x233A\nstream 0x4082\ndvb-service 0x4440\nplace 1\n"
-                        << GetParam().events;
-    std::string said;
-    try {
-        checkGuide({readGuide(path)});
-    } catch (const TextFileError& error) {
-        said = error.what();
-    }
-    std::filesystem::remove(path);
     const std::string reason = GetParam().reason;
-    EXPECT_EQ(said, reason.empty() ? "" : path + reason);
+    EXPECT_EQ(saidOf(GetParam().events), reason.empty() ? "" : guidePath() + reason);
+}
+
+TEST(GuideRulesTest, BlamesWhatAnEventWasMadeFrom) {
+    EXPECT_EQ(saidOf("# from catalogue/bbc-one.txt:120\n"
+                     "event 5 | 2011-10-14T17:45:00Z | 2011-10-14T18:00:00Z | 0x20 | version 2\ntitle A\n"
+                     "# from catalogue/bbc-one.txt:131\n"
+                     "event 6 | 2011-10-14T18:00:00Z | 2011-10-14T18:45:00Z | 0x20 | version 7\ntitle B\n"),
+              "catalogue/bbc-one.txt:131: versions are 0 to 6 (" + guidePath() + ":10)");
 }
 
 INSTANTIATE_TEST_SUITE_P(Rules, GuideRulesTable, testing::ValuesIn(rows),

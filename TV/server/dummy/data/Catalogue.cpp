@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
 #include <tuple>
 
 namespace Ostrel::TV {
@@ -67,6 +68,7 @@ Programme::Kind readKind(const TextLine& line, const std::string& text) {
 
 void readManner(Programme& programme, const TextLine& line) {
     const auto field = line.fields(4);
+    programme.manner = line;
     programme.kind = readKind(line, field[0]);
     programme.pools = splitText(field[1], ',');
     if (programme.pools.empty())
@@ -144,7 +146,9 @@ private:
                 line.fail("guidance is for late programmes only");
         } else if (mark == "-") {
             // A lone dash is an episode about which nothing is said.
-            programmes.back().synopses.push_back(line.rest().empty() ? std::string() : afterMark(line));
+            if (!line.rest().empty())
+                line.checkText(line.rest());
+            programmes.back().episodes.push_back(line);
         } else {
             line.fail("expected \"= title\", \"! guidance\" or \"- synopsis\"");
         }
@@ -166,9 +170,26 @@ private:
             if (catalogue_.days[day].front().minute != catalogue_.days[0].front().minute)
                 catalogue_.days[day].front().line.fail("all days of a service start at the same time");
         }
-        for (const Programme& programme : catalogue_.programmes)
-            if (programme.synopses.empty())
+        checkPools();
+    }
+
+    /// Every pool has slots and programmes: a name that only one side knows is misspelt.
+    void checkPools() const {
+        std::set<std::string> ofSlots, ofProgrammes;
+        for (const auto& [name, slots] : sections_)
+            for (const Slot& slot : slots)
+                ofSlots.insert(slot.name);
+        for (const Programme& programme : catalogue_.programmes) {
+            if (programme.episodes.empty())
                 programme.line.fail("a programme without an episode");
+            for (const std::string& pool : programme.pools)
+                if (ofProgrammes.insert(pool); ofSlots.count(pool) == 0)
+                    programme.manner.fail("no slot has pool " + pool);
+        }
+        for (const auto& [name, slots] : sections_)
+            for (const Slot& slot : slots)
+                if (slot.source == Slot::Source::Pool && ofProgrammes.count(slot.name) == 0)
+                    slot.line.fail("no programme has pool " + slot.name);
     }
 
     std::vector<TextLine> lines_;
@@ -192,7 +213,7 @@ std::vector<std::pair<const Programme*, std::size_t>> Catalogue::deal(const std:
     for (const Programme& programme : programmes) {
         if (std::find(programme.pools.begin(), programme.pools.end(), pool) == programme.pools.end())
             continue;
-        const std::size_t count = programme.synopses.size();
+        const std::size_t count = programme.episodes.size();
         for (std::size_t episode = 0; episode != count; ++episode)
             places.push_back({&programme, episode, 2 * episode + 1, 2 * count});
     }

@@ -20,8 +20,11 @@ struct Programme {
     bool hd = false;
     bool late = false; ///< unsuitable before the watershed
     std::string guidance;
-    std::vector<std::string> synopses; ///< one an episode
+    std::vector<TextLine> episodes; ///< "- synopsis" each
     TextLine line;
+    TextLine manner; ///< its second line, which has its pools
+
+    std::string synopsis(std::size_t episode) const { return episodes[episode].rest(); }
 };
 
 /// A line of a service's shape: what fills its hours from a time on.

@@ -30,6 +30,7 @@ public:
         for (Placed& placed : slots_)
             if (placed.wanted)
                 fill(placed);
+        remarkOnPools();
     }
 
 private:
@@ -115,12 +116,11 @@ private:
         auto dealt = dealt_.find(pool);
         if (dealt == dealt_.end())
             dealt = dealt_.emplace(pool, catalogue_.deal(pool)).first;
-        if (dealt->second.empty())
-            placed.slot->line.fail("pool " + pool + " has no programme");
 
         auto& use = schedule_.pools_[slug_][pool];
         use.episodes = dealt->second.size();
-        ++use.slots;
+        if (++use.slots == 1)
+            use.line = placed.slot->line;
         const auto least =
             std::min_element(dealt->second.begin(), dealt->second.end(),
                              [&](const auto& a, const auto& b) { return shown_[a] < shown_[b]; });
@@ -137,10 +137,27 @@ private:
             if (start >= end)
                 continue;
             if (start != other.start || end != other.end)
-                schedule_.remarks_.push_back(slug_ + ": " + formatTime(start + londonOffset) + " " +
-                                             placed.slot->name + " is cut to fit");
+                remark(placed.slot->line, placed.slot->name + " is cut to fit at " +
+                                              formatTime(start + londonOffset).substr(0, 16));
             show(start, end, other.programme, other.episode, other.origin);
         }
+    }
+
+    void remark(const TextLine& line, const std::string& text) {
+        schedule_.remarks_[slug_].push_back(line.place() + ": " + text);
+    }
+
+    /// Tells what the pools leave out, and which of them had to begin again.
+    void remarkOnPools() {
+        for (const Programme& programme : catalogue_.programmes)
+            for (std::size_t episode = 0; episode != programme.episodes.size(); ++episode)
+                if (shown_[{&programme, episode}] == 0)
+                    remark(programme.episodes[episode],
+                           "not on: more episodes than slots in pool " + programme.manner.fields()[1]);
+        for (const auto& [name, use] : schedule_.pools_[slug_])
+            if (use.episodes < use.slots)
+                remark(use.line, "pool " + name + " begins again: " + std::to_string(use.slots) +
+                                     " slots, episodes: " + std::to_string(use.episodes));
     }
 
     void show(std::int64_t start, std::int64_t end, const Programme* programme, std::size_t episode,
@@ -158,14 +175,14 @@ private:
     std::map<std::pair<const Programme*, std::size_t>, unsigned> shown_;
 };
 
-template <class Step> void Schedule::attempt(bool partial, Step step) {
+template <class Step> void Schedule::attempt(const std::string& slug, bool partial, Step step) {
     try {
         step();
     } catch (const TextFileError& error) {
         if (!partial)
             throw;
         underWay_.clear();
-        remarks_.push_back(error.what());
+        remarks_[slug].push_back(error.what());
     }
 }
 
@@ -177,10 +194,10 @@ Schedule::Schedule(const std::vector<Service>& services, const std::string& cata
         const std::string path = catalogueDirectory + "/" + service.slug + ".txt";
         if (service.follows != Service::Follows::Nobody || (partial && !std::filesystem::exists(path)))
             continue;
-        attempt(partial, [&] { catalogues_[service.slug] = readCatalogue(path); });
+        attempt(service.slug, partial, [&] { catalogues_[service.slug] = readCatalogue(path); });
     }
     for (const auto& entry : catalogues_)
-        attempt(partial, [&] { layOut(entry.first); });
+        attempt(entry.first, partial, [&] { layOut(entry.first); });
 }
 
 void Schedule::layOut(const std::string& slug) {
@@ -216,6 +233,12 @@ const std::map<std::string, PoolUse>& Schedule::pools(const std::string& slug) c
     static const std::map<std::string, PoolUse> none;
     const auto found = pools_.find(slug);
     return found == pools_.end() ? none : found->second;
+}
+
+const std::vector<std::string>& Schedule::remarks(const std::string& slug) const {
+    static const std::vector<std::string> none;
+    const auto found = remarks_.find(slug);
+    return found == remarks_.end() ? none : found->second;
 }
 
 } // namespace Ostrel::TV

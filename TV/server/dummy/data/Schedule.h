@@ -24,6 +24,7 @@ struct Showing {
 struct PoolUse {
     std::size_t episodes = 0; ///< supply
     std::size_t slots = 0; ///< demand
+    TextLine line; ///< of its first slot
 };
 
 /// Lays the catalogues out over the days of the guide.
@@ -42,23 +43,24 @@ public:
     /// How a service's pools were used.
     const std::map<std::string, PoolUse>& pools(const std::string& slug) const;
 
-    /// Remarks for the editors: what a viewer would find odd.
-    const std::vector<std::string>& remarks() const { return remarks_; }
+    /// Remarks about a service for the editors, each with its place in the catalogue: what is not
+    /// on, and what a viewer would find odd.
+    const std::vector<std::string>& remarks(const std::string& slug) const;
 
 private:
     class Layout;
 
     void layOut(const std::string& slug);
 
-    /// Runs a step; with `partial` its error is but a remark.
-    template <class Step> void attempt(bool partial, Step step);
+    /// Runs a step for a service; with `partial` its error is but a remark.
+    template <class Step> void attempt(const std::string& slug, bool partial, Step step);
 
     std::map<std::string, Catalogue> catalogues_;
     std::map<std::string, std::vector<Showing>> laidOut_;
     std::map<std::string, std::map<std::string, PoolUse>> pools_;
     std::set<std::string> ledLater_; ///< services that another one follows an hour later
     std::vector<std::string> underWay_;
-    std::vector<std::string> remarks_;
+    std::map<std::string, std::vector<std::string>> remarks_;
 };
 
 /// Starts of events lie in this span: 2011-10-11 22:00 to 2011-10-20 00:55 in London.

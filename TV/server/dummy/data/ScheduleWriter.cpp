@@ -2,6 +2,7 @@
 // event its identifiers. The same catalogue always gives the same bytes.
 //
 //     ScheduleWriter DATA GUIDE            writes the guide of the data directory to GUIDE
+//     ScheduleWriter DATA GUIDE --tell     and tells what the catalogue has that is not on
 //     ScheduleWriter DATA GUIDE SLUG...    writes nothing, shows how the pools of these services fare
 
 #include "TV/server/dummy/data/GuideText.h"
@@ -98,7 +99,9 @@ public:
 
     /// Links events with the same event in high definition: as many as the broadcasters
     /// announce, those of the evenings first.
-    void linkHd() {
+    ///
+    /// Returns how many there were to choose from.
+    std::size_t linkHd() {
         constexpr std::size_t announced = 126;
         std::vector<std::pair<GuideEvent*, unsigned>> found;
         for (const Service& service : services_) {
@@ -120,10 +123,9 @@ public:
         };
         std::stable_sort(found.begin(), found.end(),
                          [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
-        std::cout << found.size() << " events could be linked with their HD twins\n";
-        found.resize(std::min(found.size(), announced));
-        for (const auto& [event, twin] : found)
-            event->hdLink = twin;
+        for (std::size_t i = 0; i != std::min(found.size(), announced); ++i)
+            found[i].first->hdLink = found[i].second;
+        return found.size();
     }
 
     const std::map<std::string, GuideFile>& guides() const { return guides_; }
@@ -136,8 +138,10 @@ private:
         event.end = showing.end;
         event.content = programme.genre;
         event.title = programme.title;
-        event.synopsis = programme.synopses[showing.episode];
+        event.synopsis = programme.synopsis(showing.episode);
         event.guidance = programme.guidance;
+        event.origin = "catalogue/" + showing.origin +
+                       ".txt:" + std::to_string(programme.episodes[showing.episode].lineNumber());
         event.late = programme.late;
         event.hd =
             programme.hd && (service.follows == Service::Follows::SideBySide || service.slug == "bbc-hd");
@@ -180,7 +184,7 @@ private:
         case Programme::Kind::Series:
             crids.push_back({1, registry_.name(episode)});
             crids.push_back({2, registry_.name(series)});
-            recommend(programme.synopses.size() < 3 ? 0 : chance % 5);
+            recommend(programme.episodes.size() < 3 ? 0 : chance % 5);
             break;
         }
         return crids;
@@ -223,6 +227,11 @@ private:
     std::map<std::string, GuideFile> guides_;
 };
 
+void tell(const Schedule& schedule, const Service& service) {
+    for (const std::string& remark : schedule.remarks(service.slug))
+        std::cout << remark << "\n";
+}
+
 /// Prints a service's pools: how many episodes they have and how many slots want one.
 void report(const Schedule& schedule, const Service& service) {
     const auto showings = schedule.showings(service);
@@ -232,8 +241,7 @@ void report(const Schedule& schedule, const Service& service) {
     std::printf("%s: %zu rows, %zu different episodes\n", service.slug.c_str(), showings.size(),
                 distinct.size());
     for (const auto& [name, use] : schedule.pools(service.slug))
-        std::printf("  %-24s %3zu episodes for %3zu slots%s\n", name.c_str(), use.episodes, use.slots,
-                    use.episodes < use.slots ? "   TOO FEW" : "");
+        std::printf("  %-24s %3zu episodes for %3zu slots\n", name.c_str(), use.episodes, use.slots);
     std::set<std::string> late;
     for (const Showing& showing : showings)
         if (showing.programme->late && !afterWatershed(showing.start))
@@ -241,17 +249,18 @@ void report(const Schedule& schedule, const Service& service) {
                         showing.programme->title);
     for (const std::string& text : late)
         std::printf("  LATE PROGRAMME TOO EARLY %s\n", text.c_str());
+    std::fflush(stdout);
+    tell(schedule, service);
 }
 
 void run(const std::vector<std::string>& arguments) {
     const std::string& data = arguments.at(0);
     const std::string& directory = arguments.at(1);
-    const bool reportOnly = arguments.size() > 2;
+    const bool telling = arguments.size() > 2 && arguments[2] == "--tell";
+    const bool reportOnly = arguments.size() > 2 && !telling;
 
     const auto services = readServices(data + "/services.txt", data + "/lineup.txt");
     const Schedule schedule(services, data + "/catalogue", reportOnly);
-    for (const std::string& remark : schedule.remarks())
-        std::cout << remark << "\n";
     if (reportOnly) {
         for (const Service& service : services)
             if (std::find(arguments.begin() + 2, arguments.end(), service.slug) != arguments.end())
@@ -262,7 +271,7 @@ void run(const std::vector<std::string>& arguments) {
     GuideWriter writer(services);
     for (const Service& service : services)
         writer.add(service, schedule.showings(service));
-    writer.linkHd();
+    const std::size_t linkable = writer.linkHd();
     std::filesystem::create_directories(directory);
     std::size_t rows = 0;
     for (const Service& service : services) {
@@ -271,7 +280,12 @@ void run(const std::vector<std::string>& arguments) {
         writeTextFile(directory + "/" + service.guideFile(),
                       writeGuide(guide, service.name + ": " + service.character));
     }
-    std::cout << rows << " events of " << services.size() << " services\n";
+    if (!telling)
+        return;
+    for (const Service& service : services)
+        tell(schedule, service);
+    std::cout << rows << " events of " << services.size() << " services; " << linkable
+              << " could be linked with their HD twins\n";
 }
 
 } // namespace
@@ -279,6 +293,6 @@ void run(const std::vector<std::string>& arguments) {
 } // namespace Ostrel::TV
 
 int main(int count, char** arguments) {
-    return Ostrel::TV::runProgram(count, arguments, 2, "ScheduleWriter DATA GUIDE [SLUG...]",
+    return Ostrel::TV::runProgram(count, arguments, 2, "ScheduleWriter DATA GUIDE [--tell | SLUG...]",
                                   Ostrel::TV::run);
 }

@@ -41,6 +41,10 @@ TextLine::TextLine(std::shared_ptr<const std::string> file, unsigned number, std
                    std::shared_ptr<const std::string> origin)
     : file_(std::move(file)), number_(number), text_(std::move(text)), origin_(std::move(origin)) {}
 
+std::string TextLine::place() const {
+    return (file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_);
+}
+
 std::string TextLine::word() const {
     return text_.substr(0, text_.find_first_of(blanks));
 }
@@ -90,8 +94,7 @@ void TextLine::checkText(std::string_view text) const {
 }
 
 void TextLine::fail(const std::string& reason) const {
-    const std::string place = (file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_);
-    throw TextFileError(origin_ ? *origin_ + ": " + reason + " (" + place + ")" : place + ": " + reason);
+    throw TextFileError(origin_ ? *origin_ + ": " + reason + " (" + place() + ")" : place() + ": " + reason);
 }
 
 std::vector<TextLine> readTextFile(const std::string& path) {

@@ -24,6 +24,10 @@ public:
              std::shared_ptr<const std::string> origin = nullptr);
 
     const std::string& text() const { return text_; }
+    unsigned lineNumber() const { return number_; }
+
+    /// Where it stands, "file:line".
+    std::string place() const;
 
     /// The line's first word, and what follows it after the blanks.
     std::string word() const;

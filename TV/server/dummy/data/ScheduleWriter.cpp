@@ -98,7 +98,7 @@ public:
     }
 
     /// Links events with the same event in high definition: as many as the broadcasters
-    /// announce, those of the evenings first.
+    /// announce, those of the evenings and weekends first.
     ///
     /// Returns how many there were to choose from.
     std::size_t linkHd() {
@@ -118,8 +118,10 @@ public:
             }
         }
         const auto rank = [](const auto& link) {
-            const auto time = londonTimeOfDay(link.first->start);
-            return std::pair(time < 18 * 3600 || time >= 23 * 3600, link.first->start);
+            const auto hour = londonTimeOfDay(link.first->start) / 3600;
+            const auto daysSinceThursday = (link.first->start + londonOffset) / 86400 % 7;
+            const bool weekend = daysSinceThursday == 2 || daysSinceThursday == 3;
+            return std::pair(hour < (weekend ? 6 : 18) || hour >= 23, link.first->start);
         };
         std::stable_sort(found.begin(), found.end(),
                          [&](const auto& a, const auto& b) { return rank(a) < rank(b); });

@@ -18,8 +18,16 @@ constexpr unsigned highestVersion = 6;
 constexpr unsigned highestPlace = 64;
 constexpr int largestServiceId = 0x7FFFFFFF;
 
+/// Whoever looks for "O'Clock" types the apostrophe of a keyboard, and so does the built-in guide.
+void checkQuotes(const GuideEvent& event, const std::string& text) {
+    for (const char* quote : {"\u2018", "\u2019", "\u201C", "\u201D"})
+        if (text.find(quote) != std::string::npos)
+            event.line.fail(std::string("a text holds ") + quote + " where a keyboard has ' or \"");
+}
+
 void checkText(const GuideEvent& event, const std::string& text, const char* what) {
     event.line.checkText(text);
+    checkQuotes(event, text);
     if (text.size() > longestText)
         event.line.fail(std::string(what) + " is longer than " + std::to_string(longestText) + " bytes");
 }

@@ -1,6 +1,5 @@
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 
 #include <cstdio>
 

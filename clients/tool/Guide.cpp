@@ -4,7 +4,6 @@
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
 #include "clients/tool/Pager.h"
-#include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
 #include "commandline/Moment.h"
 #include "commandline/UsageError.h"

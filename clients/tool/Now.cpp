@@ -3,7 +3,6 @@
 #include "clients/tool/GuideClock.h"
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 #include "clients/tool/TimeSpan.h"
 
 #include <limits>

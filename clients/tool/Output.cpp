@@ -5,13 +5,8 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
-#include <cerrno>
 #include <ctime>
 #include <limits>
-#include <system_error>
-
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace Ostrel::Client::Tool {
 
@@ -57,18 +52,6 @@ json::value parse(const std::string& text) {
 
 } // namespace
 
-void print(std::string_view text) {
-    while (!text.empty()) {
-        const auto written = ::write(STDOUT_FILENO, text.data(), text.size());
-        if (written >= 0)
-            text.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno == EPIPE)
-            throw OutputClosed();
-        else if (errno != EINTR)
-            throw std::system_error(errno, std::generic_category(), "cannot write");
-    }
-}
-
 void printJson(const std::string& json) {
     print(json + "\n");
 }
@@ -98,13 +81,6 @@ std::string asSentence(std::string text) {
     if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
         text[0] = static_cast<char>(text[0] - 'a' + 'A');
     return text + ".\n";
-}
-
-std::size_t getTerminalWidth(int descriptor) {
-    winsize size{};
-    if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return 80;
-    return size.ws_col;
 }
 
 std::string formatTime(const char* format, const std::tm& time) {

@@ -4,7 +4,6 @@
 #include "clients/tool/QueryMistake.h"
 
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 
 #include "TV/server/dummy/quoril/Expression.h"
 #include "TV/server/dummy/quoril/Field.h"

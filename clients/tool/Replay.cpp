@@ -4,7 +4,6 @@
 #include "clients/tool/Record.h"
 #include "clients/tool/ReplayConnections.h"
 #include "clients/tool/ReplyDifference.h"
-#include "clients/tool/Table.h"
 #include "commandline/Values.h"
 
 #include <boost/json/parse.hpp>

@@ -1,7 +1,6 @@
 #include "clients/tool/ScanProgress.h"
 
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 
 #include <algorithm>
 

@@ -3,7 +3,6 @@
 #include "clients/tool/Lineup.h"
 #include "clients/tool/Output.h"
 #include "clients/tool/Pager.h"
-#include "clients/tool/Table.h"
 
 #include <limits>
 #include <memory>

@@ -1,7 +1,6 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 #include "clients/tool/TrafficFilter.h"
 
 #include <algorithm>

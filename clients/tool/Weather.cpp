@@ -2,7 +2,6 @@
 #include "clients/tool/Arguments.h"
 #include "clients/tool/Commands.h"
 #include "clients/tool/Output.h"
-#include "clients/tool/Table.h"
 #include "commandline/UsageError.h"
 
 #include <boost/json/parse.hpp>

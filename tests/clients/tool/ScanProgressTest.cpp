@@ -1,6 +1,6 @@
 #include "clients/tool/ScanProgress.h"
 
-#include "clients/tool/Table.h"
+#include "clients/tool/Output.h"
 
 #include <gtest/gtest.h>
 

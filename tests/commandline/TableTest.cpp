@@ -1,9 +1,9 @@
-#include "clients/tool/Table.h"
-#include "clients/tool/Output.h"
+#include "commandline/Table.h"
+#include "commandline/Text.h"
 
 #include <gtest/gtest.h>
 
-using namespace Ostrel::Client::Tool;
+using namespace Ostrel::CommandLine;
 
 namespace {
 
@@ -70,12 +70,6 @@ TEST(TableTest, ControlCharactersReachNoTerminal) {
     Table table({{"A"}});
     table.add({"\x1b[31mred\n\u009b\x7f é"});
     EXPECT_EQ(table.format(), "A\n\uFFFD[31mred\uFFFD\uFFFD\uFFFD é\n");
-}
-
-TEST(OutputTest, IndentsForPeople) {
-    EXPECT_EQ(indented(R"({"a":[1,{"b":"x\ny"}],"c":[],"d":{},"e":null})"),
-              "{\n  \"a\": [\n    1,\n    {\n      \"b\": \"x\\ny\"\n    }\n  ],\n"
-              "  \"c\": [],\n  \"d\": {},\n  \"e\": null\n}");
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace Ostrel::Client::Tool {
+namespace Ostrel::CommandLine {
 
 /// Returns how many columns a UTF-8 text takes on a terminal.
 std::size_t getWidth(std::string_view text);
@@ -46,4 +46,4 @@ private:
     std::vector<std::vector<std::string>> rows_; ///< the titles first
 };
 
-} // namespace Ostrel::Client::Tool
+} // namespace Ostrel::CommandLine

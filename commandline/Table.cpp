@@ -1,6 +1,6 @@
-#include "clients/tool/Table.h"
+#include "commandline/Table.h"
 
-#include "clients/tool/Output.h"
+#include "commandline/Text.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -10,7 +10,7 @@
 #include <locale.h>
 #include <wchar.h>
 
-namespace Ostrel::Client::Tool {
+namespace Ostrel::CommandLine {
 
 namespace {
 
@@ -130,4 +130,4 @@ std::string Table::format() const {
     return text;
 }
 
-} // namespace Ostrel::Client::Tool
+} // namespace Ostrel::CommandLine

@@ -41,7 +41,7 @@ run_programs() { # PREFIX
 
 echo "== Installed"
 cmake --install "$build" --prefix "$folder/first" >/dev/null
-for program in ostrel-tv ostrel-tvd; do
+for program in ostrel-tv ostrel-tvd ostrel-world; do
     [ -s "$folder/first/share/man/man1/$program.1" ] || fail "no manual page of $program"
     [ -s "$folder/first/share/bash-completion/completions/$program" ] || fail "no completion of $program"
 done

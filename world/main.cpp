@@ -1,0 +1,71 @@
+#include "commandline/Output.h"
+#include "commandline/Parser.h"
+#include "commandline/StandardStreams.h"
+#include "commandline/Text.h"
+#include "commandline/UsageError.h"
+#include "world/Commands.h"
+#include "world/Interrupt.h"
+
+#include <csignal>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <string>
+
+namespace {
+
+using namespace Ostrel::CommandLine;
+using Ostrel::TV::Tool::Interrupted;
+
+enum ExitStatus { Done = 0, Failed = 1, Usage = 2, Signal = 128 };
+
+void complain(const std::string& text) {
+    std::cerr << "ostrel-world: " << printable(text) << std::endl;
+}
+
+Program makeProgram() {
+    Program program;
+    program.name = "ostrel-world";
+    program.description = "Makes worlds for a simulated TV service: channels, and what is on them.";
+    program.notes =
+        "A WORLD is a folder of text files, which people edit, or a compiled file whose name ends in "
+        ".world. ostrel-tvd --world WORLD serves either.";
+    program.version = OSTREL_VERSION;
+    program.exitStatuses = {{"0", "done"},
+                            {"1", "a file cannot be read or written, or breaks a rule"},
+                            {"2", "wrong usage"},
+                            {"130", "interrupted with Ctrl-C"},
+                            {"128+N", "ended by the signal N"}};
+    return program;
+}
+
+int run(const std::function<void()>& action) {
+    try {
+        action();
+        return Done;
+    } catch (const OutputClosed&) {
+        return Done;
+    } catch (const Interrupted& interrupted) {
+        return Signal + interrupted.getSignal();
+    } catch (const UsageError& error) {
+        complain(error.what());
+        if (!error.getHelp().empty())
+            std::cerr << "Try: " << error.getHelp() << std::endl;
+        return Usage;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return Failed;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    fillStandardStreams(false);
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is noticed where we write
+    Ostrel::TV::Tool::watchForSignals();
+    return run([&] {
+        const auto program = makeProgram();
+        parse(program, argc, argv, [](const std::string& text) { print(text); })();
+    });
+}

@@ -35,6 +35,8 @@ void StartTimeIndex::fillColumns() {
     fill(byStart_.serviceIds, [](const epgentry* row) { return row->ServiceId; });
     fill(byStart_.starts, [](const epgentry* row) { return row->Start; });
     fill(byStart_.ends, [](const epgentry* row) { return row->End; });
+    for (std::size_t i = 0; i != rows_.size(); ++i)
+        longestEvent_ = std::max(longestEvent_, std::int64_t{byStart_.ends[i]} - byStart_.starts[i]);
     fill(titles_, [](const epgentry* row) { return row->Title.offset; });
     fill(descriptions_, [](const epgentry* row) { return row->Description.offset; });
 }

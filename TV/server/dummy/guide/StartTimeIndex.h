@@ -39,6 +39,9 @@ public:
     /// other texts of the guide. Offsets count from its start.
     std::string_view texts() const;
 
+    /// How long the longest event lasts, in seconds.
+    std::int64_t longestEvent() const { return longestEvent_; }
+
     /// How many bytes the longest title or description has.
     std::size_t longestText() const { return longestText_; }
 
@@ -69,6 +72,7 @@ private:
     Columns byStart_, byServiceAndStart_;
     std::vector<std::uint32_t> titles_, descriptions_;
     std::size_t textsSize_ = 0, longestText_ = 0;
+    std::int64_t longestEvent_ = 0;
     std::vector<std::uint32_t> byService_;
     std::vector<Service> services_; ///< ascending by id
 };

@@ -127,7 +127,9 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     const bool sliced = query_.getSliceRange().getValid();
     const bool anyGenre = query_.getGenreList().empty();
     const TextFilter texts(index, query_);
-    const auto narrow = [&] { rows.narrow([&](std::span<std::uint64_t> bits) { texts.narrow(bits); }); };
+    const auto narrow = [&] {
+        rows.narrow([&](std::span<std::uint64_t> bits, std::size_t first) { texts.narrow(bits, first); });
+    };
     // A slice may be full after a few rows, however many there are: they are looked into one by one
     // before all are. Without one all are looked into.
     unsigned looks = sliced ? fewRows : 0;
@@ -147,11 +149,13 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     // Where many come, or only the first ones are wanted, they are taken in their order.
     const bool byService = sorts && keys_.front() == Less::ServiceId && (sliced || rows.count() > fewRows);
     if (byService) {
-        for (const std::uint32_t position : index.byService()) {
-            if (slice.isFull())
-                break;
-            if (rows.matches(position))
-                consider(position);
+        for (const auto service : rows.byService()) {
+            for (const std::uint32_t position : service) {
+                if (slice.isFull())
+                    break;
+                if (rows.matches(position))
+                    consider(position);
+            }
         }
     } else {
         while (!slice.isFull()) {

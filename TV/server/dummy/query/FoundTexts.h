@@ -24,9 +24,10 @@ public:
     void add(std::size_t offset);
 
     /// Clears the bits of the rows whose title is not among them, nor perhaps their description.
-    /// @param rows  a bit for each position
+    /// @param rows   a bit for each position
+    /// @param first  position of the first bit
     /// @throws Cancelled
-    void narrow(std::span<std::uint64_t> rows, bool inDescriptions) const;
+    void narrow(std::span<std::uint64_t> rows, std::size_t first, bool inDescriptions) const;
 
 private:
     using Bits = std::vector<std::uint64_t>;

@@ -1,6 +1,7 @@
 #include "TV/server/dummy/query/QuorilQuery.h"
 
 #include <algorithm>
+#include <limits>
 #include <span>
 
 namespace Ostrel::TV {
@@ -22,27 +23,47 @@ bool QuorilQuery::init(const std::string& expression, unsigned base, unsigned li
         return false;
     word_ = 0;
     left_ = 0;
-    rows_.assign((index_.size() + Filter::wordRows - 1) / Filter::wordRows, 0);
-    const auto first = index_.firstFrom(base), last = index_.firstFrom(limit);
+    rows_.clear();
+    services_ = nullptr;
     const Filter* const filter = expression_.filter();
-    if (filter && first < last)
-        filter->services() ? selectServices(*filter, first, last) : selectAll(*filter, first, last);
+    if (!filter)
+        return true;
+    services_ = filter->services();
+    const Window window = windowOf(*filter, base, limit);
+    if (window.first < window.last)
+        filter->services() ? selectServices(*filter, window) : selectAll(*filter, window);
     return true;
 }
 
-void QuorilQuery::selectAll(const Filter& filter, std::size_t first, std::size_t last) {
-    const auto firstWord = first / Filter::wordRows, lastWord = (last - 1) / Filter::wordRows;
-    filter.select(columnsFrom(index_.columns(), firstWord * Filter::wordRows, false),
-                  std::span(rows_).subspan(firstWord, lastWord - firstWord + 1));
-    rows_[firstWord] &= ~std::uint64_t{0} << first % Filter::wordRows;
-    rows_[lastWord] &= ~std::uint64_t{0} >> (Filter::wordRows - 1 - (last - 1) % Filter::wordRows);
+/// Where rows can be that start between base and limit and fulfil the expression: none that ends
+/// after a moment starts earlier before it than the longest event lasts.
+QuorilQuery::Window QuorilQuery::windowOf(const Filter& filter, unsigned base, unsigned limit) const {
+    constexpr std::int64_t latest = std::numeric_limits<unsigned>::max();
+    const auto startAt = [=](std::int64_t time) {
+        return static_cast<unsigned>(std::clamp<std::int64_t>(time, 0, latest));
+    };
+    const auto longBefore = startAt(filter.ends().low) - index_.longestEvent();
+    const auto first = std::max({base, startAt(filter.starts().low), startAt(longBefore)});
+    const auto last =
+        filter.starts().high < latest ? std::min(limit, startAt(filter.starts().high + 1)) : limit;
+    return {index_.firstFrom(first), index_.firstFrom(last)};
 }
 
-void QuorilQuery::selectServices(const Filter& filter, std::size_t first, std::size_t last) {
+void QuorilQuery::selectAll(const Filter& filter, Window window) {
+    first_ = window.first / Filter::wordRows * Filter::wordRows;
+    rows_.assign((window.last - first_ + Filter::wordRows - 1) / Filter::wordRows, 0);
+    filter.select(columnsFrom(index_.columns(), first_, false), rows_);
+    rows_.front() &= ~std::uint64_t{0} << (window.first - first_);
+    rows_.back() &= ~std::uint64_t{0} >> (Filter::wordRows - 1 - (window.last - 1) % Filter::wordRows);
+}
+
+void QuorilQuery::selectServices(const Filter& filter, Window window) {
+    first_ = window.first / Filter::wordRows * Filter::wordRows;
+    rows_.assign((window.last - first_ + Filter::wordRows - 1) / Filter::wordRows, 0);
     for (const std::int64_t service : *filter.services()) {
         const auto all = index_.positionsOf(service);
-        const auto from = std::lower_bound(all.begin(), all.end(), first);
-        std::span<const std::uint32_t> positions(from, std::lower_bound(from, all.end(), last));
+        const auto from = std::lower_bound(all.begin(), all.end(), window.first);
+        std::span<const std::uint32_t> positions(from, std::lower_bound(from, all.end(), window.last));
         while (!positions.empty()) {
             const auto some = positions.first(std::min(positions.size(), Filter::wordRows));
             const auto row = static_cast<std::size_t>(some.data() - index_.byService().data());
@@ -50,12 +71,24 @@ void QuorilQuery::selectServices(const Filter& filter, std::size_t first, std::s
             filter.select(columnsFrom(index_.columnsByService(), row, true), {&found, 1});
             found &= ~std::uint64_t{0} >> (Filter::wordRows - some.size());
             for (; found != 0; found &= found - 1) {
-                const auto position = some[static_cast<std::size_t>(std::countr_zero(found))];
-                rows_[position / Filter::wordRows] |= std::uint64_t{1} << position % Filter::wordRows;
+                const auto bit = some[static_cast<std::size_t>(std::countr_zero(found))] - first_;
+                rows_[bit / Filter::wordRows] |= std::uint64_t{1} << bit % Filter::wordRows;
             }
             positions = positions.subspan(some.size());
         }
     }
+}
+
+std::vector<std::span<const std::uint32_t>> QuorilQuery::byService() const {
+    if (!services_)
+        return {index_.byService()};
+    auto ids = *services_;
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+    std::vector<std::span<const std::uint32_t>> positions;
+    for (const std::int64_t id : ids)
+        positions.push_back(index_.positionsOf(id));
+    return positions;
 }
 
 const epgentry* QuorilQuery::next() {

@@ -40,32 +40,45 @@ public:
         }
         const auto bit = static_cast<std::size_t>(std::countr_zero(left_));
         left_ &= left_ - 1;
-        return static_cast<std::uint32_t>((word_ - 1) * Filter::wordRows + bit);
+        return static_cast<std::uint32_t>(first_ + (word_ - 1) * Filter::wordRows + bit);
     }
 
     /// How many rows there are in all.
     std::size_t count() const { return countRows(rows_); }
 
     /// Leaves out the rows whose bits are cleared.
-    /// @param clear  is given a bit for each position
+    /// @param clear  is given a bit for each position, and the position of the first bit
     template <typename Clear> void narrow(Clear clear) {
-        clear(std::span(rows_));
+        clear(std::span(rows_), first_);
         if (left_ != 0)
             left_ &= rows_[word_ - 1];
     }
 
     /// Whether the row at a position is one of them.
     bool matches(std::uint32_t position) const {
-        return rows_[position / Filter::wordRows] >> position % Filter::wordRows & 1;
+        const std::size_t bit = position - first_; // huge for a position before the first
+        return bit / Filter::wordRows < rows_.size() &&
+               (rows_[bit / Filter::wordRows] >> bit % Filter::wordRows & 1);
     }
 
+    /// All positions that matches() may be true for, service by service, ids ascending.
+    std::vector<std::span<const std::uint32_t>> byService() const;
+
 private:
-    void selectAll(const Filter& filter, std::size_t first, std::size_t last);
-    void selectServices(const Filter& filter, std::size_t first, std::size_t last);
+    /// Positions, the last one not included.
+    struct Window {
+        std::size_t first, last;
+    };
+
+    Window windowOf(const Filter& filter, unsigned base, unsigned limit) const;
+    void selectAll(const Filter& filter, Window window);
+    void selectServices(const Filter& filter, Window window);
 
     const StartTimeIndex& index_;
     Expression expression_;
-    std::vector<std::uint64_t> rows_; ///< a bit for each position
+    std::size_t first_ = 0; ///< position of the first bit of rows_
+    std::vector<std::uint64_t> rows_; ///< a bit for each position that a row can have
+    const std::vector<std::int64_t>* services_ = nullptr; ///< of the expression's filter
     std::size_t word_ = 0; ///< of rows_, the next one
     std::uint64_t left_ = 0; ///< what is still to come of the one before
 };

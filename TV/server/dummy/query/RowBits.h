@@ -9,7 +9,8 @@
 
 namespace Ostrel::TV {
 
-// Sets of rows: a bit for each position, the first one the lowest of the first word.
+// Sets of rows: a bit for each position from some position on, the first one the lowest of the
+// first word.
 
 constexpr std::size_t rowBits = 64; ///< of a word
 
@@ -22,8 +23,10 @@ inline std::size_t countRows(std::span<const std::uint64_t> rows) {
 }
 
 /// Keeps the rows for whose position a condition is true.
+/// @param first  position of the first bit
 /// @throws Cancelled
-template <typename Condition> void keepRows(std::span<std::uint64_t> rows, Condition condition) {
+template <typename Condition>
+void keepRows(std::span<std::uint64_t> rows, std::size_t first, Condition condition) {
     for (std::size_t i = 0; i != rows.size(); ++i) {
         if (rows[i] == 0)
             continue;
@@ -31,7 +34,7 @@ template <typename Condition> void keepRows(std::span<std::uint64_t> rows, Condi
         std::uint64_t kept = 0;
         for (std::uint64_t left = rows[i]; left != 0; left &= left - 1) {
             const auto bit = static_cast<std::size_t>(std::countr_zero(left));
-            kept |= std::uint64_t{condition(static_cast<std::uint32_t>(i * rowBits + bit))} << bit;
+            kept |= std::uint64_t{condition(static_cast<std::uint32_t>(first + i * rowBits + bit))} << bit;
         }
         rows[i] = kept;
     }

@@ -79,9 +79,9 @@ bool TextFilter::holdsMany(std::uint32_t position) const {
     });
 }
 
-void TextFilter::narrow(std::span<std::uint64_t> rows) const {
-    // Only for many rows is it worth it to read all texts.
-    const auto areMany = [&] { return countRows(rows) > 1024; };
+void TextFilter::narrow(std::span<std::uint64_t> rows, std::size_t first) const {
+    // Only for many rows, one of twelve, is it worth it to read all texts.
+    const auto areMany = [&] { return countRows(rows) > index_.size() / 12; };
     if (nonePasses_)
         return std::fill(rows.begin(), rows.end(), 0);
     if (isEmpty())
@@ -93,18 +93,18 @@ void TextFilter::narrow(std::span<std::uint64_t> rows) const {
             search.find(found);
         if (many_)
             many_->find(found);
-        return found.narrow(rows, inDescriptions_);
+        return found.narrow(rows, first, inDescriptions_);
     }
     auto next = few_.begin();
     for (; all_ && next != few_.end() && areMany(); ++next) {
         FoundTexts found(index_);
         next->find(found);
-        found.narrow(rows, inDescriptions_);
+        found.narrow(rows, first, inDescriptions_);
     }
     if (next != few_.end() || !all_)
-        keepRows(rows, [this](std::uint32_t position) { return passes(position); });
+        keepRows(rows, first, [this](std::uint32_t position) { return passes(position); });
     else if (many_)
-        keepRows(rows, [this](std::uint32_t position) { return holdsMany(position); });
+        keepRows(rows, first, [this](std::uint32_t position) { return holdsMany(position); });
 }
 
 } // namespace Ostrel::TV

@@ -26,9 +26,10 @@ public:
     bool passes(std::uint32_t position) const;
 
     /// Clears the bits of the rows that do not pass.
-    /// @param rows  a bit for each position
+    /// @param rows   a bit for each position
+    /// @param first  position of the first bit
     /// @throws Cancelled
-    void narrow(std::span<std::uint64_t> rows) const;
+    void narrow(std::span<std::uint64_t> rows, std::size_t first) const;
 
 private:
     /// How many texts may be searched for one after the other.

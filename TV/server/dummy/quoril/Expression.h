@@ -126,6 +126,7 @@ private:
     bool compileList(const Node& node);
     /// The services beyond which no row can match; nothing when it might be any.
     static std::optional<std::vector<std::int64_t>> services(const Node& node);
+    static Filter::Range rangeOf(const Node& node, Field field);
 
     std::array<Node, nodeLimit> nodes_;
     std::uint32_t nodeCount_ = 0; ///< how many of them the current parse has taken

@@ -6,7 +6,7 @@
 #include "TV/server/dummy/quoril/Field.h"
 #include "TV/server/dummy/world/epgentry.h"
 
-#include <limits>
+#include <algorithm>
 #include <utility>
 
 namespace Ostrel::TV {
@@ -34,22 +34,35 @@ Order mirrored(Order order) {
     return order;
 }
 
-/// "field ORDER number" as a range of the field.
-void addRange(Filter& filter, Field field, Order order, std::int64_t number) {
-    constexpr auto least = std::numeric_limits<std::int64_t>::min();
-    constexpr auto most = std::numeric_limits<std::int64_t>::max();
+constexpr Filter::Range nothing = {.low = 1, .high = 0};
+
+/// What a field may be so that "field ORDER number" holds.
+Filter::Range valuesFor(Order order, std::int64_t number) {
+    constexpr Filter::Range all;
     switch (order) {
     case Order::Equal:
-        return filter.addRange(field, number, number);
+        return {number, number};
     case Order::LessThan:
-        return number == least ? filter.addConstant(false) : filter.addRange(field, least, number - 1);
+        return number == all.low ? nothing : Filter::Range{all.low, number - 1};
     case Order::LessOrEqual:
-        return filter.addRange(field, least, number);
+        return {all.low, number};
     case Order::GreaterThan:
-        return number == most ? filter.addConstant(false) : filter.addRange(field, number + 1, most);
+        return number == all.high ? nothing : Filter::Range{number + 1, all.high};
     case Order::GreaterOrEqual:
-        return filter.addRange(field, number, most);
+        return {number, all.high};
     }
+    return all;
+}
+
+/// The least range that has all of both.
+Filter::Range uniteRanges(const Filter::Range& a, const Filter::Range& b) {
+    if (a.low > a.high || b.low > b.high)
+        return a.low > a.high ? b : a;
+    return {std::min(a.low, b.low), std::max(a.high, b.high)};
+}
+
+Filter::Range intersect(const Filter::Range& a, const Filter::Range& b) {
+    return {std::max(a.low, b.low), std::min(a.high, b.high)};
 }
 
 } // namespace
@@ -74,6 +87,8 @@ void Expression::compile() {
     invalid_ = root_ && !compile(*root_);
     if (auto only = root_ ? services(*root_) : std::nullopt)
         filter_.restrictTo(std::move(*only));
+    if (root_)
+        filter_.restrictTo(rangeOf(*root_, Field::Start), rangeOf(*root_, Field::End));
     compiled_ = true;
 }
 
@@ -115,11 +130,11 @@ bool Expression::compileComparison(const Node& node) {
     if (!field)
         return false;
     if (right.kind == Node::Literal) {
-        addRange(filter_, *field, order, right.value.integer());
+        filter_.addRange(*field, valuesFor(order, right.value.integer()));
         return true;
     }
     if (left.kind == Node::Literal) {
-        addRange(filter_, *field, mirrored(order), left.value.integer());
+        filter_.addRange(*field, valuesFor(mirrored(order), left.value.integer()));
         return true;
     }
     const auto other = findField(right.value.string());
@@ -145,6 +160,33 @@ bool Expression::compileList(const Node& node) {
         return false;
     filter_.addAmong(*field, numbers);
     return true;
+}
+
+/// What a field may be in rows that fulfil a part of the expression; more than that, perhaps.
+Filter::Range Expression::rangeOf(const Node& node, Field field) {
+    const auto isField = [field](const Node& other) {
+        return other.kind == Node::Field && findField(other.value.string()) == field;
+    };
+    switch (node.kind) {
+    case Node::And:
+        return intersect(rangeOf(*node.left, field), rangeOf(*node.right, field));
+    case Node::Or:
+        return uniteRanges(rangeOf(*node.left, field), rangeOf(*node.right, field));
+    case Node::Equal:
+    case Node::LessThan:
+    case Node::LessOrEqual:
+    case Node::GreaterThan:
+    case Node::GreaterOrEqual: {
+        const auto order = static_cast<Order>(node.kind);
+        if (isField(*node.left) && node.right->kind == Node::Literal)
+            return valuesFor(order, node.right->value.integer());
+        if (isField(*node.right) && node.left->kind == Node::Literal)
+            return valuesFor(mirrored(order), node.left->value.integer());
+        return {};
+    }
+    default:
+        return {};
+    }
 }
 
 std::optional<std::vector<std::int64_t>> Expression::services(const Node& node) {

@@ -39,10 +39,10 @@ bool asColumnValue(std::int64_t number, std::int32_t& value) {
     return value == number;
 }
 
-std::uint64_t markRange(const std::int32_t* column, std::int64_t low, std::int64_t high) {
+std::uint64_t markRange(const std::int32_t* column, const Filter::Range& range) {
     using Limits = std::numeric_limits<std::int32_t>;
-    low = std::max<std::int64_t>(low, Limits::min());
-    high = std::min<std::int64_t>(high, Limits::max());
+    const auto low = std::max<std::int64_t>(range.low, Limits::min());
+    const auto high = std::min<std::int64_t>(range.high, Limits::max());
     if (low > high)
         return 0;
     const auto least = static_cast<std::int32_t>(low), most = static_cast<std::int32_t>(high);
@@ -72,6 +72,7 @@ void Filter::clear() {
     numberCount_ = 0;
     restricted_ = false;
     services_.clear();
+    starts_ = ends_ = Range();
 }
 
 Filter::Step& Filter::add(Kind kind) {
@@ -85,11 +86,10 @@ void Filter::addConstant(bool value) {
     add(Kind::Constant).value = value;
 }
 
-void Filter::addRange(Field field, std::int64_t low, std::int64_t high) {
+void Filter::addRange(Field field, const Range& range) {
     Step& step = add(Kind::Range);
     step.field = field;
-    step.low = low;
-    step.high = high;
+    step.range = range;
 }
 
 void Filter::addComparison(Field left, Order order, Field right) {
@@ -121,6 +121,11 @@ void Filter::restrictTo(std::vector<std::int64_t> services) {
     services_ = std::move(services);
 }
 
+void Filter::restrictTo(const Range& starts, const Range& ends) {
+    starts_ = starts;
+    ends_ = ends;
+}
+
 std::span<const std::int64_t> Filter::numbersOf(const Step& step) const {
     return std::span(numbers_).subspan(step.firstNumber, step.numberCount);
 }
@@ -143,7 +148,7 @@ bool Filter::accepts(const Step& step, const Row& row) const {
     const auto value = row[static_cast<std::size_t>(step.field)];
     switch (step.kind) {
     case Kind::Range:
-        return value >= step.low && value <= step.high;
+        return value >= step.range.low && value <= step.range.high;
     case Kind::Comparison:
         return holds(value, step.order, row[static_cast<std::size_t>(step.right)]);
     case Kind::Among: {
@@ -184,7 +189,7 @@ std::uint64_t Filter::select(const Columns& columns, std::size_t first, const St
         return accepts(step, Row{*column, 0, 0}) ? ~std::uint64_t{0} : 0;
     switch (step.kind) {
     case Kind::Range:
-        return markRange(column, step.low, step.high);
+        return markRange(column, step.range);
     case Kind::Among:
         return markAmong(column, numbersOf(step));
     default: {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -33,14 +34,19 @@ public:
         bool oneService; ///< all rows that matter have the first one's service
     };
 
+    /// From low to high, both included; nothing when low is greater.
+    struct Range {
+        std::int64_t low = std::numeric_limits<std::int64_t>::min();
+        std::int64_t high = std::numeric_limits<std::int64_t>::max();
+    };
+
     static bool holds(std::int64_t left, Order order, std::int64_t right);
 
     /// Back to the filter that is true for every row.
     void clear();
 
     void addConstant(bool value);
-    /// low <= field <= high; nothing lies between when low is greater.
-    void addRange(Field field, std::int64_t low, std::int64_t high);
+    void addRange(Field field, const Range& range);
     void addComparison(Field left, Order order, Field right);
     void addAmong(Field field, std::span<const std::int64_t> numbers);
     void addAnd();
@@ -50,6 +56,11 @@ public:
     void restrictTo(std::vector<std::int64_t> services);
     /// Those services; null when rows of any can.
     const std::vector<std::int64_t>* services() const { return restricted_ ? &services_ : nullptr; }
+
+    /// Only rows that start and end in these ranges can pass.
+    void restrictTo(const Range& starts, const Range& ends);
+    const Range& starts() const { return starts_; }
+    const Range& ends() const { return ends_; }
 
     bool accepts(const Row& row) const;
 
@@ -68,7 +79,7 @@ private:
         Order order;
         bool value;
         std::uint8_t firstNumber, numberCount;
-        std::int64_t low, high;
+        Range range;
     };
 
     Step& add(Kind kind);
@@ -83,6 +94,7 @@ private:
     std::size_t numberCount_ = 0;
     bool restricted_ = false;
     std::vector<std::int64_t> services_;
+    Range starts_, ends_;
 };
 
 inline bool Filter::holds(std::int64_t left, Order order, std::int64_t right) {

@@ -144,7 +144,7 @@ TEST_F(QuorilQueryTest, RowsThatAreLeftOutNoLongerCome) {
     ASSERT_TRUE(query.init("", 0, noLimit));
     for (std::uint32_t position = 0; position != 70; ++position)
         ASSERT_EQ(query.nextPosition(), position);
-    query.narrow([](std::span<std::uint64_t> rows) {
+    query.narrow([](std::span<std::uint64_t> rows, std::size_t) {
         for (std::uint64_t& word : rows)
             word &= 0x5555555555555555; // every second one
     });
@@ -154,7 +154,7 @@ TEST_F(QuorilQueryTest, RowsThatAreLeftOutNoLongerCome) {
     for (std::uint32_t position = 70; position < 11658; position += 2)
         ASSERT_EQ(query.nextPosition(), position);
     EXPECT_EQ(query.nextPosition(), std::nullopt);
-    query.narrow([](std::span<std::uint64_t>) {});
+    query.narrow([](std::span<std::uint64_t>, std::size_t) {});
     EXPECT_EQ(query.nextPosition(), std::nullopt);
 }
 

@@ -26,7 +26,7 @@ protected:
                       R"(,"stringMatchDescription":)" + (inDescriptions ? "true" : "false") + "}");
         const TextFilter filter(index(), query);
         auto rows = everyRow();
-        filter.narrow(rows);
+        filter.narrow(rows, 0);
         for (std::uint32_t position = 0; position != index().size(); ++position)
             EXPECT_EQ(rows[position / rowBits] >> position % rowBits & 1, filter.passes(position)) << list;
         return countRows(rows);

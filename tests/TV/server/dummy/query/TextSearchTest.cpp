@@ -29,7 +29,7 @@ TEST_F(TextSearchTest, FindsTheSameInOneTextAndInAllAtOnce) {
             std::vector<std::uint64_t> rows(index().size() / rowBits + 1, 0);
             for (std::size_t position = 0; position != index().size(); ++position)
                 rows[position / rowBits] |= std::uint64_t{1} << position % rowBits;
-            found.narrow(rows, inDescriptions);
+            found.narrow(rows, 0, inDescriptions);
             for (std::uint32_t position = 0; position != index().size(); ++position) {
                 const epgentry& row = *index()[position];
                 ASSERT_EQ(search.occursIn(row.Title), holds(row.Title, wanted)) << wanted;
@@ -47,6 +47,6 @@ TEST_F(TextSearchTest, NothingIsFoundInNoTexts) {
         FoundTexts found(none);
         TextSearch(wanted).find(found);
         std::vector<std::uint64_t> rows;
-        found.narrow(rows, true);
+        found.narrow(rows, 0, true);
     }
 }

@@ -117,7 +117,7 @@ TEST_F(TextSetInGuideTest, FindsEveryTextThatHoldsOneOfThem) {
     TextSet(viewsOf(wanted)).find(found);
     std::vector<std::uint64_t> rows(index().size() / rowBits + 1, ~std::uint64_t{0});
     rows.resize(index().size() / rowBits); // all but the last ones, which are no whole word
-    found.narrow(rows, true);
+    found.narrow(rows, 0, true);
     std::size_t count = 0;
     for (std::uint32_t position = 0; position != rows.size() * rowBits; ++position) {
         const epgentry& row = *index()[position];

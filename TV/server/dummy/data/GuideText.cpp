@@ -1,5 +1,7 @@
 #include "TV/server/dummy/data/GuideText.h"
 
+#include "TV/server/dummy/data/ViewerText.h"
+
 #include <chrono>
 #include <cstdio>
 
@@ -60,18 +62,21 @@ void writeEvent(std::string& out, const GuideEvent& event) {
 
 GuideEvent readEvent(const TextLine& line) {
     const auto field = splitText(line.rest(), '|');
-    if (field.size() != 5 && field.size() != 6)
+    if (field.size() < 3 || field.size() > 6)
         line.fail("expected: event PROGRAMME | START | END | CONTENT | version N | MARKS");
     GuideEvent event;
     event.line = line;
     event.programme = static_cast<unsigned>(line.number(field[0], "programme", 1, anyNumber));
     event.start = parseTime(line, field[1]);
     event.end = parseTime(line, field[2]);
-    event.content = field[3] == "none" ? -1 : static_cast<int>(line.number(field[3], "content", 0, 0xFFFF));
-    if (!field[4].starts_with("version "))
-        line.fail("expected \"version\" and a number");
-    event.version = static_cast<unsigned>(line.number(field[4].substr(8), "version", 0, anyNumber));
-    for (const std::string& mark : splitText(field.size() == 6 ? field[5] : std::string(), ' ')) {
+    if (field.size() > 3 && field[3] != "none")
+        event.content = static_cast<int>(line.number(field[3], "content", 0, 0xFFFF));
+    if (field.size() > 4) {
+        if (!field[4].starts_with("version "))
+            line.fail("expected \"version\" and a number");
+        event.version = static_cast<unsigned>(line.number(field[4].substr(8), "version", 0, anyNumber));
+    }
+    for (const std::string& mark : splitText(field.size() > 5 ? field[5] : std::string(), ' ')) {
         if (mark == "hd")
             event.hd = true;
         else if (mark == "late")
@@ -85,26 +90,36 @@ GuideEvent readEvent(const TextLine& line) {
 }
 
 std::vector<GuideCrid> readCrids(const TextLine& line) {
+    constexpr std::size_t most = 10;
     std::vector<GuideCrid> crids;
     for (const std::string& text : splitText(line.rest(), ' ')) {
         const auto colon = text.find(':');
         if (colon == std::string::npos)
             line.fail("expected crids like 1:/23vbzj");
-        crids.push_back({static_cast<unsigned>(line.number(text.substr(0, colon), "crid type", 0, anyNumber)),
+        crids.push_back({static_cast<unsigned>(line.number(text.substr(0, colon), "a crid's type", 1, 3)),
                          text.substr(colon + 1)});
+        if (const char* const fault = findCridFault(crids.back().data))
+            line.fail(fault);
     }
+    if (crids.size() > most)
+        line.fail("an event has at most 10 crids");
     return crids;
+}
+
+std::string readText(const TextLine& line) {
+    line.checkText(line.rest());
+    return line.rest();
 }
 
 /// Takes a line that belongs to an event; false for a word that none has.
 bool readDetail(GuideEvent& event, const TextLine& line) {
     const std::string word = line.word();
     if (word == "title")
-        event.title = line.rest();
+        event.title = readText(line);
     else if (word == "synopsis")
-        event.synopsis = line.rest();
+        event.synopsis = readText(line);
     else if (word == "guidance")
-        event.guidance = line.rest();
+        event.guidance = readText(line);
     else if (word == "crids")
         event.crids = readCrids(line);
     else if (word == "imi")
@@ -116,31 +131,34 @@ bool readDetail(GuideEvent& event, const TextLine& line) {
     return true;
 }
 
+/// The numbers of a service by the words that the file has for them.
+template <typename Service> auto findNumber(Service& service, const std::string& word) {
+    return word == "network"       ? &service.network
+           : word == "stream"      ? &service.stream
+           : word == "dvb-service" ? &service.dvbId
+           : word == "place"       ? &service.place
+                                   : nullptr;
+}
+
 /// Takes a line about the service; false for a word that is none of its own.
-bool readServiceLine(GuideFile& guide, const TextLine& line) {
+bool readServiceLine(GuideService& service, const TextLine& line) {
     const std::string word = line.word();
-    const auto number = [&] { return static_cast<unsigned>(line.number(line.rest(), word, 0, anyNumber)); };
-    if (word == "service")
-        guide.id = static_cast<int>(number());
-    else if (word == "network")
-        guide.network = number();
-    else if (word == "stream")
-        guide.stream = number();
-    else if (word == "dvb-service")
-        guide.dvbId = number();
-    else if (word == "place")
-        guide.place = number();
-    else
+    unsigned id = static_cast<unsigned>(service.id);
+    unsigned* const number = word == "service" ? &id : findNumber(service, word);
+    if (number == nullptr)
         return false;
-    guide.line = line;
+    const auto said = static_cast<unsigned>(line.number(line.rest(), word, 0, anyNumber));
+    if (*number != 0 && *number != said)
+        line.fail("the " + word + " is " + std::to_string(*number) + " already, not " + line.rest());
+    *number = said;
+    service.id = static_cast<int>(id);
     return true;
 }
 
 } // namespace
 
 std::string writeGuide(const GuideFile& guide, const std::string& heading) {
-    std::string out =
-        "# " + heading + "\n#\n# Made by the schedule writer; ../README.md says what the words mean.\n\n";
+    std::string out = "# " + heading + "\n#\n# Times are UTC.\n\n";
     out += "service " + std::to_string(guide.id) + "\n";
     out += "network " + hexadecimal(guide.network) + "\n";
     out += "stream " + hexadecimal(guide.stream) + "\n";
@@ -151,15 +169,22 @@ std::string writeGuide(const GuideFile& guide, const std::string& heading) {
     return out;
 }
 
-GuideFile readGuide(const std::string& path) {
-    GuideFile guide;
-    for (const TextLine& line : readTextFile(path)) {
-        if (line.word() == "event")
-            guide.events.push_back(readEvent(line));
-        else if (guide.events.empty() ? !readServiceLine(guide, line)
-                                      : !readDetail(guide.events.back(), line))
-            line.fail(std::string("\"") + line.word() + "\" has no place here");
-    }
+GuideFile readGuide(const std::string& path, const GuideService& service, WorldProblems& problems) {
+    GuideFile guide{service, {}};
+    const std::size_t before = problems.count();
+    readTextFile(path, problems, [&](const TextLine& line) {
+        if (line.word() == "event") {
+            // What stands below a wrong line is still its event's.
+            guide.events.emplace_back();
+            guide.events.back() = readEvent(line);
+        } else if (guide.events.empty() ? !readServiceLine(guide, line)
+                                        : !readDetail(guide.events.back(), line)) {
+            line.fail("\"" + line.word() + "\" has no place here");
+        }
+    });
+    if (guide.events.empty() && problems.count() == before)
+        problems.add(path + ":0", "there is no event; a service without any needs no file");
+    std::erase_if(guide.events, [](const GuideEvent& event) { return event.programme == 0; });
     return guide;
 }
 
@@ -189,6 +214,8 @@ std::int64_t parseTime(const TextLine& line, const std::string& text) {
     const std::int64_t utc = time.time_since_epoch().count();
     if (!date.ok() || formatTime(utc) != text)
         line.fail("\"" + text + "\" is not a time like 2011-10-14T17:45:00Z");
+    if (utc < 1 || utc > anyNumber)
+        line.fail(text + " is not between 1970 and 2038-01-19T03:14:07Z");
     return utc;
 }
 

@@ -46,14 +46,15 @@ struct GuideService {
 /// A guide file: one service and its events in the order of time.
 struct GuideFile : GuideService {
     std::vector<GuideEvent> events;
-    TextLine line;
 };
 
 /// The text of a guide file; `heading` becomes its first comment.
 std::string writeGuide(const GuideFile& guide, const std::string& heading);
 
-/// Reads a guide file; what stands in it is judged by checkGuide (GuideRules.h).
-GuideFile readGuide(const std::string& path);
+/// Reads a guide file: what its good lines say. What they are beside each other is judged by checkWorld()
+/// (WorldRules.h).
+/// @param service  what is known of the service already: the file may say it again, but nothing else
+GuideFile readGuide(const std::string& path, const GuideService& service, WorldProblems& problems);
 
 /// London runs one hour ahead of UTC on all days of the guide.
 constexpr std::int64_t londonOffset = 3600;
@@ -70,7 +71,8 @@ constexpr bool afterWatershed(std::int64_t utc) {
     return time >= 21 * hour || time < 5 * hour + hour / 2;
 }
 
-/// A time as "2011-10-14T17:45:00Z", and back; the line is blamed for a bad one.
+/// A time as "2011-10-14T17:45:00Z", and back; the line is blamed for a bad one, and for one that does not
+/// fit 32 bits.
 std::string formatTime(std::int64_t utc);
 std::int64_t parseTime(const TextLine& line, const std::string& text);
 

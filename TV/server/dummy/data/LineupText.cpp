@@ -1,6 +1,6 @@
 #include "TV/server/dummy/data/LineupText.h"
 
-#include <set>
+#include <cstdio>
 
 namespace Ostrel::TV {
 
@@ -32,6 +32,7 @@ LineupService readService(const TextLine& line) {
         return static_cast<unsigned>(line.number(field[i], what, 1, most));
     };
     LineupService service;
+    service.line = line;
     service.frequencyMHz = number(0, "frequency", 999);
     service.channelNumber = number(1, "channel number", 9999);
     service.type = readType(line, field[2]);
@@ -48,21 +49,55 @@ LineupService readService(const TextLine& line) {
     return service;
 }
 
+constexpr const char* heading =
+    R"(# The line-up: one service a line, in the order in which a transponder carries them.
+#
+#   MHz                  transponder frequency, 1 to 999
+#   number               logical channel number, 1 to 9999, unique
+#   kind                 tv, radio or data
+#   name                 as shown to the viewer
+#   network              DVB original_network_id
+#   stream               DVB transport_stream_id
+#   service              DVB service_id, unique
+#   provider             the broadcaster's short name; may be empty
+#   flags                scrambled, high definition, visible, selectable: 0 or 1 each
+#
+# Fields are separated by bars; blanks around a field do not count.
+#
+)";
+
 } // namespace
 
-std::vector<LineupService> readLineup(const std::string& path) {
+std::vector<LineupService> readLineup(const std::string& path, WorldProblems& problems) {
     std::vector<LineupService> services;
-    std::set<unsigned> channelNumbers, dvbIds;
-    for (const TextLine& line : readTextFile(path)) {
-        const LineupService& service = services.emplace_back(readService(line));
-        if (!channelNumbers.insert(service.channelNumber).second)
-            line.fail("channel number " + std::to_string(service.channelNumber) + " is taken");
-        if (!dvbIds.insert(service.dvbId).second)
-            line.fail("service " + line.fields()[6] + " is taken");
-    }
-    if (services.empty())
-        throw TextFileError(path + ":0: there is no service");
+    readTextFile(path, problems, [&](const TextLine& line) { services.push_back(readService(line)); });
     return services;
+}
+
+std::vector<LineupService> readLineup(const std::string& path) {
+    WorldProblems problems;
+    auto services = readLineup(path, problems);
+    if (problems.count() != 0)
+        throw TextFileError(problems.text());
+    return services;
+}
+
+std::string writeLineup(const std::vector<LineupService>& services) {
+    constexpr const char* kinds[] = {"tv", "radio", "data"};
+    std::string text = heading;
+    for (const LineupService& service : services) {
+        char numbers[32], identifiers[64];
+        std::snprintf(numbers, sizeof numbers, "%3u | %4u | %-5s | ", service.frequencyMHz,
+                      service.channelNumber, kinds[service.type - 1]);
+        std::snprintf(identifiers, sizeof identifiers, " | 0x%04X | 0x%04X | 0x%04X | ", service.network,
+                      service.stream, service.dvbId);
+        text += numbers + service.name + identifiers + service.provider + " | ";
+        for (const bool flag :
+             {service.scrambled, service.highDefinition, service.visible, service.selectable})
+            text += flag ? '1' : '0';
+        text += '\n';
+    }
+    return text;
 }
 
 } // namespace Ostrel::TV

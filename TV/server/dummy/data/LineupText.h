@@ -21,10 +21,18 @@ struct LineupService {
     bool highDefinition = false;
     bool visible = true;
     bool selectable = true;
+    TextLine line;
 };
 
-/// Reads a line-up.
-/// @throws TextFileError  a line is wrong, a number is taken, or there is no service
+/// Reads a line-up: the services of its good lines. What they are beside each other is judged by
+/// checkWorld() (WorldRules.h).
+std::vector<LineupService> readLineup(const std::string& path, WorldProblems& problems);
+
+/// The same where any mistake is too much.
+/// @throws TextFileError  with all mistakes
 std::vector<LineupService> readLineup(const std::string& path);
+
+/// The text of lineup.txt.
+std::string writeLineup(const std::vector<LineupService>& services);
 
 } // namespace Ostrel::TV

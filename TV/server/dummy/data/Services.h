@@ -1,6 +1,7 @@
 #pragma once
 
-#include "TV/server/dummy/data/TextFile.h"
+#include "TV/server/dummy/data/GuideText.h"
+#include "TV/server/dummy/data/LineupText.h"
 
 #include <string>
 #include <vector>
@@ -8,16 +9,11 @@
 namespace Ostrel::TV {
 
 /// A service that has a guide: a row of services.txt with its DVB identifiers.
-struct Service {
+struct Service : GuideService {
     enum class Follows { Nobody, SideBySide, OneHourLater };
 
-    int id = 0; ///< guide service id
     std::string slug;
     std::string name;
-    unsigned network = 0; ///< DVB original_network_id
-    unsigned stream = 0; ///< DVB transport_stream_id
-    unsigned dvbId = 0; ///< DVB service_id
-    unsigned place = 0; ///< position carried with its events, 0 when it has none
     Follows follows = Follows::Nobody;
     std::string leader; ///< slug of the service that it follows
     std::string character;
@@ -28,6 +24,11 @@ struct Service {
 };
 
 /// Reads services.txt; the line-up gives the identifiers of the services it holds.
+std::vector<Service> readServices(const std::string& path, const std::vector<LineupService>& lineup,
+                                  WorldProblems& problems);
+
+/// The same where any mistake is too much.
+/// @throws TextFileError  with all mistakes
 std::vector<Service> readServices(const std::string& servicesPath, const std::string& lineupPath);
 
 } // namespace Ostrel::TV

@@ -1,6 +1,9 @@
 #include "TV/server/dummy/data/TextFile.h"
 
+#include "TV/server/dummy/data/ViewerText.h"
+
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -19,20 +22,10 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The length of the well-formed sequence of at most three bytes at the front, or 0.
-std::size_t sequenceLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const auto follows = [&](std::size_t i) { return i < text.size() && (byte(i) & 0xC0) == 0x80; };
-
-    if (byte(0) < 0x80)
-        return 1;
-    if (byte(0) >= 0xC2 && byte(0) <= 0xDF && follows(1))
-        return 2;
-    if (byte(0) < 0xE0 || byte(0) > 0xEF || !follows(1) || !follows(2))
-        return 0;
-    const unsigned character = (byte(0) & 0x0Fu) << 12 | (byte(1) & 0x3Fu) << 6 | (byte(2) & 0x3Fu);
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    return character < 0x800 || surrogate ? 0 : 3;
+/// Whether it looks like "file:line"; not every comment that tells where something is from does.
+bool isPlace(std::string_view text) {
+    const auto colon = text.find_last_not_of("0123456789");
+    return colon != std::string_view::npos && colon + 1 != text.size() && text[colon] == ':';
 }
 
 } // namespace
@@ -40,10 +33,6 @@ std::size_t sequenceLength(std::string_view text) {
 TextLine::TextLine(std::shared_ptr<const std::string> file, unsigned number, std::string text,
                    std::shared_ptr<const std::string> origin)
     : file_(std::move(file)), number_(number), text_(std::move(text)), origin_(std::move(origin)) {}
-
-std::string TextLine::place() const {
-    return (file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_);
-}
 
 std::string TextLine::word() const {
     return text_.substr(0, text_.find_first_of(blanks));
@@ -59,11 +48,12 @@ std::vector<std::string> TextLine::fields() const {
     return splitText(text_, '|');
 }
 
-std::vector<std::string> TextLine::fields(std::size_t count) const {
+std::vector<std::string> TextLine::fields(std::size_t least, std::size_t most) const {
     auto found = fields();
-    if (found.size() != count)
-        fail("expected " + std::to_string(count) + " fields between bars, found " +
-             std::to_string(found.size()));
+    if (found.size() < least || found.size() > most)
+        fail("expected " + std::to_string(least) + (least == most ? "" : " to " + std::to_string(most)) +
+             " fields between bars, found " + std::to_string(found.size()));
+    found.resize(most);
     return found;
 }
 
@@ -80,39 +70,54 @@ long TextLine::number(std::string_view digits, std::string_view what, long least
 }
 
 void TextLine::checkText(std::string_view text) const {
-    if (trimmed(text) != text)
-        fail("blanks around a text");
-    while (!text.empty()) {
-        const auto length = sequenceLength(text);
-        if (length == 0)
-            fail("a text is not UTF-8 up to U+FFFF");
-        const auto byte = static_cast<unsigned char>(text.front());
-        if (byte < 0x20 || byte == 0x7F)
-            fail("a text holds a control character");
-        text.remove_prefix(length);
-    }
+    if (const char* const fault = findTextFault(text))
+        fail(fault);
+}
+
+std::string TextLine::place() const {
+    const std::string place = (file_ ? *file_ : std::string("?")) + ":" + std::to_string(number_);
+    return origin_ ? *origin_ + ": " + place : place;
 }
 
 void TextLine::fail(const std::string& reason) const {
-    throw TextFileError(origin_ ? *origin_ + ": " + reason + " (" + place() + ")" : place() + ": " + reason);
+    throw TextFileError(place(), reason);
 }
 
-std::vector<TextLine> readTextFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        throw TextFileError(path + ":0: cannot be read");
+void readTextFile(const std::string& path, WorldProblems& problems,
+                  const std::function<void(const TextLine&)>& read) {
+    std::error_code error;
+    std::ifstream in;
+    // A pipe would have its reader wait.
+    if (std::filesystem::is_regular_file(path, error))
+        in.open(path, std::ios::binary);
+    if (!in.is_open())
+        return problems.add(path + ":0", "cannot be read");
     constexpr std::string_view from = "# from ";
     const auto file = std::make_shared<const std::string>(path);
     std::shared_ptr<const std::string> origin;
-    std::vector<TextLine> lines;
     std::string raw;
     for (unsigned number = 1; std::getline(in, raw); ++number) {
         const auto text = trimmed(raw);
-        if (text.starts_with(from))
-            origin = std::make_shared<const std::string>(trimmed(text.substr(from.size())));
-        else if (!text.empty() && text.front() != '#')
-            lines.emplace_back(file, number, std::string(text), origin);
+        if (text.starts_with(from) && isPlace(text.substr(from.size())))
+            origin = std::make_shared<const std::string>(text.substr(from.size()));
+        if (text.empty() || text.front() == '#')
+            continue;
+        try {
+            read(TextLine(file, number, std::string(text), origin));
+        } catch (const TextFileError& mistake) {
+            problems.add(mistake.problem());
+        }
     }
+    if (in.bad())
+        problems.add(path + ":0", "cannot be read to its end");
+}
+
+std::vector<TextLine> readTextFile(const std::string& path) {
+    WorldProblems problems;
+    std::vector<TextLine> lines;
+    readTextFile(path, problems, [&](const TextLine& line) { lines.push_back(line); });
+    if (problems.count() != 0)
+        throw TextFileError(problems.text());
     return lines;
 }
 
@@ -127,7 +132,7 @@ void writeTextFile(const std::string& path, std::string_view bytes) {
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
     if (!out)
-        throw TextFileError(path + ":0: cannot be written");
+        throw TextFileError(path + ":0", "cannot be written");
 }
 
 std::vector<std::string> splitText(std::string_view text, char separator) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "TV/server/dummy/data/WorldProblems.h"
+
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -8,11 +11,17 @@
 
 namespace Ostrel::TV {
 
-/// What stopped the reading of a data file; the text is "file:line: reason", and where the line was
-/// made from another one "origin: reason (file:line)".
+/// What is wrong with a data file; the text is "file:line: reason".
 class TextFileError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit TextFileError(const std::string& text) : std::runtime_error(text) {}
+    TextFileError(std::string place, std::string reason)
+        : std::runtime_error(place + ": " + reason), problem_{std::move(place), std::move(reason)} {}
+
+    const WorldProblem& problem() const { return problem_; }
+
+private:
+    WorldProblem problem_;
 };
 
 /// A line of a data file, without the blanks around it, and where it stands.
@@ -26,8 +35,11 @@ public:
     const std::string& text() const { return text_; }
     unsigned lineNumber() const { return number_; }
 
-    /// Where it stands, "file:line".
+    /// Where it stands, "file:line", behind the place of the line that it was made from, if any.
     std::string place() const;
+
+    /// That place; null when there is none.
+    const std::string* origin() const { return origin_.get(); }
 
     /// The line's first word, and what follows it after the blanks.
     std::string word() const;
@@ -37,12 +49,15 @@ public:
     std::vector<std::string> fields() const;
 
     /// The fields of a table row; anything but `count` of them is an error.
-    std::vector<std::string> fields(std::size_t count) const;
+    std::vector<std::string> fields(std::size_t count) const { return fields(count, count); }
+
+    /// The same where those behind the first `least` may be left out: then they are empty.
+    std::vector<std::string> fields(std::size_t least, std::size_t most) const;
 
     /// Reads a whole number, decimal or, after "0x", hexadecimal.
     long number(std::string_view digits, std::string_view what, long least, long most) const;
 
-    /// Checks a text for viewers: UTF-8 up to U+FFFF, no control characters, no blanks around it.
+    /// Checks a text for viewers, see findTextFault().
     void checkText(std::string_view text) const;
 
     /// Throws a TextFileError for this line.
@@ -58,6 +73,11 @@ private:
 /// The lines of a file but for blank ones and those that start with "#". One such line means
 /// something: "# from PLACE" is the origin of all that follow until the next one.
 std::vector<TextLine> readTextFile(const std::string& path);
+
+/// Reads such lines one by one, to the last one: what `read` throws for a line, and that the file cannot be
+/// read, goes to the problems.
+void readTextFile(const std::string& path, WorldProblems& problems,
+                  const std::function<void(const TextLine&)>& read);
 
 /// Writes a file unless it holds these bytes already, so that nothing made from it is made again.
 void writeTextFile(const std::string& path, std::string_view bytes);

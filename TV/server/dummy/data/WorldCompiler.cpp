@@ -1,13 +1,13 @@
-// Makes the image of a world from a folder of text files.
+// Makes the image of the built-in world from its folder of text files.
 //
 //     WorldCompiler OUTPUT FOLDER
 //
-// Stops with "file:line: reason" at the first row that breaks a rule.
+// Tells every rule that is broken, the house's own too, as "file:line: reason".
 
+#include "TV/server/dummy/data/HouseRules.h"
+#include "TV/server/dummy/data/TextFile.h"
 #include "TV/server/dummy/data/WorldFolder.h"
 
-#include <cstdio>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -16,15 +16,8 @@ namespace Ostrel::TV {
 namespace {
 
 void run(const std::vector<std::string>& arguments) {
-    const std::string& output = arguments.at(0);
-    WorldWriter world;
-    readWorldFolder(arguments.at(1), world);
-    std::FILE* const out = std::fopen(output.c_str(), "wb");
-    if (out == nullptr)
-        throw std::runtime_error(output + ": cannot be written");
-    world.write(out);
-    if (std::fclose(out) != 0)
-        throw std::runtime_error(output + ": cannot be written");
+    const WorldFile world = readWorldFolder(arguments.at(1), checkHouse);
+    writeTextFile(arguments.at(0), {world.bytes().data(), world.bytes().size()});
 }
 
 } // namespace

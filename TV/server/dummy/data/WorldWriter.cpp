@@ -1,5 +1,6 @@
 #include "TV/server/dummy/data/WorldWriter.h"
 
+#include "TV/server/dummy/data/WorldLayout.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
 
 #define XXH_INLINE_ALL
@@ -32,20 +33,6 @@ template <typename Row> Row zeroRow() {
     Row row;
     std::memset(&row, 0, sizeof row); // what lies between its members goes into the image too
     return row;
-}
-
-GuideTextFacts factsOf(std::string_view text) {
-    constexpr auto isWide = [](char c) { return static_cast<unsigned char>(c) >= 0xF0; };
-    constexpr auto isMarkup = [](char c) {
-        return static_cast<unsigned char>(c) >= 0x80 ||
-               std::string_view("<>&'\"").find(c) != std::string_view::npos;
-    };
-    auto facts = zeroRow<GuideTextFacts>();
-    facts.length = static_cast<std::uint16_t>(text.size());
-    facts.jsonEscapes =
-        text.find_first_of("\"\\") != std::string_view::npos || std::any_of(text.begin(), text.end(), isWide);
-    facts.xmlEscapes = std::any_of(text.begin(), text.end(), isMarkup);
-    return facts;
 }
 
 } // namespace
@@ -251,23 +238,6 @@ std::vector<std::uint32_t> WorldWriter::tableOrder() {
 
 namespace {
 
-/// Puts tables one behind the other.
-class Layout {
-public:
-    WorldImage::Table add(std::size_t elementSize, std::size_t count, std::size_t ending = 0) {
-        size_ = (size_ + WorldImage::alignment - 1) / WorldImage::alignment * WorldImage::alignment;
-        const WorldImage::Table table{static_cast<std::uint32_t>(size_), static_cast<std::uint32_t>(count)};
-        size_ += elementSize * (count + ending);
-        if (size_ > std::numeric_limits<std::uint32_t>::max())
-            throw std::runtime_error("a world has at most 4 GiB");
-        return table;
-    }
-    std::size_t size() const { return size_; }
-
-private:
-    std::size_t size_ = sizeof(WorldImage);
-};
-
 /// Writes an image from its beginning to its end, and adds up what it writes.
 class ImageFile {
 public:
@@ -356,15 +326,13 @@ std::vector<std::uint32_t> WorldWriter::write(std::FILE* out) {
     const auto zoneOffsets =
         readZoneOffsets(timeZone_, order.empty() ? 0 : row(order[startOrder.front()]).Start, latestEnd);
 
-    Layout layout;
-    image.rows = layout.add(sizeof(epgentry), order.size(), 1);
-    image.rowFacts = layout.add(sizeof(GuideRowFacts), order.size());
-    image.startOrder = layout.add(sizeof(std::uint32_t), order.size());
-    image.services = layout.add(sizeof(GuideServiceRows), services.size());
-    image.lineup = layout.add(sizeof(LineupRow), lineup_.size(), 1);
-    image.zoneOffsets = layout.add(sizeof(ZoneOffset), zoneOffsets.size());
-    image.texts = layout.add(1, texts_->size());
-    image.size = static_cast<std::uint32_t>(layout.size());
+    const auto count = [](const auto& elements) { return static_cast<std::uint32_t>(elements.size()); };
+    image.rows.count = image.rowFacts.count = image.startOrder.count = count(order);
+    image.services.count = count(services);
+    image.lineup.count = count(lineup_);
+    image.zoneOffsets.count = count(zoneOffsets);
+    image.texts.count = static_cast<std::uint32_t>(texts_->size());
+    layOut(image);
 
     ImageFile file(out);
     file.writeHeader(image);

@@ -79,13 +79,11 @@ const BadRow badRows[] = {
     {"FrequencyZero",   "0 | 11 | tv | A | 1 | 1 | 1 | p | 0011",          "frequency \"0\" is not a number from 1 to 999"},
     {"NumberZero",      "690 | 0 | tv | A | 1 | 1 | 1 | p | 0011",         "channel number \"0\" is not a number from 1 to 9999"},
     {"NumberTooLarge",  "690 | 10000 | tv | A | 1 | 1 | 1 | p | 0011",     "channel number \"10000\" is not a number from 1 to 9999"},
-    {"NumberTaken",     "690 | 10 | tv | A | 1 | 1 | 1 | p | 0011",        "channel number 10 is taken"},
     {"KindUnknown",     "690 | 11 | TV | A | 1 | 1 | 1 | p | 0011",        "kind \"TV\" is not tv, radio or data"},
     {"NameEmpty",       "690 | 11 | tv |  | 1 | 1 | 1 | p | 0011",         "the service has no name"},
-    {"NameNotUtf8",     "690 | 11 | tv | \xFF | 1 | 1 | 1 | p | 0011",     "a text is not UTF-8 up to U+FFFF"},
+    {"NameNotUtf8",     "690 | 11 | tv | \xFF | 1 | 1 | 1 | p | 0011",     "a text is not UTF-8"},
     {"NetworkTooLarge", "690 | 11 | tv | A | 0x10000 | 1 | 1 | p | 0011",  "network \"0x10000\" is not a number from 1 to 65535"},
     {"StreamNoNumber",  "690 | 11 | tv | A | 1 | x | 1 | p | 0011",        "stream \"x\" is not a number from 1 to 65535"},
-    {"ServiceTaken",    "690 | 11 | tv | A | 1 | 1 | 0x3EB0 | p | 0011",   "service 0x3EB0 is taken"},
     {"FlagsTooFew",     "690 | 11 | tv | A | 1 | 1 | 1 | p | 001",         "flags \"001\" are not four digits 0 or 1"},
     {"FlagsNoFlags",    "690 | 11 | tv | A | 1 | 1 | 1 | p | 0012",        "flags \"0012\" are not four digits 0 or 1"},
 };
@@ -99,9 +97,23 @@ TEST_P(BadRows, AreRefused) {
 INSTANTIATE_TEST_SUITE_P(Lineup, BadRows, testing::ValuesIn(badRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(LineupTextTest, AnEmptyOneIsRefused) {
-    read("# nothing\n");
-    EXPECT_EQ(said, ":0: there is no service");
+TEST_F(LineupTextTest, WhatIsWrittenIsReadTheSame) {
+    const auto services = read(good + "1 | 9999 | radio | A \"B\" \\ & | 9018 | 1 | 2 | | 1101\n"
+                                      "999 | 1 | data | \U0001F3AC | 1 | 0xFFFF | 3 | p q | 0000\n");
+    const std::string text = writeLineup(services);
+    EXPECT_EQ(writeLineup(read(text)), text);
+    EXPECT_NE(text.find("\n690 |   10 | tv    | ITV3 | 0x233A | 0x3006 | 0x3EB0 | ITV | 0011\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\n999 |    1 | data  | \U0001F3AC | 0x0001 | 0xFFFF | 0x0003 | p q | 0000\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST_F(LineupTextTest, EveryMistakeIsTold) {
+    read("690\n" + good + "690 | 1\n");
+    EXPECT_TRUE(said.starts_with(":1: expected 9 fields between bars, found 1\n")) << said;
+    EXPECT_NE(said.find(":3: expected 9 fields between bars, found 2"), std::string::npos) << said;
 }
 
 } // namespace

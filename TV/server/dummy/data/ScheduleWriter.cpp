@@ -77,10 +77,69 @@ private:
     std::set<std::string> taken_;
 };
 
+/// What makes a programme that programme, wherever it is shown.
+std::string seriesOf(const Showing& showing) {
+    return showing.origin + "/" + showing.programme->title;
+}
+
+/// "More like this": titles of one content code stand on shelves, and what recommends others names
+/// its shelves. Nobody is sent to a shelf that holds no other title.
+class Shelves {
+public:
+    explicit Shelves(const std::vector<std::vector<Showing>>& schedule) {
+        for (const auto& showings : schedule)
+            for (const Showing& showing : showings)
+                if (recommendations(showing) != 0)
+                    titles_[showing.programme->genre & 0xFF].insert(showing.programme->title);
+        for (const auto& showings : schedule)
+            for (const Showing& showing : showings)
+                for (const std::string& shelf : choose(showing))
+                    shelves_[shelf].insert(showing.programme->title);
+    }
+
+    std::vector<std::string> of(const Showing& showing) const {
+        auto shelves = choose(showing);
+        std::erase_if(shelves, [&](const std::string& shelf) { return shelves_.at(shelf).size() < 2; });
+        return shelves;
+    }
+
+private:
+    static std::uint64_t recommendations(const Showing& showing) {
+        const auto chance = digest(seriesOf(showing));
+        switch (showing.programme->kind) {
+        case Programme::Kind::Film:
+            return chance % 3;
+        case Programme::Kind::Series:
+            return showing.programme->episodes.size() < 3 ? 0 : chance % 5;
+        default:
+            return 0;
+        }
+    }
+
+    /// A title stands on a shelf or two, so that one holds some seven of them.
+    std::vector<std::string> choose(const Showing& showing) const {
+        constexpr std::size_t titlesAShelf = 4;
+        const int kind = showing.programme->genre & 0xFF;
+        std::vector<std::string> chosen;
+        for (std::uint64_t i = 0; i != recommendations(showing); ++i) {
+            const auto choice = digest(seriesOf(showing) + "/like/" + std::to_string(i));
+            const auto place = choice % (titles_.at(kind).size() / titlesAShelf + 1);
+            const std::string shelf = std::to_string(kind) + "/" + std::to_string(place);
+            if (std::find(chosen.begin(), chosen.end(), shelf) == chosen.end())
+                chosen.push_back(shelf);
+        }
+        return chosen;
+    }
+
+    std::map<int, std::set<std::string>> titles_; ///< those that recommend others, by content code
+    std::map<std::string, std::set<std::string>> shelves_; ///< titles
+};
+
 /// Turns showings into guide events.
 class GuideWriter {
 public:
-    explicit GuideWriter(const std::vector<Service>& services) : services_(services) {}
+    GuideWriter(const std::vector<Service>& services, const Shelves& shelves)
+        : services_(services), shelves_(shelves) {}
 
     void add(const Service& service, const std::vector<Showing>& showings) {
         GuideFile guide;
@@ -162,14 +221,9 @@ private:
 
     std::vector<GuideCrid> crids(const Showing& showing) {
         const Programme& programme = *showing.programme;
-        const std::string series = showing.origin + "/" + programme.title;
+        const std::string series = seriesOf(showing);
         const std::string episode = series + "/" + std::to_string(showing.episode);
-        const auto chance = digest(series);
         std::vector<GuideCrid> crids;
-        const auto recommend = [&](std::uint64_t count) {
-            for (std::uint64_t i = 0; i != count; ++i)
-                crids.push_back({3, registry_.number(series + "/like/" + std::to_string(i))});
-        };
         switch (programme.kind) {
         case Programme::Kind::Bulletin:
             break;
@@ -177,18 +231,16 @@ private:
             crids.push_back({2, registry_.name(series)});
             break;
         case Programme::Kind::Oneoff:
-            crids.push_back({1, registry_.name(episode)});
-            break;
         case Programme::Kind::Film:
             crids.push_back({1, registry_.name(episode)});
-            recommend(chance % 3);
             break;
         case Programme::Kind::Series:
             crids.push_back({1, registry_.name(episode)});
             crids.push_back({2, registry_.name(series)});
-            recommend(programme.episodes.size() < 3 ? 0 : chance % 5);
             break;
         }
+        for (const std::string& shelf : shelves_.of(showing))
+            crids.push_back({3, registry_.number("like/" + shelf)});
         return crids;
     }
 
@@ -225,6 +277,7 @@ private:
     }
 
     const std::vector<Service>& services_;
+    const Shelves& shelves_;
     CridRegistry registry_;
     std::map<std::string, GuideFile> guides_;
 };
@@ -270,9 +323,13 @@ void run(const std::vector<std::string>& arguments) {
         return;
     }
 
-    GuideWriter writer(services);
+    std::vector<std::vector<Showing>> showings;
     for (const Service& service : services)
-        writer.add(service, schedule.showings(service));
+        showings.push_back(schedule.showings(service));
+    const Shelves shelves(showings);
+    GuideWriter writer(services, shelves);
+    for (std::size_t i = 0; i != services.size(); ++i)
+        writer.add(services[i], showings[i]);
     const std::size_t linkable = writer.linkHd();
     std::filesystem::create_directories(directory);
     std::size_t rows = 0;

@@ -1,0 +1,382 @@
+// A world's days laid around a day of the viewer's. Times are written as in guide files.
+
+#include "TV/server/dummy/guide/TodayWorld.h"
+
+#include "TV/server/dummy/data/GuideText.h"
+#include "TV/server/dummy/data/ZoneOffsets.h"
+#include "tests/TV/server/dummy/guide/SmallWorld.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <tuple>
+
+using namespace Ostrel::TV;
+
+namespace {
+
+constexpr std::int64_t hour = 3600, day = 86400;
+constexpr int bbcOne = 1043;
+
+std::int64_t at(const std::string& time) {
+    return parseTime(TextLine(), time);
+}
+
+/// Three weeks around a day, laid from two days before it to eight days behind it.
+struct Laid {
+    Laid(const World& source, const std::string& zone, const std::string& noon)
+        : days(source), offsets(readZoneOffsets(zone, static_cast<std::int32_t>(at(noon) - 9 * day),
+                                                static_cast<std::int32_t>(at(noon) + 12 * day))),
+          clock(offsets), today(days.dayAt(clock.toLocal(at(noon)))), window{today - 2, today + 8},
+          laid(source, days, window, zone, offsets) {}
+
+    const World& world() const { return laid.world(); }
+    std::int64_t begin() const { return clock.toUtc(days.beginOf(window.first)); }
+    std::int64_t end() const { return clock.toUtc(days.beginOf(window.last + 1)); }
+
+    const RepeatedDays days;
+    const std::vector<ZoneOffset> offsets;
+    const ZoneClock clock;
+    const std::int64_t today;
+    const TodayWorld::Window window;
+    const TodayWorld laid;
+};
+
+const char* titleOf(const World& world, const epgentry& row) {
+    return world.text(row.Title);
+}
+
+/// The event of a service that is on at a time; null when there is none.
+const epgentry* findOn(const World& world, int serviceId, std::int64_t time) {
+    for (const epgentry& row : world.rows)
+        if (row.ServiceId == serviceId && row.Start <= time && time < row.End)
+            return &row;
+    return nullptr;
+}
+
+/// What holds of every world, and of all that is laid: who reads one counts on it.
+void expectSound(const World& world) {
+    std::map<std::uint32_t, const epgentry*> programmes;
+    std::size_t next = 0;
+    for (const GuideServiceRows& service : world.services) {
+        ASSERT_EQ(service.first, next);
+        ASSERT_GT(service.count, 0u);
+        next += service.count;
+        for (std::size_t i = service.first; i != next; ++i) {
+            const epgentry& row = world.rows[i];
+            ASSERT_EQ(row.ServiceId, service.serviceId);
+            ASSERT_GT(row.Start, 0);
+            ASSERT_GT(row.End, row.Start);
+            ASSERT_NE(row.ProgId, 0u);
+            ASSERT_TRUE(programmes.emplace(row.ProgId, &row).second) << row.ProgId;
+            if (i != service.first) {
+                ASSERT_GE(row.Start, world.rows[i - 1].End) << titleOf(world, row);
+                ASSERT_GT(row.ProgId, world.rows[i - 1].ProgId);
+            }
+        }
+    }
+    ASSERT_EQ(next, world.rows.size());
+    ASSERT_EQ(world.rowFacts.size(), next);
+    const epgentry zero{};
+    ASSERT_EQ(std::memcmp(world.rows.data() + next, &zero, sizeof zero), 0);
+    ASSERT_EQ(world.startOrder.size(), next);
+    for (std::size_t i = 1; i != next; ++i) {
+        const auto a = world.startOrder[i - 1], b = world.startOrder[i];
+        ASSERT_LT(std::tuple(world.rows[a].Start, a), std::tuple(world.rows[b].Start, b));
+    }
+    for (const epgentry& row : world.rows)
+        for (const std::uint32_t link : {row.LinkedHdProgs, row.LinkedHdSimulcastProgs})
+            if (link != 0) {
+                ASSERT_EQ(programmes.count(link), 1u) << titleOf(world, row);
+                ASSERT_TRUE(programmes[link]->IsHd);
+                ASSERT_NE(programmes[link]->ServiceId, row.ServiceId);
+                ASSERT_EQ(programmes[link]->Start, row.Start);
+            }
+}
+
+/// The starts, as hours behind a time; for services with few events.
+std::vector<std::int64_t> hoursOf(const World& world, std::int64_t from) {
+    std::vector<std::int64_t> hours;
+    for (const epgentry& row : world.rows)
+        hours.push_back((row.Start - from) / hour);
+    return hours;
+}
+
+struct Place {
+    const char* name;
+    const char* zone;
+    const char* noon; ///< UTC; a time of the day that it is there
+};
+
+class TodayWorldPlaces : public testing::TestWithParam<Place> {};
+
+} // namespace
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Days, TodayWorldPlaces, testing::Values(
+    Place{"LondonTuesday",        "Europe/London",       "2026-11-24T12:00:00Z"},
+    Place{"LondonSaturday",       "Europe/London",       "2026-11-28T12:00:00Z"},
+    Place{"LondonSpring",         "Europe/London",       "2026-03-29T12:00:00Z"},
+    Place{"LondonBeforeSpring",   "Europe/London",       "2026-03-24T12:00:00Z"},
+    Place{"LondonAutumn",         "Europe/London",       "2026-10-25T12:00:00Z"},
+    Place{"LondonBeforeAutumn",   "Europe/London",       "2026-10-20T12:00:00Z"},
+    Place{"TokyoTuesday",         "Asia/Tokyo",          "2026-11-24T03:00:00Z"},
+    Place{"TokyoSaturday",        "Asia/Tokyo",          "2026-11-28T03:00:00Z"},
+    Place{"LosAngelesTuesday",    "America/Los_Angeles", "2026-11-24T20:00:00Z"},
+    Place{"LosAngelesSaturday",   "America/Los_Angeles", "2026-11-28T20:00:00Z"},
+    Place{"LosAngelesSpring",     "America/Los_Angeles", "2026-03-08T20:00:00Z"},
+    Place{"LosAngelesAutumn",     "America/Los_Angeles", "2026-11-01T20:00:00Z"},
+    Place{"KathmanduQuarterHour", "Asia/Kathmandu",      "2026-11-24T06:00:00Z"},
+    Place{"CairoChangesAtMidnight", "Africa/Cairo",      "2026-04-24T10:00:00Z"}),
+    [](const auto& each) { return std::string(each.param.name); });
+// clang-format on
+
+TEST_P(TodayWorldPlaces, TheBuiltInWorldIsSoundThere) {
+    const Laid laid(builtInWorld(), GetParam().zone, GetParam().noon);
+    expectSound(laid.world());
+    EXPECT_EQ(laid.world().timeZone, GetParam().zone);
+    EXPECT_EQ(laid.world().name, "built-in");
+}
+
+TEST_P(TodayWorldPlaces, TheTenOClockNewsComesAtTenAndASundayStaysASunday) {
+    const Laid laid(builtInWorld(), GetParam().zone, GetParam().noon);
+    for (auto number = laid.window.first; number <= laid.window.last; ++number) {
+        const auto ten = laid.clock.toUtc(number * day + 22 * hour);
+        const epgentry* const row = findOn(laid.world(), bbcOne, ten);
+        ASSERT_NE(row, nullptr);
+        EXPECT_EQ(row->Start, ten);
+        EXPECT_EQ(row->Content, 0x21) << titleOf(laid.world(), *row);
+        const auto weekday = (number + 4) % 7; // from Sunday, 0
+        EXPECT_EQ(std::strstr(titleOf(laid.world(), *row), "Weekend") != nullptr,
+                  weekday == 0 || weekday == 6)
+            << titleOf(laid.world(), *row);
+    }
+}
+
+/// Whoever is on around the clock is so here.
+TEST_P(TodayWorldPlaces, NoDayEndsInAGap) {
+    const Laid laid(builtInWorld(), GetParam().zone, GetParam().noon);
+    const epgentry* before = nullptr;
+    for (const epgentry& row : laid.world().rows) {
+        if (row.ServiceId != bbcOne)
+            continue;
+        if (before != nullptr) {
+            EXPECT_EQ(row.Start, before->End) << titleOf(laid.world(), row);
+        }
+        before = &row;
+    }
+}
+
+TEST_P(TodayWorldPlaces, ADayIsTheSameWheneverItIsLaid) {
+    const Laid first(builtInWorld(), GetParam().zone, GetParam().noon);
+    const TodayWorld::Window later{first.window.first + 3, first.window.last + 3};
+    const TodayWorld second(builtInWorld(), first.days, later, GetParam().zone, first.offsets);
+    // Of the days that both have, and whose first event does not come from a day that one lacks.
+    const auto from = first.clock.toUtc(first.days.beginOf(later.first + 1)),
+               to = first.clock.toUtc(first.days.beginOf(first.window.last));
+    const auto read = [&](const World& world) {
+        std::vector<std::tuple<std::uint32_t, int, std::int32_t, std::int32_t, std::string, std::uint32_t>>
+            rows;
+        for (const epgentry& row : world.rows)
+            if (row.Start >= from && row.Start < to)
+                rows.emplace_back(row.ProgId, row.ServiceId, row.Start, row.End, titleOf(world, row),
+                                  row.LinkedHdProgs);
+        return rows;
+    };
+    EXPECT_EQ(read(first.world()), read(second.world()));
+    EXPECT_GT(read(first.world()).size(), 1000u);
+}
+
+TEST(TodayWorldTest, LinksLeadToTheSameDay) {
+    const Laid laid(builtInWorld(), "Europe/London", "2026-11-24T12:00:00Z");
+    std::map<std::uint32_t, const epgentry*> programmes;
+    for (const epgentry& row : laid.world().rows)
+        programmes[row.ProgId] = &row;
+    std::size_t links = 0;
+    for (const epgentry& row : laid.world().rows) {
+        if (row.LinkedHdProgs == 0)
+            continue;
+        ++links;
+        EXPECT_STREQ(titleOf(laid.world(), *programmes.at(row.LinkedHdProgs)), titleOf(laid.world(), row));
+    }
+    // As many as on eleven days of the source: its seven, and four of them again.
+    EXPECT_GT(links, 126u);
+}
+
+TEST(TodayWorldTest, WhatFallsIntoAMissingHourIsLeftOut) {
+    // 2026-03-29 in London: 01:00 is 02:00.
+    SmallWorld small;
+    small.fill(1, at("2026-01-04T00:00:00Z"), at("2026-01-11T00:00:00Z"), hour / 2); // from a Sunday
+    const Laid laid(small.world(), "Europe/London", "2026-03-29T12:00:00Z");
+    expectSound(laid.world());
+    const auto midnight = at("2026-03-29T00:00:00Z");
+    std::size_t ofTheDay = 0;
+    for (const epgentry& row : laid.world().rows) {
+        EXPECT_EQ(row.End - row.Start, hour / 2);
+        ofTheDay += row.Start >= midnight && row.Start < midnight + 23 * hour;
+    }
+    EXPECT_EQ(ofTheDay, 46u);
+}
+
+TEST(TodayWorldTest, WhatIsOnInADoubledHourLastsLonger) {
+    // 2026-10-25 in London: 02:00 is 01:00.
+    SmallWorld small;
+    small.fill(1, at("2026-01-04T00:00:00Z"), at("2026-01-11T00:00:00Z"), hour / 2);
+    const Laid laid(small.world(), "Europe/London", "2026-10-25T12:00:00Z");
+    expectSound(laid.world());
+    const epgentry* const last = findOn(laid.world(), 1, at("2026-10-25T01:30:00Z"));
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->Start, at("2026-10-25T00:30:00Z"));
+    EXPECT_EQ(last->End, at("2026-10-25T02:00:00Z"));
+    for (std::int64_t time = laid.begin(); time < laid.end(); time += hour / 4)
+        EXPECT_NE(findOn(laid.world(), 1, time), nullptr) << formatTime(time);
+}
+
+TEST(TodayWorldTest, ADoubledHourOfTheSourceIsShownOnce) {
+    const auto offsets =
+        readZoneOffsets("Europe/London", static_cast<std::int32_t>(at("2026-10-20T00:00:00Z")),
+                        static_cast<std::int32_t>(at("2026-11-03T00:00:00Z")));
+    ASSERT_EQ(offsets.size(), 2u);
+    SmallWorld small(offsets);
+    small.fill(1, at("2026-10-20T23:00:00Z"), at("2026-10-28T00:00:00Z"), hour / 2);
+    const Laid laid(small.world(), "UTC", "2026-06-07T12:00:00Z");
+    expectSound(laid.world());
+    for (std::int64_t time = laid.begin(); time < laid.end(); time += hour / 4)
+        EXPECT_NE(findOn(laid.world(), 1, time), nullptr) << formatTime(time);
+}
+
+TEST(TodayWorldTest, AtASeamWhatRunsOnEndsWithTheDayThatFollows) {
+    SmallWorld small;
+    const auto monday = at("2026-01-05T00:00:00Z");
+    small.fill(1, monday, monday + 6 * day + 23 * hour, hour);
+    small.add(1, monday + 6 * day + 23 * hour, monday + 7 * day + 2 * hour); // beyond the week's end
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z"); // a Tuesday
+    expectSound(laid.world());
+    const auto nextMonday = at("2026-11-30T00:00:00Z");
+    const epgentry* const last = findOn(laid.world(), 1, nextMonday - 1);
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->End, nextMonday);
+}
+
+TEST(TodayWorldTest, AtASeamNoGapComesThatTheSourceLacks) {
+    SmallWorld small;
+    const auto sunday = at("2026-01-04T22:00:00Z"), monday = sunday + 2 * hour;
+    small.add(1, sunday, monday + 3 * hour); // before the first whole day
+    small.fill(1, monday + 3 * hour, monday + 7 * day, hour);
+    small.add(1, monday + 7 * day, monday + 7 * day + 20 * hour);
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    expectSound(laid.world());
+    const epgentry* const last = findOn(laid.world(), 1, at("2026-11-30T01:00:00Z"));
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->Start, at("2026-11-29T23:00:00Z"));
+    EXPECT_EQ(last->End, at("2026-11-30T03:00:00Z"));
+}
+
+TEST(TodayWorldTest, GapsStay) {
+    SmallWorld small;
+    const auto monday = at("2026-01-05T00:00:00Z");
+    for (int number = 0; number != 7; ++number)
+        small.fill(1, monday + number * day + 6 * hour, monday + number * day + 23 * hour, hour);
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    expectSound(laid.world());
+    EXPECT_EQ(laid.world().rows.size(), 11u * 17);
+    for (auto midnight = laid.begin(); midnight < laid.end(); midnight += day) {
+        EXPECT_EQ(findOn(laid.world(), 1, midnight + 6 * hour - 1), nullptr);
+        EXPECT_NE(findOn(laid.world(), 1, midnight + 6 * hour), nullptr);
+        EXPECT_EQ(findOn(laid.world(), 1, midnight + 23 * hour), nullptr);
+    }
+}
+
+TEST(TodayWorldTest, ADayAloneIsEveryDay) {
+    SmallWorld small;
+    small.add(1, at("2026-01-07T18:00:00Z"), at("2026-01-07T19:00:00Z"));
+    small.add(1, at("2026-01-07T20:00:00Z"), at("2026-01-07T22:00:00Z"));
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    expectSound(laid.world());
+    std::vector<std::int64_t> hours;
+    for (int number = -2; number <= 8; ++number)
+        for (const int start : {18, 20})
+            hours.push_back(number * 24 + start);
+    EXPECT_EQ(hoursOf(laid.world(), at("2026-11-24T00:00:00Z")), hours);
+}
+
+TEST(TodayWorldTest, ThreeDaysStandOnTheirOwnWeekdaysAndTakeTurnsOtherwise) {
+    SmallWorld small;
+    const auto friday = at("2026-01-02T00:00:00Z");
+    for (int number = 0; number != 3; ++number) // events of one, two and three hours
+        small.fill(1, friday + number * day, friday + (number + 1) * day, (number + 1) * hour);
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z"); // a Tuesday
+    expectSound(laid.world());
+    std::string lengths;
+    for (auto midnight = laid.begin(); midnight < laid.end(); midnight += day) {
+        const epgentry* const row = findOn(laid.world(), 1, midnight);
+        ASSERT_NE(row, nullptr);
+        lengths += std::to_string((row->End - row->Start) / hour);
+    }
+    EXPECT_EQ(lengths, "31231"
+                       "12312"
+                       "3"); // from Sunday on
+}
+
+TEST(TodayWorldTest, TwoWeeksComeInTurn) {
+    SmallWorld small;
+    const auto monday = at("2026-01-05T00:00:00Z");
+    small.fill(1, monday, monday + 7 * day, hour);
+    small.fill(1, monday + 7 * day, monday + 14 * day, 2 * hour);
+    const auto lengthOn = [&](const std::string& noon) {
+        const Laid laid(small.world(), "UTC", noon);
+        expectSound(laid.world());
+        const epgentry* const row = findOn(laid.world(), 1, at(noon));
+        return row == nullptr ? 0 : (row->End - row->Start) / hour;
+    };
+    EXPECT_EQ(lengthOn("2026-01-07T12:00:00Z"), 1);
+    EXPECT_EQ(lengthOn("2026-01-14T12:00:00Z"), 2);
+    EXPECT_EQ(lengthOn("2026-01-21T12:00:00Z"), 1);
+    EXPECT_EQ(lengthOn("2025-12-31T12:00:00Z"), 2);
+}
+
+TEST(TodayWorldTest, AWeekThatBeginsInTheAfternoonIsAWeek) {
+    SmallWorld small;
+    const auto begin = at("2026-01-05T14:00:00Z");
+    small.fill(1, begin, begin + 7 * day, hour);
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    EXPECT_EQ(laid.days.count(), 7);
+    expectSound(laid.world());
+    for (std::int64_t time = laid.begin(); time < laid.end(); time += hour)
+        EXPECT_NE(findOn(laid.world(), 1, time), nullptr);
+}
+
+TEST(TodayWorldTest, AnEventOfThirtyHoursIsLaid) {
+    SmallWorld small;
+    const auto monday = at("2026-01-05T00:00:00Z");
+    small.fill(1, monday, monday + 3 * day, hour);
+    small.add(1, monday + 3 * day, monday + 3 * day + 30 * hour);
+    small.fill(1, monday + 3 * day + 30 * hour, monday + 7 * day, hour);
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    expectSound(laid.world());
+    const epgentry* const row = findOn(laid.world(), 1, at("2026-11-27T05:00:00Z")); // a Friday
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row->End - row->Start, 30 * hour);
+}
+
+TEST(TodayWorldTest, AWorldWithoutEventsStaysEmpty) {
+    SmallWorld small;
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z");
+    EXPECT_TRUE(laid.world().rows.empty());
+    EXPECT_TRUE(laid.world().services.empty());
+}
+
+TEST(TodayWorldTest, TheTimesOf32BitsAreLeft) {
+    const Laid late(builtInWorld(), "UTC", "2038-01-18T12:00:00Z");
+    expectSound(late.world());
+    const RepeatedDays days(builtInWorld());
+    for (const std::int64_t number : {-100'000, 0, 100'000}) {
+        const TodayWorld far(builtInWorld(), days, {number - 2, number + 8}, "UTC", {{0, 0}});
+        EXPECT_EQ(far.world().rows.empty(), number != 0) << number;
+        if (number == 0)
+            expectSound(far.world());
+    }
+}

@@ -3,12 +3,14 @@
 #include "Ostrel/runtime/Clock.h"
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/guide/Guide.h"
+#include "TV/server/dummy/guide/Today.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 #include "TV/server/dummy/world/World.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <span>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -38,8 +40,12 @@ void DummyTVModule::uninit() {}
 // Meant so: docs/oddities.md, "Init once".
 bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     magic = 42;
+    initTime = Clock::now();
     Guide& guide = sharedGuide();
-    guide.addEvents();
+    if (keepsToday)
+        today = std::make_unique<Today>(chosenWorld());
+    else
+        guide.addEvents();
     // That it is there is enough, whatever it says.
     // Meant so: docs/oddities.md, "Any value turns the clock".
     timeOffset = std::getenv("DUMMYFAKETIME") == nullptr
@@ -80,20 +86,34 @@ void DummyTVModule::reset() {
     ++age;
 }
 
+// The one guide that never changes has no owner to count for.
+std::shared_ptr<const Guide> DummyTVModule::guideAt(std::time_t now) const {
+    return today ? today->guideAt(now)
+                 : std::shared_ptr<const Guide>(std::shared_ptr<void>(), &sharedGuide());
+}
+
+std::shared_ptr<const Guide> DummyTVModule::guideNow() const {
+    return guideAt(today ? Clock::now() + timeOffset : 0);
+}
+
 DummyTVModule::World DummyTVModule::describeWorld() const {
-    const Guide& guide = sharedGuide();
-    return {.name = "built-in",
+    const auto now = Clock::now() + timeOffset;
+    const auto guide = guideAt(now);
+    const TV::World& world = guide->world();
+    return {.name = std::string(world.name),
             .services = static_cast<std::uint32_t>(sharedLineup().getRows().size()),
-            .events = static_cast<std::uint32_t>(guide.index().size()),
-            .start = guide.earliestStart(),
-            .end = guide.latestEnd(),
-            .builtIn = true,
-            .timeZone = "Europe/London"};
+            .events = static_cast<std::uint32_t>(guide->index().size()),
+            .start = guide->earliestStart(),
+            .end = guide->latestEnd(),
+            .builtIn = world.builtIn,
+            .timeZone = std::string(world.timeZone),
+            .turnsAt = today ? std::optional(today->turnBehind(now)) : std::nullopt};
 }
 
 std::time_t DummyTVModule::getGuideMidday() const {
     const Guide& guide = sharedGuide();
-    const std::time_t middle = (guide.latestEnd() - guide.earliestStart()) / 2 + guide.earliestStart();
+    const std::time_t middle =
+        today ? initTime : (guide.latestEnd() - guide.earliestStart()) / 2 + guide.earliestStart();
     std::tm midday{};
     localtime_r(&middle, &midday);
     midday.tm_sec = 0;
@@ -104,8 +124,9 @@ std::time_t DummyTVModule::getGuideMidday() const {
 
 std::optional<std::time_t> DummyTVModule::findNextStart(std::optional<std::int32_t> serviceId,
                                                         std::time_t after) const {
-    const StartTimeIndex& index = sharedGuide().index();
-    const auto& starts = index.columns().starts; // ascending
+    const auto guide = guideAt(after);
+    const StartTimeIndex& index = guide->index();
+    const std::span starts(index.columns().starts.data(), index.size()); // ascending
     if (!serviceId) {
         const auto found = std::upper_bound(starts.begin(), starts.end(), after);
         return found == starts.end() ? std::nullopt : std::optional<std::time_t>(*found);

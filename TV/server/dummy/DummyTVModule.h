@@ -8,11 +8,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace Ostrel::TV {
+
+class Guide;
+class Today;
 
 /// A back end without a tuner: what a receiver would learn from the air is built in.
 ///
@@ -22,7 +26,11 @@ class OSTREL_API DummyTVModule : public TVModule {
 public:
     DummyTVModule();
 
-    /// Builds the lists from the built-in tables. Always true.
+    /// Has the guide always be on air: the days of the world are laid around whatever time it is, in
+    /// the time zone of the process. Called before init().
+    void keepToday() { keepsToday = true; }
+
+    /// Builds the lists from the tables of the world. Always true.
     ///
     /// With DUMMYFAKETIME in the environment the module's clock starts at midday, local time,
     /// of the day in the middle of the guide; otherwise it is the system's.
@@ -45,13 +53,17 @@ public:
         std::int32_t start = 0; ///< of the earliest event, seconds since 1970-01-01 UTC
         std::int32_t end = 0; ///< of the event that ends last
         bool builtIn = false;
-        std::string timeZone; ///< that the broadcasters live by, a name of the IANA's database
+        /// That the broadcasters live by, a name of the IANA's database; empty where the viewer's has none.
+        std::string timeZone;
+        /// From when on another guide answers, where the guide is always on air.
+        std::optional<std::time_t> turnsAt;
     };
 
     // Any thread may ask, after init().
     World describeWorld() const;
 
-    /// Midday, local time, of the day in the middle of the guide.
+    /// Midday, local time, of the day in the middle of the guide; of the day of init() where the guide
+    /// is always on air.
     std::time_t getGuideMidday() const;
 
     /// When the first event of that service, or of any, starts behind that time; nothing when none
@@ -128,7 +140,11 @@ public:
         TaskHandle task = nullptr; ///< of the latest scan; never looked at
     };
 
-    // For the module's contexts.
+    // For the module's contexts. Any thread may ask for the guide of a time of the module's clock, and
+    // reads it for as long as it keeps it.
+    std::shared_ptr<const Guide> guideAt(std::time_t now) const;
+    std::shared_ptr<const Guide> guideNow() const;
+
     std::uint32_t magic = 0; ///< 42 once initialised; nobody reads it
     std::int32_t timeOffset = 0; ///< seconds, added to the wall clock; fixed by init()
     std::uint64_t age = 1; ///< goes up with each reset(); guarded by the turn
@@ -150,6 +166,10 @@ private:
         OSTREL_REQUIRES(mutex);
     void mergeTransponderUnderLock(std::uint32_t frequencyMHz) OSTREL_REQUIRES(mutex);
     void mergeServiceUnderLock(const ITVService::ServiceInfo& service) OSTREL_REQUIRES(mutex);
+
+    bool keepsToday = false;
+    std::unique_ptr<Today> today; ///< null where the guide stays as it is
+    std::time_t initTime = 0; ///< by the system's clock, seconds since 1970-01-01 UTC
 };
 
 } // namespace Ostrel::TV

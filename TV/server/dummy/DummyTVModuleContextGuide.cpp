@@ -19,12 +19,14 @@ VectorObject<std::string> DummyTVModuleContext::nowNextGet(const unsigned& id,
     const auto format = findOutputFormat(outputFormat);
     if (!format)
         fail("nowNextGet", ReturnCode::NotSupported, __LINE__);
-    const NowNext found = findNowNext(sharedGuide(), id, utcTimeGet());
+    const auto now = utcTimeGet();
+    const auto guide = module->guideAt(now);
+    const NowNext found = findNowNext(*guide, id, now);
     VectorObject<std::string> documents;
     if (found.now)
-        documents.push_back(formatEntry(*format, found.now, OnAir));
+        documents.push_back(formatEntry(*format, found.now, OnAir, guide->world()));
     if (found.next)
-        documents.push_back(formatEntry(*format, found.next, Following));
+        documents.push_back(formatEntry(*format, found.next, Following, guide->world()));
     return documents;
 }
 
@@ -35,7 +37,8 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
     const auto format = findOutputFormat(outputFormat);
     if (expressionFormat != "quoril" || !format)
         fail("query", ReturnCode::NotSupported, __LINE__);
-    QuorilQuery rows(sharedGuide());
+    const auto guide = module->guideNow();
+    QuorilQuery rows(*guide);
     if (!rows.init(expression, 0, noLimit))
         fail("query", ReturnCode::NotSupported, __LINE__);
     constexpr std::size_t someDocuments = 256;
@@ -44,20 +47,23 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
     while (const epgentry* row = rows.next()) {
         if (documents.size() % someDocuments == 0)
             Cancellation::check();
-        documents.push_back(formatEntry(*format, row, Schedule));
+        documents.push_back(formatEntry(*format, row, Schedule, guide->world()));
     }
     return documents;
 }
 
 VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryEventInfo(const Query& query) {
+    const auto guide = module->guideNow();
     VectorObject<EventInfo> events;
-    if (!EventQuery(sharedGuide(), query).run(events))
+    if (!EventQuery(*guide, query).run(events))
         fail("queryEventInfo", ReturnCode::NotSupported, __LINE__);
     return events;
 }
 
 VectorObject<ITVGuide::EventInfo> DummyTVModuleContext::queryNowNextEventInfo(const unsigned& id) {
-    const NowNext found = findNowNext(sharedGuide(), id, utcTimeGet());
+    const auto now = utcTimeGet();
+    const auto guide = module->guideAt(now);
+    const NowNext found = findNowNext(*guide, id, now);
     VectorObject<EventInfo> events;
     if (found.now)
         appendEvent(events, *found.now);

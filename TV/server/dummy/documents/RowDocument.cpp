@@ -3,7 +3,6 @@
 #include "TV/server/dummy/documents/Escape.h"
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
-#include "TV/server/dummy/world/World.h"
 
 #include <array>
 #include <charconv>
@@ -290,7 +289,7 @@ Texts textsOf(const epgentry& row) {
     return texts;
 }
 
-/// The texts of a row of the built-in guide.
+/// The texts of a row of a world.
 /// @param room  gets the bytes that they take at most
 template <OutputFormat format>
 Texts textsOf(const epgentry& row, const GuideRowFacts& facts, std::size_t& room) {
@@ -313,13 +312,13 @@ Texts textsOf(const epgentry& row, const GuideRowFacts& facts, std::size_t& room
     return texts;
 }
 
-/// The facts of a row, which only those of the chosen world have.
-const GuideRowFacts* findFacts(const epgentry* row) {
-    const auto rows = guideRows();
+/// The facts of a row, which only those of the world have.
+const GuideRowFacts* findFacts(const epgentry* row, const World& world) {
+    const auto rows = world.rows;
     const std::less<const epgentry*> less;
     if (less(row, rows.data()) || !less(row, rows.data() + rows.size()))
         return nullptr;
-    return &guideRowFacts()[static_cast<std::size_t>(row - rows.data())];
+    return &world.rowFacts[static_cast<std::size_t>(row - rows.data())];
 }
 
 template <typename Generated> std::string generate(const epgentry* row, unsigned mode) {
@@ -328,10 +327,11 @@ template <typename Generated> std::string generate(const epgentry* row, unsigned
     return generator.getString();
 }
 
-template <typename Document, typename Generated> std::string format(const epgentry* row, unsigned mode) {
+template <typename Document, typename Generated>
+std::string format(const epgentry* row, unsigned mode, const World& world) {
     constexpr std::size_t markup = 2048; // names, numbers and signs, ten crids included, take less
     constexpr std::size_t bufferSize = 16384;
-    const GuideRowFacts* const facts = findFacts(row);
+    const GuideRowFacts* const facts = findFacts(row, world);
     std::size_t room = markup;
     if (!facts)
         return generate<Generated>(row, mode);
@@ -359,9 +359,9 @@ void writeEntry(Generator& generator, const epgentry* row, unsigned mode) {
     writeDocument(document, *row, textsOf(*row), mode);
 }
 
-std::string formatEntry(OutputFormat outputFormat, const epgentry* row, unsigned mode) {
-    return outputFormat == OutputFormat::Json ? format<JsonDocument, JsonGenerator>(row, mode)
-                                              : format<XmlDocument, XmlGenerator>(row, mode);
+std::string formatEntry(OutputFormat outputFormat, const epgentry* row, unsigned mode, const World& world) {
+    return outputFormat == OutputFormat::Json ? format<JsonDocument, JsonGenerator>(row, mode, world)
+                                              : format<XmlDocument, XmlGenerator>(row, mode, world);
 }
 
 std::string formatEntry(const std::string& outputFormat, const epgentry* row, unsigned mode) {

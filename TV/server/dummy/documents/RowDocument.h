@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TV/server/dummy/documents/Generator.h"
-#include "TV/server/dummy/world/epgentry.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <optional>
 #include <string>
@@ -25,7 +25,9 @@ std::optional<OutputFormat> findOutputFormat(const std::string& name);
 void writeEntry(Generator& generator, const epgentry* row, unsigned mode);
 
 /// Returns what writeEntry() writes through a JsonGenerator or an XmlGenerator, without either.
-std::string formatEntry(OutputFormat format, const epgentry* row, unsigned mode);
+/// @param world  whose row it may be, which is written without looking at its texts for what to escape
+std::string formatEntry(OutputFormat format, const epgentry* row, unsigned mode,
+                        const World& world = chosenWorld());
 
 /// The same for a format's name; empty for a name that is none.
 std::string formatEntry(const std::string& outputFormat, const epgentry* row, unsigned mode);

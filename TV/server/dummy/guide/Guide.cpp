@@ -14,8 +14,9 @@ Guide& sharedGuide() noexcept {
     return theGuide;
 }
 
-void Guide::addEvents() {
-    index_.addGuide();
+void Guide::addEvents(const World& world) {
+    world_ = world;
+    index_.addGuide(world);
     // Behind the last row the columns hold zeros, which are no maximum.
     const StartTimeIndex::Columns& columns = index_.columns();
     earliestStart_ = columns.starts.front();

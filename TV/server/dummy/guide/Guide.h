@@ -2,6 +2,7 @@
 
 #include "TV/interfaces/ITVGuide.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <cstdint>
 
@@ -13,11 +14,13 @@ namespace Ostrel::TV {
 /// It is filled before anything reads it, and only read from then on, by any number of threads.
 class Guide {
 public:
-    /// Adds the built-in events. A second call adds them a second time.
-    void addEvents();
+    /// Adds the events of a world, which must stay. A second call with it adds them a second time.
+    void addEvents(const World& world = chosenWorld());
     /// Adds what the built-in genre table calls the codes, ascending. So does a second call.
     void addGenres();
 
+    /// Where the rows stand; an empty one while there are no events.
+    const World& world() const { return world_; }
     const StartTimeIndex& index() const { return index_; }
     const VectorObject<ITVGuide::GenreStringMap>& genres() const { return genres_; }
 
@@ -26,6 +29,7 @@ public:
     std::int32_t latestEnd() const { return latestEnd_; }
 
 private:
+    World world_;
     StartTimeIndex index_;
     VectorObject<ITVGuide::GenreStringMap> genres_;
     std::int32_t earliestStart_ = 0;

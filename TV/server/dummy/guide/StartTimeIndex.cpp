@@ -1,20 +1,17 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 
-#include "TV/server/dummy/world/World.h"
-
 #include <algorithm>
 #include <cstring>
 #include <numeric>
 
 namespace Ostrel::TV {
 
-void StartTimeIndex::addGuide() {
+void StartTimeIndex::addGuide(const World& world) {
     const bool first = rows_.empty();
-    const auto table = guideRows();
-    rows_.reserve(rows_.size() + table.size());
-    for (const std::uint32_t row : guideStartOrder())
-        rows_.push_back(&table[row]);
-    // The build has sorted one guide; two are in order by themselves alone.
+    rows_.reserve(rows_.size() + world.rows.size());
+    for (const std::uint32_t row : world.startOrder)
+        rows_.push_back(&world.rows[row]);
+    // Whoever made the world has sorted one guide; two are in order by themselves alone.
     if (!first) {
         std::stable_sort(rows_.begin(), rows_.end(), [](const epgentry* a, const epgentry* b) {
             if (compareStartTimes()(a, b) || compareStartTimes()(b, a))
@@ -23,7 +20,7 @@ void StartTimeIndex::addGuide() {
         });
     }
     fillColumns();
-    fillTexts();
+    fillTexts(world);
     fillServices();
 }
 
@@ -41,13 +38,13 @@ void StartTimeIndex::fillColumns() {
     fill(descriptions_, [](const epgentry* row) { return row->Description.offset; });
 }
 
-void StartTimeIndex::fillTexts() {
+void StartTimeIndex::fillTexts(const World& world) {
     std::uint32_t last = 0;
     for (std::size_t position = 0; position != rows_.size(); ++position)
         last = std::max({last, titles_[position], descriptions_[position]});
-    for (const GuideRowFacts& facts : guideRowFacts())
+    for (const GuideRowFacts& facts : world.rowFacts)
         longestText_ = std::max<std::size_t>({longestText_, facts.title.length, facts.description.length});
-    textsSize_ = last == 0 ? 0 : last + std::strlen(PoolText{last}) + 1;
+    textsSize_ = last == 0 ? 0 : last + std::strlen(world.text({last})) + 1;
 }
 
 void StartTimeIndex::fillServices() {

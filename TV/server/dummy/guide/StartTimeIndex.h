@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/world/epgentry.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,8 +19,8 @@ class StartTimeIndex {
 public:
     static constexpr std::size_t blockRows = 64;
 
-    /// Adds the whole built-in guide. A second call adds it a second time.
-    void addGuide();
+    /// Adds the whole guide of a world, which must stay. A second call with it adds it a second time.
+    void addGuide(const World& world = chosenWorld());
 
     /// What expressions can ask for.
     struct Columns {
@@ -65,7 +65,7 @@ private:
     };
 
     void fillColumns();
-    void fillTexts();
+    void fillTexts(const World& world);
     void fillServices();
 
     std::vector<const epgentry*> rows_;

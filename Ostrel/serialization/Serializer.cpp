@@ -1,5 +1,7 @@
 #include "Ostrel/serialization/Serializer.h"
 
+#include "Ostrel/text/Utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -37,9 +39,11 @@ constexpr std::size_t longestEscape = 6; ///< bytes
 constexpr std::ptrdiff_t blockSize = 16; ///< bytes looked at together
 
 /// A bit for each byte of a block that needs an escape.
-unsigned findEscapes(const char* block) {
+/// @param wide  gets bits set when a byte is not ASCII
+unsigned findEscapes(const char* block, unsigned& wide) {
 #ifdef __SSE2__
     const auto bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+    wide |= static_cast<unsigned>(_mm_movemask_epi8(bytes));
     const auto controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes);
     const auto quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
     const auto backslashes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
@@ -47,8 +51,11 @@ unsigned findEscapes(const char* block) {
         _mm_movemask_epi8(_mm_or_si128(controls, _mm_or_si128(quotes, backslashes))));
 #else
     unsigned found = 0;
-    for (int i = 0; i != blockSize; ++i)
-        found |= unsigned{escapes[static_cast<unsigned char>(block[i])] != 0} << i;
+    for (int i = 0; i != blockSize; ++i) {
+        const auto byte = static_cast<unsigned char>(block[i]);
+        found |= unsigned{escapes[byte] != 0} << i;
+        wide |= byte & 0x80u;
+    }
     return found;
 #endif
 }
@@ -69,6 +76,43 @@ char* escape(char* to, char byte) {
     to += sign != 0;
     to[0] = sign != 0 ? sign : byte;
     return to + 1;
+}
+
+/// Does what appendEscaped() does.
+/// @returns whether all of it is ASCII
+bool escapeInto(std::string& out, std::string_view text) {
+    constexpr std::size_t roomSize = 8192;
+    constexpr std::size_t pieceMost = roomSize / longestEscape - blockSize;
+    char room[roomSize]; // filled without a look at the capacity of the text
+    unsigned wide = 0;
+    const char* from = text.data();
+    const char* const textEnd = from + text.size();
+    while (from != textEnd) {
+        const char* const end =
+            from + std::min<std::size_t>(static_cast<std::size_t>(textEnd - from), pieceMost);
+        char* to = room;
+        // A whole block is copied at once, and again what follows each byte that grows: that is
+        // one more block at most, hence the distance from the end.
+        for (; end - from >= 2 * blockSize; from += blockSize) {
+            std::memcpy(to, from, blockSize);
+            unsigned done = 0;
+            for (unsigned found = findEscapes(from, wide); found != 0; found &= found - 1) {
+                const auto next = static_cast<unsigned>(std::countr_zero(found));
+                to = escape(to + (next - done), from[next]);
+                done = next + 1;
+                std::memcpy(to, from + done, blockSize);
+            }
+            to += static_cast<unsigned>(blockSize) - done;
+        }
+        for (; end - from >= blockSize && findEscapes(from, wide) == 0; from += blockSize, to += blockSize)
+            std::memcpy(to, from, blockSize);
+        for (; from != end; ++from) {
+            wide |= static_cast<unsigned char>(*from) & 0x80u;
+            to = escape(to, *from);
+        }
+        out.append(room, to);
+    }
+    return wide == 0;
 }
 
 } // namespace
@@ -120,13 +164,24 @@ void Serializer::write(std::string_view key, std::string_view text) {
     beginValue(key);
     checkLimit(text.size());
     text_ += '"';
-    for (; text.size() > pieceSize; text.remove_prefix(pieceSize)) {
-        appendEscaped(text_, text.substr(0, pieceSize));
-        checkLimit();
+    const auto start = text_.size();
+    if (!appendText(text) && !isUtf8(text)) {
+        std::string mended(text);
+        makeUtf8(mended);
+        text_.resize(start);
+        appendText(mended);
     }
-    appendEscaped(text_, text);
     text_ += '"';
     checkLimit();
+}
+
+bool Serializer::appendText(std::string_view text) {
+    bool isAscii = true;
+    for (; text.size() > pieceSize; text.remove_prefix(pieceSize)) {
+        isAscii &= escapeInto(text_, text.substr(0, pieceSize));
+        checkLimit();
+    }
+    return escapeInto(text_, text) && isAscii;
 }
 
 void Serializer::writeJson(std::string_view key, std::string_view json) {
@@ -185,34 +240,7 @@ void serialize(std::string_view key, const std::string& value, Serializer& seria
 }
 
 void appendEscaped(std::string& out, std::string_view text) {
-    constexpr std::size_t roomSize = 8192;
-    constexpr std::size_t pieceMost = roomSize / longestEscape - blockSize;
-    char room[roomSize]; // filled without a look at the capacity of the text
-    const char* from = text.data();
-    const char* const textEnd = from + text.size();
-    while (from != textEnd) {
-        const char* const end =
-            from + std::min<std::size_t>(static_cast<std::size_t>(textEnd - from), pieceMost);
-        char* to = room;
-        // A whole block is copied at once, and again what follows each byte that grows: that is
-        // one more block at most, hence the distance from the end.
-        for (; end - from >= 2 * blockSize; from += blockSize) {
-            std::memcpy(to, from, blockSize);
-            unsigned done = 0;
-            for (unsigned found = findEscapes(from); found != 0; found &= found - 1) {
-                const auto next = static_cast<unsigned>(std::countr_zero(found));
-                to = escape(to + (next - done), from[next]);
-                done = next + 1;
-                std::memcpy(to, from + done, blockSize);
-            }
-            to += static_cast<unsigned>(blockSize) - done;
-        }
-        for (; end - from >= blockSize && findEscapes(from) == 0; from += blockSize, to += blockSize)
-            std::memcpy(to, from, blockSize);
-        for (; from != end; ++from)
-            to = escape(to, *from);
-        out.append(room, to);
-    }
+    escapeInto(out, text);
 }
 
 } // namespace Ostrel

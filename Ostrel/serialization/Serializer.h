@@ -24,8 +24,9 @@ private:
 /// Writes JSON text as it comes, straight into the string that travels.
 ///
 /// Members appear in the order of the calls. An empty key writes no name: that is how the
-/// elements of a list and the outermost value are written. Texts are taken as UTF-8 and
-/// escaped where JSON wants it.
+/// elements of a list and the outermost value are written. Texts are escaped where JSON wants
+/// it; what is no UTF-8 in them is replaced by U+FFFD, for JSON is UTF-8 and clients hang up on
+/// anything else.
 ///
 /// One text, one thread.
 class OSTREL_API Serializer {
@@ -63,6 +64,8 @@ public:
 
 private:
     void beginValue(std::string_view key);
+    /// Returns whether all of it is ASCII.
+    bool appendText(std::string_view text);
     /// @throws TextTooLarge  that many bytes more would be past the limit
     void checkLimit(std::size_t more = 0) const;
 

@@ -1,6 +1,8 @@
 #include "Ostrel/text/Utf8.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace Ostrel {
 
@@ -28,6 +30,39 @@ std::size_t measureCharacter(std::string_view text) {
     return isWrong ? 0 : size;
 }
 
+/// Bytes that a text begins with and that are ASCII.
+std::size_t measureAscii(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::uint64_t words[4];
+    std::size_t at = 0;
+    for (; text.size() - at >= sizeof words; at += sizeof words) {
+        std::memcpy(words, text.data() + at, sizeof words);
+        if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0)
+            break;
+    }
+    for (; text.size() - at >= sizeof words[0]; at += sizeof words[0]) {
+        std::memcpy(words, text.data() + at, sizeof words[0]);
+        if ((words[0] & highBits) != 0)
+            break;
+    }
+    while (at != text.size() && static_cast<unsigned char>(text[at]) < 0x80)
+        ++at;
+    return at;
+}
+
+/// Bytes that a text begins with and that are UTF-8.
+std::size_t measureUtf8(std::string_view text) {
+    std::size_t at = measureAscii(text);
+    while (at != text.size()) {
+        const auto size = measureCharacter(text.substr(at));
+        if (size == 0)
+            break;
+        at += size;
+        at += measureAscii(text.substr(at));
+    }
+    return at;
+}
+
 } // namespace
 
 std::string_view cutText(std::string_view text, std::size_t size) {
@@ -39,15 +74,17 @@ std::string_view cutText(std::string_view text, std::size_t size) {
     return text.substr(0, size);
 }
 
+bool isUtf8(std::string_view text) {
+    return measureUtf8(text) == text.size();
+}
+
 void makeUtf8(std::string& text) {
-    std::string_view rest = text;
-    std::size_t size = 1;
-    while (!rest.empty() && (size = measureCharacter(rest)) > 0)
-        rest.remove_prefix(size);
-    if (rest.empty())
+    const auto good = measureUtf8(text);
+    if (good == text.size())
         return;
-    std::string whole(text, 0, text.size() - rest.size());
-    for (; !rest.empty(); rest.remove_prefix(std::max<std::size_t>(size, 1))) {
+    std::string whole(text, 0, good);
+    std::string_view rest = std::string_view(text).substr(good);
+    for (std::size_t size = 0; !rest.empty(); rest.remove_prefix(std::max<std::size_t>(size, 1))) {
         size = measureCharacter(rest);
         whole += size > 0 ? rest.substr(0, size) : "\xef\xbf\xbd";
     }

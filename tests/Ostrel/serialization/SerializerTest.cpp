@@ -164,6 +164,21 @@ TEST(SerializerTest, ARawValueCountsForTheLimit) {
     EXPECT_EQ(tooSmall.generate(), "") << "a long text is refused before it is appended";
 }
 
+TEST(SerializerTest, WhatIsNoUtf8IsReplaced) {
+    const auto written = [](const std::string& text) {
+        Serializer serializer;
+        serialize("", text, serializer);
+        return serializer.generate();
+    };
+    EXPECT_EQ(written("a \xf0\x9f\x98 \"z\""), "\"a \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd \\\"z\\\"\"");
+    EXPECT_EQ(written("\xf0\x9f\x98\x80"), "\"\xf0\x9f\x98\x80\"");
+    // Characters lie across the pieces in which texts are escaped.
+    std::string large = "a";
+    while (large.size() < 20000)
+        large += "\xf0\x9f\x98\x80";
+    EXPECT_EQ(written(large), '"' + large + '"');
+}
+
 TEST(SerializerTest, TheLimitIsNamed) {
     EXPECT_STREQ(TextTooLarge(64u << 20).what(), "the reply is larger than 67108864 bytes");
 }

@@ -58,6 +58,7 @@ const WrongRow wrongRows[] = {
     {"OverlongOfFour",  "\xf0\x8f\xbf\xbf", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
     {"HalfOfAPair",     "\xed\xa0\x80",     "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
     {"PastTheLast",     "\xf4\x90\x80\x80", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
+    {"Ascii",           "plain",            "plain"},
     {"CutOff",          "a\xe2\x82",        "a\xef\xbf\xbd\xef\xbf\xbd"},
     {"RightBehindIt",   "\xff\xc3\xa4",     "\xef\xbf\xbd\xc3\xa4"},
 };
@@ -69,6 +70,21 @@ TEST_P(MakeUtf8, ReplacesWhatIsNone) {
     auto text = GetParam().text;
     makeUtf8(text);
     EXPECT_EQ(text, GetParam().made);
+}
+
+// ASCII is passed over many bytes at a time.
+TEST_P(MakeUtf8, FindsItWhereverItStands) {
+    for (std::size_t before = 0; before != 80; ++before) {
+        for (const std::size_t behind : {0u, 1u, 40u}) {
+            const std::string front(before, 'a'), back(behind, 'z');
+            auto text = front + GetParam().text + back;
+            const auto made = front + GetParam().made + back;
+            ASSERT_EQ(isUtf8(text), text == made);
+            makeUtf8(text);
+            ASSERT_EQ(text, made);
+            ASSERT_TRUE(isUtf8(text));
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Utf8, MakeUtf8, testing::ValuesIn(wrongRows),

@@ -8,12 +8,15 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <initializer_list>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -39,6 +42,47 @@ public:
 
 private:
     const int number_;
+};
+
+/// The texts of a world and what is known of each, for rows by the million that share them: it is looked
+/// up without reading a text again.
+class TextTable {
+public:
+    /// @param texts  each ended by a NUL
+    explicit TextTable(std::string_view texts) : blocks_(texts.size() / blockSize + 1) {
+        for (std::size_t at = 0; at < texts.size();) {
+            const std::string_view text = texts.data() + at;
+            Block& block = blocks_[at / blockSize];
+            if (block.starts == 0)
+                block.before = static_cast<std::uint32_t>(facts_.size());
+            block.starts |= bitOf(at);
+            facts_.push_back(factsOf(text));
+            at += text.size() + 1;
+        }
+    }
+
+    /// Null where no text begins.
+    const GuideTextFacts* find(PoolText text) const {
+        if (text.offset / blockSize >= blocks_.size())
+            return nullptr;
+        const Block& block = blocks_[text.offset / blockSize];
+        if ((block.starts & bitOf(text.offset)) == 0)
+            return nullptr;
+        return &facts_[block.before + std::size_t(std::popcount(block.starts & (bitOf(text.offset) - 1)))];
+    }
+
+private:
+    static constexpr std::size_t blockSize = 64;
+
+    static std::uint64_t bitOf(std::size_t offset) { return std::uint64_t{1} << offset % blockSize; }
+
+    /// So many bytes of texts.
+    struct Block {
+        std::uint64_t starts = 0; ///< a bit for each byte with which a text begins
+        std::uint32_t before = 0; ///< texts that begin before it, if one begins in it
+    };
+    std::vector<Block> blocks_;
+    std::vector<GuideTextFacts> facts_;
 };
 
 /// Verifies that an image is one of ours in every respect that readers count on without looking.
@@ -71,20 +115,16 @@ private:
     void verifyLineup(const World& world) const;
     void verifyRules(const World& world) const;
 
-    /// Whether a text begins there, or there is none.
-    bool isText(PoolText text) const {
-        return text.offset == 0 || (text.offset < texts_.size() && texts_[text.offset - 1] == '\0');
-    }
+    /// Whether it is absent or a text begins there.
+    bool isText(PoolText text) const { return texts_->find(text) != nullptr; }
     bool isTextWithFacts(PoolText text, const GuideTextFacts& facts) const {
-        if (!isText(text))
-            return false;
-        const GuideTextFacts true_ = factsOf(texts_.data() + text.offset);
-        return std::memcmp(&facts, &true_, sizeof facts) == 0;
+        const GuideTextFacts* const known = texts_->find(text);
+        return known != nullptr && std::memcmp(known, &facts, sizeof facts) == 0;
     }
 
     const std::span<const char> bytes_;
     const std::string& name_;
-    std::string_view texts_;
+    std::optional<TextTable> texts_;
 };
 
 void Verifier::verifyHeader() const {
@@ -118,9 +158,10 @@ void Verifier::verifyTables() const {
 }
 
 void Verifier::verifyTexts() {
-    texts_ = {bytes_.data() + image().texts.offset, image().texts.count};
-    if (texts_.empty() || texts_.front() != '\0' || texts_.back() != '\0')
+    const std::string_view texts(bytes_.data() + image().texts.offset, image().texts.count);
+    if (texts.empty() || texts.front() != '\0' || texts.back() != '\0')
         refuse("its texts do not end");
+    texts_.emplace(texts);
     if (!isText(image().name) || !isText(image().timeZone))
         refuse("its name is no text");
 }

@@ -40,17 +40,18 @@ void layOut(WorldImage& image) {
 }
 
 GuideTextFacts factsOf(std::string_view text) {
-    bool json = false, xml = false;
+    unsigned char json = 0, xml = 0; // without a branch, so that many bytes are looked at at once
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        json |= byte == '"' || byte == '\\' || byte >= 0xF0;
-        xml |= byte == '<' || byte == '>' || byte == '&' || byte == '\'' || byte == '"' || byte >= 0x80;
+        json |= (byte == '"') | (byte == '\\') | (byte >= 0xF0);
+        xml |=
+            (byte == '<') | (byte == '>') | (byte == '&') | (byte == '\'') | (byte == '"') | (byte >= 0x80);
     }
     GuideTextFacts facts;
     std::memset(&facts, 0, sizeof facts);
     facts.length = static_cast<std::uint16_t>(text.size());
-    facts.jsonEscapes = json;
-    facts.xmlEscapes = xml;
+    facts.jsonEscapes = json != 0;
+    facts.xmlEscapes = xml != 0;
     return facts;
 }
 

@@ -51,6 +51,8 @@ Host::Host(const HostOptions& options) {
 
     if (options.fakeTime)
         setenv("DUMMYFAKETIME", "", 1);
+    if (options.today)
+        module_.keepToday();
     module_.init();
     server_.emplace(&module_);
     if (!options.recordFile.empty())

@@ -23,6 +23,7 @@ struct HostOptions {
     std::string recordFile = {}; ///< where all messages of the TV server go; empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
+    bool today = false; ///< the guide is laid around the module's clock
     bool noSimulator = false; ///< the simulation's own controls are left out
     std::string weatherFile = {}; ///< for the simulator; empty for none
     ClockStart clock = {}; ///< for the simulator

@@ -186,6 +186,9 @@ void readClock(Options& options) {
         throw UsageError("--hold is --speed 0; leave one of them out");
     if (options.host.fakeTime && (clock.now || clock.atGuideMidday))
         throw UsageError("--fake-time and --now both say what time it is; leave one out");
+    if (options.host.fakeTime && options.host.today)
+        throw UsageError(
+            "--fake-time brings the clock to the guide and --today the guide to the clock; leave one out");
     clock.speed = options.isHeld ? 0 : options.speed.value_or(1);
     if (options.host.noSimulator && !clock.isUntouched())
         throw UsageError("--now, --speed and --hold are the simulator's, which --no-simulator leaves out");
@@ -232,7 +235,8 @@ Program makeProgram(Options& options) {
         "  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)";
     program.examples = {
         "ostrel-tvd                                 # this machine alone, port 8480",
-        "ostrel-tvd --fake-time                     # as if the guide were on air now",
+        "ostrel-tvd --today                         # always on air, by your own clock",
+        "ostrel-tvd --fake-time                     # as if the guide's own days were now",
         "ostrel-tvd --now 2011-10-16T19:59:50 --hold  # ten seconds before eight",
         "ostrel-tvd --now 2011-10-16T19:00 --speed 240  # an evening in a minute",
         "ostrel-tvd --listen 127.0.0.1:0 --port-file port  # a port of the system",
@@ -270,9 +274,15 @@ Program makeProgram(Options& options) {
          .read = text(options.host.tokenFile),
          .isFile = true},
         {.name = "--fake-time",
-         .description = "Start the clock at midday of the day in the middle of the built-in guide, as "
+         .description = "Start the clock at midday of the day in the middle of the guide, as "
                         "DUMMYFAKETIME in the environment does",
          .read = flag(options.host.fakeTime)},
+        {.name = "--today",
+         .description =
+             "Lay the days of the guide around the clock's time, in the time zone of this process (TZ): the "
+             "ten o'clock news comes at ten, a Sunday's programmes on Sundays, and there is always "
+             "a day behind and a week ahead",
+         .read = flag(options.host.today)},
         {.name = "--now",
          .value = "TIME",
          .description =

@@ -14,6 +14,9 @@ void World::serialize(Serializer& serializer) const {
     Ostrel::serialize("end", world_.end, serializer);
     Ostrel::serialize("builtIn", world_.builtIn, serializer);
     Ostrel::serialize("timeZone", world_.timeZone, serializer);
+    Ostrel::serialize("today", world_.turnsAt.has_value(), serializer);
+    if (world_.turnsAt)
+        Ostrel::serialize("turnsAt", *world_.turnsAt, serializer);
 }
 
 } // namespace Ostrel

@@ -31,7 +31,7 @@ std::string describeFarClock(Client& client, std::int64_t now) {
     localtime_r(&time, &local);
     return "The service's clock says " + formatTime("%Y-%m-%d %H:%M", local) + ", and its whole guide is " +
            (isAfter ? "over" : "yet to come") +
-           ";\nostrel-tvd --fake-time starts the clock within the guide.\n";
+           ";\nostrel-tvd --today brings the guide to the clock, --fake-time the clock to the guide.\n";
 }
 
 } // namespace Ostrel::Client::Tool

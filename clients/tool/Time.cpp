@@ -20,8 +20,8 @@ Command makeTime(Session& session) {
     return {.name = "time",
             .description = "Show what time it is for the service",
             .notes =
-                "The service's clock may be set to a day of its guide on purpose: ostrel-tvd --fake-time. "
-                "ostrel-tv clock steers it.",
+                "The service's clock may be set to a day of its guide on purpose: ostrel-tvd --fake-time; "
+                "ostrel-tvd --today leaves it alone. ostrel-tv clock steers it.",
             .examples = {"ostrel-tv time", "ostrel-tv time --json | jq .time"},
             .run = [&session] { showTime(session); }};
 }

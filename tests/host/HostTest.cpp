@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Address.h"
 #include "simulator/Description.h"
+#include "tests/host/RunningHost.h"
 #include "tests/support/Child.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/WireClient.h"
@@ -35,36 +36,6 @@
 
 namespace Ostrel::Test {
 namespace {
-
-using Arguments = std::vector<std::string>;
-
-/// A host that serves on a port of its own.
-class RunningHost {
-public:
-    explicit RunningHost(const Arguments& options = {}, const Arguments& environment = {})
-        : RunningHost(OSTREL_TVD_PROGRAM, withDefaults(options), environment) {}
-
-    RunningHost(const std::string& program, const Arguments& arguments, const Arguments& environment)
-        : child_(program, arguments, {}, environment) {
-        const auto line = child_.readLine();
-        const auto at = line.find("127.0.0.1:");
-        EXPECT_NE(at, std::string::npos) << line;
-        address_ = Address::parse(line.substr(at, line.size() - at - 1));
-    }
-
-    const Address& address() const { return address_; }
-    Child& child() { return child_; }
-
-private:
-    static Arguments withDefaults(const Arguments& options) {
-        Arguments all{"--listen", "127.0.0.1:0", "--log-level", "error"};
-        all.insert(all.end(), options.begin(), options.end());
-        return all;
-    }
-
-    Child child_;
-    Address address_;
-};
 
 /// Asks a host what time it is, in seconds since 1970-01-01 UTC, and ends it.
 std::int64_t timeOf(RunningHost& host) {
@@ -189,6 +160,8 @@ const Misuse misuses[] = {
     {"HeldAtASpeed", {"--hold", "--speed", "2"}, "--hold is --speed 0; leave one of them out"},
     {"TwoTimes", {"--fake-time", "--now", "guide-midday"},
      "--fake-time and --now both say what time it is; leave one out"},
+    {"TodayAtAnotherTime", {"--fake-time", "--today"},
+     "--fake-time brings the clock to the guide and --today the guide to the clock; leave one out"},
     {"Now",      {"--now", "noon"}, "--now: \"noon\" is no time; try 2011-10-12T20:00, now, +2h, -30m or @1318420800"},
     {"Speed",    {"--speed", "3601"}, "--speed: \"3601\" is no number from 0 to 3600"},
     {"Origin",   {"--allow-origin", "tv.example"},
@@ -255,8 +228,9 @@ TEST(HostTest, HelpAndVersion) {
     Child help(OSTREL_TVD_PROGRAM, {"--help"});
     const auto text = help.readOutput();
     EXPECT_EQ(help.wait(), 0);
-    for (const auto* option : {"--listen", "--allow-origin", "--allow-host", "--token-file", "--fake-time",
-                               "--log-level", "--log-requests", "--port-file", "--record", "--version"})
+    for (const auto* option :
+         {"--listen", "--allow-origin", "--allow-host", "--token-file", "--fake-time", "--today",
+          "--log-level", "--log-requests", "--port-file", "--record", "--version"})
         EXPECT_NE(text.find(option), std::string::npos) << option;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)

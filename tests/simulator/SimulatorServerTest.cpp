@@ -73,7 +73,7 @@ TEST_P(SimulatorServerTable, AnswersThus) {
 // clang-format off
 const Row rows[] = {
     {"World",                 "worldGet",  "{}",
-     R"("result":{"name":"built-in","services":96,"events":11658,"start":1318366800,"end":1319130000,"builtIn":true,"timeZone":"Europe/London"})"},
+     R"("result":{"name":"built-in","services":96,"events":11658,"start":1318366800,"end":1319130000,"builtIn":true,"timeZone":"Europe/London","today":false})"},
     {"WorldTakesNothing",     "worldGet",  R"({"context":1})",
      R"("error":{"code":-32602,"message":"unknown member \"context\"","data":{"name":"DecodeError","member":"context"}})"},
     {"SignalLeast",           "signalSet", R"({"strength":0,"quality":0})",

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -97,6 +98,7 @@ std::shared_ptr<const Guide> DummyTVModule::guideNow() const {
 }
 
 DummyTVModule::World DummyTVModule::describeWorld() const {
+    constexpr std::time_t latest = std::numeric_limits<std::int32_t>::max(); // that the wire can tell
     const auto now = Clock::now() + timeOffset;
     const auto guide = guideAt(now);
     const TV::World& world = guide->world();
@@ -107,7 +109,7 @@ DummyTVModule::World DummyTVModule::describeWorld() const {
             .end = guide->latestEnd(),
             .builtIn = world.builtIn,
             .timeZone = std::string(world.timeZone),
-            .turnsAt = today ? std::optional(today->turnBehind(now)) : std::nullopt};
+            .turnsAt = today ? std::optional(std::min(today->turnBehind(now), latest)) : std::nullopt};
 }
 
 std::time_t DummyTVModule::getGuideMidday() const {

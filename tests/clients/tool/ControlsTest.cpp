@@ -162,7 +162,7 @@ TEST(ControlsTest, NoNextStartTellsWhereThereAreSome) {
               R"({"code":-32000,"message":"Invalid parameter","data":{"returnCode":1,"name":"InvalidParameter"}})")}},
          {"Simulator::worldGet",
           {result(R"({"name":"built-in","services":96,"events":11658,"start":1318366800,"end":1319130000,)"
-                  R"("builtIn":true,"timeZone":"Europe/London"})")}}});
+                  R"("builtIn":true,"timeZone":"Europe/London","today":false})")}}});
     const auto done = run({"clock", "step", "next"}, fake.getAddress());
     EXPECT_EQ(done.status, 1);
     EXPECT_EQ(done.errors,

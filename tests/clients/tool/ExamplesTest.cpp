@@ -195,7 +195,7 @@ TEST(ExamplesTest, SystemsClockIsToldToBeFarFromTheGuide) {
                     {"OSTREL_TV_URL=" + line.substr(at, line.size() - at - 1)});
         const auto output = child.readOutput();
         EXPECT_EQ(child.wait(), 0);
-        EXPECT_TRUE(has(output, "its whole guide is over;\nostrel-tvd --fake-time")) << output;
+        EXPECT_TRUE(has(output, "its whole guide is over;\nostrel-tvd --today")) << output;
     }
     host.terminate();
     EXPECT_EQ(host.wait(), 0);

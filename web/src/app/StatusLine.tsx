@@ -4,7 +4,7 @@ import { Icon } from '../parts/Icon';
 import { formatDate, formatDay, formatSeconds, formatSpan, formatZone } from '../parts/time';
 import { useTopic } from '../parts/Topic';
 import { clockMark } from './clockMark';
-import { theme, type Theme, useZone, zoneChoice } from './settings';
+import { theme, type Theme, useServiceZone, useZone, zoneChoice } from './settings';
 import { useWorld } from './simulator';
 import styles from './StatusLine.module.css';
 
@@ -21,16 +21,16 @@ function Clock() {
   );
 }
 
-/** Says in whose zone times are shown, and changes it. Without a simulator the viewer's is the only one known. */
+/** Says in whose zone times are shown, and changes it where another than the viewer's is known. */
 function ZoneChooser() {
   const choice = useTopic(zoneChoice);
-  const world = useWorld();
+  const isKnown = useServiceZone() !== undefined;
   const zone = useZone();
   const { now } = useClock(60);
-  const isService = choice === 'service' && world !== undefined;
+  const isService = choice === 'service' && isKnown;
   const text = `Times are shown in ${isService ? "the service's zone" : 'your zone'}, ${zone}`;
   return (
-    <button className={styles.zone} disabled={world === undefined} title={text} aria-label={text}
+    <button className={styles.zone} disabled={!isKnown} title={text} aria-label={text}
       onClick={() => zoneChoice.set(isService ? 'viewer' : 'service')}>
       {formatZone(now, zone)}
       <span>{isService ? 'service' : 'mine'}</span>
@@ -76,7 +76,11 @@ export function StatusLine({ title, onKeys }: { title: string; onKeys: () => voi
     <header className={styles.line}>
       <h1>{title}</h1>
       <div className={styles.status}>
-        {world !== undefined && <span className={styles.world} title={`${world.services} services, ${world.events} events`}>World: {world.name}</span>}
+        {world !== undefined && (
+          <span className={styles.world} title={`${world.services} services, ${world.events} events${world.today ? ', laid around today' : ''}`}>
+            World: {world.name}{world.today && ', today'}
+          </span>
+        )}
         <Connection wasThere={wasThere} />
         {wasThere && <Clock />}
         {wasThere && <ZoneChooser />}

@@ -38,10 +38,15 @@ export function applyTheme(): void {
 
 const viewerZone: Zone = knownZone(new Intl.DateTimeFormat().resolvedOptions().timeZone) ?? 'UTC';
 
-/** The zone that times are shown in. What the service goes by is known from its simulator alone. */
+/** The zone that the service's broadcasters live by. It is known from its simulator alone, and may have no name. */
+export function useServiceZone(): Zone | undefined {
+  const told = useWorld()?.timeZone;
+  return useMemo(() => knownZone(told || undefined), [told]);
+}
+
+/** The zone that times are shown in. */
 export function useZone(): Zone {
   const choice = useTopic(zoneChoice);
-  const told = useWorld()?.timeZone;
-  const zone = useMemo(() => knownZone(told), [told]);
+  const zone = useServiceZone();
   return choice === 'viewer' || zone === undefined ? viewerZone : zone;
 }

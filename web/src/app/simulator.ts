@@ -27,9 +27,39 @@ async function look(): Promise<void> {
 
 function follow(): Simulator {
   const simulator = new Simulator(address, { token, longestPause: 8000 });
-  simulator.on('resync', () => void simulator.worldGet().then(world.set, () => {}));
+  simulator.on('resync', askWorld);
   return simulator;
 }
+
+/** The longest that a browser waits, in milliseconds. */
+const longest = 2 ** 31 - 1;
+/** Before the guide is asked for again where it has not turned yet, in milliseconds. */
+const again = 1000;
+/** At any moment one of the guide's days lies behind, in seconds. */
+const behind = 86_400;
+
+let turn: ReturnType<typeof setTimeout> | undefined;
+
+const askWorld = (): void =>
+  void link.get().simulator?.worldGet().then((found) => {
+    world.set(found);
+    waitForTurn();
+  }, () => {}); // asked on the next connection
+
+/** Where the guide is laid around the service's time, it is another one as that goes on. */
+function waitForTurn(): void {
+  clearTimeout(turn);
+  const turnsAt = world.get()?.turnsAt;
+  const left = turnsAt === undefined ? Infinity : tv.clock.msecUntil(turnsAt);
+  if (left < Infinity) turn = setTimeout(left > longest ? waitForTurn : askWorld, Math.min(Math.max(left, again), longest));
+}
+
+tv.on('clock', () => {
+  const { start = 0, turnsAt } = world.get() ?? {};
+  const isIn = turnsAt === undefined || (tv.clock.msecUntil(turnsAt) > 0 && tv.clock.now() - start >= behind);
+  if (isIn) waitForTurn();
+  else askWorld();
+});
 
 const lookAgain = () => void look().catch(() => {}); // nobody is there; the connection will say when somebody is
 tv.on('resync', lookAgain);

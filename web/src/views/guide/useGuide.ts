@@ -3,6 +3,7 @@ import { useClock, useTv } from '@ostrel/tv/react';
 import { type RefObject, useEffect, useLayoutEffect, useMemo, useRef, useState } from 'react';
 import { useZone } from '../../app/settings';
 import { useShow } from '../../app/show';
+import { useWorld } from '../../app/simulator';
 import { addDays, dayStart, type Seconds } from '../../parts/time';
 import { useTopic } from '../../parts/Topic';
 import type { Span } from './cells';
@@ -20,6 +21,17 @@ import { useTimeline } from './useTimeline';
 const margin = 900;
 
 const sideways = ['ArrowLeft', 'ArrowRight'];
+
+/** Asks again what is shown where the guide is another one. */
+function useGuideTurns(loader: Loader): void {
+  const turnsAt = useWorld()?.turnsAt;
+  const before = useRef(turnsAt);
+  useEffect(() => {
+    if (turnsAt === undefined || turnsAt === before.current) return;
+    if (before.current !== undefined) loader.retry();
+    before.current = turnsAt;
+  }, [loader, turnsAt]);
+}
 
 /** What the grid shows, what is selected in it, and what moves that. */
 export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: readonly ServiceInfo[], filter: Filter, isOnlyMatches: boolean) {
@@ -39,6 +51,7 @@ export function useGuide(scroller: RefObject<HTMLDivElement | null>, services: r
 
   const [loader] = useState(() => new Loader(tv));
   useEffect(() => loader.start(), [loader]);
+  useGuideTurns(loader);
   const known = useTopic(loader.known);
 
   const onRest = (shown: Span) => {

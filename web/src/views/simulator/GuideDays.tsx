@@ -1,3 +1,5 @@
+import type { World } from '@ostrel/tv/simulator';
+import { useState } from 'react';
 import { useZone } from '../../app/settings';
 import { useWorld } from '../../app/simulator';
 import { dayStart, formatDate, formatDay, formatSeconds, formatTime, type Seconds } from '../../parts/time';
@@ -17,8 +19,10 @@ export function GuideDays({ now, steer }: { now: Seconds; steer: Steering['steer
   const world = useWorld();
   const zone = useZone();
   const [chosen, choose] = useLatest((time: Seconds) => steer(setTime(time, `${formatDay(time, zone)}, ${formatTime(time, zone)}`)));
+  // What is pulled must not move meanwhile: a guide of today turns as the clock goes on.
+  const [held, hold] = useState<Pick<World, 'start' | 'end'>>();
   if (world === undefined || world.end <= world.start) return null;
-  const { start, end } = world;
+  const { start, end } = held ?? world;
   const shown = chosen ?? now;
   const days = midnights(start, end, zone);
   const place = (time: Seconds) => ({ '--at': (time - start) / (end - start) }) as React.CSSProperties;
@@ -26,6 +30,7 @@ export function GuideDays({ now, steer }: { now: Seconds; steer: Steering['steer
   return (
     <div className={styles.days}>
       <input type="range" aria-label="The clock, within the days of the guide" min={start} max={end} step={60} value={Math.floor(shown / 60) * 60}
+        onPointerDown={() => hold({ start, end })} onPointerUp={() => hold(undefined)} onPointerCancel={() => hold(undefined)}
         aria-valuetext={`${formatDate(shown, zone)}, ${formatSeconds(shown, zone)}`} onChange={(event) => choose(event.target.valueAsNumber)} />
       <div className={styles.dayMarks} aria-hidden="true">
         {days.map((time, day) => (

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "TV/server/dummy/guide/ZoneClock.h"
 #include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ZoneClock.h"
 
 #include <cstdint>
 #include <string>

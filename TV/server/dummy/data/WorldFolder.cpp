@@ -287,6 +287,8 @@ std::string slugOf(const std::string& name) {
         else if (!slug.empty() && slug.back() != '-')
             slug += '-';
     }
+    constexpr std::size_t longest = 40;
+    slug.resize(std::min(slug.size(), longest));
     while (slug.ends_with('-'))
         slug.pop_back();
     return slug;

@@ -7,5 +7,8 @@ namespace Ostrel::TV::Tool {
 using CommandLine::Command;
 
 // Each returns one command.
+Command makeCheck();
+Command makeCompile();
+Command makeShow();
 
 } // namespace Ostrel::TV::Tool

@@ -1,3 +1,5 @@
+#include "TV/server/dummy/data/WorldProblems.h"
+#include "commandline/Help.h"
 #include "commandline/Output.h"
 #include "commandline/Parser.h"
 #include "commandline/StandardStreams.h"
@@ -10,12 +12,14 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace {
 
 using namespace Ostrel::CommandLine;
-using Ostrel::TV::Tool::Interrupted;
+using namespace Ostrel::TV::Tool;
+using Ostrel::TV::WorldError;
 
 enum ExitStatus { Done = 0, Failed = 1, Usage = 2, Signal = 128 };
 
@@ -31,6 +35,8 @@ Program makeProgram() {
         "A WORLD is a folder of text files, which people edit, or a compiled file whose name ends in "
         ".world. ostrel-tvd --world WORLD serves either.";
     program.version = OSTREL_VERSION;
+    program.commands = {makeShow(), makeCheck(), makeCompile()};
+    addHelp(program);
     program.exitStatuses = {{"0", "done"},
                             {"1", "a file cannot be read or written, or breaks a rule"},
                             {"2", "wrong usage"},
@@ -52,6 +58,11 @@ int run(const std::function<void()>& action) {
         if (!error.getHelp().empty())
             std::cerr << "Try: " << error.getHelp() << std::endl;
         return Usage;
+    } catch (const WorldError& error) {
+        std::istringstream lines(error.what());
+        for (std::string line; std::getline(lines, line);)
+            std::cerr << printable(line) << std::endl;
+        return Failed;
     } catch (const std::exception& error) {
         complain(error.what());
         return Failed;

@@ -1,0 +1,13 @@
+#include "world/WorldInput.h"
+
+#include "TV/server/dummy/data/WorldFolder.h"
+
+namespace Ostrel::TV::Tool {
+
+WorldInput::WorldInput(const std::string& path) {
+    if (!path.empty())
+        file_ = openWorld(path);
+    world_ = file_ ? file_->world() : builtInWorld();
+}
+
+} // namespace Ostrel::TV::Tool

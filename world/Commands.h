@@ -10,5 +10,6 @@ using CommandLine::Command;
 Command makeCheck();
 Command makeCompile();
 Command makeShow();
+Command makeSynthetic();
 
 } // namespace Ostrel::TV::Tool

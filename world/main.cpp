@@ -35,7 +35,7 @@ Program makeProgram() {
         "A WORLD is a folder of text files, which people edit, or a compiled file whose name ends in "
         ".world. ostrel-tvd --world WORLD serves either.";
     program.version = OSTREL_VERSION;
-    program.commands = {makeShow(), makeCheck(), makeCompile()};
+    program.commands = {makeShow(), makeCheck(), makeCompile(), makeSynthetic()};
     addHelp(program);
     program.exitStatuses = {{"0", "done"},
                             {"1", "a file cannot be read or written, or breaks a rule"},

@@ -8,20 +8,21 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-/// Has a guide of its own, with the built-in events.
+/// Has a guide of its own, with the events of the chosen world: the built-in ones, unless a test
+/// has chosen others.
 class GuideFixture : public testing::Test {
 protected:
     static const Ostrel::TV::Guide& guide() {
-        static const Ostrel::TV::Guide filled = [] {
-            Ostrel::TV::Guide guide;
-            guide.addEvents();
-            return guide;
-        }();
-        return filled;
+        static std::map<const Ostrel::TV::epgentry*, Ostrel::TV::Guide> guides; // by their rows
+        const auto [found, isNew] = guides.try_emplace(Ostrel::TV::guideRows().data());
+        if (isNew)
+            found->second.addEvents();
+        return found->second;
     }
 
     static const Ostrel::TV::StartTimeIndex& index() { return guide().index(); }

@@ -1,13 +1,16 @@
 #include "TV/server/dummy/guide/NowNext.h"
 
 #include "TV/server/dummy/world/World.h"
-#include "tests/TV/server/dummy/GuideFixture.h"
+#include "tests/TV/server/dummy/AnyWorld.h"
 
 using namespace Ostrel::TV;
 
 using NowNextTest = GuideFixture;
 
-TEST_F(NowNextTest, FindsWhatAWalkOfTheTableFinds) {
+using NowNextOfAnyWorldTest = AnyWorld;
+OSTREL_TEST_ANY_WORLD(NowNextOfAnyWorldTest);
+
+TEST_P(NowNextOfAnyWorldTest, FindsWhatAWalkOfTheTableFinds) {
     unsigned none = 0, alone = 0, both = 0;
     for (int service = 998; service != 1090; ++service) {
         for (std::int64_t time = 1318366000; time < 1319140000; time += 17771) {

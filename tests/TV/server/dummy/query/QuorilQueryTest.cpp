@@ -1,6 +1,6 @@
 #include "TV/server/dummy/query/QuorilQuery.h"
 
-#include "tests/TV/server/dummy/GuideFixture.h"
+#include "tests/TV/server/dummy/AnyWorld.h"
 #include "tests/TV/server/dummy/quoril/RandomTree.h"
 
 #include <algorithm>
@@ -158,7 +158,10 @@ TEST_F(QuorilQueryTest, RowsThatAreLeftOutNoLongerCome) {
     EXPECT_EQ(query.nextPosition(), std::nullopt);
 }
 
-TEST_F(QuorilQueryTest, RandomExpressionsSelectWhatAPlainEvaluatorSays) {
+using RandomQuorilQueryTest = AnyWorld;
+OSTREL_TEST_ANY_WORLD(RandomQuorilQueryTest);
+
+TEST_P(RandomQuorilQueryTest, ExpressionsSelectWhatAPlainEvaluatorSays) {
     Gardener gardener(1043);
     unsigned restricted = 0, selected = 0;
     for (unsigned round = 0; round != 400; ++round) {

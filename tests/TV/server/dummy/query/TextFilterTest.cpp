@@ -1,8 +1,9 @@
 #include "TV/server/dummy/query/TextFilter.h"
 
 #include "TV/server/dummy/query/RowBits.h"
-#include "tests/TV/server/dummy/GuideFixture.h"
+#include "tests/TV/server/dummy/AnyWorld.h"
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,7 @@ using namespace Ostrel::TV;
 
 namespace {
 
-class TextFilterTest : public GuideFixture {
+class TextFilterTest : public AnyWorld {
 protected:
     static std::vector<std::uint64_t> everyRow() {
         std::vector<std::uint64_t> rows(index().size() / rowBits + 1, 0);
@@ -43,12 +44,14 @@ protected:
         return list;
     }
 
-    static constexpr std::size_t every = 11658;
+    const std::size_t every = guideRows().size();
 };
+
+OSTREL_TEST_ANY_WORLD(TextFilterTest);
 
 } // namespace
 
-TEST_F(TextFilterTest, EqualTextsAreOne) {
+TEST_P(TextFilterTest, EqualTextsAreOne) {
     const auto once = any(R"("the")");
     EXPECT_GT(once, 0u);
     EXPECT_LT(once, every);
@@ -56,7 +59,7 @@ TEST_F(TextFilterTest, EqualTextsAreOne) {
     EXPECT_EQ(all(times(256, R"("the")")), once);
 }
 
-TEST_F(TextFilterTest, TheEmptyTextIsInEveryRow) {
+TEST_P(TextFilterTest, TheEmptyTextIsInEveryRow) {
     for (const char* list : {R"("")", R"("","")", R"("","no such text")", R"("a","b","c","d","e","f","")"})
         EXPECT_EQ(any(list), every) << list;
     EXPECT_EQ(all(R"("")"), every);
@@ -65,12 +68,12 @@ TEST_F(TextFilterTest, TheEmptyTextIsInEveryRow) {
     EXPECT_EQ(all(R"("","no such text")"), 0u);
 }
 
-TEST_F(TextFilterTest, WithoutTextsEveryRowPasses) {
+TEST_P(TextFilterTest, WithoutTextsEveryRowPasses) {
     EXPECT_EQ(any(""), every);
     EXPECT_EQ(all(""), every);
 }
 
-TEST_F(TextFilterTest, WhatNoTextCanHoldIsFoundNowhere) {
+TEST_P(TextFilterTest, WhatNoTextCanHoldIsFoundNowhere) {
     const std::string longer = '"' + std::string(index().longestText() + 1, 'e') + '"';
     for (const std::string& impossible :
          {longer, std::string(R"("\u0000")"), std::string(R"("the\u0000")")}) {
@@ -82,15 +85,18 @@ TEST_F(TextFilterTest, WhatNoTextCanHoldIsFoundNowhere) {
     }
 }
 
-TEST_F(TextFilterTest, NothingOccursInAnAbsentText) {
-    const auto without = rowsWith([](const epgentry& row) { return row.Description == nullptr; });
+TEST_P(TextFilterTest, NothingOccursInAnAbsentText) {
+    const auto without = rowsWith([](const epgentry& row) {
+        return row.Description == nullptr && row.Title != nullptr &&
+               std::strpbrk(row.Title, "\"\\") == nullptr;
+    });
     ASSERT_FALSE(without.empty());
     const std::string title = static_cast<const char*>(without[0]->Title);
     EXPECT_EQ(all('"' + title + "!\""), 0u);
     EXPECT_EQ(any('"' + title + R"(!","#1","#2","#3","#4","#5")"), 0u);
 }
 
-TEST_F(TextFilterTest, TheLongestTextOfTheGuideIsFound) {
+TEST_P(TextFilterTest, TheLongestTextOfTheGuideIsFound) {
     std::string longest;
     for (const epgentry& row : guideRows())
         if (row.Description && std::string_view(row.Description).size() > longest.size())
@@ -101,7 +107,7 @@ TEST_F(TextFilterTest, TheLongestTextOfTheGuideIsFound) {
 }
 
 // Up to four texts are searched for one by one, more all at once: the border must not be seen.
-TEST_F(TextFilterTest, MoreTextsFindMoreOrLess) {
+TEST_P(TextFilterTest, MoreTextsFindMoreOrLess) {
     const char* const words[] = {"the", "News", "of", "Film", "an", "e", "Weather", "day", "in", "Sport"};
     std::string list;
     std::size_t before = 0, left = every;

@@ -1,27 +1,9 @@
 #pragma once
 
-#include "TV/server/dummy/data/WorldFile.h"
-#include "TV/server/dummy/data/WorldWriter.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
-#include "world/Synthetic.h"
+#include "tests/TV/server/dummy/StressWorld.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
-
-/// A world made to break things, of the built-in one's days: 40 services, 3 days.
-inline const Ostrel::TV::World& stressWorld() {
-    using namespace Ostrel::TV;
-    static const WorldFile file = [] {
-        WorldWriter writer;
-        Tool::inventWorld({.services = 40, .days = 3, .stress = true}, writer, [](std::size_t) {});
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
-        writer.write(image.get());
-        return WorldFile(image.get());
-    }();
-    static const World world = file.world();
-    return world;
-}
 
 /// Has a guide of the built-in events, and another time one of the world that is made to break things.
 class AnyWorld : public GuideFixture, public testing::WithParamInterface<const char*> {

@@ -2,8 +2,11 @@
 
 #include "Ostrel/runtime/Task.h"
 #include "Ostrel/transport/StartError.h"
+#include "TV/server/dummy/data/WorldFolder.h"
+#include "TV/server/dummy/world/World.h"
 
 #include <cstdlib>
+#include <list>
 
 namespace Ostrel {
 
@@ -37,6 +40,12 @@ template <class Value> std::vector<Value> parseAll(const char* option, const std
     return values;
 }
 
+/// The module and what it has made of a world are good as long as its tables.
+void loadWorld(const std::string& path) {
+    static std::list<TV::WorldFile> loaded;
+    TV::chooseWorld(loaded.emplace_back(TV::openWorld(path)).world());
+}
+
 } // namespace
 
 Host::Host(const HostOptions& options) {
@@ -49,6 +58,8 @@ Host::Host(const HostOptions& options) {
     auto weather =
         options.weatherFile.empty() ? Weather::Settings() : Weather::Settings::readFile(options.weatherFile);
 
+    if (!options.world.empty())
+        loadWorld(options.world);
     if (options.fakeTime)
         setenv("DUMMYFAKETIME", "", 1);
     if (options.today)

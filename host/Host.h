@@ -23,6 +23,7 @@ struct HostOptions {
     std::string recordFile = {}; ///< where all messages of the TV server go; empty for none
     bool logRequests = false; ///< a log line for every call
     bool fakeTime = false; ///< the module's clock starts in the middle of its guide
+    std::string world = {}; ///< a folder or a compiled file; empty for the built-in one
     bool today = false; ///< the guide is laid around the module's clock
     bool noSimulator = false; ///< the simulation's own controls are left out
     std::string weatherFile = {}; ///< for the simulator; empty for none
@@ -33,8 +34,9 @@ struct HostOptions {
 /// Brings module, servers and listener up in their order, and down in reverse.
 class Host {
 public:
-    /// Serves when it returns.
-    /// @throws StartError  nothing is served
+    /// Serves when it returns. A world that it has loaded stays as long as the process.
+    /// @throws StartError      nothing is served
+    /// @throws TV::WorldError  nor is it then; a line for each reason
     explicit Host(const HostOptions& options);
 
     /// Stops serving, ends every task, and destroys what was built.

@@ -12,6 +12,7 @@
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/transport/Admission.h"
 #include "Ostrel/transport/StartError.h"
+#include "TV/server/dummy/data/WorldProblems.h"
 
 #include <algorithm>
 #include <csignal>
@@ -22,6 +23,7 @@
 #include <map>
 #include <new>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 
 #ifdef __GLIBC__
@@ -125,6 +127,17 @@ void tellAddresses(const Ostrel::Host& host, bool hasPage) {
 int complain(const std::string& what) {
     std::cerr << "ostrel-tvd: " << Ostrel::CommandLine::printable(what) << '\n';
     return NotStarted;
+}
+
+/// Tells what is wrong with a world as compilers tell it, so that editors find the places.
+int complain(const Ostrel::TV::WorldError& error) {
+    const std::string text = error.what();
+    if (text.find('\n') == std::string::npos)
+        return complain(text);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        std::cerr << Ostrel::CommandLine::printable(line) << '\n';
+    return complain(std::string("the world has mistakes, and nothing is served"));
 }
 
 int explain(const UsageError& error) {
@@ -239,6 +252,7 @@ Program makeProgram(Options& options) {
         "ostrel-tvd --fake-time                     # as if the guide's own days were now",
         "ostrel-tvd --now 2011-10-16T19:59:50 --hold  # ten seconds before eight",
         "ostrel-tvd --now 2011-10-16T19:00 --speed 240  # an evening in a minute",
+        "ostrel-tvd --world my-world                # your own channels and programmes",
         "ostrel-tvd --listen 127.0.0.1:0 --port-file port  # a port of the system",
         "ostrel-tvd --listen unix:/run/ostrel.sock  # for this user alone",
         "ostrel-tvd --listen 0.0.0.0:8480 --token-file token --allow-host tv.example",
@@ -272,6 +286,13 @@ Program makeProgram(Options& options) {
          .description =
              "File with the token that every call must carry; needed to listen beyond this machine",
          .read = text(options.host.tokenFile),
+         .isFile = true},
+        {.name = "--world",
+         .value = "WORLD",
+         .description =
+             "Serve this world instead of the built-in one: a folder of text files, or a file that "
+             "ostrel-world has compiled",
+         .read = text(options.host.world),
          .isFile = true},
         {.name = "--fake-time",
          .description = "Start the clock at midday of the day in the middle of the guide, as "
@@ -321,9 +342,10 @@ Program makeProgram(Options& options) {
          .read = text(options.host.recordFile),
          .isFile = true}};
     program.run = [&options] { serve(options); };
-    program.exitStatuses = {{"0", "stopped by Ctrl-C, SIGTERM or SIGHUP; once more ends it at once"},
-                            {"1", "not started, and one line on standard error says why"},
-                            {"2", "wrong usage"}};
+    program.exitStatuses = {
+        {"0", "stopped by Ctrl-C, SIGTERM or SIGHUP; once more ends it at once"},
+        {"1", "not started, and standard error says why: in one line, or one for each mistake of a world"},
+        {"2", "wrong usage"}};
     return program;
 }
 
@@ -339,6 +361,8 @@ int main(int argc, char** argv) {
         return Done;
     } catch (const UsageError& error) {
         return explain(error);
+    } catch (const Ostrel::TV::WorldError& error) {
+        return complain(error);
     } catch (const std::bad_alloc&) {
         return complain("there is not enough memory");
     } catch (const std::exception& exception) {

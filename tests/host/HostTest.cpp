@@ -1,4 +1,5 @@
 #include "Ostrel/transport/Address.h"
+#include "TV/server/dummy/data/WorldFolder.h"
 #include "simulator/Description.h"
 #include "tests/host/RunningHost.h"
 #include "tests/support/Child.h"
@@ -113,6 +114,10 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
     expectOneLine(runHost({"--weather", weather}),
                   "member \"rules[0].delayMs\" is not an integer from 0 to 600000");
     expectOneLine(runHost({"--weather", directory.file("absent")}), "cannot read the weather file");
+    expectOneLine(runHost({"--world", directory.file("absent")}),
+                  "cannot be read: No such file or directory");
+    expectOneLine(runHost({"--world", weather}), "is not a compiled world");
+    expectOneLine(runHost({"--world", directory.file("")}), "is not a world, which has a lineup.txt");
     running.child().interrupt();
     EXPECT_EQ(running.child().wait(), 0);
 }
@@ -296,6 +301,68 @@ TEST(HostTest, FakeTimeStartsAtMiddayInTheMiddleOfTheGuide) {
         const auto seconds = timeOf(host);
         EXPECT_EQ(seconds >= midday && seconds < midday + day, way.fake) << seconds;
     }
+}
+
+/// A folder with one channel and an hour of it, from 19:00 to 20:00 UTC on 22 November 2026.
+void writeSmallWorld(const std::string& folder) {
+    std::filesystem::create_directories(folder + "/guide");
+    std::ofstream(folder + "/lineup.txt") << "690 | 7 | tv | Harbour | 1 | 1 | 1 | | 0011\n";
+    std::ofstream(folder + "/services.txt") << "5 | harbour | Harbour\n";
+    std::ofstream(folder + "/guide/5-harbour.txt")
+        << "event 1 | 2026-11-22T19:00:00Z | 2026-11-22T20:00:00Z\ntitle Tide & time\n";
+}
+
+std::string callOf(const RunningHost& host, const std::string& server, const std::string& method,
+                   const std::string& params = "[]") {
+    return WireClient(host.address())
+        .post("/rpc/" + server,
+              R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + params + '}')
+        .body;
+}
+
+TEST(HostTest, ServesAWorldOfSomebodyElse) {
+    const TempDirectory directory;
+    const auto folder = directory.file("my-world"), file = directory.file("my.world");
+    writeSmallWorld(folder);
+    {
+        const TV::WorldFile world = TV::openWorld(folder);
+        std::ofstream(file, std::ios::binary)
+            .write(world.bytes().data(), static_cast<std::streamsize>(world.bytes().size()));
+    }
+    for (const std::string& world : {folder, file}) {
+        const RunningHost host({"--world", world, "--hold", "--now", "2026-11-22T19:30Z"});
+        EXPECT_EQ(callOf(host, "Simulator", "Simulator::worldGet"),
+                  R"({"jsonrpc":"2.0","id":1,"result":{"name":"my-world","services":1,"events":1,)"
+                  R"("start":1795374000,"end":1795377600,"builtIn":false,"timeZone":"UTC"}})");
+        const auto context = boost::json::parse(callOf(host, "TV", "ITVService::createContext")).at("result");
+        EXPECT_NE(callOf(host, "TV", "ITVService::nowNextGet",
+                         R"({"context":)" + boost::json::serialize(context) +
+                             R"(,"payload":{"id":5,"outputFormat":"quorilxml"}})")
+                      .find("<Title>Tide &amp; time</Title>"),
+                  std::string::npos);
+    }
+}
+
+TEST(HostTest, FakeTimeIsTheMiddleOfAnyWorld) {
+    const TempDirectory directory;
+    const auto folder = directory.file("my-world");
+    writeSmallWorld(folder);
+    constexpr std::int64_t midday = 1795348800, day = 86400; // 2026-11-22 12:00 UTC
+    RunningHost host({"--world", folder, "--fake-time"}, {"TZ=UTC"});
+    const auto seconds = timeOf(host);
+    EXPECT_TRUE(seconds >= midday && seconds < midday + day) << seconds;
+}
+
+TEST(HostTest, TellsEveryMistakeOfAWorld) {
+    const TempDirectory directory;
+    const auto folder = directory.file("my-world");
+    writeSmallWorld(folder);
+    std::ofstream(folder + "/lineup.txt", std::ios::app) << "690\n690 | 7 | tv | Quay | 1 | 1 | 2 | | 0011\n";
+    const Failure failure = runHost({"--listen", "127.0.0.1:0", "--world", folder});
+    EXPECT_EQ(failure.status, 1);
+    EXPECT_EQ(failure.errors, folder + "/lineup.txt:2: expected 9 fields between bars, found 1\n" + folder +
+                                  "/lineup.txt:3: channel number 7 is taken\n"
+                                  "ostrel-tvd: the world has mistakes, and nothing is served\n");
 }
 
 /// What the clock of a host says: "NOW at SPEED".

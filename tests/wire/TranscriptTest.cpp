@@ -111,6 +111,9 @@ private:
     }
 
     std::string fill(std::string text) const {
+        constexpr std::string_view isBuiltIn = R"("builtIn":true)";
+        if (const auto at = text.find(isBuiltIn); at != std::string::npos && loadedWorld() != nullptr)
+            text.replace(at, isBuiltIn.size(), R"("builtIn":false)");
         for (std::size_t at = 0; !context_.empty() && (at = text.find(contextVariable)) != std::string::npos;)
             text.replace(at, contextVariable.size(), context_);
         return text;

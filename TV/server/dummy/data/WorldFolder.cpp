@@ -176,15 +176,15 @@ void Reader::readGuideFile(const GuidePath& file) {
 
 WorldPlaces Reader::places(std::vector<std::uint32_t> events) const {
     return {.row =
-                [this, events = std::move(events)](std::size_t row) {
-                    const auto& [file, line] = eventPlaces_[events[row]];
-                    const auto origin = eventOrigins_.find(events[row]);
+                [this, events = std::move(events)](std::size_t index) {
+                    const auto& [file, line] = eventPlaces_[events[index]];
+                    const auto origin = eventOrigins_.find(events[index]);
                     return (origin == eventOrigins_.end() ? "" : origin->second + ": ") + guidePaths_[file] +
                            ":" + std::to_string(line);
                 },
             .lineup =
-                [this](std::size_t row) {
-                    return row < lineupPlaces_.size() ? lineupPlaces_[row] : pathOf("lineup.txt") + ":0";
+                [this](std::size_t index) {
+                    return index < lineupPlaces_.size() ? lineupPlaces_[index] : pathOf("lineup.txt") + ":0";
                 },
             .world = description_};
 }

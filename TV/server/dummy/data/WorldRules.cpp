@@ -292,14 +292,14 @@ void Judge::checkStartOrder() {
 
 WorldPlaces WorldPlaces::names(const World& world) {
     return {.row =
-                [&world](std::size_t row) {
-                    return "event " + std::to_string(world.rows[row].ProgId) + " of service " +
-                           std::to_string(world.rows[row].ServiceId);
+                [&world](std::size_t index) {
+                    return "event " + std::to_string(world.rows[index].ProgId) + " of service " +
+                           std::to_string(world.rows[index].ServiceId);
                 },
             .lineup =
-                [&world](std::size_t row) {
-                    return row < world.lineup.size()
-                               ? "channel " + std::to_string(world.lineup[row].channelNumber)
+                [&world](std::size_t index) {
+                    return index < world.lineup.size()
+                               ? "channel " + std::to_string(world.lineup[index].channelNumber)
                                : "line-up";
                 },
             .world = "world"};

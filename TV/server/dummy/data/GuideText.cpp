@@ -106,20 +106,22 @@ std::vector<GuideCrid> readCrids(const TextLine& line) {
     return crids;
 }
 
-std::string readText(const TextLine& line) {
+void readText(const TextLine& line, std::string& text) {
     line.checkText(line.rest());
-    return line.rest();
+    if (!text.empty())
+        line.fail("the event has a " + line.word() + " already");
+    text = line.rest();
 }
 
 /// Takes a line that belongs to an event; false for a word that none has.
 bool readDetail(GuideEvent& event, const TextLine& line) {
     const std::string word = line.word();
     if (word == "title")
-        event.title = readText(line);
+        readText(line, event.title);
     else if (word == "synopsis")
-        event.synopsis = readText(line);
+        readText(line, event.synopsis);
     else if (word == "guidance")
-        event.guidance = readText(line);
+        readText(line, event.guidance);
     else if (word == "crids")
         event.crids = readCrids(line);
     else if (word == "imi")

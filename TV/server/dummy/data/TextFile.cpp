@@ -93,10 +93,13 @@ void readTextFile(const std::string& path, WorldProblems& problems,
     if (!in.is_open())
         return problems.add(path + ":0", "cannot be read");
     constexpr std::string_view from = "# from ";
+    constexpr std::string_view byteOrderMark = "\uFEFF"; // some editors begin a file with it
     const auto file = std::make_shared<const std::string>(path);
     std::shared_ptr<const std::string> origin;
     std::string raw;
     for (unsigned number = 1; std::getline(in, raw); ++number) {
+        if (number == 1 && raw.starts_with(byteOrderMark))
+            raw.erase(0, byteOrderMark.size());
         const auto text = trimmed(raw);
         if (text.starts_with(from) && isPlace(text.substr(from.size())))
             origin = std::make_shared<const std::string>(text.substr(from.size()));

@@ -135,6 +135,8 @@ const Row rows[] = {
     {"EventCharactersThatXmlLacks", "guide/5-harbour.txt", "event 5 | 2011-10-14T17:45:00Z | 2011-10-14T18:00:00Z\ntitle A \uFFFF\nsynopsis A \u0085\n",
         "guide/5-harbour.txt:2: a text holds U+FFFE or U+FFFF, which XML cannot write\n"
         "guide/5-harbour.txt:3: a text holds a control character\n"},
+    {"EventTwoTitles", "guide/5-harbour.txt", "event 5 | 2011-10-14T17:45:00Z | 2011-10-14T18:00:00Z\ntitle A\ntitle B\n", "guide/5-harbour.txt:3: the event has a title already\n"},
+    {"EventFromAnotherEditor", "guide/5-harbour.txt", "\uFEFFevent 5 | 2011-10-14T17:45:00Z | 2011-10-14T18:00:00Z\r\n\ttitle A\r\n", ""},
     {"EventBefore1970", "guide/5-harbour.txt", "event 5 | 1970-01-01T00:00:00Z | 2011-10-14T18:00:00Z\n", "guide/5-harbour.txt:1: 1970-01-01T00:00:00Z is not between 1970 and 2038-01-19T03:14:07Z\n"},
     {"EventAtTheEndOfTime", "guide/5-harbour.txt", "event 5 | 2011-10-14T17:45:00Z | 2038-01-19T03:14:07Z\n", ""},
     {"EventBehindTheEndOfTime", "guide/5-harbour.txt", "event 5 | 2011-10-14T17:45:00Z | 2038-01-19T03:14:08Z\n", "guide/5-harbour.txt:1: 2038-01-19T03:14:08Z is not between 1970 and 2038-01-19T03:14:07Z\n"},

@@ -249,7 +249,7 @@ Program makeProgram(Options& options) {
     program.examples = {
         "ostrel-tvd                                 # this machine alone, port 8480",
         "ostrel-tvd --today                         # always on air, by your own clock",
-        "ostrel-tvd --fake-time                     # as if the guide's own days were now",
+        "ostrel-tvd --fake-time                     # in the guide's own days",
         "ostrel-tvd --now 2011-10-16T19:59:50 --hold  # ten seconds before eight",
         "ostrel-tvd --now 2011-10-16T19:00 --speed 240  # an evening in a minute",
         "ostrel-tvd --world my-world                # your own channels and programmes",

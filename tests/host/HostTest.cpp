@@ -333,7 +333,7 @@ TEST(HostTest, ServesAWorldOfSomebodyElse) {
         const RunningHost host({"--world", world, "--hold", "--now", "2026-11-22T19:30Z"});
         EXPECT_EQ(callOf(host, "Simulator", "Simulator::worldGet"),
                   R"({"jsonrpc":"2.0","id":1,"result":{"name":"my-world","services":1,"events":1,)"
-                  R"("start":1795374000,"end":1795377600,"builtIn":false,"timeZone":"UTC"}})");
+                  R"("start":1795374000,"end":1795377600,"builtIn":false,"timeZone":"UTC","today":false}})");
         const auto context = boost::json::parse(callOf(host, "TV", "ITVService::createContext")).at("result");
         EXPECT_NE(callOf(host, "TV", "ITVService::nowNextGet",
                          R"({"context":)" + boost::json::serialize(context) +

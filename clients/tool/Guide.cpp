@@ -28,6 +28,7 @@ using CommandLine::UsageError;
 /// More services and a time do not fit into one query, see Client::queryEvents().
 constexpr std::size_t mostServicesAsked = 13;
 
+constexpr std::size_t guideNameColumn = 1;
 constexpr std::size_t guideTitleColumn = 3;
 constexpr std::size_t genreColumn = 4;
 
@@ -209,6 +210,7 @@ std::string formatTable(const std::vector<EventInfo>& events, const std::vector<
     if (::isatty(STDOUT_FILENO) != 0) {
         table.fit(genreColumn, getTerminalWidth());
         table.fit(guideTitleColumn, getTerminalWidth());
+        table.fit(guideNameColumn, getTerminalWidth());
     }
     return table.format();
 }

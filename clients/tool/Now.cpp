@@ -15,6 +15,7 @@ namespace Ostrel::Client::Tool {
 namespace {
 
 constexpr std::size_t firstPage = 20; // services that a terminal shows at once
+constexpr std::size_t nowNameColumn = 1;
 constexpr std::size_t nowTitleColumn = 3;
 
 struct NowOptions {
@@ -60,8 +61,10 @@ std::string formatTable(const std::vector<Showing>& showings, std::int64_t now) 
         if (events.size() > 1)
             table.add({"", "", formatSpan(events[1]), events[1].title, ""});
     }
-    if (::isatty(STDOUT_FILENO) != 0)
+    if (::isatty(STDOUT_FILENO) != 0) {
         table.fit(nowTitleColumn, getTerminalWidth());
+        table.fit(nowNameColumn, getTerminalWidth());
+    }
     return table.format();
 }
 

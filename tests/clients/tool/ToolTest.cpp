@@ -1,3 +1,4 @@
+#include "commandline/Table.h"
 #include "tests/clients/tool/Run.h"
 #include "tests/support/Child.h"
 #include "tests/support/FakeService.h"
@@ -165,6 +166,25 @@ TEST(ToolTest, NowShowsTwoEventsAndTheTimeLeft) {
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.errors,
               "ostrel-tv: no service has the channel number 5; ostrel-tv services lists them\n");
+}
+
+TEST(ToolTest, LongNamesAndTitlesBreakNoTable) {
+    auto answers = guideAnswers(makeList({makeEvent(7, 1318748400, 1318752000, std::string(255, 'T'))}));
+    answers["ITVService::serviceListRead"] = {
+        result(makeList({makeService(4, std::string(255, 'N'), usual)}))};
+    FakeService fake(answers);
+    for (const std::string command : {"now", "guide"}) {
+        const Terminal terminal(24);
+        Child child("/bin/sh",
+                    {"-c", "exec \"$0\" $2 >\"$1\"", OSTREL_TV_PROGRAM, terminal.getPath(), command}, {},
+                    {"OSTREL_TV_URL=" + fake.getAddress(), "PAGER="});
+        EXPECT_EQ(child.wait(), 0) << child.readErrors();
+        std::istringstream lines(terminal.read());
+        std::size_t count = 0;
+        for (std::string line; std::getline(lines, line); ++count)
+            EXPECT_LE(Ostrel::CommandLine::getWidth(line), 80u) << line;
+        EXPECT_EQ(count, 2u) << command;
+    }
 }
 
 TEST(ToolTest, NowSaysThatThereIsMore) {

@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 namespace Ostrel::TV::Tool {
 
 namespace {
@@ -136,7 +138,9 @@ std::string listServices(const World& world, const Figures& figures) {
                    hasGuide ? std::to_string(service.guideId) : "-", group(service.events),
                    time(service.firstStart), time(service.lastEnd)});
     }
-    table.fit(1, CommandLine::getTerminalWidth());
+    constexpr std::size_t nameColumn = 1;
+    if (::isatty(STDOUT_FILENO) != 0)
+        table.fit(nameColumn, CommandLine::getTerminalWidth());
     return table.format();
 }
 

@@ -65,7 +65,7 @@ TEST_F(WorldProgramTest, ShowsAWorld) {
                                                         "Line-up      20 services: "));
     const auto services = run({"show", file_, "--services"}).output;
     EXPECT_EQ(std::count(services.begin(), services.end(), '\n'), 21);
-    EXPECT_THAT(services, HasSubstr("   9999  <Text & Dat"));
+    EXPECT_THAT(services, HasSubstr("   9999  <Text & Data>"));
     EXPECT_THAT(run({"show", file_, "--days"}).output, HasSubstr("\n2011-10-12  Wed"));
     const auto json = boost::json::parse(run({"show", file_, "--json"}).output);
     EXPECT_EQ(json.at("zone").as_string(), "Europe/London");

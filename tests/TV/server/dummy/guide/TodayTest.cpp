@@ -25,7 +25,7 @@ using namespace Ostrel::TV;
 namespace {
 
 constexpr std::time_t hour = 3600, day = 86400;
-constexpr unsigned bbcOne = 1043;
+constexpr int bbcOne = 1043;
 
 const World& theBuiltInWorld() {
     static const World world = builtInWorld();
@@ -39,7 +39,7 @@ std::time_t at(const std::string& time) {
 void expectOnAir(const Guide& guide, std::time_t now) {
     EXPECT_GE(now - guide.earliestStart(), day) << formatTime(now);
     EXPECT_GE(guide.latestEnd() - now, 7 * day) << formatTime(now);
-    const NowNext found = findNowNext(guide, bbcOne, now);
+    const NowNext found = findNowNext(guide, unsigned{bbcOne}, now);
     EXPECT_NE(found.now, nullptr) << formatTime(now);
     EXPECT_NE(found.next, nullptr) << formatTime(now);
 }
@@ -65,9 +65,13 @@ INSTANTIATE_TEST_SUITE_P(Zones, TodayZones,
 
 TEST_P(TodayZones, AtAnyMomentADayLiesBehindAndSevenAhead) {
     const ZoneSet zone(GetParam());
-    Today today(theBuiltInWorld());
-    // Across both changes of summer time of all of them, an hour ahead of a day each time.
-    for (auto now = at("2026-02-20T00:00:00Z"); now < at("2026-11-20T00:00:00Z"); now += 23 * hour)
+    SmallWorld small; // so that it turns often
+    const auto monday = at("2026-01-05T00:00:00Z");
+    small.fill(bbcOne, monday, monday + 7 * day, hour / 2);
+    const World& world = small.world();
+    Today today(world);
+    // Across both changes of summer time of all of them.
+    for (auto now = at("2026-02-20T00:00:00Z"); now < at("2026-11-20T00:00:00Z"); now += hour / 2)
         expectOnAir(*today.guideAt(now), now);
 }
 
@@ -121,6 +125,40 @@ TEST(TodayTest, AMonthTurnsTheSameGuideDayByDayOrAtOnce) {
     jumping.guideAt(now);
     EXPECT_EQ(read(*running.guideAt(later), later - day, later + 7 * day),
               read(*jumping.guideAt(later), later - day, later + 7 * day));
+}
+
+TEST(TodayTest, ADayThatEndsInADoubledHourEndsOnce) {
+    const ZoneSet zone("Europe/London"); // 2026-10-25: 02:00 is 01:00
+    SmallWorld small;
+    const auto begin = at("2026-01-05T01:30:00Z");
+    small.fill(1, begin, begin + 7 * day, hour / 2);
+    const World& world = small.world();
+    Today today(world);
+    const auto again = at("2026-10-25T01:10:00Z"); // 01:10, the second time
+    EXPECT_EQ(today.turnBehind(again), at("2026-10-26T01:30:00Z"));
+    EXPECT_EQ(today.guideAt(again), today.guideAt(again));
+}
+
+TEST(TodayTest, WhoAsksAtOnceGetsTheSameGuide) {
+    const ZoneSet zone("UTC");
+    for (int round = 0; round != 20; ++round) {
+        Today today(theBuiltInWorld());
+        constexpr int askers = 4;
+        std::atomic<int> waiting = askers;
+        std::vector<std::shared_ptr<const Guide>> guides(askers);
+        std::vector<std::thread> threads;
+        for (auto& guide : guides)
+            threads.emplace_back([&] {
+                --waiting;
+                while (waiting != 0)
+                    std::this_thread::yield();
+                guide = today.guideAt(at("2026-06-10T11:00:00Z"));
+            });
+        for (auto& thread : threads)
+            thread.join();
+        for (const auto& guide : guides)
+            EXPECT_EQ(guide, guides.front());
+    }
 }
 
 TEST(TodayTest, WhatIsAskedWhileItTurnsIsWhole) {

@@ -3,6 +3,7 @@
 #include "TV/server/dummy/guide/TodayWorld.h"
 
 #include "TV/server/dummy/data/GuideText.h"
+#include "TV/server/dummy/data/WorldRules.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
 #include "tests/TV/server/dummy/guide/SmallWorld.h"
 
@@ -10,7 +11,6 @@
 
 #include <cstring>
 #include <map>
-#include <set>
 #include <string>
 #include <tuple>
 
@@ -57,44 +57,13 @@ const epgentry* findOn(const World& world, int serviceId, std::int64_t time) {
     return nullptr;
 }
 
-/// What holds of every world, and of all that is laid: who reads one counts on it.
+/// What is laid keeps the rules of every world.
 void expectSound(const World& world) {
-    std::map<std::uint32_t, const epgentry*> programmes;
-    std::size_t next = 0;
-    for (const GuideServiceRows& service : world.services) {
-        ASSERT_EQ(service.first, next);
-        ASSERT_GT(service.count, 0u);
-        next += service.count;
-        for (std::size_t i = service.first; i != next; ++i) {
-            const epgentry& row = world.rows[i];
-            ASSERT_EQ(row.ServiceId, service.serviceId);
-            ASSERT_GT(row.Start, 0);
-            ASSERT_GT(row.End, row.Start);
-            ASSERT_NE(row.ProgId, 0u);
-            ASSERT_TRUE(programmes.emplace(row.ProgId, &row).second) << row.ProgId;
-            if (i != service.first) {
-                ASSERT_GE(row.Start, world.rows[i - 1].End) << titleOf(world, row);
-                ASSERT_GT(row.ProgId, world.rows[i - 1].ProgId);
-            }
-        }
-    }
-    ASSERT_EQ(next, world.rows.size());
-    ASSERT_EQ(world.rowFacts.size(), next);
+    WorldProblems problems;
+    checkWorld(world, WorldPlaces::names(world), problems);
+    EXPECT_EQ(problems.count(), 0u) << problems.text();
     const epgentry zero{};
-    ASSERT_EQ(std::memcmp(world.rows.data() + next, &zero, sizeof zero), 0);
-    ASSERT_EQ(world.startOrder.size(), next);
-    for (std::size_t i = 1; i != next; ++i) {
-        const auto a = world.startOrder[i - 1], b = world.startOrder[i];
-        ASSERT_LT(std::tuple(world.rows[a].Start, a), std::tuple(world.rows[b].Start, b));
-    }
-    for (const epgentry& row : world.rows)
-        for (const std::uint32_t link : {row.LinkedHdProgs, row.LinkedHdSimulcastProgs})
-            if (link != 0) {
-                ASSERT_EQ(programmes.count(link), 1u) << titleOf(world, row);
-                ASSERT_TRUE(programmes[link]->IsHd);
-                ASSERT_NE(programmes[link]->ServiceId, row.ServiceId);
-                ASSERT_EQ(programmes[link]->Start, row.Start);
-            }
+    EXPECT_EQ(std::memcmp(world.rows.data() + world.rows.size(), &zero, sizeof zero), 0);
 }
 
 /// The starts, as hours behind a time; for services with few events.
@@ -117,6 +86,7 @@ class TodayWorldPlaces : public testing::TestWithParam<Place> {};
 
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Days, TodayWorldPlaces, testing::Values(
+    Place{"LondonMonday",         "Europe/London",       "2026-11-23T12:00:00Z"},
     Place{"LondonTuesday",        "Europe/London",       "2026-11-24T12:00:00Z"},
     Place{"LondonSaturday",       "Europe/London",       "2026-11-28T12:00:00Z"},
     Place{"LondonSpring",         "Europe/London",       "2026-03-29T12:00:00Z"},
@@ -175,8 +145,7 @@ TEST_P(TodayWorldPlaces, ADayIsTheSameWheneverItIsLaid) {
     const TodayWorld::Window later{first.window.first + 3, first.window.last + 3};
     const TodayWorld second(builtInWorld(), first.days, later, GetParam().zone, first.offsets);
     // Of the days that both have, and whose first event does not come from a day that one lacks.
-    const auto from = first.clock.toUtc(first.days.beginOf(later.first + 1)),
-               to = first.clock.toUtc(first.days.beginOf(first.window.last));
+    const auto from = first.clock.toUtc(first.days.beginOf(later.first + 1)), to = first.end();
     const auto read = [&](const World& world) {
         std::vector<std::tuple<std::uint32_t, int, std::int32_t, std::int32_t, std::string, std::uint32_t>>
             rows;
@@ -200,10 +169,52 @@ TEST(TodayWorldTest, LinksLeadToTheSameDay) {
         if (row.LinkedHdProgs == 0)
             continue;
         ++links;
-        EXPECT_STREQ(titleOf(laid.world(), *programmes.at(row.LinkedHdProgs)), titleOf(laid.world(), row));
+        const epgentry& twin = *programmes.at(row.LinkedHdProgs);
+        EXPECT_STREQ(titleOf(laid.world(), twin), titleOf(laid.world(), row));
+        EXPECT_EQ(twin.Start, row.Start);
+        EXPECT_EQ(row.LinkedHdSimulcastProgs, row.LinkedHdProgs);
     }
     // As many as on eleven days of the source: its seven, and four of them again.
     EXPECT_GT(links, 126u);
+}
+
+TEST(TodayWorldTest, ALinkToWhatIsLeftOutIsNone) {
+    // 2026-03-29 in London: 01:00 is 02:00.
+    SmallWorld small;
+    const auto sunday = at("2026-01-04T00:00:00Z");
+    for (int number = 0; number != 7; ++number)
+        small.add(1, sunday + number * day, sunday + (number + 1) * day);
+    for (int number = 0; number != 7; ++number) {
+        const auto twin = small.add(2, sunday + number * day + hour, sunday + number * day + 2 * hour);
+        small.row(twin).IsHd = true;
+        small.row(static_cast<std::uint32_t>(number + 1)).LinkedHdProgs = twin;
+    }
+    const Laid laid(small.world(), "Europe/London", "2026-03-29T12:00:00Z");
+    expectSound(laid.world());
+    for (const epgentry& row : laid.world().rows)
+        if (row.ServiceId == 1) {
+            EXPECT_EQ(row.LinkedHdProgs == 0, row.Start == at("2026-03-29T00:00:00Z"));
+        }
+}
+
+TEST(TodayWorldTest, ALinkToTheNextDayIsNoneWhereAnotherDayFollows) {
+    SmallWorld small;
+    const auto friday = at("2026-01-02T00:00:00Z");
+    const auto sd = small.add(1, friday + 23 * hour, friday + 25 * hour);
+    small.add(1, friday + 30 * hour, friday + 3 * day);
+    const auto sameDay = small.add(2, friday, friday + hour);
+    const auto nextDay = small.add(2, friday + day, friday + 25 * hour); // both are the second of their days
+    small.row(sameDay).IsHd = small.row(nextDay).IsHd = true;
+    small.row(sd).LinkedHdProgs = nextDay;
+    small.row(sd).LinkedHdSimulcastProgs = sameDay;
+    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z"); // a Tuesday
+    expectSound(laid.world());
+    std::string links;
+    for (const epgentry& row : laid.world().rows)
+        if (row.ServiceId == 1 && row.End - row.Start == 2 * hour)
+            links += row.LinkedHdProgs == 0 ? "none " : "next ";
+    // Of Monday, Thursday, which the first day follows, Friday and Monday.
+    EXPECT_EQ(links, "next none next next ");
 }
 
 TEST(TodayWorldTest, WhatFallsIntoAMissingHourIsLeftOut) {
@@ -253,12 +264,14 @@ TEST(TodayWorldTest, AtASeamWhatRunsOnEndsWithTheDayThatFollows) {
     const auto monday = at("2026-01-05T00:00:00Z");
     small.fill(1, monday, monday + 6 * day + 23 * hour, hour);
     small.add(1, monday + 6 * day + 23 * hour, monday + 7 * day + 2 * hour); // beyond the week's end
-    const Laid laid(small.world(), "UTC", "2026-11-24T12:00:00Z"); // a Tuesday
-    expectSound(laid.world());
     const auto nextMonday = at("2026-11-30T00:00:00Z");
-    const epgentry* const last = findOn(laid.world(), 1, nextMonday - 1);
-    ASSERT_NE(last, nullptr);
-    EXPECT_EQ(last->End, nextMonday);
+    for (const char* noon : {"2026-11-24T12:00:00Z", "2026-11-21T12:00:00Z"}) { // the latter up to Sunday
+        const Laid laid(small.world(), "UTC", noon);
+        expectSound(laid.world());
+        const epgentry* const last = findOn(laid.world(), 1, nextMonday - 1);
+        ASSERT_NE(last, nullptr);
+        EXPECT_EQ(last->End, nextMonday);
+    }
 }
 
 TEST(TodayWorldTest, AtASeamNoGapComesThatTheSourceLacks) {

@@ -169,19 +169,21 @@ private:
         const auto end = viewer_.toUtc(days_.toLocal(row.End) + shift);
 
         const Event* const before = std::exchange(last_, &event);
-        if (to_.rows_.size() != first) {
-            epgentry& other = to_.rows_.back();
-            if (before + 1 == &event) { // as in the source
-                start = std::max<std::int64_t>(start, other.End);
-            } else {
-                const bool isFollowed = before + 1 != events.data() + events.size() && before[1].follows;
-                if (other.End > start || (event.follows && isFollowed))
-                    other.End = static_cast<std::int32_t>(start);
-                if (other.End <= other.Start)
-                    drop();
-            }
+        const auto isLaid = [&] { return to_.rows_.size() != first; };
+        if (start < 1 || std::max(start, end) > std::numeric_limits<std::int32_t>::max())
+            return;
+        if (isLaid() && before + 1 == &event) { // as in the source
+            start = std::max<std::int64_t>(start, to_.rows_.back().End);
+        } else {
+            while (isLaid() && to_.rows_.back().Start >= start)
+                drop();
+            const auto isFollowed = [&] {
+                return before + 1 != events.data() + events.size() && before[1].follows;
+            };
+            if (isLaid() && (to_.rows_.back().End > start || (event.follows && isFollowed())))
+                to_.rows_.back().End = static_cast<std::int32_t>(start);
         }
-        if (end <= start || start < 1 || end > std::numeric_limits<std::int32_t>::max())
+        if (end <= start)
             return;
         to_.rows_.push_back(row);
         origins_.push_back({event.row, number});

@@ -288,6 +288,33 @@ TEST(TodayWorldTest, AtASeamNoGapComesThatTheSourceLacks) {
     EXPECT_EQ(last->End, at("2026-11-30T03:00:00Z"));
 }
 
+TEST(TodayWorldTest, AtASeamAllEndsThatADoubledHourPutBehindIt) {
+    // 2026-10-25 in London: 02:00 is 01:00, and the week ends in between, at half past one.
+    SmallWorld small(readZoneOffsets("Europe/London", static_cast<std::int32_t>(at("2026-10-18T00:00:00Z")),
+                                     static_cast<std::int32_t>(at("2026-10-26T00:00:00Z"))));
+    small.add(1, at("2026-10-18T00:30:00Z"), at("2026-10-18T01:30:00Z"));
+    small.add(1, at("2026-10-24T23:30:00Z"), at("2026-10-25T00:50:00Z")); // until ten to two
+    small.add(1, at("2026-10-25T01:10:00Z"), at("2026-10-25T02:10:00Z")); // from ten past one
+    const Laid laid(small.world(), "UTC", "2026-11-28T12:00:00Z"); // a Saturday
+    expectSound(laid.world());
+    const epgentry* const last = findOn(laid.world(), 1, at("2026-11-29T01:00:00Z"));
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->End, at("2026-11-29T01:30:00Z"));
+}
+
+TEST(TodayWorldTest, BeforeTheEndOfTimeNothingIsLostToWhatIsBehindIt) {
+    SmallWorld small;
+    const auto monday = at("2026-01-05T22:00:00Z"), tuesday = monday + 2 * hour;
+    small.add(1, monday, tuesday + 4 * hour); // before the first whole day
+    small.fill(1, tuesday + 4 * hour, tuesday + 7 * day, hour);
+    small.add(1, tuesday + 7 * day, tuesday + 7 * day + 20 * hour);
+    const Laid laid(small.world(), "UTC", "2038-01-18T12:00:00Z"); // the day before, a Monday
+    expectSound(laid.world());
+    const epgentry* const last = findOn(laid.world(), 1, at("2038-01-18T23:30:00Z"));
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->End, at("2038-01-19T00:00:00Z"));
+}
+
 TEST(TodayWorldTest, GapsStay) {
     SmallWorld small;
     const auto monday = at("2026-01-05T00:00:00Z");

@@ -1,6 +1,6 @@
 #include "bench/Database.h"
 
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <sqlite3.h>
 

@@ -9,6 +9,8 @@
 #include "TV/server/dummy/guide/NowNext.h"
 #include "TV/server/dummy/query/EventQuery.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "bench/Database.h"
 
 #include <algorithm>

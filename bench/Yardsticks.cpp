@@ -1,5 +1,5 @@
 #include "bench/Yardsticks.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <array>
 #include <charconv>

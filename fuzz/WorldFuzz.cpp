@@ -12,6 +12,7 @@
 #include "TV/server/dummy/lineup/Lineup.h"
 #include "TV/server/dummy/query/QuorilQuery.h"
 #include "TV/server/dummy/query/TextSearch.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/data/SmallImage.h"
 
 #define XXH_INLINE_ALL

@@ -1,6 +1,7 @@
 #include "world/Synthetic.h"
 
 #include "TV/server/dummy/data/ZoneOffsets.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "commandline/UsageError.h"
 #include "world/Stress.h"
 #include "world/SyntheticDays.h"

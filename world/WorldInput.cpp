@@ -1,6 +1,7 @@
 #include "world/WorldInput.h"
 
 #include "TV/server/dummy/data/WorldFolder.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
 
 namespace Ostrel::TV::Tool {
 

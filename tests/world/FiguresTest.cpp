@@ -1,5 +1,6 @@
 #include "world/Figures.h"
 
+#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "TV/server/dummy/world/WorldImage.h"
 #include "tests/TV/server/dummy/data/SmallImage.h"
 #include "world/Scripts.h"

@@ -5,7 +5,7 @@
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/guide/Today.h"
 #include "TV/server/dummy/lineup/Lineup.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TV/server/dummy/documents/Generator.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <optional>
 #include <string>

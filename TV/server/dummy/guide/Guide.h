@@ -2,7 +2,7 @@
 
 #include "TV/interfaces/ITVGuide.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <cstdint>
 

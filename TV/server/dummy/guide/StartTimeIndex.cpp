@@ -1,4 +1,5 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,5 @@
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 namespace Ostrel::TV {
 

@@ -61,30 +61,8 @@ struct World {
     }
 };
 
-/// The world that the library brings along: constant data, found without reading them.
-World builtInWorld() noexcept;
-
-/// The world that all modules of the process simulate: the built-in one unless another was chosen.
-const World& chosenWorld() noexcept;
-
-/// Chooses it, once, before DummyTVModule::init(). Its tables must stay as long as the process.
+/// Chooses the world that all modules of the process simulate, once, before DummyTVModule::init(). Its
+/// tables must stay as long as the process.
 OSTREL_API void chooseWorld(const World& world) noexcept;
-
-// The tables of the chosen world.
-inline std::span<const epgentry> guideRows() noexcept {
-    return chosenWorld().rows;
-}
-inline std::span<const GuideRowFacts> guideRowFacts() noexcept {
-    return chosenWorld().rowFacts;
-}
-inline std::span<const std::uint32_t> guideStartOrder() noexcept {
-    return chosenWorld().startOrder;
-}
-inline std::span<const GuideServiceRows> guideServices() noexcept {
-    return chosenWorld().services;
-}
-inline std::span<const LineupRow> lineupRows() noexcept {
-    return chosenWorld().lineup;
-}
 
 } // namespace Ostrel::TV

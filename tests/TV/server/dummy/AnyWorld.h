@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 #include "tests/TV/server/dummy/StressWorld.h"
 

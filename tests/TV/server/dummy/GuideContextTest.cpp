@@ -4,7 +4,7 @@
 #include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/DummyTVModuleContext.h"
 #include "TV/server/dummy/documents/RowDocument.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 #include "tests/support/FakeTime.h"
 #include "tests/support/LogCapture.h"

@@ -2,7 +2,7 @@
 
 #include "TV/interfaces/ITVGuide.h"
 #include "TV/server/dummy/guide/Guide.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <gtest/gtest.h>
 

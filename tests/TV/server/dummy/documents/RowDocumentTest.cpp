@@ -2,7 +2,7 @@
 
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/AnyWorld.h"
 
 #include <json/reader.h>

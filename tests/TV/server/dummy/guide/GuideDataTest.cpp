@@ -4,7 +4,7 @@
 #include "TV/server/dummy/data/GuideText.h"
 #include "TV/server/dummy/data/Services.h"
 #include "TV/server/dummy/guide/GenreTable.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "TV/server/TVModuleContext.h"
 #include "TV/server/dummy/DummyTVModule.h"
 #include "TV/server/dummy/query/EventQuery.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/BuiltInData.h"
 #include "tests/support/FakeTime.h"
 

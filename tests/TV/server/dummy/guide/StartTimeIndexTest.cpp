@@ -1,6 +1,6 @@
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/AnyWorld.h"
 
 #include <algorithm>

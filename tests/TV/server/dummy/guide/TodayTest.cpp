@@ -1,6 +1,7 @@
 // The guide that is always on air, and how it turns.
 
 #include "TV/server/dummy/guide/Today.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
 
 #include "TV/server/dummy/data/GuideText.h"
 #include "TV/server/dummy/guide/NowNext.h"

@@ -1,6 +1,7 @@
 // A world's days laid around a day of the viewer's. Times are written as in guide files.
 
 #include "TV/server/dummy/guide/TodayWorld.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
 
 #include "TV/server/dummy/data/GuideText.h"
 #include "TV/server/dummy/data/WorldRules.h"

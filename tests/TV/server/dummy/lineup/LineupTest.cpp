@@ -1,5 +1,5 @@
 #include "TV/server/dummy/lineup/Lineup.h"
-#include "TV/server/dummy/world/World.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include "TV/server/dummy/DummyTVModule.h"
 #include "TV/server/dummy/world/World.h"

@@ -1,4 +1,5 @@
 #include "TV/server/dummy/query/EventQuery.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/GuideFixture.h"
 
 #include <algorithm>

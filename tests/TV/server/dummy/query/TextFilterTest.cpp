@@ -1,4 +1,5 @@
 #include "TV/server/dummy/query/TextFilter.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include "TV/server/dummy/query/RowBits.h"
 #include "tests/TV/server/dummy/AnyWorld.h"

@@ -4,6 +4,8 @@
 #include "TV/server/dummy/data/WorldFolder.h"
 #include "TV/server/dummy/documents/RowDocument.h"
 #include "TV/server/dummy/query/EventQuery.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
+#include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <gtest/gtest.h>
 

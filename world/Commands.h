@@ -9,6 +9,8 @@ using CommandLine::Command;
 // Each returns one command.
 Command makeCheck();
 Command makeCompile();
+Command makeExport();
+Command makeImport();
 Command makeShow();
 Command makeSynthetic();
 

@@ -35,8 +35,11 @@ Program makeProgram() {
         "A WORLD is a folder of text files, which people edit, or a compiled file whose name ends in "
         ".world. ostrel-tvd --world WORLD serves either.";
     program.version = OSTREL_VERSION;
-    program.commands = {makeShow(), makeCheck(), makeCompile(), makeSynthetic()};
+    program.commands = {makeImport(), makeExport(), makeSynthetic(), makeCheck(), makeShow(), makeCompile()};
     addHelp(program);
+    program.examples = {"ostrel-world import guide.xml.gz -o my.world --zone Europe/Berlin",
+                        "ostrel-tvd --world my.world --today", "ostrel-world export my.world -o guide.xml",
+                        "ostrel-world synthetic --services 1000 --days 14 --seed 7 -o large.world"};
     program.exitStatuses = {{"0", "done"},
                             {"1", "a file cannot be read or written, or breaks a rule"},
                             {"2", "wrong usage"},

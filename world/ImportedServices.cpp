@@ -142,6 +142,10 @@ void ImportedServices::placeByItself(const XmltvChannel& channel) {
         service.guide.place = own->number("place", 0, mostId, 0);
         service.isInLineup = own->has("mhz");
         LineupService& lineup = service.lineup;
+        lineup.network = service.guide.network;
+        lineup.stream = service.guide.stream;
+        service.guide.network = own->number("guide-network", 1, mostDvbId, lineup.network);
+        service.guide.stream = own->number("guide-stream", 1, mostDvbId, lineup.stream);
         lineup.frequencyMHz = own->number("mhz", 1, 999, lowestMHz);
         lineup.type = own->number("type", television, lastType, television);
         lineup.provider = own->text("provider");
@@ -186,8 +190,8 @@ void ImportedServices::giveIdentifiers(Service& service) {
                                  " that DVB has numbers for; choose some with --lineup");
     const unsigned multiplex = placed_++ / servicesOfMultiplex % multiplexes;
     service.lineup.frequencyMHz = lowestMHz + stepMHz * multiplex;
-    service.guide.network = temporaryNetwork;
-    service.guide.stream = multiplex + 1;
+    service.lineup.network = service.guide.network = temporaryNetwork;
+    service.lineup.stream = service.guide.stream = multiplex + 1;
     service.guide.dvbId = nextDvbId_;
 }
 
@@ -209,8 +213,6 @@ std::vector<LineupService> ImportedServices::makeLineup() {
         if (!service.isInLineup)
             continue;
         LineupService& lineup = service.lineup;
-        lineup.network = service.guide.network;
-        lineup.stream = service.guide.stream;
         lineup.dvbId = service.guide.dvbId;
         if (lineup.channelNumber == 0)
             giveNumber(service);

@@ -77,6 +77,8 @@ public:
 private:
     void writeHead();
     void writeChannel(const Channel& channel);
+    void describeGuide(const Channel& channel, OwnUrl& own) const;
+    void describeLineup(const LineupRow& row, OwnUrl& own) const;
     void writeProgrammes(const Channel& channel);
     void writeProgramme(const Channel& channel, const epgentry& row);
     void writeEventUrl(const epgentry& row);
@@ -130,34 +132,46 @@ void Writer::writeChannel(const Channel& channel) {
     attribute("id", channel.id);
     xml_ += ">\n";
     OwnUrl own("service");
-    if (!channel.rows.empty()) {
-        own.set("id", static_cast<std::uint32_t>(channel.rows.front().ServiceId));
-        if (channel.rows.front().ServicePosition != 0)
-            own.set("place", channel.rows.front().ServicePosition);
-    }
+    if (!channel.rows.empty())
+        describeGuide(channel, own);
     if (channel.lineup == nullptr) {
         element("display-name", "Service " + own.text("id"));
     } else {
-        const LineupRow& row = *channel.lineup;
-        element("display-name", textOf(row.name));
-        element("display-name", std::to_string(row.channelNumber));
-        own.set("mhz", row.frequencyMHz);
-        own.set("number", static_cast<std::uint32_t>(row.channelNumber));
-        if (row.type != television)
-            own.set("type", row.type);
-        if (row.provider.offset != 0)
-            own.set("provider", std::string(textOf(row.provider)));
-        const auto mark = [&](bool isSet, const char* word) {
-            if (isSet)
-                own.set(word);
-        };
-        mark(row.scrambled, "scrambled");
-        mark(row.highDefinition, "hd");
-        mark(!row.visible, "hidden");
-        mark(!row.selectable, "unselectable");
+        element("display-name", textOf(channel.lineup->name));
+        element("display-name", std::to_string(channel.lineup->channelNumber));
+        describeLineup(*channel.lineup, own);
     }
     element("url", own.write(), "system", OwnUrl::system);
     xml_ += "  </channel>\n";
+}
+
+void Writer::describeGuide(const Channel& channel, OwnUrl& own) const {
+    const epgentry& row = channel.rows.front();
+    own.set("id", static_cast<std::uint32_t>(row.ServiceId));
+    if (row.ServicePosition != 0)
+        own.set("place", row.ServicePosition);
+    // A line-up finds its guide by the service_id alone.
+    if (channel.lineup != nullptr && channel.lineup->originalNetworkId != row.DvbOid)
+        own.set("guide-network", row.DvbOid);
+    if (channel.lineup != nullptr && channel.lineup->transportStreamId != row.DvbTid)
+        own.set("guide-stream", row.DvbTid);
+}
+
+void Writer::describeLineup(const LineupRow& row, OwnUrl& own) const {
+    own.set("mhz", row.frequencyMHz);
+    own.set("number", static_cast<std::uint32_t>(row.channelNumber));
+    if (row.type != television)
+        own.set("type", row.type);
+    if (row.provider.offset != 0)
+        own.set("provider", std::string(textOf(row.provider)));
+    const auto mark = [&](bool isSet, const char* word) {
+        if (isSet)
+            own.set(word);
+    };
+    mark(row.scrambled, "scrambled");
+    mark(row.highDefinition, "hd");
+    mark(!row.visible, "hidden");
+    mark(!row.selectable, "unselectable");
 }
 
 void Writer::writeProgrammes(const Channel& channel) {

@@ -108,6 +108,8 @@ WorldFile makeOddWorld() {
     event.synopsis = "\u0646\u0634\u0631\u0629 \U0001F6A2 e\u0301";
     event.late = true;
     writer.add({5, 1, 1, 77, 0}, event); // of a service that is not on the air
+    event.programme = 2;
+    writer.add({6, 3, 4, 1, 0}, event); // of one that is, with other identifiers there
     return finish(writer);
 }
 

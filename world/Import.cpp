@@ -64,7 +64,7 @@ void importGuide(const Options& options) {
                        .zone = options.zone,
                        .isLocal = options.isLocal,
                        .lineup = std::move(lineup)},
-                      std::move(categories), world);
+                      categories, world);
     readGuide(file, importer);
     importer.finish();
     output.write(world);

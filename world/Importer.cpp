@@ -61,8 +61,8 @@ std::string joined(std::string_view subTitle, std::string_view description) {
 
 } // namespace
 
-Importer::Importer(Options options, Categories categories, WorldWriter& world)
-    : options_(std::move(options)), categories_(std::move(categories)), world_(world),
+Importer::Importer(Options options, const Categories& categories, WorldWriter& world)
+    : options_(std::move(options)), categories_(categories), world_(world),
       services_(options_.language, options_.lineup, report_) {
     if (!options_.zone.empty())
         zone_ = readZoneOffsets(options_.zone, 1, static_cast<std::int32_t>(latest));

@@ -29,8 +29,9 @@ public:
         std::vector<LineupService> lineup{}; ///< empty: made of the channels
     };
 
+    /// @param categories  used for as long as this object is
     /// @throws std::runtime_error  the zone is not known
-    Importer(Options options, Categories categories, WorldWriter& world);
+    Importer(Options options, const Categories& categories, WorldWriter& world);
 
     /// Takes what a reader reads.
     XmltvReader::Listener listener();
@@ -59,7 +60,7 @@ private:
     void mendLinks();
 
     Options options_;
-    const Categories categories_;
+    const Categories& categories_;
     WorldWriter& world_;
     ImportReport report_;
     ImportedServices services_;

@@ -61,7 +61,8 @@ std::vector<Channel> findChannels(const World& world) {
 /// Writes one listing.
 class Writer {
 public:
-    Writer(const World& world, const std::function<void(std::string_view)>& out) : world_(world), out_(out) {}
+    Writer(const World& world, const Categories& categories, const std::function<void(std::string_view)>& out)
+        : world_(world), categories_(categories), out_(out) {}
 
     void write() {
         writeHead();
@@ -95,8 +96,8 @@ private:
     }
 
     const World& world_;
+    const Categories& categories_;
     const std::function<void(std::string_view)>& out_;
-    const Categories categories_;
     std::string xml_;
 };
 
@@ -254,7 +255,8 @@ void Writer::writeRatings(const epgentry& row) {
 } // namespace
 
 void writeXmltv(const World& world, const std::function<void(std::string_view)>& out) {
-    Writer(world, out).write();
+    static const Categories builtIn;
+    Writer(world, builtIn, out).write();
 }
 
 } // namespace Ostrel::TV::Tool

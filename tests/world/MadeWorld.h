@@ -21,7 +21,8 @@ class MadeWorld {
 public:
     explicit MadeWorld(const std::string& xml, Importer::Options options = {.name = "test"}) {
         WorldWriter writer;
-        Importer importer(std::move(options), Categories(), writer);
+        const Categories categories;
+        Importer importer(std::move(options), categories, writer);
         XmltvReader reader("guide.xml", importer.listener());
         reader.read(xml);
         reader.finish();

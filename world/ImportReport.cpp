@@ -3,6 +3,7 @@
 #include "TV/server/dummy/data/GuideText.h"
 #include "commandline/Table.h"
 #include "commandline/Text.h"
+#include "world/XmltvText.h"
 
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
@@ -15,6 +16,7 @@ namespace Ostrel::TV::Tool {
 
 namespace {
 
+constexpr std::size_t longestCategory = 100; ///< bytes
 constexpr std::size_t mostCategories = 1000, shownCategories = 8;
 
 struct Row {
@@ -52,7 +54,8 @@ std::string number(std::size_t count) {
 
 } // namespace
 
-void ImportReport::addUnknownCategory(const std::string& name) {
+void ImportReport::addUnknownCategory(std::string name) {
+    cutText(name, longestCategory);
     if (const auto known = unknownCategories_.find(name); known != unknownCategories_.end())
         ++known->second;
     else if (unknownCategories_.size() < mostCategories)

@@ -44,7 +44,7 @@ public:
     std::size_t get(Finding finding) const { return counts_[static_cast<std::size_t>(finding)]; }
 
     /// Remembers a category that no line of the table has; of very many different ones the first thousand.
-    void addUnknownCategory(const std::string& name);
+    void addUnknownCategory(std::string name);
 
     /// A short table for people, with a line break at its end.
     std::string format() const;

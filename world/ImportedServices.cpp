@@ -2,6 +2,7 @@
 
 #include "world/Language.h"
 #include "world/OwnUrl.h"
+#include "world/XmltvText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -57,6 +58,14 @@ bool readDvbIds(std::string_view id, GuideService& service) {
     return id == "dvb";
 }
 
+/// A name as lineup.txt may hold it, where a bar separates fields.
+std::string asField(std::string name) {
+    constexpr std::size_t longest = 255;
+    std::replace(name.begin(), name.end(), '|', '/');
+    cutText(name, longest);
+    return name;
+}
+
 std::optional<OwnUrl> findOwn(const XmltvChannel& channel) {
     for (const XmltvText& url : channel.urls)
         if (url.kind == OwnUrl::system)
@@ -80,13 +89,25 @@ ImportedServices::ImportedServices(std::string language, std::vector<LineupServi
 
 void ImportedServices::add(const XmltvChannel& channel) {
     hasChannels_ = true;
+    remember(channel);
+}
+
+/// Channels wait in memory, and their ids stay there.
+void ImportedServices::remember(XmltvChannel channel) {
+    constexpr std::size_t mostBytes = std::size_t{1} << 26;
     ++report_.channels;
-    waiting_.push_back(channel);
+    bytes_ += sizeof channel + channel.id.size();
+    for (const auto* const texts : {&channel.names, &channel.urls})
+        for (const XmltvText& text : *texts)
+            bytes_ += sizeof text + text.kind.size() + text.text.size();
+    if (bytes_ > mostBytes)
+        throw std::runtime_error("the channels alone take more than 64 megabytes");
+    waiting_.push_back(std::move(channel));
 }
 
 ImportedServices::Service* ImportedServices::find(const std::string& channel) {
     if (!hasChannels_ && byChannel_.count(channel) == 0)
-        waiting_.push_back({.id = channel, .names = {{.text = channel}}, .urls = {}, .number = {}});
+        remember({.id = channel, .names = {{.text = channel}}, .urls = {}, .number = {}});
     placeWaiting();
     const auto known = byChannel_.find(channel);
     return known == byChannel_.end() ? nullptr : known->second;
@@ -112,6 +133,7 @@ void ImportedServices::placeInLineup(const XmltvChannel& channel) {
     auto found = inLineup_.find(comparable(channel.id));
     for (std::size_t i = 0; found == inLineup_.end() && i != channel.names.size(); ++i)
         found = inLineup_.find(comparable(channel.names[i].text));
+    byChannel_[channel.id] = nullptr;
     if (found == inLineup_.end())
         return report_.count(Finding::ChannelNotInLineup);
     if (!usedOfLineup_.insert(found->second).second)
@@ -148,7 +170,7 @@ void ImportedServices::placeByItself(const XmltvChannel& channel) {
         service.guide.stream = own->number("guide-stream", 1, mostDvbId, lineup.stream);
         lineup.frequencyMHz = own->number("mhz", 1, 999, lowestMHz);
         lineup.type = own->number("type", television, lastType, television);
-        lineup.provider = own->text("provider");
+        lineup.provider = asField(own->text("provider"));
         lineup.scrambled = own->has("scrambled");
         lineup.highDefinition = own->has("hd");
         lineup.visible = !own->has("hidden");
@@ -169,9 +191,8 @@ std::string ImportedServices::chooseName(const XmltvChannel& channel) const {
                  [](const XmltvText& name) { return !isNumber(name.text); });
     std::string name(choose(names.empty() ? channel.names : names, language_));
     if (name.empty())
-        name = channel.id;
-    std::replace(name.begin(), name.end(), '|', '/'); // a bar separates the fields of lineup.txt
-    return name;
+        name = cleanText(channel.id);
+    return asField(std::move(name));
 }
 
 /// What an export did not bring: services stand on the multiplexes in the order of the listing.

@@ -45,6 +45,7 @@ public:
     std::vector<LineupService> makeLineup();
 
 private:
+    void remember(XmltvChannel channel);
     void placeWaiting();
     void placeInLineup(const XmltvChannel& channel);
     void placeByItself(const XmltvChannel& channel);
@@ -60,9 +61,10 @@ private:
 
     std::vector<XmltvChannel>
         waiting_; ///< until the first programme, so that the numbers they bring are known
+    std::size_t bytes_ = 0; ///< of all channels
     bool hasChannels_ = false;
     std::deque<Service> services_; ///< none is ever moved
-    std::unordered_map<std::string, Service*> byChannel_;
+    std::unordered_map<std::string, Service*> byChannel_; ///< null for one that is left out
     std::set<unsigned> numbers_, dvbIds_;
     std::set<int> guideIds_;
     unsigned nextNumber_ = 1, nextDvbId_ = 1, placed_ = 0;

@@ -79,8 +79,8 @@ void Importer::readGuide(const std::vector<XmltvText>& attributes) {
         const auto own = OwnUrl::read("world", attribute.text);
         if (attribute.kind != "source-data-url" || !own)
             continue;
-        if (own->has("name"))
-            options_.name = own->text("name");
+        if (std::string name = own->text("name"); !name.empty())
+            options_.name = limited(std::move(name));
         if (options_.zone.empty())
             options_.zone = own->text("zone");
     }

@@ -1,5 +1,8 @@
 #include "world/OwnUrl.h"
 
+#include "TV/server/dummy/data/ViewerText.h"
+#include "world/XmltvText.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -58,7 +61,10 @@ std::optional<OwnUrl> OwnUrl::read(std::string_view what, std::string_view url) 
 
 std::string OwnUrl::text(const std::string& word) const {
     const auto found = values_.find(word);
-    return found == values_.end() ? std::string() : found->second;
+    if (found == values_.end())
+        return {};
+    const std::string clean = cleanText(found->second);
+    return findTextFault(clean) == nullptr ? clean : std::string();
 }
 
 std::uint32_t OwnUrl::number(const std::string& word, std::uint32_t least, std::uint32_t most,

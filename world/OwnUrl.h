@@ -25,7 +25,9 @@ public:
     void set(const std::string& word, std::uint32_t value) { set(word, std::to_string(value)); }
 
     bool has(const std::string& word) const { return values_.count(word) != 0; }
-    std::string text(const std::string& word) const; ///< empty when it is not there
+
+    /// A text that a world may hold; empty when it is not there, or is none.
+    std::string text(const std::string& word) const;
 
     /// A whole number; `otherwise` when it is not there or out of range.
     std::uint32_t number(const std::string& word, std::uint32_t least, std::uint32_t most,

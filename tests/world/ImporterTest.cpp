@@ -163,6 +163,7 @@ std::string channel(const std::string& id, const std::string& content) {
     return "<channel id=\"" + id + "\">" + content + "</channel>";
 }
 
+const std::string longName = "1 " + std::string(252, 'x') + "\u2026 474";
 const std::string one = "<display-name>One</display-name>";
 
 // clang-format off
@@ -179,6 +180,8 @@ const Channels channels[] = {
     {"NoName", channel("a.example", "<lcn>1</lcn>"), "1 a.example 474", ""},
     {"ABarInTheName", channel("a", "<display-name>One|Two</display-name><lcn>1</lcn>"), "1 One/Two 474", ""},
     {"HighDefinition", channel("a", "<display-name>One HD</display-name><lcn>1</lcn>"), "1 One HD hd 474", ""},
+    {"ALongName", channel("a", "<display-name>" + std::string(300, 'x') + "</display-name><lcn>1</lcn>"),
+     longName.c_str(), ""},
     {"HalfAnExport", channel("a", one + "<lcn>1</lcn><url system=\"ostrel\">ostrel:service?mhz=690</url>"), "1 One 474", ""},
 };
 // clang-format on
@@ -211,6 +214,34 @@ TEST(ImporterTest, AListingMayLeaveChannelsOut) {
     EXPECT_EQ(describeEvents(made.world()), "1000 18:00-19:00 A, 1000 19:00-20:00 C, 1001 18:00-19:00 B");
 }
 
+TEST(ImporterTest, AHostileExportMakesAGoodWorld) {
+    const MadeWorld made("<tv source-data-url=\"ostrel:world?name=%FF%00\"><channel id=\"1.1.1.dvb\">" + one +
+                         "<url "
+                         "system=\"ostrel\">ostrel:service?id=0&amp;mhz=5000&amp;number=-1&amp;type=9&amp;"
+                         "place=x&amp;provider=%7C%0A&amp;"
+                         "guide-stream=0&amp;%=%&amp;&amp;=</url></channel><programme channel=\"1.1.1.dvb\" "
+                         "start=\"20261024\"><title>A</title>"
+                         "<url "
+                         "system=\"ostrel\">ostrel:event?id=4294967296&amp;version=-1&amp;hd-event="
+                         "99999999999</url></programme></tv>");
+    EXPECT_EQ(made.world().name, "test");
+    EXPECT_EQ(describeLineup(made.world()), "1 One 474");
+    EXPECT_EQ(textOf(made.world(), made.world().lineup[0].provider), "/");
+    EXPECT_EQ(made.world().rows[0].ProgId, 1u);
+}
+
+TEST(ImporterTest, ChannelsWithoutEndAreRefused) {
+    WorldWriter writer;
+    const Categories categories;
+    Importer importer({.name = "test"}, categories, writer);
+    XmltvReader reader("guide.xml", importer.listener());
+    reader.read("<tv>");
+    const std::string large = channel("a", "<display-name>" + std::string(1000000, 'x') + "</display-name>");
+    for (int i = 0; i != 66; ++i)
+        reader.read(large);
+    EXPECT_THROW(reader.read(large + large), std::runtime_error);
+}
+
 LineupService service(const char* name, unsigned number) {
     LineupService made;
     made.frequencyMHz = 690;
@@ -229,13 +260,23 @@ TEST(ImporterTest, ALineupSaysWhichServicesThereAre) {
             channel("again", "<display-name>itv1</display-name>") +
             programme("1800-1900", "<title>A</title>", "itv1.example") +
             programme("1800-1900", "<title>B</title>", "Film4") +
-            programme("1800-1900", "<title>C</title>", "other") + "</tv>",
+            programme("1800-1900", "<title>C</title>", "other") +
+            programme("1900-2000", "<title>D</title>", "again") + "</tv>",
         {.name = "test", .lineup = {service("Film4", 15), service("ITV1", 3), service("Q", 716)}});
     EXPECT_EQ(describeLineup(made.world()), "15 Film4 690, 3 ITV1 690, 716 Q 690");
     EXPECT_EQ(describeEvents(made.world()), "1000 18:00-19:00 A, 1001 18:00-19:00 B");
     EXPECT_EQ(made.world().rows[0].DvbSid, 3u);
     EXPECT_EQ(describeFindings(made.report),
-              "channelNotInLineup 1, channelTwice 1, programmeOfOtherChannel 1");
+              "channelNotInLineup 1, channelTwice 1, programmeOfOtherChannel 2");
+}
+
+TEST(ImporterTest, WithoutChannelsALineupStillChooses) {
+    const MadeWorld made("<tv>" + programme("1800-1900", "<title>A</title>", "Film4") +
+                             programme("1800-1900", "<title>B</title>", "other") +
+                             programme("1900-2000", "<title>C</title>", "other") + "</tv>",
+                         {.name = "test", .lineup = {service("Film4", 15)}});
+    EXPECT_EQ(describeEvents(made.world()), "1000 18:00-19:00 A");
+    EXPECT_EQ(describeFindings(made.report), "channelNotInLineup 1, programmeOfOtherChannel 2");
 }
 
 std::string bilingual(const std::string& element, const std::string& german, const std::string& english) {

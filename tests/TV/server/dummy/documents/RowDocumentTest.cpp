@@ -2,6 +2,7 @@
 
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
+#include "TV/server/dummy/guide/TodayWorld.h"
 #include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/AnyWorld.h"
 
@@ -169,6 +170,19 @@ TEST_P(RowDocumentsTest, EveryRowReadsAsItsGeneratorWritesIt) {
             ASSERT_EQ(formatEntry("quoriljson", &row, mode), generate<JsonGenerator>(row, mode));
             ASSERT_EQ(formatEntry("quorilxml", &row, mode), generate<XmlGenerator>(row, mode));
         }
+    }
+}
+
+TEST(RowDocumentTest, RowsOfALaidWorldAreWrittenTheSameFast) {
+    const World source = builtInWorld();
+    const RepeatedDays days(source);
+    const TodayWorld laid(source, days, {20000, 20001}, "UTC", {{0, 0}});
+    ASSERT_GT(laid.world().rows.size(), 2000u);
+    for (const epgentry& row : laid.world().rows) {
+        ASSERT_EQ(formatEntry(OutputFormat::Json, &row, Schedule, laid.world()),
+                  generate<JsonGenerator>(row, Schedule));
+        ASSERT_EQ(formatEntry(OutputFormat::Xml, &row, OnAir, laid.world()),
+                  generate<XmlGenerator>(row, OnAir));
     }
 }
 

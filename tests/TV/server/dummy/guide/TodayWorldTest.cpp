@@ -6,6 +6,7 @@
 #include "TV/server/dummy/data/GuideText.h"
 #include "TV/server/dummy/data/WorldRules.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
+#include "tests/TV/server/dummy/StressWorld.h"
 #include "tests/TV/server/dummy/guide/SmallWorld.h"
 
 #include <gtest/gtest.h>
@@ -158,6 +159,12 @@ TEST_P(TodayWorldPlaces, ADayIsTheSameWheneverItIsLaid) {
     };
     EXPECT_EQ(read(first.world()), read(second.world()));
     EXPECT_GT(read(first.world()).size(), 1000u);
+}
+
+TEST_P(TodayWorldPlaces, AWorldOfStressIsSoundThere) {
+    const Laid laid(stressWorld(), GetParam().zone, GetParam().noon);
+    expectSound(laid.world());
+    EXPECT_GT(laid.world().rows.size(), 1000u);
 }
 
 TEST(TodayWorldTest, LinksLeadToTheSameDay) {

@@ -232,7 +232,7 @@ void WorldFile::Unmap::operator()(const char* bytes) const {
 }
 
 WorldFile::Mapping WorldFile::map(int file, std::size_t size) {
-    void* const address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, file, 0);
+    void* const address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
     if (address == MAP_FAILED)
         throw std::system_error(errno, std::generic_category(), "cannot map a world");
     return {static_cast<const char*>(address), Unmap{size}};

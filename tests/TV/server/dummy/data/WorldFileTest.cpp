@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +20,8 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -248,3 +252,23 @@ TEST(WorldFileTest, TheBuiltInWorldPasses) {
 }
 
 } // namespace
+
+TEST(WorldFileTest, WhatIsNoWorldIsNotReadToItsEnd) {
+    const TempDirectory folder;
+    const std::string path = folder.file("film.avi");
+    constexpr std::size_t size = std::size_t{64} << 20;
+    std::ofstream(path) << "RIFF";
+    std::filesystem::resize_file(path, size);
+    EXPECT_EQ(saidOf([&] { WorldFile{path}; }), path + ": " + noWorld);
+
+    const int file = open(path.c_str(), O_RDWR);
+    ASSERT_GE(file, 0);
+    void* const address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    close(file);
+    ASSERT_NE(address, MAP_FAILED);
+    std::vector<unsigned char> inMemory(size / static_cast<std::size_t>(sysconf(_SC_PAGESIZE)));
+    EXPECT_EQ(mincore(address, size, inMemory.data()), 0);
+    munmap(address, size);
+    EXPECT_LT(std::count_if(inMemory.begin(), inMemory.end(), [](auto page) { return (page & 1) != 0; }),
+              static_cast<std::ptrdiff_t>(inMemory.size() / 2));
+}

@@ -1,14 +1,13 @@
 #include "world/WorldOutput.h"
 
+#include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldFile.h"
 #include "TV/server/dummy/data/WorldFolder.h"
 #include "TV/server/dummy/data/WorldRules.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <system_error>
 
@@ -67,9 +66,7 @@ void WorldOutput::write(WorldWriter& world) {
 }
 
 void WorldOutput::writeFolder(WorldWriter& world) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
-    if (!image)
-        fail("a temporary file");
+    const TemporaryFile image = makeTemporaryFile();
     world.write(image.get());
     const WorldFile file(image.get());
     check(file.world());

@@ -3,19 +3,16 @@
 #include "TV/server/dummy/data/GuideText.h"
 #include "TV/server/dummy/data/LineupText.h"
 #include "TV/server/dummy/data/Services.h"
+#include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldWriter.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <memory>
 #include <set>
 #include <sstream>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -202,9 +199,7 @@ WorldFile Reader::read(decltype(checkWorld)* house) {
         readGuideFile(file);
     writer_.describe(name_, zone_);
 
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
-    if (!image)
-        throw std::system_error(errno, std::generic_category(), "cannot make a temporary file");
+    const TemporaryFile image = makeTemporaryFile();
     const WorldPlaces places = this->places(writer_.write(image.get()));
     WorldFile file(image.get());
     checkWorld(file.world(), places, problems_);

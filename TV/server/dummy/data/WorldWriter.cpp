@@ -1,5 +1,6 @@
 #include "TV/server/dummy/data/WorldWriter.h"
 
+#include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldLayout.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
 
@@ -8,14 +9,12 @@
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
 #include <stdexcept>
-#include <system_error>
 
 #include <sys/mman.h>
 
@@ -25,10 +24,6 @@ static_assert(std::endian::native == std::endian::little, "images have the lowes
 
 namespace {
 
-[[noreturn]] void failToWrite() {
-    throw std::system_error(errno, std::generic_category(), "cannot write a temporary file or the world");
-}
-
 template <typename Row> Row zeroRow() {
     Row row;
     std::memset(&row, 0, sizeof row); // what lies between its members goes into the image too
@@ -37,17 +32,11 @@ template <typename Row> Row zeroRow() {
 
 } // namespace
 
-/// Bytes that wait in a temporary file, which is gone with the process, however it ends.
+/// Bytes that wait in a temporary file.
 class WorldWriter::Spool {
 public:
-    Spool() : file_(std::tmpfile()) {
-        if (file_ == nullptr)
-            failToWrite();
-    }
-    ~Spool() {
-        unmap();
-        std::fclose(file_);
-    }
+    ~Spool() { unmap(); }
+    Spool() = default;
     Spool(const Spool&) = delete;
     Spool& operator=(const Spool&) = delete;
 
@@ -55,19 +44,20 @@ public:
 
     void append(const void* bytes, std::size_t count) {
         unmap();
-        if (std::fwrite(bytes, 1, count, file_) != count)
-            failToWrite();
+        if (std::fwrite(bytes, 1, count, file_.get()) != count)
+            failToWriteWorld();
         size_ += count;
     }
 
     /// Good until the next append().
     char* bytes() {
         if (mapped_ == nullptr && size_ != 0) {
-            if (std::fflush(file_) != 0)
-                failToWrite();
-            void* const address = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED, fileno(file_), 0);
+            if (std::fflush(file_.get()) != 0)
+                failToWriteWorld();
+            void* const address =
+                mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED, fileno(file_.get()), 0);
             if (address == MAP_FAILED)
-                failToWrite();
+                failToWriteWorld();
             mapped_ = static_cast<char*>(address);
             mappedSize_ = size_;
         }
@@ -81,7 +71,7 @@ private:
         mapped_ = nullptr;
     }
 
-    std::FILE* file_;
+    const TemporaryFile file_ = makeTemporaryFile();
     std::size_t size_ = 0;
     char* mapped_ = nullptr;
     std::size_t mappedSize_ = 0;
@@ -273,13 +263,13 @@ public:
         image.checksumHigh = static_cast<std::uint32_t>(checksum >> 32);
         if (std::fseek(out_, 0, SEEK_SET) != 0 || std::fwrite(&image, sizeof image, 1, out_) != 1 ||
             std::fflush(out_) != 0)
-            failToWrite();
+            failToWriteWorld();
     }
 
 private:
     void put(const void* bytes, std::size_t count) {
         if (std::fwrite(bytes, 1, count, out_) != count)
-            failToWrite();
+            failToWriteWorld();
         size_ += count;
     }
 

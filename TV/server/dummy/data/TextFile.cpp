@@ -15,6 +15,9 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r";
 
+/// Room for the longest text and the word in front of it. What is said of a line may hold all of it.
+constexpr std::size_t longestLine = 70'000;
+
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos)
@@ -105,6 +108,11 @@ void readTextFile(const std::string& path, WorldProblems& problems,
             origin = std::make_shared<const std::string>(text.substr(from.size()));
         if (text.empty() || text.front() == '#')
             continue;
+        if (text.size() > longestLine) {
+            problems.add(path + ":" + std::to_string(number),
+                         "the line is longer than " + std::to_string(longestLine) + " bytes");
+            continue;
+        }
         try {
             read(TextLine(file, number, std::string(text), origin));
         } catch (const TextFileError& mistake) {

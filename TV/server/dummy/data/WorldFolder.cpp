@@ -22,6 +22,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// False for what nobody has put there; what cannot be looked at is told by whoever reads it.
+bool isThere(const std::string& path) {
+    std::error_code error;
+    return fs::symlink_status(path, error).type() != fs::file_type::not_found;
+}
+
 /// Reads a folder once.
 class Reader {
 public:
@@ -61,7 +67,7 @@ void Reader::readDescription() {
     name_ = fs::absolute(folder_ / "").lexically_normal().parent_path().filename().string();
     description_ = folder_.string();
     const std::string path = pathOf("world.txt");
-    if (!fs::exists(path))
+    if (!isThere(path))
         return;
     description_ = path + ":0";
     readTextFile(path, problems_, [&](const TextLine& line) {
@@ -113,14 +119,19 @@ int findServiceId(const std::string& path) {
 /// its files are called.
 std::vector<Reader::GuidePath> Reader::findGuide(const std::vector<LineupService>& lineup) {
     std::set<std::string> files;
-    std::error_code none;
-    for (const auto& entry : fs::directory_iterator(folder_ / "guide", none))
-        if (entry.path().extension() == ".txt")
-            files.insert(entry.path().string());
+    const std::string folder = pathOf("guide");
+    std::error_code error;
+    if (isThere(folder))
+        for (auto entry = fs::directory_iterator(folder, error); entry != fs::directory_iterator();
+             entry.increment(error))
+            if (entry->path().extension() == ".txt")
+                files.insert(entry->path().string());
+    if (error)
+        problems_.add(folder + ":0", "cannot be read: " + error.message());
 
     std::vector<GuidePath> guide;
     const std::string table = pathOf("services.txt");
-    if (fs::exists(table)) {
+    if (isThere(table)) {
         const std::size_t before = problems_.count();
         for (const Service& service : readServices(table, lineup, problems_)) {
             guide.push_back({(folder_ / "guide" / service.guideFile()).string(), service});
@@ -187,7 +198,7 @@ WorldPlaces Reader::places(std::vector<std::uint32_t> events) const {
 }
 
 WorldFile Reader::read(decltype(checkWorld)* house) {
-    if (!fs::exists(folder_ / "lineup.txt"))
+    if (!isThere(pathOf("lineup.txt")))
         throw WorldError(folder_.string() + ": is not a world, which has a lineup.txt");
     readDescription();
     const auto lineup = readLineup(pathOf("lineup.txt"), problems_);

@@ -245,6 +245,35 @@ TEST(WorldFolderTest, OfManyProblemsTheFirstHundredAreTold) {
         << said;
 }
 
+TEST(WorldFolderTest, LinesHaveALimit) {
+    const std::string event = goodEvent;
+    const auto said = [&](std::size_t bytes) {
+        return goodFolder().write("my/guide/5-harbour.txt", event + std::string(bytes, 'a') + "\n").read();
+    };
+    EXPECT_EQ(said(70000), "guide/5-harbour.txt:2: \"" + std::string(70000, 'a') + "\" has no place here\n");
+    EXPECT_EQ(said(70001), "guide/5-harbour.txt:2: the line is longer than 70000 bytes\n");
+}
+
+TEST(WorldFolderTest, WhatIsThereAndCannotBeReadIsNoEmptyGuide) {
+    Folder folder;
+    folder.write("my/lineup.txt", goodLineup);
+    EXPECT_EQ(folder.read(), "");
+    folder.write("my/guide", "");
+    EXPECT_EQ(folder.read(), "guide:0: cannot be read: Not a directory\n");
+    std::filesystem::remove(folder.path() + "/guide");
+    std::filesystem::create_symlink("guide", folder.path() + "/guide");
+    EXPECT_EQ(folder.read(), "guide:0: cannot be read: Too many levels of symbolic links\n");
+}
+
+TEST(WorldFolderTest, LinksThatLeadNowhereAreTold) {
+    for (const std::string name : {"world.txt", "services.txt", "lineup.txt"}) {
+        Folder folder = goodFolder();
+        std::filesystem::remove(folder.path() + "/" + name);
+        std::filesystem::create_symlink(name, folder.path() + "/" + name);
+        EXPECT_TRUE(folder.read().starts_with(name + ":0: cannot be read\n")) << folder.read();
+    }
+}
+
 TEST(WorldFolderTest, APipeKeepsNobodyWaiting) {
     Folder folder = goodFolder();
     ASSERT_EQ(mkfifo((folder.path() + "/guide/pipe.txt").c_str(), 0600), 0);

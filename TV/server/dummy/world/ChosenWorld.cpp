@@ -1,5 +1,6 @@
-#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "TV/server/dummy/world/ChosenWorld.h"
+
+#include "TV/server/dummy/world/BuiltInWorld.h"
 
 namespace Ostrel::TV {
 

@@ -268,6 +268,8 @@ public:
 
 private:
     void put(const void* bytes, std::size_t count) {
+        if (count == 0) // an empty table has no address
+            return;
         if (std::fwrite(bytes, 1, count, out_) != count)
             failToWriteWorld();
         size_ += count;

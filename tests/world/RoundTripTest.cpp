@@ -1,5 +1,6 @@
 // What comes back of a world that is exported and imported.
 
+#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "tests/world/MadeWorld.h"
 
 #include <gtest/gtest.h>

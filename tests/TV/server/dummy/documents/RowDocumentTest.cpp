@@ -3,6 +3,7 @@
 #include "TV/server/dummy/documents/JsonGenerator.h"
 #include "TV/server/dummy/documents/XmlGenerator.h"
 #include "TV/server/dummy/guide/TodayWorld.h"
+#include "TV/server/dummy/world/BuiltInWorld.h"
 #include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/AnyWorld.h"
 

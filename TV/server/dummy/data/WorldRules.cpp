@@ -155,7 +155,7 @@ void Judge::checkTexts() {
 void Judge::checkRow(std::size_t index) {
     const epgentry& row = world_.rows[index];
     if (row.Start < 1 || row.Start >= row.End)
-        blameRow(index, row.Start < 1 ? "starts before 1970, or a time does not fit 32 bits"
+        blameRow(index, row.Start < 1 ? "does not start behind 1970-01-01T00:00:00Z"
                                       : "ends before it has lasted a second");
     if (row.ProgId < 1 || row.ProgId > highestNumber)
         blameRow(index, among("the programme", 1, highestNumber));

@@ -159,6 +159,9 @@ void WorldWriter::add(const GuideService& service, const GuideEvent& event) {
     epgentry& row = waiting.row;
     if (event.crids.size() > std::size(row.Crids))
         throw std::runtime_error("an event has at most " + std::to_string(std::size(row.Crids)) + " crids");
+    using Time = std::numeric_limits<std::int32_t>;
+    if (std::min(event.start, event.end) < Time::min() || std::max(event.start, event.end) > Time::max())
+        throw std::runtime_error("a time does not fit 32 bits");
     row.ServiceId = service.id;
     row.Content = event.content;
     row.CridCount = static_cast<std::uint32_t>(event.crids.size());

@@ -304,7 +304,7 @@ Texts textsOf(const epgentry& row, const GuideRowFacts& facts, std::size_t& room
     texts.description = known(row.Description, facts.description);
     texts.guidance = known(row.Guidance, facts.guidance);
     for (std::size_t i = 0; i < row.CridCount; ++i) {
-        // Letters, digits and a slash.
+        // None of its characters wants an escape.
         const char* const crid = row.Crids[i].CridData;
         texts.crids[i] = {crid, std::strlen(crid), false};
         room += texts.crids[i].length;

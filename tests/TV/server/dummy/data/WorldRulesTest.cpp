@@ -105,7 +105,7 @@ const Row rows[] = {
     {"LineupNameWithABar", [](Tables& t) { t.lineup[0].name = t.add("A|B"); }, "channel 1: a name holds a bar, which separates the fields of lineup.txt"},
     {"LineupProviderControl", [](Tables& t) { t.lineup[0].provider = t.add("A\tB"); }, "channel 1: a text holds a control character"},
 
-    {"StartZero", [](Tables& t) { t.rows[0].Start = 0; }, "event 10 of service 5: starts before 1970, or a time does not fit 32 bits"},
+    {"StartZero", [](Tables& t) { t.rows[0].Start = 0; }, "event 10 of service 5: does not start behind 1970-01-01T00:00:00Z"},
     {"EndAtStart", [](Tables& t) { t.rows[1].End = t.rows[1].Start; }, "event 11 of service 5: ends before it has lasted a second"},
     {"Programme0", [](Tables& t) { t.rows[0].ProgId = 0; }, "event 0 of service 5: the programme is not a number from 1 to 2147483647"},
     {"ProgrammeTooLarge", [](Tables& t) { t.rows[1].ProgId = 0x80000000; }, "event 2147483648 of service 5: the programme is not a number from 1 to 2147483647"},

@@ -8,10 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 
@@ -67,18 +69,30 @@ std::string saidOf(const std::function<void()>& write) {
     }
 }
 
+void addEvent(WorldWriter& writer, unsigned programme, std::int64_t start, std::int64_t end) {
+    GuideEvent event;
+    event.programme = programme;
+    event.start = start;
+    event.end = end;
+    event.title = "Quay";
+    writer.add({.id = 5, .network = 1, .stream = 1, .dvbId = 1, .place = 0}, event);
+}
+
 void addEvents(WorldWriter& writer, unsigned count) {
-    for (unsigned i = 1; i <= count; ++i) {
-        GuideEvent event;
-        event.programme = i;
-        event.start = 900 * i;
-        event.end = event.start + 900;
-        event.title = "Quay";
-        writer.add({.id = 5, .network = 1, .stream = 1, .dvbId = 1, .place = 0}, event);
-    }
+    for (unsigned i = 1; i <= count; ++i)
+        addEvent(writer, i, 900 * i, 900 * (i + 1));
 }
 
 } // namespace
+
+TEST(WorldWriterTest, ATimeThatDoesNotFitIsRefused) {
+    constexpr std::int64_t latest = 0x7FFFFFFF, wrapped = std::int64_t{1} << 32; // 0, once cut to 32 bits
+    WorldWriter writer;
+    addEvent(writer, 1, latest - 1, latest);
+    EXPECT_THROW(addEvent(writer, 2, latest, latest + 1), std::runtime_error);
+    EXPECT_THROW(addEvent(writer, 3, wrapped + 1, wrapped + 2), std::runtime_error);
+    EXPECT_EQ(writer.eventCount(), 1u);
+}
 
 TEST(WorldWriterTest, EventsWaitInTheFolderThatTmpdirNames) {
     const TempDirectory folder;

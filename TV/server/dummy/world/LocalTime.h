@@ -3,10 +3,12 @@
 #include "TV/server/dummy/world/World.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -22,8 +24,11 @@ inline bool isKnownZone(const std::string& zone) {
         return false;
     const char* const folder = std::getenv("TZDIR");
     std::error_code error;
-    return std::filesystem::is_regular_file(
-        std::filesystem::path(folder ? folder : "/usr/share/zoneinfo") / zone, error);
+    const auto file = std::filesystem::path(folder ? folder : "/usr/share/zoneinfo") / zone;
+    std::array<char, 4> magic{}; // other files are there too
+    return std::filesystem::is_regular_file(file, error) &&
+           std::ifstream(file, std::ios::binary).read(magic.data(), magic.size()) &&
+           magic == std::array{'T', 'Z', 'i', 'f'};
 }
 
 /// How far the process's time zone is ahead of UTC, from the first of two moments to the second: one

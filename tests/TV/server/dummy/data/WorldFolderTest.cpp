@@ -79,6 +79,7 @@ const Row rows[] = {
 
     {"WorldUnknownWord", "world.txt", "title My world\n", "world.txt:1: expected \"name\" or \"zone\"\n"},
     {"WorldZoneUnknown", "world.txt", "name A\nzone Europe/Atlantis\n", "world.txt:2: the time zone \"Europe/Atlantis\" is not known here: names are like Europe/London, of the package tzdata\n"},
+    {"WorldZoneOfNoZone", "world.txt", "zone zone.tab\n", "world.txt:1: the time zone \"zone.tab\" is not known here: names are like Europe/London, of the package tzdata\n"},
     {"WorldNameEmpty", "world.txt", "name\n", "world.txt:1: the world has no name\n"},
 
     {"LineupEmpty", "lineup.txt", "# nothing\n", "services.txt:1: \"Harbour\" is not in the line-up and has no stream and service here\n"

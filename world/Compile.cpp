@@ -5,7 +5,6 @@
 #include "world/Commands.h"
 #include "world/NewFile.h"
 
-#include <cstdio>
 #include <memory>
 
 namespace Ostrel::TV::Tool {
@@ -21,7 +20,7 @@ void compile(const Settings& settings) {
         throw CommandLine::UsageError("--output: the name of a compiled world ends in .world");
     const WorldFile world = readWorldFolder(settings.input);
     NewFile file(settings.output);
-    std::fwrite(world.bytes().data(), 1, world.bytes().size(), file.stream());
+    file.write(world.bytes());
     file.putInPlace();
     CommandLine::print(settings.output + ": " + std::to_string(world.world().rows.size()) + " events\n");
 }

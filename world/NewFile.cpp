@@ -1,5 +1,7 @@
 #include "world/NewFile.h"
 
+#include "world/Interrupt.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
@@ -11,6 +13,7 @@
 namespace Ostrel::TV::Tool {
 
 NewFile::NewFile(const std::string& path) : path_(path), beside_(path + ".XXXXXX") {
+    watchForSignals();
     const int descriptor = ::mkostemp(beside_.data(), O_CLOEXEC);
     if (descriptor < 0) {
         beside_.clear();
@@ -31,7 +34,13 @@ NewFile::~NewFile() {
         ::unlink(beside_.c_str());
 }
 
+void NewFile::write(std::span<const char> bytes) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
+        fail();
+}
+
 void NewFile::putInPlace() {
+    checkForInterrupt();
     errno = EIO; // where the stream remembers that it failed, but not why
     if (std::ferror(file_) != 0 || std::fflush(file_) != 0 ||
         std::rename(beside_.c_str(), path_.c_str()) != 0)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <span>
 #include <string>
 
 namespace Ostrel::TV::Tool {
@@ -8,7 +9,8 @@ namespace Ostrel::TV::Tool {
 /// A file that appears whole or not at all: it is written beside its place and then put there. It
 /// takes the place of one that is there already.
 ///
-/// What cannot be written is a std::system_error that names the file.
+/// What cannot be written is a std::system_error that names the file. From then on signals wait for
+/// checkForInterrupt().
 class NewFile {
 public:
     explicit NewFile(const std::string& path);
@@ -19,7 +21,11 @@ public:
     /// For reading and writing; writing may go wrong unseen, since putInPlace() looks.
     std::FILE* stream() { return file_; }
 
+    /// Writes at the end of the stream.
+    void write(std::span<const char> bytes);
+
     /// Once, after everything is written. The stream can still be read.
+    /// @throws Interrupted
     void putInPlace();
 
 private:

@@ -4,6 +4,7 @@
 #include "TV/server/dummy/data/WorldFile.h"
 #include "TV/server/dummy/data/WorldFolder.h"
 #include "TV/server/dummy/data/WorldRules.h"
+#include "world/Interrupt.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -45,6 +46,7 @@ WorldOutput::WorldOutput(const std::string& path) : path_(path) {
     std::error_code error;
     if (std::filesystem::exists(path_, error) && !std::filesystem::is_empty(path_, error))
         throw std::runtime_error(path_ + " is there already; choose another place, or delete it first");
+    watchForSignals();
     std::string beside = path_ + ".XXXXXX";
     if (::mkdtemp(beside.data()) == nullptr)
         fail(path_);
@@ -71,6 +73,7 @@ void WorldOutput::writeFolder(WorldWriter& world) {
     const WorldFile file(image.get());
     check(file.world());
     writeWorldFolder(file.world(), besideFolder_);
+    checkForInterrupt();
     const mode_t mask = ::umask(0);
     ::umask(mask);
     ::chmod(besideFolder_.c_str(), 0777 & ~mask);

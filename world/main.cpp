@@ -12,6 +12,7 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -66,6 +67,9 @@ int run(const std::function<void()>& action) {
         for (std::string line; std::getline(lines, line);)
             std::cerr << printable(line) << std::endl;
         return Failed;
+    } catch (const std::bad_alloc&) {
+        complain("there is not enough memory");
+        return Failed;
     } catch (const std::exception& error) {
         complain(error.what());
         return Failed;
@@ -77,7 +81,6 @@ int run(const std::function<void()>& action) {
 int main(int argc, char** argv) {
     fillStandardStreams(false);
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away is noticed where we write
-    Ostrel::TV::Tool::watchForSignals();
     return run([&] {
         const auto program = makeProgram();
         parse(program, argc, argv, [](const std::string& text) { print(text); })();

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -98,6 +100,19 @@ TEST_F(WorldProgramTest, TellsAllThatIsWrong) {
     EXPECT_EQ(run({"check", file_}).status, 1);
     EXPECT_EQ(run({"show", file_}).status, 1);
     EXPECT_EQ(run({"show", directory_.file("nowhere")}).status, 1);
+}
+
+TEST_F(WorldProgramTest, WhatWritesNoFileEndsAtOnce) {
+    const auto many = directory_.file("many");
+    std::filesystem::create_directory(many);
+    std::ofstream lineup(many + "/lineup.txt");
+    for (int i = 1; i != 4000; ++i) // to show them takes more than a pipe holds
+        lineup << "690 | " << i << " | tv | One of many | 1 | 1 | " << i << " | | 0011\n";
+    lineup.close();
+    Child show(OSTREL_WORLD, {"show", many, "--services"});
+    EXPECT_NE(show.readLine(), "");
+    show.interrupt();
+    EXPECT_EQ(show.wait(), 1000 + SIGINT) << show.readErrors();
 }
 
 TEST_F(WorldProgramTest, RefusesWishesThatCannotBe) {

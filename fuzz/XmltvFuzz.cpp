@@ -1,6 +1,7 @@
 // Any bytes as an XMLTV listing: it is refused with its place, or becomes a world that keeps every rule and that
 // comes back of an export.
 
+#include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldFile.h"
 #include "TV/server/dummy/data/WorldRules.h"
 #include "world/Importer.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -33,7 +33,7 @@ std::optional<WorldFile> import(std::string_view xml, std::size_t pieceSize) {
             reader.read(xml.substr(0, pieceSize));
         reader.finish();
         importer.finish();
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
+        const TemporaryFile image = makeTemporaryFile();
         writer.write(image.get());
         return WorldFile(image.get());
     } catch (const std::runtime_error&) {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <ostream>
 #include <string>
 
 #include <unistd.h>
@@ -18,6 +19,10 @@ struct Row {
     std::vector<std::string_view> categories;
     int code; ///< -1: none
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class CategoryTable : public testing::TestWithParam<Row> {};
 

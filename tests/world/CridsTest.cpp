@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <set>
 #include <string>
 
@@ -35,6 +36,10 @@ struct Row {
     const char* subTitle;
     const char* types; ///< of the identifiers
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class CridTable : public testing::TestWithParam<Row> {};
 

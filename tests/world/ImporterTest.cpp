@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <ostream>
 
 using namespace Ostrel::TV;
 using namespace Ostrel::TV::Tool;
@@ -87,6 +88,10 @@ struct Row {
     const char* findings;
 };
 
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
+
 class ProgrammeTable : public testing::TestWithParam<Row> {};
 
 TEST_P(ProgrammeTable, BecomesTheseEvents) {
@@ -150,6 +155,10 @@ struct Channels {
     const char* lineup;
     const char* findings;
 };
+
+void PrintTo(const Channels& channels, std::ostream* out) {
+    *out << channels.name;
+}
 
 class ChannelTable : public testing::TestWithParam<Channels> {};
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TV/server/dummy/data/GuideText.h"
+#include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldFile.h"
 #include "TV/server/dummy/data/WorldRules.h"
 #include "world/Importer.h"
@@ -8,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -29,7 +28,7 @@ public:
         importer.finish();
         report = importer.report();
 
-        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
+        const TemporaryFile image = makeTemporaryFile();
         writer.write(image.get());
         file_.emplace(image.get());
         WorldProblems problems;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 using namespace Ostrel::TV::Tool;
 
 namespace {
@@ -11,6 +13,10 @@ struct Row {
     std::vector<XmltvText> ratings;
     const char* warning; ///< with " late" behind it where that is said
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class RatingTable : public testing::TestWithParam<Row> {};
 

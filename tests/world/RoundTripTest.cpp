@@ -66,7 +66,7 @@ TEST(RoundTripTest, TheBuiltInWorldComesBack) {
 
 /// What a writer wrote.
 WorldFile finish(WorldWriter& writer) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> image(std::tmpfile(), std::fclose);
+    const TemporaryFile image = makeTemporaryFile();
     writer.write(image.get());
     return WorldFile(image.get());
 }

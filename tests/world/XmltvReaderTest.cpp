@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 using namespace Ostrel::TV::Tool;
@@ -97,6 +98,10 @@ struct Mistake {
     std::string xml;
     const char* error;
 };
+
+void PrintTo(const Mistake& mistake, std::ostream* out) {
+    *out << mistake.name;
+}
 
 class XmltvMistakes : public testing::TestWithParam<Mistake> {};
 

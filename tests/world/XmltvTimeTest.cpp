@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 using namespace Ostrel::TV;
 using namespace Ostrel::TV::Tool;
 
@@ -12,6 +14,10 @@ struct Row {
     const char* text;
     std::int64_t utc; ///< 0: refused
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class XmltvTimeTable : public testing::TestWithParam<Row> {};
 

@@ -34,11 +34,15 @@ Program makeProgram() {
     program.description = "Makes worlds for a simulated TV service: channels, and what is on them.";
     program.notes =
         "A WORLD is a folder of text files, which people edit, or a compiled file whose name ends in "
-        ".world. ostrel-tvd --world WORLD serves either.";
+        ".world. ostrel-tvd --world WORLD serves either.\n\n"
+        "In a folder lineup.txt lists the channels, and guide/ has a file of programmes for each that has a "
+        "guide. services.txt, which says whose file is which, and world.txt, with name and time zone, may be "
+        "missing. synthetic and import write such folders.";
     program.version = OSTREL_VERSION;
     program.commands = {makeImport(), makeExport(), makeSynthetic(), makeCheck(), makeShow(), makeCompile()};
     addHelp(program);
-    program.examples = {"ostrel-world import guide.xml.gz -o my.world --zone Europe/Berlin",
+    program.examples = {"ostrel-world synthetic --services 3 --days 1 -o my-world  # a folder to edit",
+                        "ostrel-world import guide.xml.gz -o my.world --zone Europe/Berlin",
                         "ostrel-tvd --world my.world --today", "ostrel-world export my.world -o guide.xml",
                         "ostrel-world synthetic --services 1000 --days 14 --seed 7 -o large.world"};
     program.exitStatuses = {{"0", "done"},

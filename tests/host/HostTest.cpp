@@ -117,7 +117,8 @@ TEST(HostTest, StartThatCannotSucceedIsOneLine) {
     expectOneLine(runHost({"--world", directory.file("absent")}),
                   "cannot be read: No such file or directory");
     expectOneLine(runHost({"--world", weather}), "is not a compiled world");
-    expectOneLine(runHost({"--world", directory.file("")}), "is not a world, which has a lineup.txt");
+    expectOneLine(runHost({"--world", directory.file("")}),
+                  "has no lineup.txt; ostrel-world --help says what a world is");
     running.child().interrupt();
     EXPECT_EQ(running.child().wait(), 0);
 }

@@ -198,8 +198,10 @@ WorldPlaces Reader::places(std::vector<std::uint32_t> events) const {
 }
 
 WorldFile Reader::read(decltype(checkWorld)* house) {
+    if (fs::is_regular_file(folder_))
+        throw WorldError(folder_.string() + ": is a file, and no folder of text files");
     if (!isThere(pathOf("lineup.txt")))
-        throw WorldError(folder_.string() + ": is not a world, which has a lineup.txt");
+        throw WorldError(folder_.string() + ": has no lineup.txt; ostrel-world --help says what a world is");
     readDescription();
     const auto lineup = readLineup(pathOf("lineup.txt"), problems_);
     for (const LineupService& service : lineup) {

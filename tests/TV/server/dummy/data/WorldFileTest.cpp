@@ -213,7 +213,7 @@ TEST(WorldFileTest, WhatIsNoFileIsOneLine) {
     EXPECT_EQ(saidOf([&] { openWorld(path + "/x"); }), path + "/x: cannot be read: Not a directory");
     std::filesystem::create_directory(directory.file("empty"));
     EXPECT_EQ(saidOf([&] { openWorld(directory.file("empty")); }),
-              directory.file("empty") + ": is not a world, which has a lineup.txt");
+              directory.file("empty") + ": has no lineup.txt; ostrel-world --help says what a world is");
 }
 
 TEST(WorldFileTest, WhatMayNotBeReadIsOneLine) {

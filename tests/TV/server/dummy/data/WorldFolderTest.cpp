@@ -220,7 +220,14 @@ INSTANTIATE_TEST_SUITE_P(House, HouseTable, testing::ValuesIn(houseRows), nameOf
 TEST(WorldFolderTest, AFolderOfNothingSaysWhatItLacks) {
     Folder folder;
     folder.write("my/readme", "");
-    EXPECT_EQ(folder.read(), folder.path() + ": is not a world, which has a lineup.txt\n");
+    EXPECT_EQ(folder.read(),
+              folder.path() + ": has no lineup.txt; ostrel-world --help says what a world is\n");
+}
+
+TEST(WorldFolderTest, AFileIsNoFolder) {
+    Folder folder;
+    folder.write("my", "");
+    EXPECT_EQ(folder.read(), folder.path() + ": is a file, and no folder of text files\n");
 }
 
 TEST(WorldFolderTest, TextsHaveALimit) {

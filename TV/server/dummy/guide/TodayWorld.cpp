@@ -19,16 +19,34 @@ constexpr std::int64_t remainder(std::int64_t number, std::int64_t by) {
     return number - divideDown(number, by) * by;
 }
 
+/// The most events, in the order of their starts, between which no week is empty: one that strayed in from
+/// another year must not make a guide of empty days.
+std::span<const std::uint32_t> findMost(const World& world) {
+    const auto& order = world.startOrder;
+    std::span<const std::uint32_t> most;
+    std::size_t first = 0;
+    for (std::size_t i = 1; i <= order.size(); ++i)
+        if (i == order.size() ||
+            std::int64_t{world.rows[order[i]].Start} - world.rows[order[i - 1]].Start > week * day) {
+            if (i - first > most.size())
+                most = order.subspan(first, i - first);
+            first = i;
+        }
+    return most;
+}
+
 } // namespace
 
 RepeatedDays::RepeatedDays(const World& world) : clock_(world.zoneOffsets) {
     if (world.rows.empty())
         return;
-    std::int32_t latestEnd = world.rows.front().End;
-    for (const epgentry& row : world.rows)
-        latestEnd = std::max(latestEnd, row.End);
-    begin_ = toLocal(world.rows[world.startOrder.front()].Start);
-    const std::int64_t end = toLocal(latestEnd);
+    const auto events = findMost(world);
+    const std::int64_t latestStart = world.rows[events.back()].Start;
+    std::int64_t latestEnd = 0;
+    for (const std::uint32_t event : events)
+        latestEnd = std::max<std::int64_t>(latestEnd, world.rows[event].End);
+    begin_ = toLocal(world.rows[events.front()].Start);
+    const std::int64_t end = toLocal(std::min(latestEnd, latestStart + week * day));
     count_ = static_cast<std::int32_t>(std::max<std::int64_t>(1, (end - begin_ + day / 2) / day));
     if (count_ > week)
         count_ -= count_ % week;

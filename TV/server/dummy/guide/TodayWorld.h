@@ -15,6 +15,8 @@ namespace Ostrel::TV {
 /// week all days, half a day or more being one: each stands on its own day of the week, and on the days
 /// that are missing they take turns, the first one first.
 ///
+/// Of events that are weeks from the others, only where most of them are.
+///
 /// They begin at midnight; when the world begins, where it has as many days only from then on. Days that
 /// are laid begin at the same time of day, and are numbered from 1970-01-01.
 class RepeatedDays {

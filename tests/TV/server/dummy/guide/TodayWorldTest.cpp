@@ -351,6 +351,26 @@ TEST(TodayWorldTest, ADayAloneIsEveryDay) {
     EXPECT_EQ(hoursOf(laid.world(), at("2026-11-24T00:00:00Z")), hours);
 }
 
+TEST(TodayWorldTest, WhatStrayedInFromAnotherYearEmptiesNoDay) {
+    const auto begin = at("2011-10-10T00:00:00Z");
+    for (const std::int64_t years : {-30, 20}) {
+        SmallWorld source;
+        if (years < 0)
+            source.add(5, begin + years * 365 * day, begin + years * 365 * day + hour);
+        source.fill(5, begin, begin + 7 * day, hour);
+        if (years > 0)
+            source.add(5, begin + years * 365 * day, begin + years * 365 * day + hour);
+        const Laid laid(source.world(), "UTC", "2026-11-22T12:00:00Z");
+        EXPECT_EQ(laid.days.count(), 7);
+        EXPECT_EQ(laid.world().rows.size(), 11u * 24);
+        expectSound(laid.world());
+    }
+    SmallWorld endless; // the last event's end is wrong
+    endless.fill(5, begin, begin + 7 * day, hour);
+    endless.add(5, begin + 7 * day, begin + 5000 * day);
+    EXPECT_EQ(RepeatedDays(endless.world()).count(), 14);
+}
+
 TEST(TodayWorldTest, ThreeDaysStandOnTheirOwnWeekdaysAndTakeTurnsOtherwise) {
     SmallWorld small;
     const auto friday = at("2026-01-02T00:00:00Z");

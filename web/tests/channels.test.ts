@@ -17,6 +17,9 @@ const expectLine = (page: Page, text: string) => expect.poll(() => line(page)).t
 const latest = (page: Page) => page.getByRole('log').getByRole('listitem').first().textContent();
 const rowAt = (page: Page, place: number) => page.getByRole('button', { name: new RegExp(`^Place ${place}, `) });
 const marked = (page: Page) => page.locator('[data-mark]').evaluateAll((rows) => rows.map((row) => row.getAttribute('aria-rowindex')));
+/** Channel numbers have up to four digits. */
+const expectNumbersWhole = async (page: Page) =>
+  expect(await page.locator('[role=row] > :nth-child(2)').evaluateAll((all) => all.filter((each) => each.scrollWidth > each.clientWidth).map((each) => each.textContent))).toEqual([]);
 
 test('the cursor by keyboard alone', async () => {
   const host = await startHost();
@@ -245,6 +248,7 @@ test('a thousand services are as light as a hundred', async () => {
     await rowAt(page, 0).focus();
     await page.keyboard.press('End');
     await rowAt(page, 999).waitFor();
+    await expectNumbersWhole(page);
     await page.keyboard.press('Home');
     for (let i = 0; i < 40; i += 1) await page.keyboard.press('PageDown');
   });

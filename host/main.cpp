@@ -292,7 +292,12 @@ Program makeProgram(Options& options) {
          .description =
              "Serve this world instead of the built-in one: a folder of text files, or a file that "
              "ostrel-world has compiled",
-         .read = text(options.host.world),
+         .read =
+             [&options](const std::string& given) {
+                 if (given.empty())
+                     throw UsageError("--world needs a folder or a file, and got nothing");
+                 options.host.world = given;
+             },
          .isFile = true},
         {.name = "--fake-time",
          .description = "Start the clock at midday of the day in the middle of the guide, as "

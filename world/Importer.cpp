@@ -187,7 +187,7 @@ void Importer::readOwn(const XmltvProgramme& programme, GuideEvent& event) {
 
 /// The events of a service in the order of their start, the same one in that of the file.
 void Importer::mendTimes(std::span<epgentry* const> events) {
-    epgentry* before = nullptr;
+    epgentry* before = events.front();
     const auto end = [&](std::int32_t next) {
         if (before->End == 0) {
             const bool isLast = next == 0;
@@ -200,15 +200,14 @@ void Importer::mendTimes(std::span<epgentry* const> events) {
             before->End = next;
         }
     };
-    for (epgentry* const event : events) {
-        if (before != nullptr && before->Start == event->Start) {
+    for (epgentry* const event : events.subspan(1)) {
+        if (before->Start == event->Start) {
             const bool isSame = before->Title.offset == event->Title.offset && before->End == event->End;
             report_.count(isSame ? Finding::ProgrammeTwice : Finding::SameStart);
             event->ServiceId = 0;
             continue;
         }
-        if (before != nullptr)
-            end(event->Start);
+        end(event->Start);
         before = event;
     }
     end(0);

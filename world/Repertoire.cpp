@@ -32,7 +32,7 @@ const std::array<Source, kindCount> sources = {{
     {{1051, 1053, 1054, 1055, 1056, 1058, 1059, 1061, 1015, 1017, 1019, 1020, 1022, 1075, 1030}, {}}, // Radio
 }};
 
-constexpr std::int64_t secondsPerWeek = minutesPerWeek * 60;
+constexpr std::int64_t secondsPerWeek = std::int64_t{minutesPerWeek} * 60;
 
 int genre(const Strand& strand) {
     return strand.episodes.front()->Content & 0xF0;
@@ -46,7 +46,7 @@ bool hasCrid(const epgentry& row, std::uint32_t type) {
 }
 
 std::int64_t sinceMonday(std::int64_t local) {
-    constexpr std::int64_t firstMonday = 4 * 86400; // 1970-01-05
+    constexpr std::int64_t firstMonday = 4 * std::int64_t{86400}; // 1970-01-05
     return ((local - firstMonday) % secondsPerWeek + secondsPerWeek) % secondsPerWeek;
 }
 
@@ -101,7 +101,7 @@ private:
         auto rows = findRows(id);
         if (rows.empty())
             return {};
-        constexpr std::int64_t dayBegins = 5 * 3600;
+        constexpr std::int64_t dayBegins = 5 * std::int64_t{3600};
         const std::int64_t end = (localStart(*rows.back()) - dayBegins) / 86400 * 86400 + dayBegins;
         std::vector<Slot> week;
         for (const epgentry* row : rows)

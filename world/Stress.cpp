@@ -84,7 +84,7 @@ void countMinutes(Line& line) {
 void fillWith(Line& line, const std::vector<StressText>& texts, Random& random) {
     while (!line.isFull()) {
         const StressText& text = texts[random.below(static_cast<std::uint32_t>(texts.size()))];
-        line.add(text.title, text.synopsis, (1 + random.below(4)) * 30 * minute);
+        line.add(text.title, text.synopsis, 30 * minute * (1 + random.below(4)));
     }
 }
 
@@ -112,6 +112,7 @@ void addStressServices(std::vector<SyntheticService>& services) {
     }
     identifyServices(services);
     std::vector<SyntheticService*> byNumber;
+    byNumber.reserve(services.size());
     for (SyntheticService& service : services)
         byNumber.push_back(&service);
     std::stable_sort(byNumber.begin(), byNumber.end(),

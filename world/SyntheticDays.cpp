@@ -9,7 +9,7 @@ namespace Ostrel::TV::Tool {
 namespace {
 
 constexpr std::size_t longestText = 255; ///< bytes
-constexpr std::int64_t secondsPerWeek = minutesPerWeek * 60;
+constexpr std::int64_t secondsPerWeek = std::int64_t{minutesPerWeek} * 60;
 constexpr unsigned repeatImi = 49; ///< as in the built-in guide
 
 } // namespace
@@ -34,8 +34,8 @@ std::vector<SyntheticDays::Placed> SyntheticDays::place(const SyntheticSpan& spa
     for (auto monday = span.start - sinceMonday(span.start) - secondsPerWeek; monday < span.end;
          monday += secondsPerWeek, ++week)
         for (const Slot& slot : week_) {
-            const auto start = monday + slot.start * 60;
-            if (start + slot.minutes * 60 <= span.start || start >= span.end)
+            const auto start = monday + std::int64_t{slot.start} * 60;
+            if (start + std::int64_t{slot.minutes} * 60 <= span.start || start >= span.end)
                 continue;
             // Where clocks are put forward, an hour's slots would come after those behind them.
             const auto utc = span.toUtc(start);
@@ -59,7 +59,7 @@ std::vector<GuideEvent> SyntheticDays::layOut(const SyntheticSpan& span) {
         if (first != shown.end())
             event.imi = repeatImi;
         event.start = placed[i].start;
-        event.end = event.start + slot.minutes * 60;
+        event.end = event.start + std::int64_t{slot.minutes} * 60;
         // Where clocks are put back, what is on lasts until the next one.
         if (i + 1 != placed.size() && (slot.leadsOn || event.end > placed[i + 1].start))
             event.end = placed[i + 1].start;

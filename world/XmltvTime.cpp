@@ -112,8 +112,8 @@ std::optional<XmltvTime> readXmltvTime(std::string_view text) {
     if (!date.ok() || two(8) > 23 || two(10) > 59 || two(12) > 60)
         return std::nullopt;
     XmltvTime time;
-    time.seconds =
-        sys_seconds{sys_days{date}}.time_since_epoch().count() + two(8) * hour + two(10) * minute + two(12);
+    time.seconds = sys_seconds{sys_days{date}}.time_since_epoch().count() + std::int64_t{two(8)} * hour +
+                   std::int64_t{two(10)} * minute + two(12);
     text.remove_prefix(length);
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     if (text.empty())

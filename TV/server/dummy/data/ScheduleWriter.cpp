@@ -324,6 +324,7 @@ void run(const std::vector<std::string>& arguments) {
     }
 
     std::vector<std::vector<Showing>> showings;
+    showings.reserve(services.size());
     for (const Service& service : services)
         showings.push_back(schedule.showings(service));
     const Shelves shelves(showings);

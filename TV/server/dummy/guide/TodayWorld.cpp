@@ -203,9 +203,8 @@ private:
         }
         if (end <= start)
             return;
-        to_.rows_.push_back(row);
+        epgentry& laid = to_.rows_.emplace_back(row);
         origins_.push_back({event.row, number});
-        epgentry& laid = to_.rows_.back();
         laid.Start = static_cast<std::int32_t>(start);
         laid.End = static_cast<std::int32_t>(end);
         laid.ProgId = identify(number, event.number);
@@ -227,6 +226,7 @@ private:
         const auto targets = findTargets();
         std::vector<bool> isLaid(index(window_.last - window_.first + 1) * mostOfADay_);
         std::vector<const Event*> byRow;
+        byRow.reserve(targets.size());
         for (const Target& target : targets)
             byRow.push_back(target.event);
         std::sort(byRow.begin(), byRow.end(), [](const Event* a, const Event* b) { return a->row < b->row; });

@@ -86,6 +86,7 @@ std::vector<std::span<const std::uint32_t>> QuorilQuery::byService() const {
     std::sort(ids.begin(), ids.end());
     ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     std::vector<std::span<const std::uint32_t>> positions;
+    positions.reserve(ids.size());
     for (const std::int64_t id : ids)
         positions.push_back(index_.positionsOf(id));
     return positions;

@@ -12,7 +12,7 @@ const digits = new Map([['one', '1'], ['two', '2'], ['three', '3'], ['four', '4'
 
 /** Up to four letters that stand for a name: `B1` for "BBC ONE", `F4` for "Film4", `DAV` for "Dave"; `ITV1` as it is. */
 export function lettersOf(name: string): string {
-  const words = name.match(/[\p{L}\p{N}]+/gu) ?? ['?'];
+  const words = name.match(/[\p{L}\p{N}]+/gu) ?? name.match(/\p{Extended_Pictographic}/u) ?? ['?'];
   const [first] = words as [string];
   if (words.length === 1 && /\d/.test(first) && first.length <= 4) return first;
   const parts = words.length === 1 ? first.match(/\d+|\D+/g)! : words;
@@ -20,10 +20,14 @@ export function lettersOf(name: string): string {
   return parts.map((part) => (/^\d+$/.test(part) ? part : (digits.get(part.toLowerCase()) ?? [...part][0]))).join('').slice(0, 3);
 }
 
+/** How many letters of the Latin alphabet they are as wide as: an ideograph is nearly as wide as two. */
+const widthOf = (letters: string) =>
+  [...letters].reduce((width, letter) => width + (/[\u1100-\u11FF\u2E80-\uFFEF]|[^\u0000-\uFFFF]/u.test(letter) ? 1.7 : 1), 0);
+
 /** Stands for a service's logo beside its name. */
 export function Tile({ name, size = 32 }: { name: string; size?: number }) {
   const letters = lettersOf(name);
-  const shape = { '--hue': hueOf(name), '--size': `${size}px`, '--letters': Math.max(letters.length, 2) } as React.CSSProperties;
+  const shape = { '--hue': hueOf(name), '--size': `${size}px`, '--letters': Math.max(widthOf(letters), 2) } as React.CSSProperties;
   return (
     <span className={styles.tile} aria-hidden="true" style={shape}>
       {letters.toUpperCase()}

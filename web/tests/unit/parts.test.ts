@@ -25,7 +25,7 @@ describe('a tile', () => {
   test.each([
     ['BBC ONE', 'B1'], ['BBC THREE', 'B3'], ['Channel 4', 'C4'], ['Dave', 'Dav'], ['ITV1', 'ITV1'], ['ITV2', 'ITV2'], ['E4', 'E4'], ['Film4', 'F4'], ['4Music', '4M'],
     ['BBC Radio 5 Live', 'BR5'], ['BBC 6 Music', 'B6M'], ['five USA', '5U'], ['S4C', 'S4C'], ['CNN 2024', 'C20'], ['Ünal TV', 'ÜT'],
-    ['日本放送', '日本放'], ['', '?'], ['***', '?'], ['Yesterday', 'Yes'], ['𝒳YZW', '𝒳YZ'],
+    ['日本放送', '日本放'], ['', '?'], ['***', '?'], ['🦊🦊', '🦊'], ['Yesterday', 'Yes'], ['𝒳YZW', '𝒳YZ'],
   ])('%s is %s', (name, letters) => expect(lettersOf(name)).toBe(letters));
 
   test('has a colour of its own', () => {

@@ -29,6 +29,7 @@ export function Details({ panel, service, cell, services, zone, now, onGoTo, onL
   const texts = useGenreTexts();
   const [open, setOpen] = useState<'raw' | 'query' | 'episodes'>();
   const code = event?.genres[0];
+  const genre = code === undefined ? '' : (texts.get(code) ?? kindWord(kindOf(code)));
   const isOn = event !== undefined && event.startTime <= now && event.endTime > now;
   const close = () => setOpen(undefined);
   return (
@@ -36,7 +37,7 @@ export function Details({ panel, service, cell, services, zone, now, onGoTo, onL
       style={{ '--genre': kindColour(kindOf(code)) } as React.CSSProperties}
       onKeyDown={(key) => key.key === 'Escape' && !key.defaultPrevented && (key.preventDefault(), onLeave())}>
       <div className={styles.head}>
-        <h2>{event ? event.title || 'Untitled' : cell.kind === 'unknown' ? service.name : 'No guide data'}</h2>
+        <h2 dir="auto">{event ? event.title || 'Untitled' : cell.kind === 'unknown' ? service.name : 'No guide data'}</h2>
         <p className={styles.facts}>
           <span>{service.channelNumber} {service.name}</span>
           {event !== undefined && (
@@ -44,7 +45,7 @@ export function Details({ panel, service, cell, services, zone, now, onGoTo, onL
               <span>{formatDay(event.startTime, zone)}, {formatFromTo(event, zone)} {formatZone(event.startTime, zone)}</span>
               <span>{formatSpan(event.endTime - event.startTime)}</span>
               {isOn && <strong className={styles.onNow}>on now, {formatSpan(event.endTime - now)} left</strong>}
-              {code !== undefined && <span className={styles.genre}>{texts.get(code) ?? kindWord(kindOf(code))}</span>}
+              {genre !== '' && <span className={styles.genre}>{genre}</span>}
               {(event.highDefinition || service.highDefinition) && <span className={styles.badge}>HD</span>}
               {programme !== undefined && seriesOf(programme) !== undefined && <span>series</span>}
               {programme?.Guidance && <span>{programme.Guidance}</span>}
@@ -52,7 +53,7 @@ export function Details({ panel, service, cell, services, zone, now, onGoTo, onL
           )}
         </p>
       </div>
-      <p className={styles.synopsis}>
+      <p className={styles.synopsis} dir="auto">
         {event?.description ?? (cell.kind === 'gap' ? `${service.name} announces nothing for this time.` : '')}
       </p>
       {event !== undefined && (

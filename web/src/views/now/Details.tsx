@@ -26,7 +26,7 @@ export function Details({ card: { service, event }, onClose }: { card: Card; onC
       <p className={styles.service}>
         <Tile name={service.name} size={24} /> {service.channelNumber} {service.name}
       </p>
-      {event.description && <p>{event.description}</p>}
+      {event.description && <p dir="auto">{event.description}</p>}
       <dl className={styles.facts}>
         {facts.map(([name, value]) => value !== undefined && (
           <div key={name}>

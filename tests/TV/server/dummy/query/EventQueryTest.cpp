@@ -396,7 +396,7 @@ TEST_P(EventQueryOfAnyWorldTest, RandomTextsFindWhatEachOfThemFinds) {
     const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
     TextPicker texts(index(), random);
     std::size_t found = 0, foundAllOfMany = 0;
-    for (unsigned round = 0; round != 2000; ++round) {
+    for (unsigned round = 0; round != 2500; ++round) {
         const unsigned count = below(2) == 0 ? below(8) : below(ITVGuide::Query::stringLimit + 1);
         const bool all = below(2) == 0;
         std::string text = R"({"stringList":[)" + texts.pick(count) + "]";
@@ -414,9 +414,13 @@ TEST_P(EventQueryOfAnyWorldTest, RandomTextsFindWhatEachOfThemFinds) {
             text += R"(,"serviceIdList":[1000,1004,1010,1043])";
         text += R"(,"orderByServiceIdPriority":)" + std::to_string(static_cast<int>(below(3)) - 1);
         text += R"(,"orderByStartTimePriority":)" + std::to_string(static_cast<int>(below(3)) - 1);
-        if (below(3) == 0)
-            text += R"(,"sliceRange":{"base":)" + std::to_string(below(30)) + R"(,"limit":)" +
-                    std::to_string(below(below(2) ? 60 : 6000)) + "}";
+        if (below(3) == 0) {
+            // One draw a statement: compilers take the sides of a plus in different orders.
+            const auto base = below(30);
+            const auto most = below(2) ? 60u : 6000u;
+            text += R"(,"sliceRange":{"base":)" + std::to_string(base) + R"(,"limit":)" +
+                    std::to_string(below(most)) + "}";
+        }
         text += "}";
 
         std::size_t events = 0;
@@ -424,7 +428,7 @@ TEST_P(EventQueryOfAnyWorldTest, RandomTextsFindWhatEachOfThemFinds) {
         found += events != 0 && events != index().size();
         foundAllOfMany += all && count > 20 && events != 0;
     }
-    EXPECT_GT(found, 400u);
+    EXPECT_GT(found, 500u);
     EXPECT_GT(foundAllOfMany, 5u);
 }
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace Ostrel::Fuzz {
+
+/// What must hold for every input. Where it does not, that is a finding: the stack tells which.
+inline void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+/// The same for what has an expected text, and both are shown.
+inline void requireEqual(std::string_view is, std::string_view expected) {
+    if (is == expected)
+        return;
+    std::fprintf(stderr, "     is: %s\nwanted: %s\n", std::string(is).c_str(), std::string(expected).c_str());
+    std::abort();
+}
+
+} // namespace Ostrel::Fuzz

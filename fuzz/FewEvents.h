@@ -1,0 +1,58 @@
+#pragma once
+
+#include "TV/server/dummy/data/TemporaryFile.h"
+#include "TV/server/dummy/data/WorldFile.h"
+#include "TV/server/dummy/data/WorldWriter.h"
+#include "TV/server/dummy/guide/Guide.h"
+
+#include <cstdint>
+
+namespace Ostrel::Fuzz {
+
+/// A guide that can be gone through row by row for every input: services 5, 6, 1043, 1044 and 1500, whose
+/// events are of many lengths, begin together here and there, and share titles of few words.
+///
+/// Its world stays chosen, for as long as the process.
+inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
+    using namespace TV;
+    WorldWriter writer;
+    writer.describe("few", "UTC");
+    unsigned number = 0;
+    for (const int service : {5, 6, 1043, 1044, 1500}) {
+        const auto dvbId = static_cast<unsigned>(service);
+        writer.addToLineup({.frequencyMHz = 690,
+                            .channelNumber = dvbId,
+                            .name = "Service",
+                            .network = 1,
+                            .stream = 1,
+                            .dvbId = dvbId,
+                            .provider = {},
+                            .line = {}});
+        std::int64_t time = 1318748400 + service % 5 * 300; // 2011-10-16 07:00 UTC
+        for (unsigned i = 0; i != eventsOfEach; ++i, ++number) {
+            constexpr int lengths[] = {300, 600, 1800, 900, 82800, 60};
+            constexpr int contents[] = {-1, 0, 0x10, 0x20, 0xFF, 0x110, 0x20};
+            constexpr const char* titles[] = {"News", "Weather",    "News and Weather", "a",
+                                              "aaab", "Quay \"9\"", "\u00e9t\u00e9",    "NEWS"};
+            GuideEvent event;
+            event.programme = number + 1;
+            event.start = time;
+            event.end = time + lengths[i % 29 == 4 ? 4 : number % 4];
+            event.content = contents[number % 7];
+            event.hd = number % 11 == 0;
+            event.title = titles[number % 8];
+            event.synopsis = number % 5 == 0 ? "" : titles[number % 13 % 8];
+            time = event.end + (i % 17 == 0 ? 60 : 0);
+            writer.add({.id = service, .network = 1, .stream = 1, .dvbId = dvbId}, event);
+        }
+    }
+    const TemporaryFile image = makeTemporaryFile();
+    writer.write(image.get());
+    static const WorldFile file(image.get());
+    chooseWorld(file.world());
+    static Guide guide;
+    guide.addEvents();
+    return guide;
+}
+
+} // namespace Ostrel::Fuzz

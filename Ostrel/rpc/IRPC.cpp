@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Metric.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/text/Printable.h"
 
@@ -14,6 +15,36 @@ namespace Ostrel {
 namespace {
 
 constexpr const char* moduleName = "IRPC";
+
+constexpr Metric::Family errors{"ostrel_errors_total", "Errors that clients were told, by JSON-RPC code.",
+                                "code"};
+Counter parseErrors(errors, "-32700");
+Counter invalidRequests(errors, "-32600");
+Counter unknownMethods(errors, "-32601");
+Counter invalidParams(errors, "-32602");
+Counter internalErrors(errors, "-32603");
+Counter handlerErrors(errors, "-32000");
+Counter largeReplies(errors, "-32001");
+
+Counter& counterOf(IRPC::ErrorCode code) {
+    switch (code) {
+    case IRPC::ParseError:
+        return parseErrors;
+    case IRPC::InvalidRequest:
+        return invalidRequests;
+    case IRPC::MethodNotFound:
+        return unknownMethods;
+    case IRPC::InvalidParams:
+        return invalidParams;
+    case IRPC::InternalError:
+        return internalErrors;
+    case IRPC::HandlerError:
+        return handlerErrors;
+    case IRPC::ReplyTooLarge:
+        break;
+    }
+    return largeReplies;
+}
 
 /// The code as clients know it: what is none of the first six is a generic failure.
 ReturnCode known(ReturnCode code) {
@@ -70,12 +101,16 @@ IRPC::RPCErrorObject::RPCErrorObject(const RPCSynchronousMethodObject& method, c
     : RPCErrorObject(method, HandlerError, message) {}
 
 IRPC::RPCErrorObject::RPCErrorObject(std::string id, ErrorCode code, std::string message)
-    : id_(std::move(id)), code_(code), message_(std::move(message)) {}
+    : id_(std::move(id)), code_(code), message_(std::move(message)) {
+    count(code_);
+}
 
 IRPC::RPCErrorObject::RPCErrorObject(const RPCSynchronousMethodObject& method, ErrorCode code,
                                      const std::string& message)
-    : RPCErrorObject(method.getId(), code, message) {
+    : id_(method.getId()), code_(code), message_(message) {
     classify();
+    count(code_);
+    method.setOutcome(isRefusal() ? Outcome::Refused : Outcome::Failed);
     // A decoder's message names its member itself.
     const auto member = code_ != InvalidParams && member_ ? " (" + *member_ + ')' : std::string();
     ostrelDebugPrint(isRefusal() ? DebugLevel::Information : DebugLevel::Error, moduleName, moduleName,
@@ -115,6 +150,10 @@ void IRPC::RPCErrorObject::classify() {
         returnCode_ = known(exception.getCode());
     } catch (...) {
     }
+}
+
+void IRPC::RPCErrorObject::count(ErrorCode code) noexcept {
+    counterOf(code).increment();
 }
 
 bool IRPC::RPCErrorObject::isRefusal() const {

@@ -31,6 +31,15 @@ struct RPCPeer {
 /// the text that travels.
 class OSTREL_API IRPC {
 public:
+    /// What comes of a call.
+    enum class Outcome : unsigned char {
+        Ok,
+        Refused, ///< it asked for what cannot be done
+        Failed, ///< by the service's fault
+        Lost, ///< its client was told nothing, by a rule of the simulation or since it had left
+    };
+    static constexpr std::size_t outcomes = 4;
+
     /// A call on its way to its handler.
     class OSTREL_API RPCSynchronousMethodObject {
     public:
@@ -57,6 +66,10 @@ public:
         /// The connection that the call came by; null when it came by none.
         const std::shared_ptr<RPCPeer>& getPeer() const { return peer_; }
 
+        /// What has come of it so far: who makes an error of it says so here.
+        Outcome getOutcome() const { return outcome_; }
+        void setOutcome(Outcome outcome) const { outcome_ = outcome; }
+
     private:
         std::string interfaceName_;
         std::string methodName_;
@@ -64,6 +77,7 @@ public:
         std::string parameters_;
         std::shared_ptr<RPCPeer> peer_;
         std::size_t replyLimit_;
+        mutable Outcome outcome_ = Outcome::Ok;
     };
 
     /// The reply of a call that gives a value. Refers to both arguments, which must outlive it.
@@ -128,6 +142,9 @@ public:
         /// Made by the platform in a catch clause, when an exception has left the handler: as
         /// from a handler with the exception's text, but InternalError instead of HandlerError.
         static RPCErrorObject forEscaped(const RPCSynchronousMethodObject& method);
+
+        /// Counts an error for the metrics. To be called where its reply is made without an object.
+        static void count(ErrorCode code) noexcept;
 
         /// @returns the reply's text; empty when the client wants none
         std::string serialize() const;

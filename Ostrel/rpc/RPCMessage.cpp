@@ -5,9 +5,11 @@
 #include "Ostrel/rpc/RPCObserver.h"
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/serialization/Json.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <new>
@@ -24,6 +26,8 @@ constexpr std::string_view lackOfMemory =
     R"({"jsonrpc":"2.0","id":,"error":{"code":-32603,"message":"Out of memory","data":{"returnCode":3,"name":"OutOfMemory"}}})";
 constexpr std::string_view nullId = "null";
 constexpr auto idPlace = std::string_view(R"({"jsonrpc":"2.0","id":)").size();
+
+Counter longBatches(refusals, "batch");
 
 /// What is no request reaches no handler, and is told here.
 std::string refuse(std::string id, IRPC::ErrorCode code, std::string message) {
@@ -88,13 +92,14 @@ public:
             }
             const Cancellation scope(clientGone_);
             auto reply = answerAsFated();
-            tellDone(reply);
+            finish(reply);
             add(std::move(reply));
             if (++next_ < count_)
                 examine(batch_[next_]);
             else if (!batch_.empty() && !reply_.empty())
                 reply_ += ']';
         } catch (const Cancelled&) {
+            count(IRPC::Outcome::Lost, Clock::now() - came_);
             reply_.clear();
             next_ = count_;
         } catch (...) {
@@ -132,6 +137,7 @@ private:
         if (batch_.empty()) {
             refuseAll(IRPC::InvalidRequest, "the batch is empty");
         } else if (batch_.size() > limits_.batch) {
+            longBatches.increment();
             refuseAll(IRPC::InvalidRequest,
                       "the batch has more than " + std::to_string(limits_.batch) + " messages");
         } else {
@@ -144,14 +150,18 @@ private:
     void refuseAll(IRPC::ErrorCode code, std::string message) {
         tellCame();
         reply_ = refuse(std::string(nullId), code, std::move(message));
-        tellDone(reply_);
+        outcome_ = IRPC::Outcome::Refused;
+        finish(reply_);
     }
 
     void examine(const JsonValue& value) {
         envelope_ = {.text = batch_.empty() ? std::string_view(text_) : value.getText()};
         fate_ = {};
         due_ = {};
-        came_.reset();
+        toldAt_.reset();
+        isCounted_ = false;
+        if (next_ > 0)
+            came_ = Clock::now();
         readEnvelope(value);
         tellCame();
     }
@@ -215,9 +225,11 @@ private:
 
     /// The reply as far as the client is to have it.
     std::string answerAsFated() {
+        outcome_ = IRPC::Outcome::Lost;
         auto reply = fate_.outcome == Fate::RequestLost ? std::string() : answerInAnyCase();
         if (fate_.outcome < Fate::RequestLost)
             return reply;
+        outcome_ = IRPC::Outcome::Lost;
         isReplyLost_ |= !envelope_.id.empty();
         isConnectionLost_ = fate_.outcome == Fate::ConnectionLost;
         if (isConnectionLost_)
@@ -232,11 +244,13 @@ private:
         } catch (const std::bad_alloc&) {
             if (batch_.empty())
                 throw;
+            noteLackOfMemory();
             return envelope_.id.empty() ? std::string() : describeLackOfMemory({}, envelope_.id);
         }
     }
 
     std::string answer() {
+        outcome_ = IRPC::Outcome::Refused;
         if (!envelope_.refusal.empty())
             return refuse(std::string(envelope_.id), IRPC::InvalidRequest, std::string(envelope_.refusal));
         const auto& params = envelope_.params;
@@ -244,9 +258,16 @@ private:
         const IRPC::RPCSynchronousMethodObject method(
             std::string(envelope_.interfaceName), std::string(envelope_.methodName),
             std::string(envelope_.id), std::string(params ? params->getText() : "{}"), peer_, budget);
+        auto reply = answer(method);
+        outcome_ = method.getOutcome();
+        return reply;
+    }
+
+    std::string answer(const IRPC::RPCSynchronousMethodObject& method) const {
         if (fate_.outcome == Fate::Failed)
             return fail(method, fate_.code);
-        return params && params->isArray() ? refuseList(method) : server_.handleRPCSynchronousMethod(method);
+        const bool isList = envelope_.params && envelope_.params->isArray();
+        return isList ? refuseList(method) : server_.handleRPCSynchronousMethod(method);
     }
 
     /// As a handler does that catches the code.
@@ -256,6 +277,24 @@ private:
         } catch (const Exception& exception) {
             return IRPC::RPCErrorObject(method, exception.what()).serialize();
         }
+    }
+
+    /// The request at hand is done, with the reply as it goes out; empty when none does.
+    void finish(std::string_view reply) noexcept {
+        const auto now = Clock::now();
+        count(outcome_, now - came_);
+        if (!isObserved_)
+            return;
+        if (!toldAt_)
+            tellCame(); // there was no memory to read it
+        tell(RPCObserver::Direction::Reply, reply,
+             floor<std::chrono::microseconds>(std::max(now, *toldAt_) - *toldAt_));
+    }
+
+    /// Counts the request at hand, unless that is done.
+    void count(IRPC::Outcome outcome, Clock::duration took) noexcept {
+        if (!std::exchange(isCounted_, true))
+            server_.getCallMetrics(envelope_.interfaceName, envelope_.methodName).count(outcome, took);
     }
 
     void tell(RPCObserver::Direction direction, std::string_view text,
@@ -274,18 +313,9 @@ private:
     void tellCame() noexcept {
         if (!isObserved_)
             return;
-        came_ = Clock::now();
+        toldAt_ = Clock::now();
         cameAt_ = floor<std::chrono::microseconds>(std::chrono::system_clock::now());
         tell(RPCObserver::Direction::Request, envelope_.text);
-    }
-
-    /// With the reply as it goes out; empty when none does.
-    void tellDone(std::string_view reply) noexcept {
-        if (!isObserved_)
-            return;
-        if (!came_)
-            tellCame(); // there was no memory to read it
-        tell(RPCObserver::Direction::Reply, reply, floor<std::chrono::microseconds>(Clock::now() - *came_));
     }
 
     static std::string refuseList(const IRPC::RPCSynchronousMethodObject& method) {
@@ -318,7 +348,13 @@ private:
             reply_ = describeLackOfMemory(std::move(reply_), nullId);
         else if (!envelope_.id.empty())
             reply_ = describeLackOfMemory(std::move(reply_), envelope_.id);
-        tellDone(reply_);
+        noteLackOfMemory();
+        finish(reply_);
+    }
+
+    void noteLackOfMemory() noexcept {
+        IRPC::RPCErrorObject::count(IRPC::InternalError);
+        outcome_ = IRPC::Outcome::Failed;
     }
 
     static std::string describeLackOfMemory(std::string room, std::string_view id) {
@@ -342,7 +378,10 @@ private:
     Clock::time_point due_; ///< of the next request
     bool isReplyLost_ = false; ///< of any request
     bool isConnectionLost_ = false;
-    std::optional<Clock::time_point> came_; ///< when that was read; only when observed
+    Clock::time_point came_ = Clock::now(); ///< when that had come, or those before it were done
+    std::optional<Clock::time_point> toldAt_; ///< when observers were told of it
+    bool isCounted_ = false; ///< the metrics have it
+    IRPC::Outcome outcome_ = IRPC::Outcome::Ok; ///< of the request that was done
     std::chrono::sys_time<std::chrono::microseconds> cameAt_; ///< the same for people
     std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;

@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/IRPC.h"
 #include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/rpc/RPCObserver.h"
+#include "Ostrel/runtime/Families.h"
 
 #include <algorithm>
 #include <atomic>
@@ -12,7 +13,11 @@ namespace Ostrel {
 
 namespace {
 
-std::atomic<std::size_t> costOfAll = 0;
+Counter raisedOnes({"ostrel_notifications_raised_total",
+                    "Notifications that servers have raised for all clients."});
+Counter sentOnes({"ostrel_notifications_sent_total",
+                  "Notifications put in line for a client, once for each client."});
+Gauge costOfAll(waitingBytes, "notifications");
 thread_local std::atomic<unsigned>* raised = nullptr; ///< where this thread counts
 
 /// It may be kept for long and by nobody who would widen it.
@@ -25,11 +30,11 @@ std::string withoutSpare(std::string text) {
 
 RPCNotification::RPCNotification(std::string text, std::string topic, Clock::time_point due)
     : text_(withoutSpare(std::move(text))), topic_(std::move(topic)), due_(due) {
-    costOfAll += getCost();
+    costOfAll.increment(std::int64_t(getCost()));
 }
 
 RPCNotification::~RPCNotification() {
-    costOfAll -= getCost();
+    costOfAll.decrement(std::int64_t(getCost()));
 }
 
 std::size_t RPCNotification::getCost() const {
@@ -38,7 +43,7 @@ std::size_t RPCNotification::getCost() const {
 }
 
 std::size_t RPCNotification::getCostOfAll() {
-    return costOfAll;
+    return std::size_t(costOfAll.get());
 }
 
 RPCNotificationCount::RPCNotificationCount(std::atomic<unsigned>* count) noexcept
@@ -54,6 +59,7 @@ RPCNotifier::~RPCNotifier() = default;
 
 void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload,
                                         const std::string& topic) {
+    raisedOnes.increment();
     RPCNotification::Clock::time_point due;
     if (auto* interceptor = getInterceptor()) {
         const auto fate = interceptor->judgeNotification(name);
@@ -78,6 +84,7 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
                                        .text = notification->getText()};
     for (auto* observer : observers_)
         observer->passed(message);
+    sentOnes.increment(subscriptions_.size());
     for (const auto& subscription : subscriptions_)
         subscription.subscriber->notify(notification);
 }
@@ -87,6 +94,7 @@ bool RPCNotifier::notify(const RPCPeer& peer, const std::shared_ptr<const RPCNot
     for (const auto& subscription : subscriptions_) {
         if (subscription.peer != &peer)
             continue;
+        sentOnes.increment();
         subscription.subscriber->notify(notification);
         return true;
     }

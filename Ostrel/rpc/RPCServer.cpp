@@ -6,11 +6,17 @@
 #include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/text/Printable.h"
 
+#include <array>
 #include <mutex>
 
 namespace Ostrel {
 
 namespace {
+
+constexpr std::string_view discoverMethod = "rpc.discover";
+
+/// By IRPC::Outcome.
+constexpr std::array<std::string_view, IRPC::outcomes> outcomeNames{"ok", "refused", "failed", "lost"};
 
 /// The running servers by name.
 struct Registry {
@@ -40,6 +46,7 @@ private:
 
 std::string refuse(const IRPC::RPCSynchronousMethodObject& method, const std::string& what) {
     ostrelDebugPrint(DebugLevel::Information, "RPCServer", "RPCServer", __LINE__, "%s\n", what.c_str());
+    method.setOutcome(IRPC::Outcome::Refused);
     return IRPC::RPCErrorObject(method.getId(), IRPC::MethodNotFound, what).serialize();
 }
 
@@ -93,7 +100,7 @@ std::string RPCServer::getFixedRPCAddress() const {
 std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method) {
     const auto& interfaceName = method.getInterfaceName();
     const auto& methodName = method.getMethodName();
-    if (interfaceName.empty() && methodName == "rpc.discover" && !getDescription().empty())
+    if (interfaceName.empty() && methodName == discoverMethod && !getDescription().empty())
         return discover(method, getDescription());
     if (interfaceName.empty())
         return refuse(method, "unknown method \"" + excerpt(methodName) + "\"; names read INTERFACE::METHOD");
@@ -108,7 +115,7 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     const auto& peer = method.getPeer();
     const RPCNotificationCount count(peer != nullptr ? &peer->notifications : nullptr);
     try {
-        return (this->*handler->second)(method);
+        return (this->*handler->second.method)(method);
     } catch (const Cancelled&) {
         throw;
     } catch (...) {
@@ -116,9 +123,56 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     }
 }
 
-bool RPCServer::hasMethod(std::string_view interfaceName, std::string_view methodName) const {
-    const auto interface = methods.find(std::string(interfaceName));
-    return interface != methods.end() && interface->second.count(std::string(methodName)) > 0;
+const RPCServer::Entry* RPCServer::findMethod(std::string_view interfaceName,
+                                              std::string_view methodName) const noexcept {
+    const auto interface = methods.find(interfaceName);
+    if (interface == methods.end())
+        return nullptr;
+    const auto method = interface->second.find(methodName);
+    return method == interface->second.end() ? nullptr : &method->second;
+}
+
+bool RPCServer::hasMethod(std::string_view interfaceName, std::string_view methodName) const noexcept {
+    return findMethod(interfaceName, methodName) != nullptr;
+}
+
+RPCCallMetrics& RPCServer::getCallMetrics(std::string_view interfaceName,
+                                          std::string_view methodName) const noexcept {
+    if (const auto* entry = findMethod(interfaceName, methodName))
+        return entry->calls;
+    return interfaceName.empty() && methodName == discoverMethod ? discoveries_ : unknown_;
+}
+
+/// Calls the action with the name and the metrics of each method that was called: with all of them
+/// the page would be long and mostly zeros.
+template <class Action> void RPCServer::forEachCalled(Action action) const {
+    const auto pass = [&](std::string_view name, const RPCCallMetrics& calls) {
+        if (calls.getDuration().getCount() > 0)
+            action(name, calls);
+    };
+    for (const auto& [interface, group] : methods)
+        for (const auto& [method, entry] : group)
+            pass(interface + "::" + method, entry.calls);
+    pass(discoverMethod, discoveries_);
+    pass("unknown", unknown_);
+}
+
+void RPCServer::writeCallMetrics(MetricsText& out) {
+    const auto servers = running();
+    out.begin("ostrel_requests_total", "Requests that were carried out or refused, by what came of them.",
+              "counter");
+    for (const auto* server : servers)
+        server->forEachCalled([&](std::string_view method, const RPCCallMetrics& calls) {
+            for (std::size_t i = 0; i < outcomeNames.size(); ++i)
+                out.add("", {{"server", server->name_}, {"method", method}, {"outcome", outcomeNames[i]}},
+                        std::to_string(calls.get(IRPC::Outcome(i))));
+        });
+    out.begin("ostrel_request_duration_seconds", "From when a request had come to when its reply was made.",
+              "histogram");
+    for (const auto* server : servers)
+        server->forEachCalled([&](std::string_view method, const RPCCallMetrics& calls) {
+            calls.getDuration().write(out, {"server", server->name_}, {"method", method});
+        });
 }
 
 std::string_view RPCServer::getDescription() const noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ostrel/rpc/IRPC.h"
+#include "Ostrel/rpc/RPCCallMetrics.h"
 #include "Ostrel/rpc/RPCNotifier.h"
 
 #include <functional>
@@ -20,7 +21,19 @@ namespace Ostrel {
 class OSTREL_API RPCServer : public virtual RPCNotifier {
 public:
     using Method = std::string (RPCServer::*)(const IRPC::RPCSynchronousMethodObject&);
-    using MethodMap = std::map<std::string, Method>;
+    /// What stands behind a method's name. A copy has had no calls yet.
+    struct Entry {
+        Entry(Method handler = nullptr) : method(handler) {} // implicit: a method is all that it needs
+        Entry(const Entry& other) : Entry(other.method) {}
+        Entry& operator=(const Entry& other) {
+            method = other.method;
+            return *this;
+        }
+
+        Method method;
+        mutable RPCCallMetrics calls;
+    };
+    using MethodMap = std::map<std::string, Entry, std::less<>>;
 
     /// @param name  by which clients find it; what can stand in a URL's path
     explicit RPCServer(const std::string& name);
@@ -85,7 +98,14 @@ public:
     bool isLong(std::string_view name) const noexcept { return longMethods.find(name) != longMethods.end(); }
 
     /// Whether there is a handler of that name.
-    bool hasMethod(std::string_view interfaceName, std::string_view methodName) const;
+    bool hasMethod(std::string_view interfaceName, std::string_view methodName) const noexcept;
+
+    /// Where calls of that name are counted; those of unknown names all in one place.
+    RPCCallMetrics& getCallMetrics(std::string_view interfaceName,
+                                   std::string_view methodName) const noexcept;
+
+    /// Writes what has come of all calls of the running servers. Any thread may call it.
+    static void writeCallMetrics(MetricsText& out);
 
     const std::string& getName() const { return name_; }
 
@@ -97,7 +117,8 @@ public:
     static std::vector<RPCServer*> running();
 
 protected:
-    std::map<std::string, MethodMap> methods; ///< by interface name; written by the constructor only
+    /// By interface name; written by the constructor only.
+    std::map<std::string, MethodMap, std::less<>> methods;
     std::set<std::string, std::less<>> readOnlyInterfaces; ///< written by the constructor only
     /// The methods that mayWait(); written by the constructor only.
     std::set<std::string, std::less<>> waitingMethods;
@@ -105,7 +126,12 @@ protected:
     std::set<std::string, std::less<>> longMethods;
 
 private:
+    const Entry* findMethod(std::string_view interfaceName, std::string_view methodName) const noexcept;
+    template <class Action> void forEachCalled(Action action) const;
+
     const std::string name_;
+    mutable RPCCallMetrics discoveries_; ///< calls of rpc.discover
+    mutable RPCCallMetrics unknown_; ///< calls of what is no method
 };
 
 } // namespace Ostrel

@@ -1,6 +1,7 @@
 #include "Ostrel/runtime/DebugPrint.h"
 
 #include "Ostrel/runtime/LineLimit.h"
+#include "Ostrel/runtime/Metric.h"
 #include "Ostrel/runtime/QuietExceptions.h"
 #include "Ostrel/text/Printable.h"
 
@@ -27,6 +28,12 @@ namespace {
 
 constexpr std::size_t usualSize = 512; ///< bytes; longer lines are formatted on the heap
 constexpr std::size_t longestLine = 3000; ///< bytes of a text that standard error shows
+
+constexpr Metric::Family dropped{"ostrel_log_lines_dropped_total", "Lines that the log lacks, by why.",
+                                 "reason"};
+Counter repeatedLines(dropped, "repeated"); ///< a place has written its few of this second
+Counter blockedLines(dropped, "blocked"); ///< standard error takes nothing
+Counter memoryLines(dropped, "memory");
 
 struct Log {
     std::atomic<DebugLevel> level = DebugLevel::Information;
@@ -104,8 +111,12 @@ std::unique_ptr<spdlog::logger> makeLogger() {
 }
 
 void writeToStandardError(const DebugLine& line, DebugLevel level) {
-    if (level > log().level.load(std::memory_order_relaxed) || !takesLine())
+    if (level > log().level.load(std::memory_order_relaxed))
         return;
+    if (!takesLine()) {
+        blockedLines.increment();
+        return;
+    }
     static auto& logger = *makeLogger().release();
     logger.log(severity(level), "[{}:{}] {}", line.module, line.line,
                std::string_view(line.text).substr(0, longestLine));
@@ -168,6 +179,7 @@ bool admit(const LineLimit::Place& place) {
     tellLeftOutUnderLock(state, now);
     if (state.limit.admit(place, now))
         return true;
+    repeatedLines.increment();
     if (!std::exchange(state.isFlushedAtExit, true))
         std::atexit(tellLeftOutAtExit);
     return false;
@@ -205,7 +217,7 @@ void ostrelDebugPrint(DebugLevel level, const char* module, const char*, int lin
         if (hasSink || LineLimit::Lifted::isAlive() || admit({int(shown), module, line, format}))
             write({level, module, line, {}}, formatText(format, arguments), shown);
     } catch (...) {
-        // The line is dropped: there is nowhere left to report it.
+        memoryLines.increment(); // there is nowhere else left to report it
     }
     va_end(arguments);
 }

@@ -1,10 +1,14 @@
 #include "Ostrel/runtime/Mutex.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Metric.h"
 
 namespace Ostrel {
 
 namespace {
+
+Counter released({"ostrel_locks_released_total",
+                  "Locks that a handler or a task left held and the platform released."});
 
 /// What the thread holds, the latest first: a chain through the mutexes themselves, so that
 /// locking allocates nothing.
@@ -45,6 +49,7 @@ void Mutex::releaseHeld(const std::string& holder) {
         ostrelDebugPrint(DebugLevel::Error, "Mutex", "Mutex", __LINE__,
                          "%s was still held when %s ended; released\n", mutex->name_.c_str(), holder.c_str());
         mutex->releaseUnderLock();
+        released.increment();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Ostrel/runtime/Task.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/runtime/Mutex.h"
 #include "Ostrel/runtime/Tasks.h"
 #include "Ostrel/runtime/Turn.h"
@@ -22,6 +23,9 @@ namespace {
 
 constexpr std::size_t minimumStack = 256u << 10; ///< bytes; less is not enough for a sanitizer's frames
 constexpr std::size_t nameLimit = 15; ///< bytes of a thread's name that the system takes
+
+Gauge tasks({"ostrel_tasks", "Tasks that are alive, such as those of scans."});
+Counter refusedTasks(refusals, "tasks");
 
 thread_local TaskIdentity* currentTask = nullptr;
 
@@ -84,6 +88,7 @@ void* runTask(void* identity) {
     task.finished = true;
     state.limitUnderLock();
     --state.alive;
+    tasks.decrement();
     state.quiet.notify_all();
     return nullptr;
 }
@@ -109,19 +114,26 @@ TaskHandle OS_TaskSpawnParam(const char* name, int, unsigned stackSize, TaskBody
     auto& state = Tasks::instance();
     const std::lock_guard lock(state.mutex);
     reapUnderLock(state);
-    if (state.stopping > 0 || state.alive >= taskLimit)
+    if (state.stopping > 0)
         return nullptr;
+    if (state.alive >= taskLimit) {
+        refusedTasks.increment();
+        return nullptr;
+    }
     state.all.push_back(std::make_unique<TaskIdentity>(name, body, param));
     auto& task = *state.all.back();
     state.awakenUnderLock(task);
     if (!startThread(task, stackSize)) {
         state.all.pop_back();
         state.limitUnderLock();
+        refusedTasks.increment();
         return nullptr;
     }
     ++state.alive;
+    tasks.increment();
     return &task;
 } catch (const std::bad_alloc&) {
+    refusedTasks.increment();
     return nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/IRPC.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/transport/ConnectionHub.h"
 #include "Ostrel/transport/HttpReader.h"
 #include "Ostrel/transport/Lanes.h"
@@ -25,6 +26,40 @@ using boost::system::error_code;
 
 namespace {
 
+constexpr Metric::Family connections{"ostrel_connections", "Connections that are open now.", "kind"};
+Gauge httpNow(connections, "http");
+Gauge webSocketsNow(connections, "websocket");
+constexpr Metric::Family opened{"ostrel_connections_opened_total",
+                                "Connections let in, and those of them that became a WebSocket.", "kind"};
+Counter httpOpened(opened, "http");
+Counter webSocketsOpened(opened, "websocket");
+
+Counter overWaiting(cutOffs, "waiting");
+Counter stalledReaders(cutOffs, "stalled_reader");
+Counter lateHeads(cutOffs, "head_time");
+Counter lateBodies(cutOffs, "body_time");
+Counter idleOnes(cutOffs, "idle");
+Counter silentOnes(cutOffs, "ping");
+Counter lateGoodbyes(cutOffs, "closing_time");
+Counter lackOfMemory(cutOffs, "memory");
+Counter failures(cutOffs, "failure");
+
+/// Who lets its time run out in that phase.
+Counter& latecomersOf(Phase phase) {
+    switch (phase) {
+    case Phase::KeptAlive:
+        return idleOnes;
+    case Phase::ReadingHead:
+        return lateHeads;
+    case Phase::ReadingBody:
+        return lateBodies;
+    case Phase::Open:
+        return silentOnes;
+    default:
+        return lateGoodbyes;
+    }
+}
+
 /// How long a request is worked on before its client is asked whether it still waits.
 constexpr std::chrono::seconds askAfter{1};
 
@@ -45,6 +80,8 @@ Connection::~Connection() {
 // From phase to phase
 
 void Connection::start() {
+    httpOpened.increment();
+    countAs(&httpNow);
     enter(Phase::ReadingHead);
     awaitRequest();
 }
@@ -68,9 +105,10 @@ void Connection::stop() {
         finish();
 }
 
-void Connection::cutOff() {
+void Connection::cutOff(Counter& reason) {
     if (phase_ == Phase::Closed)
         return;
+    countCutOff(reason);
     ostrelDebugPrint(DebugLevel::Warning, "Connection", "Connection", __LINE__,
                      "a client let %zu bytes wait and is cut off\n", output_.getWaiting());
     if (phase_ != Phase::Open) {
@@ -80,6 +118,18 @@ void Connection::cutOff() {
     cutOff_ = true;
     output_.dropUnsent();
     sayGoodbye(boost::beast::websocket::close_code::try_again_later);
+}
+
+void Connection::countCutOff(Counter& reason) noexcept {
+    if (!std::exchange(isCutOffCounted_, true))
+        reason.increment();
+}
+
+void Connection::countAs(Gauge* kind) noexcept {
+    if (kind != nullptr)
+        kind->increment();
+    if (auto* before = std::exchange(countedAs_, kind))
+        before->decrement();
 }
 
 void Connection::sayGoodbye(boost::beast::websocket::close_code code) {
@@ -124,6 +174,7 @@ void Connection::close() noexcept {
     if (phase_ == Phase::Closed)
         return;
     phase_ = Phase::Closed;
+    countAs(nullptr);
     if (webSocket_ != nullptr)
         webSocket_->unsubscribe();
     if (client_ != nullptr)
@@ -154,6 +205,7 @@ void Connection::releaseWebSocket() noexcept {
 void Connection::fail(const char* what) noexcept {
     ostrelDebugPrint(DebugLevel::Error, "Connection", "Connection", __LINE__, "%s(): caught exception: %s\n",
                      "guarded", what);
+    countCutOff(failures);
     close();
 }
 
@@ -222,11 +274,16 @@ Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) con
 
 void Connection::tick(Clock::time_point now) {
     const bool over = now >= patience_.getEnd();
-    if (lost_ || (isUnread() && hasGone(now)))
+    if (lost_) {
+        countCutOff(lackOfMemory);
         close();
-    else if ((waits_ || over) && output_.isStalled(now, cutOff_ ? limits_.closing : limits_.stalledReader))
-        phase_ == Phase::Open ? cutOff() : close();
-    else if (over)
+    } else if (isUnread() && hasGone(now)) {
+        close();
+    } else if ((waits_ || over) &&
+               output_.isStalled(now, cutOff_ ? limits_.closing : limits_.stalledReader)) {
+        countCutOff(stalledReaders);
+        phase_ == Phase::Open ? cutOff(stalledReaders) : close();
+    } else if (over)
         runOut(now);
 }
 
@@ -274,6 +331,7 @@ void Connection::runOut(Clock::time_point now) {
         patience_.begin(getPatience(), now);
         webSocket_->ping();
     } else {
+        countCutOff(latecomersOf(phase_));
         close();
     }
 }
@@ -289,7 +347,7 @@ void Connection::send(std::string head, std::shared_ptr<const RPCNotification> n
     output_.push(std::move(head), std::move(notification));
     const auto& cost = output_.getCost();
     if (phase_ == Phase::Open && cost.notifications + cost.texts > limits_.waiting)
-        cutOff();
+        cutOff(overWaiting);
 }
 
 void Connection::withdraw(const RPCNotification& notification) {
@@ -458,6 +516,8 @@ void Connection::upgrade(const Http::Upgrade& upgrade) {
     if (phase_ == Phase::Closed)
         return;
     reader_.reset();
+    webSocketsOpened.increment();
+    countAs(&webSocketsNow);
     enter(Phase::Open);
     webSocket_->open([this](std::string_view text) { work(webSocket_->getServer(), text); });
 }

@@ -19,6 +19,7 @@
 namespace Ostrel {
 
 class ConnectionHub;
+class Gauge;
 class HttpReader;
 class RPCServer;
 class WebSocket;
@@ -52,7 +53,8 @@ public:
 
     /// Cuts off a client that has let too much wait, or for too long: what has not begun to go out
     /// is dropped. A WebSocket's client that reads again within the closing time is told why.
-    void cutOff();
+    /// @param reason  counts it
+    void cutOff(Counter& reason);
 
     /// Whether a message is being carried out elsewhere.
     bool isWorking() const { return working_; }
@@ -79,11 +81,13 @@ private:
     void heard() override;
     void waitingChanged() override;
     void allSent() override;
+    void countCutOff(Counter& reason) noexcept override;
     void sayGoodbye(boost::beast::websocket::close_code code) override;
     void finish() override;
     void fail(const char* what) noexcept override;
     void giveUp() noexcept override { lost_ = true; }
 
+    void countAs(Gauge* kind) noexcept;
     void enter(Phase phase);
     std::chrono::milliseconds getPatience() const;
     bool isClientsTurn() const;
@@ -120,6 +124,8 @@ private:
     bool late_ = false; ///< it has run out, but the system still has bytes for the client
     bool pinged_ = false; ///< and nothing heard since
     bool cutOff_ = false; ///< it has the closing time to take what is left
+    bool isCutOffCounted_ = false;
+    Gauge* countedAs_ = nullptr; ///< null while it does not count as open
     bool working_ = false; ///< a message is being carried out elsewhere
     bool asked_ = false; ///< whether anybody waits for its reply
     Clock::time_point workingSince_;

@@ -13,6 +13,7 @@
 
 namespace Ostrel {
 
+class Counter;
 class Input;
 class RPCNotification;
 
@@ -63,6 +64,9 @@ public:
 
     /// The last byte that waited has gone out.
     virtual void allSent() = 0;
+
+    /// Counts why this side ends the connection, the first time that there is a reason.
+    virtual void countCutOff(Counter& reason) noexcept = 0;
 
     /// Closes a WebSocket with a code, which the client answers.
     virtual void sayGoodbye(boost::beast::websocket::close_code code) = 0;

@@ -1,6 +1,7 @@
 #include "Ostrel/transport/Door.h"
 
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/transport/OwnFile.h"
 #include "Ostrel/transport/StartError.h"
 
@@ -27,6 +28,8 @@ using boost::system::error_code;
 using Local = asio::local::stream_protocol;
 
 namespace {
+
+Counter heldUp(holdUps, "accept");
 
 /// Bytes; the system takes twice as much, and up to 6 MiB of its own accord.
 constexpr int receiveBuffer = 128 << 10;
@@ -176,6 +179,7 @@ void Door::accept() {
 }
 
 void Door::acceptLater(const std::string& why) {
+    heldUp.increment();
     const auto now = Clock::now();
     if (now >= silentUntil_) {
         silentUntil_ = now + silentTime;

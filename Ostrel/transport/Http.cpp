@@ -1,8 +1,10 @@
 #include "Ostrel/transport/Http.h"
 
 #include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/text/Printable.h"
 #include "Ostrel/transport/Credentials.h"
+#include "Ostrel/transport/MetricsPage.h"
 #include "Ostrel/transport/WebSocketFrame.h"
 
 #include <boost/beast/http/error.hpp>
@@ -24,9 +26,17 @@ constexpr std::string_view descriptionPath = "/openrpc.json";
 constexpr std::string_view descriptionFolder = "/openrpc/";
 constexpr std::string_view descriptionEnd = ".json";
 constexpr std::string_view healthPath = "/healthz";
+constexpr std::string_view metricsPath = "/metrics";
+
+Counter refusedHosts(refusals, "host");
+Counter refusedOrigins(refusals, "origin");
+Counter wrongTokens(refusals, "token");
+Counter longHeads(refusals, "head_too_long");
+Counter longBodies(refusals, "body_too_long");
+Counter malformedOnes(refusals, "malformed");
 
 /// What is no place in the page, though nothing is there.
-constexpr std::array ownPaths = {"/rpc", "/openrpc", "/metrics"};
+constexpr std::array ownPaths = {"/rpc", "/openrpc"};
 
 constexpr std::array jsonTypes = {"application/json", "application/json-rpc", "application/jsonrequest"};
 
@@ -100,6 +110,11 @@ Answer refusal(http::status status, std::string why) {
     return {.status = status, .body = std::move(why), .last = true};
 }
 
+Answer malformed(std::string why) {
+    malformedOnes.increment();
+    return refusal(http::status::bad_request, std::move(why));
+}
+
 Answer wrongMethod(const std::string& allowed) {
     return {.status = http::status::method_not_allowed,
             .body = "the method is not one of " + allowed + '\n',
@@ -111,6 +126,7 @@ Answer unknownServer(std::string_view name) {
 }
 
 Answer tokenMissing() {
+    wrongTokens.increment();
     return {.status = http::status::unauthorized,
             .body = "the right token is needed: Authorization: Bearer TOKEN\n",
             .headers = "WWW-Authenticate: Bearer\r\n"};
@@ -120,6 +136,10 @@ Answer answerHealth() {
     if (RPCServer::running().empty())
         return {http::status::service_unavailable, "no server is running\n"};
     return {http::status::ok, "ok\n"};
+}
+
+Answer answerMetrics() {
+    return {http::status::ok, writeMetrics(), MetricsText::contentType};
 }
 
 Answer answerPreflight() {
@@ -133,7 +153,7 @@ Answer answerPreflight() {
 /// Whether it is a WebSocket's upgrade that can succeed, and if not, why.
 std::optional<Answer> refuseUpgrade(const Http::Request& request) {
     if (!isWebSocketKey(view(request[http::field::sec_websocket_key])))
-        return refusal(http::status::bad_request, "Sec-WebSocket-Key is not 16 bytes in base64\n");
+        return malformed("Sec-WebSocket-Key is not 16 bytes in base64\n");
     if (request[http::field::sec_websocket_version] != "13") {
         auto answer =
             refusal(http::status::upgrade_required, "only version 13 of the WebSocket protocol is spoken\n");
@@ -152,15 +172,17 @@ Http::Http(const Admission& admission, const Advice& advice, const std::string& 
 
 std::optional<Answer> Http::refuseHead(const Request& head) const {
     if (head.count(http::field::transfer_encoding) != 0)
-        return refusal(http::status::bad_request, "Transfer-Encoding is not taken; send Content-Length\n");
+        return malformed("Transfer-Encoding is not taken; send Content-Length\n");
 
     const bool anyHost = localAddress_.empty();
     if (head.count(http::field::host) != 1 && !anyHost)
-        return refusal(http::status::bad_request, "one Host header is needed\n");
+        return malformed("one Host header is needed\n");
     const auto host = view(head[http::field::host]);
-    if (!anyHost && pathOf(head) != healthPath && !admission_.acceptsHost(host, localAddress_))
+    if (!anyHost && pathOf(head) != healthPath && !admission_.acceptsHost(host, localAddress_)) {
+        refusedHosts.increment();
         return refusal(http::status::forbidden, "Host " + excerpt(host) + " is not this machine" +
                                                     advise(advice_.foreignHost, withoutPort(host)) + '\n');
+    }
 
     if (judgeOrigin(head) == Admission::Origin::Refused)
         return refuseOrigin(head);
@@ -182,6 +204,8 @@ Http::Outcome Http::decide(const Request& request) const {
         return wrongMethod("GET, HEAD");
     if (path == healthPath)
         return answerHealth();
+    if (path == metricsPath)
+        return acceptsToken(request) ? answerMetrics() : tokenMissing();
     return show(request, path);
 }
 
@@ -249,6 +273,7 @@ bool Http::acceptsToken(const Request& request) const {
 }
 
 Answer Http::refuseOrigin(const Request& head) const {
+    refusedOrigins.increment();
     const auto origin = view(head[http::field::origin]);
     std::string why =
         "pages from " + excerpt(origin) + " may not call" + advise(advice_.foreignOrigin, origin);
@@ -272,15 +297,19 @@ std::string Http::getAllowedOrigin(const Request& head) const {
 }
 
 std::optional<Answer> Http::answerFailure(const boost::system::error_code& failure) {
-    if (failure == http::error::header_limit || failure == http::error::buffer_overflow)
+    if (failure == http::error::header_limit || failure == http::error::buffer_overflow) {
+        longHeads.increment();
         return refusal(http::status::request_header_fields_too_large,
                        "the request's line and headers are too long\n");
-    if (failure == http::error::body_limit)
+    }
+    if (failure == http::error::body_limit) {
+        longBodies.increment();
         return refusal(http::status::payload_too_large, "the request's body is too long\n");
+    }
     const auto& ofHttp = http::make_error_code(http::error::bad_method).category();
     if (failure.category() == ofHttp && failure != http::error::end_of_stream &&
         failure != http::error::partial_message)
-        return refusal(http::status::bad_request, "not an HTTP/1.1 request: " + failure.message() + '\n');
+        return malformed("not an HTTP/1.1 request: " + failure.message() + '\n');
     return std::nullopt;
 }
 

@@ -1,5 +1,6 @@
 #include "Ostrel/transport/Lanes.h"
 
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/runtime/Turn.h"
 
 #include <algorithm>
@@ -22,6 +23,8 @@ constexpr double leastMilliseconds = 0.01; ///< less makes no difference
 constexpr std::chrono::duration<double> halfLife{10};
 constexpr std::size_t repliesTogether = 64u << 20; ///< bytes of replies in the making
 constexpr std::chrono::milliseconds lookAgain{100}; ///< whether a client has become quick meanwhile
+
+Counter heldUp(holdUps, "notifications");
 
 /// That this thread has had.
 Lanes::Client::Clock::duration getProcessorTime() {
@@ -282,6 +285,8 @@ void Lanes::chargeNotifications(Client& client, RPCMessage& message) {
     const auto now = Client::Clock::now();
     const auto own = sent * second / mostNotified_;
     notified_ = std::max(notified_, now) + own;
+    if (notified_ > now + second)
+        heldUp.increment();
     client.slowDown(std::min(notified_ - second, now + std::max(second, 100 * own)));
     if (!message.isDone())
         message.delay(client.getSlowedUntil());

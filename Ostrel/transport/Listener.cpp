@@ -2,6 +2,7 @@
 
 #include "Ostrel/rpc/RPCNotifier.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/runtime/Turn.h"
 #include "Ostrel/transport/Connection.h"
 #include "Ostrel/transport/ConnectionHub.h"
@@ -36,6 +37,10 @@ namespace asio = boost::asio;
 using boost::system::error_code;
 
 namespace {
+
+Gauge waitingAlone(waitingBytes, "answers");
+Counter refusedConnections(refusals, "connections");
+Counter cutOffForAll(cutOffs, "waiting_together");
 
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
@@ -90,6 +95,7 @@ public:
 
     void addWaiting(std::ptrdiff_t change) override {
         waiting_ += change;
+        waitingAlone.increment(change);
         heap_.saw(getWaiting());
         if (change <= 0 || getWaiting() <= options_.limits.waitingTogether)
             return;
@@ -149,6 +155,8 @@ public:
 private:
     void welcome(Door::Guest guest) {
         const bool full = open_ >= options_.limits.connections;
+        if (full)
+            refusedConnections.increment();
         if (full && refused_.size() >= mostRefused)
             return;
         auto peer = std::make_shared<RPCPeer>(++welcomed_, std::move(guest.name));
@@ -296,7 +304,7 @@ private:
             if (worst == nullptr)
                 return;
             try {
-                worst->cutOff();
+                worst->cutOff(cutOffForAll);
             } catch (...) {
                 worst->close(); // which is no fault of whoever is served now
             }

@@ -1,8 +1,14 @@
 #include "Ostrel/transport/MessageBudget.h"
 
+#include "Ostrel/runtime/Families.h"
+
 #include <algorithm>
 
 namespace Ostrel {
+
+namespace {
+Counter heldUp(holdUps, "messages");
+}
 
 void MessageBudget::serve() {
     while (!line_.empty()) {
@@ -37,6 +43,8 @@ bool MessageBudget::Reader::mayRead(std::size_t size) {
     budget_.line_.push_back(this);
     inLine_ = true;
     budget_.serve();
+    if (inLine_)
+        heldUp.increment();
     return !inLine_;
 }
 

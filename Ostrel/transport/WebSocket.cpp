@@ -1,12 +1,14 @@
 #include "Ostrel/transport/WebSocket.h"
 
 #include "Ostrel/rpc/RPCServer.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/transport/Conversation.h"
 #include "Ostrel/transport/Input.h"
 #include "Ostrel/transport/WebSocketFrame.h"
 #include "Ostrel/transport/WebSocketLayer.h"
 
 #include <boost/asio/post.hpp>
+#include <boost/beast/websocket/error.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include <utility>
@@ -21,6 +23,21 @@ namespace websocket = beast::websocket;
 using boost::system::error_code;
 
 namespace {
+
+Counter binaryMessages(cutOffs, "binary");
+Counter badTexts(cutOffs, "bad_utf8");
+Counter longMessages(cutOffs, "message_too_long");
+Counter wrongFrames(cutOffs, "bad_frame");
+
+/// What Beast ends a conversation for; null when it was the client who has ended it.
+Counter* reasonOf(const error_code& failure) {
+    using websocket::error;
+    if (failure == error::message_too_big || failure == error::buffer_overflow)
+        return &longMessages;
+    if (failure == error::bad_frame_payload)
+        return &badTexts;
+    return failure == websocket::condition::protocol_violation ? &wrongFrames : nullptr;
+}
 
 /// A buffer that a large message has widened is given back.
 constexpr std::size_t keptCapacity = 64u << 10;
@@ -65,10 +82,13 @@ void WebSocket::readMessage() {
     if (conversation_.getPhase() != Phase::Open)
         return;
     stream_->async_read(buffer_, conversation_.guarded([this](error_code failure, std::size_t) {
-        if (failure)
+        if (failure) {
+            if (auto* reason = reasonOf(failure))
+                conversation_.countCutOff(*reason);
             conversation_.finish();
-        else
+        } else {
             messageCame();
+        }
     }));
 }
 
@@ -77,6 +97,7 @@ void WebSocket::messageCame() {
     if (conversation_.getPhase() != Phase::Open)
         return;
     if (!stream_->got_text()) {
+        conversation_.countCutOff(binaryMessages);
         conversation_.sayGoodbye(websocket::close_code::unknown_data);
         return;
     }
@@ -85,6 +106,7 @@ void WebSocket::messageCame() {
     // Beast checks every byte as it comes, but not that the text is whole when its last frame
     // is empty.
     if (endsInsideCharacter(text)) {
+        conversation_.countCutOff(badTexts);
         conversation_.sayGoodbye(websocket::close_code::bad_payload);
         return;
     }

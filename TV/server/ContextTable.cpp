@@ -1,12 +1,18 @@
 #include "TV/server/ContextTable.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Families.h"
 #include "Ostrel/runtime/Turn.h"
 
 #include <random>
 #include <utility>
 
 namespace Ostrel::TV {
+
+namespace {
+Gauge contexts({"ostrel_contexts", "Contexts that are alive."});
+Counter refusedContexts(refusals, "contexts");
+} // namespace
 
 struct ContextTable::Slot {
     TVModuleContext* context = nullptr; ///< null while it is being made
@@ -24,7 +30,10 @@ std::uint32_t ContextTable::systemRandom() {
 ContextTable::ContextTable(Clock clock, Random random)
     : clock_(std::move(clock)), random_(std::move(random)), mutex_("TV/server/ContextTable", 0) {}
 
-ContextTable::~ContextTable() = default;
+ContextTable::~ContextTable() {
+    const Mutex::Hold hold(mutex_);
+    contexts.decrement(std::int64_t(slots_.size()));
+}
 
 std::uint32_t ContextTable::add(const std::function<TVModuleContext*()>& make,
                                 const std::shared_ptr<RPCPeer>& peer) {
@@ -51,18 +60,23 @@ std::uint32_t ContextTable::reserve(const std::shared_ptr<RPCPeer>& peer) {
     slot->lastUse = clock_();
 
     const Mutex::Hold hold(mutex_);
-    if (slots_.size() >= limit)
+    if (slots_.size() >= limit) {
+        refusedContexts.increment();
         throw Exception(ReturnCode::OutOfMemory);
+    }
     for (;;) {
         const std::uint32_t identifier = random_();
-        if (identifier != 0 && slots_.emplace(identifier, slot).second)
+        if (identifier != 0 && slots_.emplace(identifier, slot).second) {
+            contexts.increment();
             return identifier;
+        }
     }
 }
 
 void ContextTable::cancel(std::uint32_t identifier) {
     const Mutex::Hold hold(mutex_);
     slots_.erase(identifier);
+    contexts.decrement();
 }
 
 ContextTable::Pin ContextTable::pin(std::uint32_t identifier) {
@@ -85,6 +99,7 @@ TVModuleContext* ContextTable::remove(std::uint32_t identifier) {
             return nullptr;
         slot = std::move(found->second);
         slots_.erase(found);
+        contexts.decrement();
     }
     if (slot->pins.load() > 0) {
         const Turn::Pause pause; // a reader may take long, and others want the turn

@@ -131,7 +131,7 @@ test('the page is behind "/" and one word, and paths that climb are refused', as
     assert.deepEqual(bytes, page, path);
     assert.equal(headers['cache-control'], 'no-cache', path);
   }
-  for (const path of ['/gone.js', '/assets', '/assets/', '/assets/gone-01234567.js', '/guide/now', '/rpc', '/metrics']) {
+  for (const path of ['/gone.js', '/assets', '/assets/', '/assets/gone-01234567.js', '/guide/now', '/rpc']) {
     const { status, bytes } = await ask(address, path);
     assert.equal(status, 404, path);
     assert.match(bytes.toString(), /^there is nothing here; calls go to /, path);

@@ -82,6 +82,7 @@ void DummyTVModule::reset() {
     services.swap(all);
     transponders.swap(frequencies);
     scannedServices.clear();
+    scanState.stop();
     scanState = ScanState(); // its task finds no scan to come back for
     signalStatus = ITVService::SignalStatus();
     ++age;

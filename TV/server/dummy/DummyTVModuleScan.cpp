@@ -4,6 +4,7 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
 #include "Ostrel/runtime/Clock.h"
+#include "Ostrel/runtime/Metric.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
@@ -12,6 +13,9 @@
 namespace Ostrel::TV {
 
 namespace {
+
+Gauge runningScans({"ostrel_scan_running", "1 while a scan runs, which all clients share."});
+Counter startedScans({"ostrel_scans_started_total", "Scans that have been started."});
 
 constexpr std::uint32_t bandStartMHz = 474;
 constexpr std::uint32_t bandEndMHz = 851;
@@ -131,6 +135,8 @@ void DummyTVModule::mergeServiceUnderLock(const ITVService::ServiceInfo& service
 }
 
 void DummyTVModule::ScanState::begin(std::vector<std::uint32_t> wanted) {
+    startedScans.increment();
+    runningScans.set(1);
     scanning = true;
     infoValid = true;
     progress = 0;
@@ -149,12 +155,14 @@ bool DummyTVModule::ScanState::step() {
     // Meant so: docs/oddities.md, "A clock set back".
     const auto now = std::max(Clock::now(), startTime);
     scanning = now < endTime;
+    runningScans.set(scanning);
     const auto percent =
         scanning ? static_cast<std::uint32_t>((now - startTime) * 100 / (endTime - startTime)) : 100;
     return std::exchange(progress, percent) != percent;
 }
 
 bool DummyTVModule::ScanState::stop() {
+    runningScans.set(0);
     return std::exchange(scanning, false);
 }
 

@@ -42,6 +42,7 @@ public:
     void withdraw(const RPCNotification&) override {}
     void waitingChanged() override {}
     void allSent() override {}
+    void countCutOff(Counter&) noexcept override {}
     void sayGoodbye(boost::beast::websocket::close_code) override {}
     void finish() override {}
     void close() noexcept override {}

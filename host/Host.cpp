@@ -1,6 +1,7 @@
 #include "host/Host.h"
 
 #include "Ostrel/runtime/Task.h"
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/transport/StartError.h"
 #include "TV/server/dummy/data/WorldFolder.h"
 #include "TV/server/dummy/world/World.h"
@@ -48,7 +49,7 @@ void loadWorld(const std::string& path) {
 
 } // namespace
 
-Host::Host(const HostOptions& options) {
+Host::Host(const HostOptions& options) : tokenFile_(options.tokenFile) {
     const auto addresses = parseAll(listenOption, options.listen, Address::parse);
     Admission admission(parseAll(originOption, options.allowedOrigins, Admission::parseOrigin),
                         parseAll(hostOption, options.allowedHosts, Admission::parseHost),
@@ -75,7 +76,8 @@ Host::Host(const HostOptions& options) {
         listener_.emplace(addresses, std::move(admission),
                           ListenerOptions{.advice = adviseOptions(),
                                           .mainServer = server_->getName(),
-                                          .page = options.page});
+                                          .page = options.page,
+                                          .sockets = options.sockets});
         if (record_)
             record_->begin();
     } catch (...) {
@@ -91,6 +93,16 @@ void Host::start(RPCServer& server, const HostOptions& options) {
         server.addObserver(requestLog_);
     if (!server.init())
         throw StartError("another RPC server runs under the name " + server.getName());
+}
+
+void Host::reload() {
+    if (!tokenFile_.empty())
+        listener_->setToken(Admission::readTokenFile(tokenFile_));
+}
+
+bool Host::isAlive() {
+    const bool turnMoves = Turn::isMoving();
+    return listener_->isAlive() && turnMoves;
 }
 
 Host::~Host() {

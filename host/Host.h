@@ -17,6 +17,7 @@ namespace Ostrel {
 /// What the host is told on its command line.
 struct HostOptions {
     std::vector<std::string> listen = {}; ///< addresses as Address::parse() reads them
+    std::vector<int> sockets = {}; ///< that listen already, and are taken over
     std::vector<std::string> allowedOrigins = {}; ///< as Admission::parseOrigin() reads them
     std::vector<std::string> allowedHosts = {}; ///< as Admission::parseHost() reads them
     std::string tokenFile = {}; ///< empty for none
@@ -45,12 +46,22 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
+    /// Reads again what may change while it serves: the token file, if there is one.
+    /// @throws StartError  the token stays as it was
+    void reload();
+
+    /// Whether the listener's thread and the turn have moved on since the last time this was asked. One
+    /// thread asks.
+    /// @throws std::bad_alloc
+    bool isAlive();
+
     /// Where it serves.
     const std::vector<Address>& getAddresses() const { return listener_->getAddresses(); }
 
 private:
     void start(RPCServer& server, const HostOptions& options);
 
+    const std::string tokenFile_;
     RequestLog requestLog_;
     std::optional<TrafficRecord> record_;
     TV::DummyTVModule module_;

@@ -5,8 +5,10 @@
 #include "commandline/UsageError.h"
 #include "commandline/Values.h"
 #include "host/Host.h"
+#include "host/Operation.h"
 #include "host/PageFiles.h"
 #include "host/PortFile.h"
+#include "host/ServiceManager.h"
 
 #include "Ostrel/runtime/Clock.h"
 #include "Ostrel/runtime/DebugPrint.h"
@@ -18,7 +20,6 @@
 #include <csignal>
 #include <ctime>
 #include <exception>
-#include <initializer_list>
 #include <iostream>
 #include <map>
 #include <new>
@@ -57,40 +58,6 @@ struct Options {
     std::optional<double> speed; ///< of the clock
     bool isHeld = false; ///< the clock
 };
-
-/// Whether somebody wants the host to outlive its terminal, as nohup does.
-bool outlivesTerminal() {
-    struct sigaction hangUp {};
-    return sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler == SIG_IGN;
-}
-
-sigset_t signalSet(std::initializer_list<int> signals) {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : signals)
-        sigaddset(&set, signal);
-    return set;
-}
-
-/// Keeps the signals that end the host away from every thread, so that waitForEnd() gets them.
-sigset_t takeEndSignals() {
-    const auto signals =
-        outlivesTerminal() ? signalSet({SIGINT, SIGTERM}) : signalSet({SIGINT, SIGTERM, SIGHUP});
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return signals;
-}
-
-/// Waits for the first signal, and for those that come together with it: a terminal and its shell
-/// send one each. Whoever sends another one later does not want to wait for the goodbyes.
-void waitForEnd(const sigset_t& signals) {
-    int signal = 0;
-    sigwait(&signals, &signal);
-    const timespec now{};
-    while (sigtimedwait(&signals, nullptr, &now) > 0) {
-    }
-    const auto impatient = signalSet({SIGINT, SIGTERM});
-    pthread_sigmask(SIG_UNBLOCK, &impatient, nullptr);
-}
 
 /// What is written to them and does not get there must not take the service along: their reader
 /// has gone, or the file has the size that it may have.
@@ -166,9 +133,12 @@ template <class Value> Reader texts(std::vector<std::string>& place, Value (*par
 /// @throws UsageError
 void checkPortFile(const Options& options) {
     const auto& listen = options.host.listen;
-    const bool hasPort = std::any_of(listen.begin(), listen.end(), [](const std::string& text) {
-        return !Ostrel::Address::parse(text).isUnix();
-    });
+    const auto& sockets = options.host.sockets;
+    const bool hasPort =
+        std::any_of(listen.begin(), listen.end(),
+                    [](const std::string& text) { return !Ostrel::Address::parse(text).isUnix(); }) ||
+        std::any_of(sockets.begin(), sockets.end(),
+                    [](int socket) { return !Ostrel::Address::ofSocket(socket).isUnix(); });
     if (!options.portFile.empty() && !hasPort)
         throw UsageError("--port-file has no port to tell; serve on HOST:PORT too, with --listen");
 }
@@ -214,7 +184,9 @@ void checkWeather(const Options& options) {
 }
 
 void serve(Options& options) {
-    if (options.host.listen.empty())
+    Ostrel::ServiceManager manager;
+    options.host.sockets = manager.takeSockets();
+    if (options.host.listen.empty() && options.host.sockets.empty())
         options.host.listen = {usualAddress};
     checkWeather(options);
     readClock(options);
@@ -224,15 +196,15 @@ void serve(Options& options) {
     options.host.page = Ostrel::getPageFiles();
 
     ignoreLossOfOutput();
-    const auto signals = takeEndSignals();
+    Ostrel::Operation operation(manager);
     std::optional<Ostrel::PortFile> portFile;
     if (!options.portFile.empty())
         portFile.emplace(options.portFile);
-    const Ostrel::Host host(options.host);
+    Ostrel::Host host(options.host);
     if (portFile)
         portFile->publish(findPort(host.getAddresses())->port);
     tellAddresses(host, !options.host.page.empty());
-    waitForEnd(signals);
+    operation.run(host);
 }
 
 Program makeProgram(Options& options) {
@@ -245,7 +217,11 @@ Program makeProgram(Options& options) {
     program.notes =
         "A token file holds one line of at least 32 characters A-Z a-z 0-9 - _ and is readable by its owner "
         "alone:\n"
-        "  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)";
+        "  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n"
+        "\n"
+        "A service manager such as systemd is told when calls are answered, that the host is alive, and when it "
+        "stops. Sockets that it hands over are served in place of the usual address, and beside those of "
+        "--listen. Where there is no terminal, SIGHUP then has the token file read again.";
     program.examples = {
         "ostrel-tvd                                 # this machine alone, port 8480",
         "ostrel-tvd --today                         # always on air, by your own clock",

@@ -24,6 +24,7 @@ struct Line {
     Waiter* first = nullptr;
     Waiter** end = &first; ///< where the next to come is noted
     unsigned length = 0;
+    bool given = true; ///< since somebody asked
 };
 
 /// Never destroyed: threads may outlive the static objects.
@@ -63,6 +64,7 @@ void Turn::give() {
     heldByThread = false;
     auto& state = line();
     const std::lock_guard lock(state.mutex);
+    state.given = true;
     if (state.first == nullptr) {
         state.taken = false;
         return;
@@ -75,6 +77,12 @@ void Turn::give() {
     --state.length;
     next.granted = true;
     next.wake.notify_one();
+}
+
+bool Turn::isMoving() {
+    auto& state = line();
+    const std::lock_guard lock(state.mutex);
+    return std::exchange(state.given, false) || !state.taken;
 }
 
 unsigned Turn::countWaiting() {

@@ -22,6 +22,10 @@ public:
     /// Hands the turn on. The calling thread must hold it.
     static void give();
 
+    /// Whether the turn is free, or has been handed on since the last time this was asked: nobody keeps it
+    /// for good. Any one thread may ask.
+    static bool isMoving();
+
     /// How many wait for the turn now. For tests.
     static unsigned countWaiting();
 

@@ -4,8 +4,15 @@
 #include "Ostrel/transport/StartError.h"
 
 #include <boost/asio/ip/address.hpp>
+#include <boost/asio/ip/tcp.hpp>
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <cstring>
+
+#include <sys/socket.h>
+#include <sys/un.h>
 
 namespace Ostrel {
 
@@ -29,6 +36,22 @@ bool isHost(const std::string& host) {
     boost::system::error_code noAddress;
     readHost(host, noAddress);
     return !noAddress;
+}
+
+/// One of the whole numbers that the system knows of a socket; -1 if it knows nothing.
+int ask(int socket, int option) {
+    int value = -1;
+    socklen_t size = sizeof value;
+    return ::getsockopt(socket, SOL_SOCKET, option, &value, &size) == 0 ? value : -1;
+}
+
+/// The path of a Unix domain socket; of an abstract name, which begins with a zero, as it is written.
+std::string pathOf(const sockaddr_storage& storage, std::size_t size) {
+    const auto* bytes = reinterpret_cast<const char*>(&storage) + offsetof(sockaddr_un, sun_path);
+    size -= std::min(size, offsetof(sockaddr_un, sun_path));
+    if (size == 0 || bytes[0] != '\0')
+        return {bytes, ::strnlen(bytes, size)};
+    return '@' + std::string(bytes + 1, size - 1);
 }
 
 /// Refuses what is no HOST:PORT at all.
@@ -89,6 +112,21 @@ Address Address::parse(const std::string& text) {
         refuse(text, "the host is not an IP address");
     result.host = address.to_string();
     return result;
+}
+
+Address Address::ofSocket(int socket) {
+    sockaddr_storage storage{};
+    socklen_t size = sizeof storage;
+    if (ask(socket, SO_TYPE) != SOCK_STREAM || ask(socket, SO_ACCEPTCONN) != 1 ||
+        ::getsockname(socket, reinterpret_cast<sockaddr*>(&storage), &size) != 0)
+        throw StartError("it is no stream socket that listens");
+    if (storage.ss_family == AF_UNIX)
+        return {.host = {}, .path = pathOf(storage, size)};
+    if (storage.ss_family != AF_INET && storage.ss_family != AF_INET6)
+        throw StartError("it has no IP address and is no Unix domain socket");
+    boost::asio::ip::tcp::endpoint bound;
+    std::memcpy(bound.data(), &storage, std::min(std::size_t(size), bound.capacity()));
+    return {.host = bound.address().to_string(), .port = bound.port(), .path = {}};
 }
 
 bool Address::isLoopback() const {

@@ -18,6 +18,10 @@ struct OSTREL_API Address {
     /// @throws StartError  it is none of these
     static Address parse(const std::string& text);
 
+    /// Where somebody else has bound a listening socket. A name that is no file's begins with '@' here.
+    /// @throws StartError  it is no socket on which clients of these kinds come in
+    static Address ofSocket(int socket);
+
     bool isUnix() const { return !path.empty(); }
 
     /// Whether a host name or numeric address means this machine alone: localhost, 127.x.x.x, ::1.

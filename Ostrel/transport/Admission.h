@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Ostrel {
@@ -36,6 +37,9 @@ public:
     Origin judge(std::string_view origin, std::string_view host) const;
 
     bool needsToken() const { return !token_.empty(); }
+
+    /// Asks for another one from now on; not while others ask.
+    void setToken(std::string token) { token_ = std::move(token); }
 
     /// Compares in constant time.
     bool acceptsToken(std::string_view token) const;

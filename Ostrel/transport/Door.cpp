@@ -62,6 +62,13 @@ void makeRoom(const Address& address) {
         ::unlink(address.path.c_str());
 }
 
+/// As people write it: through an IPv6 socket an IPv4 address comes wrapped.
+std::string textOf(const asio::ip::address& address) {
+    if (address.is_v6() && address.to_v6().is_v4_mapped())
+        return make_address_v4(asio::ip::v4_mapped, address.to_v6()).to_string();
+    return address.to_string();
+}
+
 tcp::endpoint tcpOf(const asio::generic::stream_protocol::endpoint& endpoint) {
     tcp::endpoint result;
     std::memcpy(result.data(), endpoint.data(), std::min(endpoint.size(), result.capacity()));
@@ -82,19 +89,33 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
                          (addressInUse.empty() ? std::string() : "; " + addressInUse));
     if (failure)
         throw StartError("cannot listen on " + address.toString() + ": " + failure.message());
-    if (!hasRoomForClient()) {
-        removeFile();
-        throw StartError("cannot listen on " + address.toString() +
-                         ": no descriptor is left for a client; raise the limit of open files");
-    }
+    checkRoomForClient();
 }
 
-/// Whether the system gives us another descriptor.
-bool Door::hasRoomForClient() {
+Door::Door(asio::io_context& context, int socket)
+    : address_(Address::ofSocket(socket)), acceptor_(context), pause_(context) {
+    int family = 0;
+    socklen_t size = sizeof family;
+    ::getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &size);
+    error_code failure;
+    acceptor_.assign(asio::generic::stream_protocol(family, 0), socket, failure);
+    if (!failure && !address_.isUnix())
+        failure = limitBuffers();
+    if (failure)
+        throw StartError("cannot listen on " + address_.toString() + ": " + failure.message());
+    checkRoomForClient();
+}
+
+/// @throws StartError  the system gives us no other descriptor
+void Door::checkRoomForClient() {
     const int spare = ::fcntl(acceptor_.native_handle(), F_DUPFD_CLOEXEC, 0);
-    if (spare >= 0)
+    if (spare >= 0) {
         ::close(spare);
-    return spare >= 0;
+        return;
+    }
+    removeFile();
+    throw StartError("cannot listen on " + address_.toString() +
+                     ": no descriptor is left for a client; raise the limit of open files");
 }
 
 Door::~Door() {
@@ -115,17 +136,23 @@ error_code Door::listenTcp() {
         acceptor_.set_option(tcp::acceptor::reuse_address(true), failure);
     if (!failure && endpoint.address().is_v6())
         acceptor_.set_option(asio::ip::v6_only(true), failure);
-    // What the system keeps for a client is bounded as well; its sockets inherit it.
     if (!failure)
-        acceptor_.set_option(asio::socket_base::receive_buffer_size(receiveBuffer), failure);
-    if (!failure)
-        acceptor_.set_option(asio::socket_base::send_buffer_size(sendBuffer), failure);
+        failure = limitBuffers();
     if (!failure)
         acceptor_.bind(endpoint, failure);
     if (!failure)
         acceptor_.listen(asio::socket_base::max_listen_connections, failure);
     if (!failure)
         address_.port = tcpOf(acceptor_.local_endpoint()).port();
+    return failure;
+}
+
+/// What the system keeps for a client is bounded as well; its sockets inherit it.
+error_code Door::limitBuffers() {
+    error_code failure;
+    acceptor_.set_option(asio::socket_base::receive_buffer_size(receiveBuffer), failure);
+    if (!failure)
+        acceptor_.set_option(asio::socket_base::send_buffer_size(sendBuffer), failure);
     return failure;
 }
 
@@ -213,8 +240,8 @@ void Door::letIn(Socket socket) {
     const auto local = tcpOf(socket.local_endpoint(gone));
     const auto remote = tcpOf(socket.remote_endpoint(gone));
     if (!gone)
-        welcome_({std::move(socket), local.address().to_string(),
-                  Address{remote.address().to_string(), remote.port(), {}}.toString()});
+        welcome_({std::move(socket), textOf(local.address()),
+                  Address{textOf(remote.address()), remote.port(), {}}.toString()});
 }
 
 } // namespace Ostrel

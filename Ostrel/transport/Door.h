@@ -18,7 +18,8 @@ namespace Ostrel {
 /// One bound address, by which clients come in.
 ///
 /// The file of a Unix domain socket takes the place of one that a host has left behind which did
-/// not stop, and goes with the door, unless somebody has put another in its place.
+/// not stop, and goes with the door, unless somebody has put another in its place. A socket that
+/// somebody else has bound is served as it is, and its file stays.
 ///
 /// Made and closed on any thread; in between on the thread that runs the context.
 class Door {
@@ -35,6 +36,10 @@ public:
     /// @param addressInUse  what the refusal advises when somebody else has the address
     /// @throws StartError  the address cannot be had, or no descriptor is left for a client
     Door(boost::asio::io_context& context, const Address& address, const std::string& addressInUse);
+
+    /// Takes a listening socket over, and closes it at the end.
+    /// @throws StartError  it is none, or no descriptor is left for a client
+    Door(boost::asio::io_context& context, int socket);
     ~Door();
 
     Door(const Door&) = delete;
@@ -58,7 +63,8 @@ private:
 
     boost::system::error_code listenTcp();
     boost::system::error_code listenLocal();
-    bool hasRoomForClient();
+    boost::system::error_code limitBuffers();
+    void checkRoomForClient();
     void removeFile() noexcept;
     void accept();
     void acceptLater(const std::string& why);

@@ -55,11 +55,12 @@ public:
         : options_(options), admission_(std::move(admission)), page_(options.page), addresses_(addresses),
           budget_(options.limits.messagesTogether, options.limits.message), timer_(context_) {
         for (auto& address : addresses_) {
-            if (!address.isLoopback() && !admission_.needsToken())
-                throw StartError(
-                    "listening on " + address.toString() + " lets others in" +
-                    (options_.advice.tokenNeeded.empty() ? "" : "; " + options_.advice.tokenNeeded));
+            checkToken(address);
             address = doors_.emplace_back(context_, address, options_.advice.addressInUse).getAddress();
+        }
+        for (const int socket : options.sockets) {
+            addresses_.push_back(doors_.emplace_back(context_, socket).getAddress());
+            checkToken(addresses_.back());
         }
         for (auto& door : doors_)
             door.open([this](Door::Guest guest) { welcome(std::move(guest)); });
@@ -82,6 +83,23 @@ public:
     }
 
     const std::vector<Address>& getAddresses() const { return addresses_; }
+
+    void setToken(std::string token) {
+        asio::post(context_, [this, token = std::move(token)]() mutable {
+            if (admission_.acceptsToken(token))
+                return; // it is the same
+            admission_.setToken(std::move(token));
+            forEachConnection([](Connection& connection) { connection.stop(); });
+        });
+    }
+
+    bool isAlive() {
+        if (cameRound_ != asked_)
+            return false;
+        asio::post(context_, [this, number = asked_ + 1] { cameRound_ = number; });
+        ++asked_; // not before, since there may be no memory to ask again
+        return true;
+    }
 
     Status getStatus() const { return {open_, getWaiting()}; }
 
@@ -153,6 +171,13 @@ public:
     }
 
 private:
+    /// @throws StartError
+    void checkToken(const Address& address) const {
+        if (!address.isLoopback() && !admission_.needsToken())
+            throw StartError("listening on " + address.toString() + " lets others in" +
+                             (options_.advice.tokenNeeded.empty() ? "" : "; " + options_.advice.tokenNeeded));
+    }
+
     void welcome(Door::Guest guest) {
         const bool full = open_ >= options_.limits.connections;
         if (full)
@@ -317,7 +342,7 @@ private:
     bool hasNone() const { return connections_.empty() && refused_.empty(); }
 
     const ListenerOptions options_;
-    const Admission admission_;
+    Admission admission_; ///< on the listener's thread, once that runs
     const Page page_;
     std::vector<Address> addresses_;
 
@@ -337,6 +362,8 @@ private:
     HeapTrim heap_;
     bool relieving_ = false; ///< clients are being cut off for the sake of all
     bool stopping_ = false; ///< clients are being said goodbye to
+    unsigned asked_ = 0; ///< times that the thread was asked to come round; for who asks
+    std::atomic<unsigned> cameRound_ = 0; ///< the last time that it did
     std::promise<void> allGone_;
 
     Lanes lanes_{Lanes::countProcessors(), options_.limits.notifications};
@@ -360,6 +387,14 @@ Listener::~Listener() = default;
 
 const std::vector<Address>& Listener::getAddresses() const {
     return service_->getAddresses();
+}
+
+void Listener::setToken(std::string token) {
+    service_->setToken(std::move(token));
+}
+
+bool Listener::isAlive() {
+    return service_->isAlive();
 }
 
 void Listener::stop() {

@@ -47,6 +47,20 @@ TEST(TurnTest, WhoGivesItAndAsksAgainIsLast) {
     thread.join();
 }
 
+TEST(TurnTest, MovesUnlessSomebodyKeepsIt) {
+    Turn::isMoving(); // whatever was before
+    EXPECT_TRUE(Turn::isMoving());
+    Turn::take();
+    EXPECT_FALSE(Turn::isMoving());
+    EXPECT_FALSE(Turn::isMoving());
+    Turn::give();
+    Turn::take();
+    EXPECT_TRUE(Turn::isMoving());
+    EXPECT_FALSE(Turn::isMoving());
+    Turn::give();
+    EXPECT_TRUE(Turn::isMoving());
+}
+
 TEST(TurnTest, TryTakeTakesAFreeTurnOnly) {
     ASSERT_TRUE(Turn::tryTake());
     EXPECT_FALSE(Turn::tryTake());

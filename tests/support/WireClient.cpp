@@ -7,6 +7,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -83,6 +84,11 @@ void WireClient::leave() {
     const linger atOnce{1, 0};
     ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     ::close(std::exchange(socket_, -1));
+}
+
+bool WireClient::hasInput(std::chrono::milliseconds patience) const {
+    pollfd ready{socket_, POLLIN, 0};
+    return !input_.empty() || ::poll(&ready, 1, int(patience.count())) > 0;
 }
 
 bool WireClient::readMore() {

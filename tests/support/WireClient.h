@@ -2,6 +2,7 @@
 
 #include "Ostrel/transport/Address.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -42,6 +43,9 @@ public:
 
     /// Leaves without a goodbye: the other side gets a reset, through a Unix socket an end.
     void leave();
+
+    /// Whether something is there to be read, or the other side has ended its sending, within that time.
+    bool hasInput(std::chrono::milliseconds patience = {}) const;
 
     /// Reads to the end of the connection.
     std::string readAll();

@@ -9,8 +9,9 @@
 
 namespace Ostrel::Fuzz {
 
-/// A guide that can be gone through row by row for every input: services 5, 6, 1043, 1044 and 1500, whose
-/// events are of many lengths, begin together here and there, and share titles of few words.
+/// A guide that can be gone through row by row for every input: services 5, 6, 43, 44 and 150, whose
+/// events are of many lengths, begin together here and there, and share titles of few words. Times are
+/// small numbers, on which chance falls more often.
 ///
 /// Its world stays chosen, for as long as the process.
 inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
@@ -18,7 +19,7 @@ inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
     WorldWriter writer;
     writer.describe("few", "UTC");
     unsigned number = 0;
-    for (const int service : {5, 6, 1043, 1044, 1500}) {
+    for (const int service : {5, 6, 43, 44, 150}) {
         const auto dvbId = static_cast<unsigned>(service);
         writer.addToLineup({.frequencyMHz = 690,
                             .channelNumber = dvbId,
@@ -28,9 +29,9 @@ inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
                             .dvbId = dvbId,
                             .provider = {},
                             .line = {}});
-        std::int64_t time = 1318748400 + service % 5 * 300; // 2011-10-16 07:00 UTC
+        std::int64_t time = 100 + service % 5 * 3;
         for (unsigned i = 0; i != eventsOfEach; ++i, ++number) {
-            constexpr int lengths[] = {300, 600, 1800, 900, 82800, 60};
+            constexpr int lengths[] = {3, 6, 18, 9, 828};
             constexpr int contents[] = {-1, 0, 0x10, 0x20, 0xFF, 0x110, 0x20};
             constexpr const char* titles[] = {"News", "Weather",    "News and Weather", "a",
                                               "aaab", "Quay \"9\"", "\u00e9t\u00e9",    "NEWS"};
@@ -42,7 +43,7 @@ inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
             event.hd = number % 11 == 0;
             event.title = titles[number % 8];
             event.synopsis = number % 5 == 0 ? "" : titles[number % 13 % 8];
-            time = event.end + (i % 17 == 0 ? 60 : 0);
+            time = event.end + (i % 17 == 0 ? 1 : 0);
             writer.add({.id = service, .network = 1, .stream = 1, .dvbId = dvbId}, event);
         }
     }

@@ -6,12 +6,21 @@
 #include "TV/server/dummy/guide/Guide.h"
 
 #include <cstdint>
+#include <iterator>
 
 namespace Ostrel::Fuzz {
 
-/// A guide that can be gone through row by row for every input: services 5, 6, 43, 44 and 150, whose
-/// events are of many lengths, begin together here and there, and share titles of few words. Times are
-/// small numbers, on which chance falls more often.
+/// The services of fewEvents(), which are their channel numbers and their DVB service ids, too.
+constexpr int fewServices[] = {5, 6, 43, 44, 150};
+constexpr unsigned fewFrequencies[] = {690, 722, 690, 474, 850}; ///< in MHz; of each service
+
+/// What type of service one is, by its place among them.
+constexpr unsigned typeOfFew(unsigned place) {
+    return 1 + place % 3;
+}
+
+/// A guide that can be gone through row by row for every input: events of many lengths, which begin together
+/// here and there and share titles of few words. Times are small numbers, on which chance falls more often.
 ///
 /// Its world stays chosen, for as long as the process.
 inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
@@ -19,10 +28,12 @@ inline const TV::Guide& fewEvents(unsigned eventsOfEach) {
     WorldWriter writer;
     writer.describe("few", "UTC");
     unsigned number = 0;
-    for (const int service : {5, 6, 43, 44, 150}) {
+    for (unsigned place = 0; place != std::size(fewServices); ++place) {
+        const int service = fewServices[place];
         const auto dvbId = static_cast<unsigned>(service);
-        writer.addToLineup({.frequencyMHz = 690,
+        writer.addToLineup({.frequencyMHz = fewFrequencies[place],
                             .channelNumber = dvbId,
+                            .type = typeOfFew(place),
                             .name = "Service",
                             .network = 1,
                             .stream = 1,

@@ -10,6 +10,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <utility>
 
@@ -77,6 +78,13 @@ bool isHostName(std::string_view host) {
     return !noAddress || (!host.empty() && std::all_of(host.begin(), host.end(), [](unsigned char byte) {
         return byte < 0x80 && (std::isalnum(byte) || byte == '.' || byte == '-' || byte == '_');
     }));
+}
+
+/// Whether a service manager keeps the file for this process. One user more than the owner may then read
+/// it, and what that one may shows in the place of what the group may.
+bool isCredential(const std::string& path) {
+    const char* folder = std::getenv("CREDENTIALS_DIRECTORY");
+    return folder != nullptr && *folder != '\0' && path.starts_with(std::string(folder) + '/');
 }
 
 /// Whether it is HOST or HOST:PORT.
@@ -157,7 +165,7 @@ std::string Admission::readTokenFile(const std::string& path) {
     std::ifstream file(path);
     if (!file || ::stat(path.c_str(), &status) != 0)
         throw StartError("cannot read the token file " + path);
-    if ((status.st_mode & 077) != 0)
+    if ((status.st_mode & (isCredential(path) ? 007 : 077)) != 0)
         throw StartError("the token file " + path + " can be read by others; run chmod 600 on it");
 
     std::string token;

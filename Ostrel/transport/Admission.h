@@ -53,7 +53,7 @@ public:
     static std::string parseHost(const std::string& text);
 
     /// Reads a token file: readable by its owner alone, one line of at least 32 characters of
-    /// the base64url alphabet.
+    /// the base64url alphabet. One below $CREDENTIALS_DIRECTORY may be readable by the group.
     /// @throws StartError  it is not such a file
     static std::string readTokenFile(const std::string& path);
 

@@ -198,6 +198,18 @@ TEST_F(TokenFileTest, IsRefusedWhenOthersCanReadIt) {
                  StartError);
 }
 
+TEST_F(TokenFileTest, ThatAServiceManagerKeepsMayBeReadByOneMore) {
+    using std::filesystem::perms;
+    const std::string token(40, 't');
+    const auto folder = directory_.file("");
+    ::setenv("CREDENTIALS_DIRECTORY", folder.substr(0, folder.size() - 1).c_str(), 1);
+    EXPECT_EQ(Admission::readTokenFile(write(token, ownerOnly | perms::group_read)), token);
+    EXPECT_THROW(Admission::readTokenFile(write(token, ownerOnly | perms::others_read)), StartError);
+    ::setenv("CREDENTIALS_DIRECTORY", "/elsewhere", 1);
+    EXPECT_THROW(Admission::readTokenFile(write(token, ownerOnly | perms::group_read)), StartError);
+    ::unsetenv("CREDENTIALS_DIRECTORY");
+}
+
 TEST(AddressTest, IsReadAndPrinted) {
     const std::pair<const char*, const char*> rows[] = {
         {"127.0.0.1:8480", "127.0.0.1:8480"}, {"localhost:0", "127.0.0.1:0"},

@@ -170,12 +170,13 @@ public:
         return result(text + number("reserved6", 0) + number("reserved7", 0) + "}");
     }
 
-    // The clock, on whose whole seconds all tasks wake
+    // The clock, on whose whole and half seconds all tasks wake
 
     std::int64_t now() const { return now_; }
 
     void pass(unsigned seconds) {
         for (; seconds != 0; --seconds) {
+            update(false); // half a second later
             ++now_;
             update(false);
         }

@@ -193,11 +193,17 @@ std::optional<Answer> Http::refuseHead(const Request& head) const {
 
 Http::Outcome Http::decide(const Request& request) const {
     const auto path = pathOf(request);
-    if (path.starts_with(rpcPath))
+    const bool isRpc = path.starts_with(rpcPath);
+    const bool isDescription = path.starts_with(descriptionFolder) && path.ends_with(descriptionEnd);
+    // Before anything else: without a token all calls are answered alike.
+    const bool needsToken = isRpc || isDescription || path == descriptionPath;
+    if (needsToken && request.method() != http::verb::options && !acceptsToken(request))
+        return tokenMissing();
+    if (isRpc)
         return decideRpc(request, path.substr(rpcPath.size()));
     if (path == descriptionPath)
         return describe(request, mainServer_);
-    if (path.starts_with(descriptionFolder) && path.ends_with(descriptionEnd))
+    if (isDescription)
         return describe(request, path.substr(descriptionFolder.size(),
                                              path.size() - descriptionFolder.size() - descriptionEnd.size()));
     if (!isGet(request))
@@ -230,8 +236,6 @@ Http::Outcome Http::decideRpc(const Request& request, std::string_view name) con
     const bool isPost = request.method() == http::verb::post;
     if (!isPost && !isGet(request))
         return wrongMethod("GET, HEAD, POST, OPTIONS");
-    if (!acceptsToken(request))
-        return tokenMissing();
     if (isPost) {
         if (isJson(request))
             return Call{*server};
@@ -256,8 +260,6 @@ Answer Http::describe(const Request& request, std::string_view name) const {
         return answerPreflight();
     if (!isGet(request))
         return wrongMethod("GET, HEAD, OPTIONS");
-    if (!acceptsToken(request))
-        return tokenMissing();
     const auto* server = RPCServer::find(std::string(name));
     if (server == nullptr || server->getDescription().empty())
         return unknownServer(name);

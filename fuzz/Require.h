@@ -7,10 +7,13 @@
 
 namespace Ostrel::Fuzz {
 
-/// What must hold for every input. Where it does not, that is a finding: the stack tells which.
-inline void require(bool condition) {
-    if (!condition)
-        std::abort();
+/// What must hold for every input. Where it does not, that is a finding: the stack tells which, and the
+/// promise, where one is given, what was broken.
+inline void require(bool holds, std::string_view promise = {}) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "broken: %s\n", std::string(promise).c_str());
+    std::abort();
 }
 
 /// The same for what has an expected text, and both are shown.

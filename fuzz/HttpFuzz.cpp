@@ -14,7 +14,7 @@
 #include <variant>
 
 using namespace Ostrel;
-using Test::require;
+using Fuzz::require;
 
 namespace http = boost::beast::http;
 

@@ -13,7 +13,7 @@
 #include <string>
 
 using namespace Ostrel;
-using Test::require;
+using Fuzz::require;
 
 namespace http = boost::beast::http;
 

@@ -15,7 +15,7 @@
 #include <vector>
 
 using namespace Ostrel;
-using Test::require;
+using Fuzz::require;
 
 namespace json = boost::json;
 

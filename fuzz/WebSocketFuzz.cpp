@@ -11,7 +11,7 @@
 #include <string>
 
 using namespace Ostrel;
-using Test::require;
+using Fuzz::require;
 
 namespace {
 

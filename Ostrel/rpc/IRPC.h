@@ -14,6 +14,8 @@
 
 namespace Ostrel {
 
+class RPCCallMetrics;
+
 /// Stands for the connection that a call came by; it lives as long as the connection does.
 /// Keep a weak pointer to learn that the connection has closed and its last call has ended.
 struct RPCPeer {
@@ -70,6 +72,10 @@ public:
         Outcome getOutcome() const { return outcome_; }
         void setOutcome(Outcome outcome) const { outcome_ = outcome; }
 
+        /// Where it is counted, as far as the server has looked; null before.
+        RPCCallMetrics* getMetrics() const { return metrics_; }
+        void setMetrics(RPCCallMetrics& metrics) const { metrics_ = &metrics; }
+
     private:
         std::string interfaceName_;
         std::string methodName_;
@@ -78,6 +84,7 @@ public:
         std::shared_ptr<RPCPeer> peer_;
         std::size_t replyLimit_;
         mutable Outcome outcome_ = Outcome::Ok;
+        mutable RPCCallMetrics* metrics_ = nullptr;
     };
 
     /// The reply of a call that gives a value. Refers to both arguments, which must outlive it.

@@ -160,6 +160,7 @@ private:
         due_ = {};
         toldAt_.reset();
         isCounted_ = false;
+        metrics_ = nullptr;
         if (next_ > 0)
             came_ = Clock::now();
         readEnvelope(value);
@@ -260,6 +261,7 @@ private:
             std::string(envelope_.id), std::string(params ? params->getText() : "{}"), peer_, budget);
         auto reply = answer(method);
         outcome_ = method.getOutcome();
+        metrics_ = method.getMetrics();
         return reply;
     }
 
@@ -293,8 +295,11 @@ private:
 
     /// Counts the request at hand, unless that is done.
     void count(IRPC::Outcome outcome, Clock::duration took) noexcept {
-        if (!std::exchange(isCounted_, true))
-            server_.getCallMetrics(envelope_.interfaceName, envelope_.methodName).count(outcome, took);
+        if (std::exchange(isCounted_, true))
+            return;
+        if (metrics_ == nullptr) // it has not come to its handler
+            metrics_ = &server_.getCallMetrics(envelope_.interfaceName, envelope_.methodName);
+        metrics_->count(outcome, took);
     }
 
     void tell(RPCObserver::Direction direction, std::string_view text,
@@ -382,6 +387,7 @@ private:
     std::optional<Clock::time_point> toldAt_; ///< when observers were told of it
     bool isCounted_ = false; ///< the metrics have it
     IRPC::Outcome outcome_ = IRPC::Outcome::Ok; ///< of the request that was done
+    RPCCallMetrics* metrics_ = nullptr; ///< of the request that was done, where it is known
     std::chrono::sys_time<std::chrono::microseconds> cameAt_; ///< the same for people
     std::string unescapedName_; ///< of the method, where the text writes it with escapes
     std::string reply_;

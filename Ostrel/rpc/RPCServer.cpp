@@ -111,6 +111,7 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
     if (handler == interface->second.end())
         return refuse(method, "unknown method \"" + excerpt(interfaceName + "::" + methodName) + '"');
 
+    method.setMetrics(handler->second.calls);
     const HandlerScope scope(methodName);
     const auto& peer = method.getPeer();
     const RPCNotificationCount count(peer != nullptr ? &peer->notifications : nullptr);

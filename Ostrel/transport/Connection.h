@@ -50,6 +50,7 @@ public:
     void stop();
 
     void close() noexcept override;
+    void countCutOff(Counter& reason) noexcept override;
 
     /// Cuts off a client that has let too much wait, or for too long: what has not begun to go out
     /// is dropped. A WebSocket's client that reads again within the closing time is told why.
@@ -81,7 +82,6 @@ private:
     void heard() override;
     void waitingChanged() override;
     void allSent() override;
-    void countCutOff(Counter& reason) noexcept override;
     void sayGoodbye(boost::beast::websocket::close_code code) override;
     void finish() override;
     void fail(const char* what) noexcept override;

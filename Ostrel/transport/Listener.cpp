@@ -41,6 +41,7 @@ namespace {
 Gauge waitingAlone(waitingBytes, "answers");
 Counter refusedConnections(refusals, "connections");
 Counter cutOffForAll(cutOffs, "waiting_together");
+Counter cameByOldToken(cutOffs, "token_changed");
 
 constexpr std::chrono::milliseconds farewellTime{1000};
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
@@ -89,7 +90,10 @@ public:
             if (admission_.acceptsToken(token))
                 return; // it is the same
             admission_.setToken(std::move(token));
-            forEachConnection([](Connection& connection) { connection.stop(); });
+            forEachConnection([](Connection& connection) {
+                connection.countCutOff(cameByOldToken);
+                connection.stop();
+            });
         });
     }
 

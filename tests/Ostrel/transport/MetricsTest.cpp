@@ -300,6 +300,22 @@ TEST_P(LimitCountTest, CountsOnceAndNowhereElse) {
 INSTANTIATE_TEST_SUITE_P(Rows, LimitCountTest, testing::ValuesIn(rows),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST_F(MetricsTest, WhoeverCameByAnOldTokenIsCounted) {
+    listen({}, token);
+    const auto series = R"(ostrel_connections_cut_off_total{reason="token_changed"})";
+    const auto before = scrape();
+    auto client = connect();
+    client.send(get("/healthz"));
+    client.readAnswer();
+    const std::string other(40, 'o');
+    listener_->setToken(other);
+    EXPECT_EQ(client.readAll(), "");
+    // Whoever has asked before may still have been there.
+    EXPECT_GE(scrapeMetrics(address(), "Authorization: Bearer " + other + "\r\n").at(series) -
+                  before.at(series),
+              1);
+}
+
 // What there is
 
 TEST_F(MetricsTest, ConnectionsCountByWhatTheyAre) {

@@ -83,18 +83,21 @@ std::span<const boost::asio::const_buffer> Outbox::gather() {
     buffers_.clear();
     gathered_ = 0;
     auto skip = sent_;
+    auto room = mostAtOnce;
     const auto add = [&](const std::string& part) {
-        const auto taken = std::min(skip, part.size());
-        skip -= taken;
-        if (taken < part.size())
-            buffers_.emplace_back(part.data() + taken, part.size() - taken);
+        const auto begin = std::min(skip, part.size());
+        const auto size = std::min(room, part.size() - begin);
+        skip -= begin;
+        room -= size;
+        if (size > 0)
+            buffers_.emplace_back(part.data() + begin, size);
     };
     for (const auto& chunk : chunks_) {
         add(chunk.head);
         if (chunk.body)
             add(*chunk.body);
         ++gathered_;
-        if (buffers_.size() + 2 > mostBuffers)
+        if (buffers_.size() + 2 > mostBuffers || room == 0)
             break;
     }
     return buffers_;

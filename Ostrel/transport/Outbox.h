@@ -31,6 +31,9 @@ public:
         std::size_t all() const { return own() + texts; }
     };
 
+    /// Bytes of one write, so that a round of all for whom much waits is short.
+    static constexpr std::size_t mostAtOnce = 64u << 10;
+
     /// Puts an answer at the end.
     void push(std::string head, std::string body);
 

@@ -61,6 +61,26 @@ TEST(OutboxTest, ManyChunksGoOutInSeveralWrites) {
     EXPECT_EQ(sent, whole);
 }
 
+TEST(OutboxTest, NoWriteTakesLong) {
+    const auto half = Outbox::mostAtOnce / 2;
+    Outbox outbox;
+    std::string whole;
+    for (const auto size : {half, half - 1, half, 5 * half + 7}) {
+        const std::string text(size, char('a' + whole.size() % 26));
+        outbox.push("<head>", text);
+        whole += "<head>" + text;
+    }
+    std::string sent;
+    while (outbox.size() > 0) {
+        const auto part = textOf(outbox);
+        ASSERT_LE(part.size(), Outbox::mostAtOnce);
+        ASSERT_TRUE(part.size() == Outbox::mostAtOnce || part.size() == outbox.size());
+        sent += part;
+        outbox.consume(part.size());
+    }
+    EXPECT_EQ(sent, whole);
+}
+
 TEST(OutboxTest, ShortAnswersStandTogetherInTheirPlaces) {
     Outbox outbox;
     std::string whole;

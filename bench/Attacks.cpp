@@ -190,6 +190,80 @@ std::string manyTexts(const HostProcess& host) {
     return storm(host, 3, {.messages = {asFrame("texts", query)}, .unanswered = 1});
 }
 
+/// Half of the connections are WebSockets, the other half calls by POST; each sends its next message
+/// when the last one is answered.
+std::string stormBothWays(const HostProcess& host, std::size_t clients,
+                          const std::vector<std::string>& texts) {
+    Habit webSocket{.messages = {}, .unanswered = 1};
+    Habit http{.messages = {}, .unanswered = 1, .isWebSocket = false};
+    for (const auto& text : texts) {
+        webSocket.messages.push_back(asFrame("dear", text));
+        http.messages.push_back(asPost("dear", text));
+    }
+    auto habits = times(clients / 2, webSocket);
+    habits.resize(clients, http);
+    Crowd crowd(host.getPort(), habits);
+    crowd.wait(usual);
+    crowd.leave();
+    std::size_t received = 0;
+    for (const auto& fate : crowd.getFates())
+        received += fate.received;
+    return format("%zu answered, %zu MB of answers, %zu of %zu cut off", countAnswers(crowd),
+                  received / megabyte, countEnded(crowd), clients);
+}
+
+std::string wholeGuideQuery(const std::string& context, const std::string& format) {
+    return request("ITVGuide::query", context,
+                   R"({"expression":"","expressionFormat":"quoril","outputFormat":")" + format + "\"}");
+}
+
+std::string wholeGuide(const HostProcess& host) {
+    const auto context = createContext(host.getPort());
+    return stormBothWays(host, 16,
+                         {wholeGuideQuery(context, "quoriljson"), wholeGuideQuery(context, "quorilxml")});
+}
+
+std::string wholeGuideBatches(const HostProcess& host) {
+    const auto context = createContext(host.getPort());
+    return stormBothWays(host, 8,
+                         {batch(100, wholeGuideQuery(context, "quoriljson")),
+                          batch(100, wholeGuideQuery(context, "quorilxml"))});
+}
+
+std::string wholeGuideCrowd(const HostProcess& host) {
+    return stormBothWays(host, 200, {wholeGuideQuery(createContext(host.getPort()), "quoriljson")});
+}
+
+std::string allEvents(const HostProcess& host) {
+    const auto context = createContext(host.getPort());
+    const auto query = request("ITVGuide::queryEventInfo", context, R"({"query":{}})");
+    return stormBothWays(host, 16, {query, batch(100, query)});
+}
+
+std::string wholeLists(const HostProcess& host) {
+    const auto context = createContext(host.getPort());
+    const auto list = request("ITVService::serviceListGet", context, R"({"limit":100})");
+    return stormBothWays(host, 100, {batch(100, list)});
+}
+
+std::string expressions(const HostProcess& host) {
+    std::string expression = "Title == \\\"x\\\"";
+    while (expression.size() < largestMessage - 1000)
+        expression += " || Title == \\\"x\\\"";
+    const auto query = request("ITVGuide::query", createContext(host.getPort()),
+                               R"({"expression":")" + expression +
+                                   R"(","expressionFormat":"quoril","outputFormat":"quoriljson"})");
+    return stormBothWays(host, 8, {query});
+}
+
+std::string scrapes(const HostProcess& host) {
+    Habit scraper{.messages = {}, .unanswered = 1, .isWebSocket = false};
+    for (const char* path : {"/metrics", "/openrpc.json", "/"})
+        scraper.messages.push_back(std::make_shared<Habit::Message>(
+            Habit::Message{path, "GET " + std::string(path) + " HTTP/1.1\r\nHost: localhost\r\n\r\n"}));
+    return storm(host, 16, scraper);
+}
+
 // Work for clients that have gone.
 
 /// Says after what time newcomers, who try again and again, have all been answered.
@@ -335,6 +409,13 @@ const std::vector<Attack>& getAttacks() {
          collidingKeys},
         {"genre-list", "four queries for 340,000 genres", genreList},
         {"many-texts", "three clients with queries for 256 texts of two letters", manyTexts},
+        {"whole-guide", "16 clients with the whole guide, as JSON and as XML", wholeGuide},
+        {"guide-batches", "8 clients with batches of 100 times the whole guide", wholeGuideBatches},
+        {"guide-crowd", "200 clients with the whole guide", wholeGuideCrowd},
+        {"all-events", "16 clients with event queries for all events, also in batches of 100", allEvents},
+        {"whole-lists", "100 clients with batches of 100 times the whole list of services", wholeLists},
+        {"expressions", "8 clients with expressions of 1 MiB", expressions},
+        {"scrapes", "16 clients who read /metrics, the description and the page over and over", scrapes},
         {"departed-batches", "40 batches of 20 queries for 256 texts, left within a second", departedBatches},
         {"departed-posts", "254 such batches by POST, all places there are, reset after three seconds",
          departedPosts},

@@ -1,5 +1,6 @@
 #include "bench/Crowd.h"
 
+#include "bench/AnswerScanner.h"
 #include "tests/support/WireClient.h"
 
 #include <algorithm>
@@ -21,7 +22,6 @@ namespace Ostrel::Bench {
 namespace {
 
 using namespace std::chrono_literals;
-using namespace std::string_view_literals;
 
 constexpr auto longestPause = 5ms;
 constexpr std::size_t readAtOnce = 256 << 10;
@@ -42,106 +42,6 @@ int connectTo(std::uint16_t port, bool isSlow) {
     ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     return socket;
 }
-
-/// Finds the answers in what a host sends, and keeps their beginnings alone.
-class Scanner {
-public:
-    struct Found {
-        enum Kind { Upgrade, Answer, Refusal, Notification, Ping, Pong, Close } kind;
-        int closeCode;
-    };
-
-    /// Takes some of the bytes; calls found(Found) where something is whole.
-    template <class Function> void scan(std::string_view bytes, const Function& found) {
-        while (!bytes.empty()) {
-            if (!inBody_) {
-                head_ += bytes.front();
-                bytes.remove_prefix(1);
-                readHead(found);
-                continue;
-            }
-            const auto size = std::min<std::uint64_t>(missing_, bytes.size());
-            start_ += bytes.substr(0, std::min(size, startSize - std::min(startSize, start_.size())));
-            bytes.remove_prefix(size);
-            missing_ -= size;
-            if (missing_ == 0)
-                endBody(found);
-        }
-    }
-
-private:
-    static constexpr std::uint64_t startSize = 64;
-
-    template <class Function> void readHead(const Function& found) {
-        if (!upgraded_) {
-            if (!head_.ends_with("\r\n\r\n"))
-                return;
-            status_ = std::stoi(head_.substr(head_.find(' ')));
-            if (status_ == 101) {
-                upgraded_ = true;
-                head_.clear();
-                found(Found{Found::Upgrade, 0});
-                return;
-            }
-            constexpr auto length = "\r\nContent-Length: "sv;
-            const auto at = head_.find(length);
-            beginBody(at == head_.npos ? 0 : std::stoull(head_.substr(at + length.size())), found);
-            return;
-        }
-        if (head_.size() < 2)
-            return;
-        const int code = head_[1] & 0x7f;
-        const std::size_t size = code == 126 ? 4 : code == 127 ? 10 : 2;
-        if (head_.size() < size)
-            return;
-        opcode_ = head_[0] & 0x0f;
-        std::uint64_t length = 0;
-        for (std::size_t i = size == 2 ? 1 : 2; i < size; ++i)
-            length = length << 8 | static_cast<unsigned char>(head_[i]);
-        beginBody(length, found);
-    }
-
-    template <class Function> void beginBody(std::uint64_t size, const Function& found) {
-        head_.clear();
-        start_.clear();
-        missing_ = size;
-        inBody_ = true;
-        if (size == 0)
-            endBody(found);
-    }
-
-    template <class Function> void endBody(const Function& found) {
-        inBody_ = false;
-        found(Found{kind(), opcode_ == 8 && start_.size() >= 2 ? static_cast<unsigned char>(start_[0]) << 8 |
-                                                                     static_cast<unsigned char>(start_[1])
-                                                               : 0});
-    }
-
-    Found::Kind kind() const {
-        if (!upgraded_)
-            return status_ == 200 && start_.find("\"error\"") == start_.npos ? Found::Answer : Found::Refusal;
-        switch (opcode_) {
-        case 8:
-            return Found::Close;
-        case 9:
-            return Found::Ping;
-        case 10:
-            return Found::Pong;
-        default:
-            return start_.starts_with(R"({"jsonrpc":"2.0","method")") ? Found::Notification
-                   : start_.find("\"error\"") == start_.npos          ? Found::Answer
-                                                                      : Found::Refusal;
-        }
-    }
-
-    bool upgraded_ = false;
-    bool inBody_ = false;
-    int status_ = 0;
-    int opcode_ = 0;
-    std::string head_;
-    std::string start_; ///< of the body
-    std::uint64_t missing_ = 0; ///< bytes of the body
-};
 
 } // namespace
 
@@ -274,11 +174,11 @@ private:
         budget_ -= double(size);
         fate_.received += std::size_t(size);
         scanner_.scan({buffer.data(), std::size_t(size)},
-                      [&](const Scanner::Found& found) { take(found, now); });
+                      [&](const AnswerScanner::Found& found) { take(found, now); });
     }
 
-    void take(const Scanner::Found& found, Clock::time_point now) {
-        using Kind = Scanner::Found;
+    void take(const AnswerScanner::Found& found, Clock::time_point now) {
+        using Kind = AnswerScanner::Found;
         switch (found.kind) {
         case Kind::Upgrade:
         case Kind::Notification:
@@ -326,7 +226,7 @@ private:
     std::deque<Message> output_;
     std::size_t offset_ = 0; ///< in the first of the output
     std::deque<Pending> pending_; ///< without an answer
-    Scanner scanner_;
+    AnswerScanner scanner_;
     Fate fate_;
 };
 

@@ -5,8 +5,10 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -19,17 +21,29 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr double kibibytesOfOneMiB = 1024;
-constexpr auto attempts = 1000; ///< every 10 ms: for a start, and for an end
+constexpr auto pause = 10ms; ///< between two looks
+constexpr auto startLooks = 6000;
+constexpr auto hastyEndLooks = 1000;
+constexpr auto endLooks = 12'000;
+constexpr int killedBy = 1000; ///< and the signal: in place of an exit status
 
-pid_t start(const std::string& program, const std::string& portFile) {
+pid_t start(const std::string& program, const std::string& portFile, const std::string& errorFile,
+            const std::vector<std::string>& options) {
+    std::vector<std::string> words = {program, "--listen", "127.0.0.1:0", "--port-file", portFile};
+    words.insert(words.end(), options.begin(), options.end());
+    std::vector<char*> arguments;
+    for (auto& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
     const auto process = ::fork();
     if (process != 0)
         return process;
     const int nowhere = ::open("/dev/null", O_RDWR);
     ::dup2(nowhere, STDOUT_FILENO);
-    ::dup2(nowhere, STDERR_FILENO);
-    ::execl(program.c_str(), program.c_str(), "--listen", "127.0.0.1:0", "--port-file", portFile.c_str(),
-            nullptr);
+    ::dup2(::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
+    ::close_range(STDERR_FILENO + 1, ~0u, 0);
+    ::setpgid(0, 0); // Ctrl-C is for whoever measures
+    ::execv(program.c_str(), arguments.data());
     ::_exit(127);
 }
 
@@ -44,22 +58,41 @@ long sumOfSwitches(const std::filesystem::path& status) {
 
 } // namespace
 
-HostProcess::HostProcess(const std::string& program) : process_(start(program, directory_.file("port"))) {
-    for (int i = 0; i < attempts && isAlive(); ++i) {
+HostProcess::HostProcess(const std::string& program, const std::vector<std::string>& options)
+    : process_(start(program, directory_.file("port"), directory_.file("errors"), options)) {
+    for (int i = 0; i < startLooks && isAlive(); ++i) {
         std::ifstream file(directory_.file("port"));
         if (file >> port_)
             return;
-        std::this_thread::sleep_for(10ms);
+        std::this_thread::sleep_for(pause);
     }
-    throw std::runtime_error(program + " does not serve");
+    const auto errors = readErrors();
+    end(hastyEndLooks);
+    throw std::runtime_error(program + " does not serve" + (errors.empty() ? "" : ": " + errors));
 }
 
 HostProcess::~HostProcess() {
+    if (process_ > 0)
+        end(hastyEndLooks);
+}
+
+int HostProcess::stop() {
+    return end(endLooks);
+}
+
+int HostProcess::end(int looks) {
     ::kill(process_, SIGTERM);
-    for (int i = 0; i < attempts && isAlive(); ++i)
-        std::this_thread::sleep_for(10ms);
+    for (int i = 0; i < looks && isAlive(); ++i)
+        std::this_thread::sleep_for(pause);
     ::kill(process_, SIGKILL);
-    ::waitpid(process_, nullptr, 0);
+    int status = 0;
+    ::waitpid(std::exchange(process_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : killedBy + WTERMSIG(status);
+}
+
+std::string HostProcess::readErrors() const {
+    std::ifstream file(directory_.file("errors"));
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 bool HostProcess::isAlive() const {
@@ -70,6 +103,20 @@ bool HostProcess::isAlive() const {
 
 double HostProcess::residentMiB() const {
     return statusNumber("VmRSS:") / kibibytesOfOneMiB;
+}
+
+double HostProcess::anonymousMiB() const {
+    return statusNumber("RssAnon:") / kibibytesOfOneMiB;
+}
+
+std::size_t HostProcess::countDescriptors() const {
+    std::error_code gone;
+    return std::size_t(std::distance(
+        std::filesystem::directory_iterator("/proc/" + std::to_string(process_) + "/fd", gone), {}));
+}
+
+std::size_t HostProcess::countThreads() const {
+    return std::size_t(statusNumber("Threads:"));
 }
 
 double HostProcess::peakMiB() const {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -16,11 +17,19 @@ class HostProcess {
 public:
     /// Returns once the host serves.
     /// @param program  the path of an ostrel-tvd, of any build
+    /// @param options  beside where to listen
     /// @throws std::runtime_error  it does not
-    explicit HostProcess(const std::string& program);
+    explicit HostProcess(const std::string& program, const std::vector<std::string>& options = {});
 
     /// Ends the host, in the hard way if it has not gone 10 s after it was asked to.
     ~HostProcess();
+
+    /// Asks the host to end and waits for that, for two minutes at most; then it is ended.
+    /// @returns its exit status, or 1000 and the signal that has ended it
+    int stop();
+
+    /// All that it has written to standard error so far.
+    std::string readErrors() const;
 
     HostProcess(const HostProcess&) = delete;
     HostProcess& operator=(const HostProcess&) = delete;
@@ -32,6 +41,12 @@ public:
     // Of a host that has gone: 0.
 
     double residentMiB() const;
+
+    /// Memory that is its own and no file's.
+    double anonymousMiB() const;
+
+    std::size_t countDescriptors() const;
+    std::size_t countThreads() const;
 
     /// The most that was resident since resetPeak().
     double peakMiB() const;
@@ -46,6 +61,7 @@ public:
 private:
     /// The number behind a name in /proc/PID/status; 0 when there is none.
     double statusNumber(const std::string& name) const;
+    int end(int looks);
 
     const Test::TempDirectory directory_;
     pid_t process_ = -1;

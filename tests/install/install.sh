@@ -45,6 +45,8 @@ for program in ostrel-tv ostrel-tvd ostrel-world; do
     [ -s "$folder/first/share/man/man1/$program.1" ] || fail "no manual page of $program"
     [ -s "$folder/first/share/bash-completion/completions/$program" ] || fail "no completion of $program"
 done
+[ ! -e "$build/packaging/ostrel.cdx.json" ] || [ -s "$folder/first/share/doc/ostrel/ostrel.cdx.json" ] ||
+    fail "no list of parts"
 run_programs "$folder/first"
 
 echo "== Moved"

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -78,33 +77,37 @@ private:
 };
 
 /// Where texts of late stand: a text that comes again is kept once, or, rarely, a few times. It
-/// never grows, and its pages cost nothing until they are used.
+/// never grows, and its pages cost nothing until they are used: not even a sanitizer's.
 class WorldWriter::KnownTexts {
 public:
-    KnownTexts() : entries_(static_cast<Entry*>(std::calloc(entryCount, sizeof(Entry)))) {
-        if (entries_ == nullptr)
+    KnownTexts()
+        : entries_(static_cast<Entry*>(
+              mmap(nullptr, tableSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+        if (entries_ == MAP_FAILED)
             throw std::bad_alloc();
     }
+    ~KnownTexts() { munmap(entries_, tableSize); }
+    KnownTexts(const KnownTexts&) = delete;
+    KnownTexts& operator=(const KnownTexts&) = delete;
 
     /// The place of a text's offset; 0 in it says that the text is not known.
     std::uint32_t& find(std::string_view text) {
         const XXH128_hash_t hash = XXH3_128bits(text.data(), text.size());
-        Entry& entry = entries_.get()[hash.low64 % entryCount];
+        Entry& entry = entries_[hash.low64 % entryCount];
         if (entry.low != hash.low64 || entry.high != hash.high64)
             entry = {hash.low64, hash.high64, 0};
         return entry.offset;
     }
 
 private:
-    static constexpr std::size_t entryCount = std::size_t{1} << 20;
     struct Entry {
         std::uint64_t low, high;
         std::uint32_t offset;
     };
-    struct Free {
-        void operator()(Entry* entries) const { std::free(entries); }
-    };
-    std::unique_ptr<Entry, Free> entries_;
+    static constexpr std::size_t entryCount = std::size_t{1} << 20;
+    static constexpr std::size_t tableSize = entryCount * sizeof(Entry);
+
+    Entry* const entries_; ///< all zero at first
 };
 
 WorldWriter::WorldWriter()

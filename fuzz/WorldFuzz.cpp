@@ -13,16 +13,17 @@
 #include "TV/server/dummy/query/QuorilQuery.h"
 #include "TV/server/dummy/query/TextSearch.h"
 #include "TV/server/dummy/world/ChosenWorld.h"
+#include "fuzz/Require.h"
 #include "tests/TV/server/dummy/data/SmallImage.h"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
+using namespace Ostrel::Fuzz;
 using namespace Ostrel::TV;
 
 namespace {
@@ -54,11 +55,6 @@ void seal(std::vector<char>& image) {
     header.checksumHigh = static_cast<std::uint32_t>(checksum >> 32);
 }
 
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
 template <typename Generated> std::string generate(const epgentry& row, unsigned mode) {
     Generated generator;
     writeEntry(generator, &row, mode);
@@ -69,11 +65,12 @@ void serve(const World& world) {
     chooseWorld(world);
     Guide guide;
     guide.addEvents();
+    unsigned mode = OnAir;
     for (const epgentry& row : world.rows) {
-        for (const unsigned mode : {OnAir, Following, Schedule}) {
-            require(formatEntry(OutputFormat::Json, &row, mode) == generate<JsonGenerator>(row, mode));
-            require(formatEntry(OutputFormat::Xml, &row, mode) == generate<XmlGenerator>(row, mode));
-        }
+        // Each row in one mode: they differ in three words, and documents are what takes the time here.
+        require(formatEntry(OutputFormat::Json, &row, mode) == generate<JsonGenerator>(row, mode));
+        require(formatEntry(OutputFormat::Xml, &row, mode) == generate<XmlGenerator>(row, mode));
+        mode = (mode + 1) % 3;
         for (const std::int64_t time : {row.Start, row.End})
             findNowNext(guide, static_cast<unsigned>(row.ServiceId), time);
         require(findNowNext(guide, static_cast<unsigned>(row.ServiceId), row.Start).now == &row);

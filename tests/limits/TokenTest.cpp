@@ -112,7 +112,7 @@ TEST_F(Tokens, NothingElseDoes) {
     expectRefused(postWith(offering("bearer." + token)), "a sub-protocol of no WebSocket");
     expectRefused(postWith("", "/rpc/Simulator"), "the simulator");
     expectRefused(postWith("", "/rpc/TV?token=" + token), "a query");
-    for (const auto* path : {"/openrpc.json", "/openrpc/Simulator.json", "/rpc/TV"})
+    for (const auto* path : {"/openrpc.json", "/openrpc/Simulator.json", "/rpc/TV", "/rpc/None"})
         expectRefused(get(path), path);
 
     host_->child().terminate();

@@ -185,7 +185,7 @@ const attacks = {
 };
 
 for (const [name, { run, works = false, reads = works }] of Object.entries(attacks)) {
-  test(`${name} from another origin is refused, and does no harm`, async (t) => {
+  test(`${name} from another origin is refused, and does no harm`, { timeout: 60_000 }, async (t) => {
     const host = await Watched.start(t);
     const page = await open(t, evil());
     assert.equal(await page.evaluate(run, { address: host.address, harm: host.harm }), 'nothing');
@@ -211,7 +211,7 @@ for (const [kind, head] of [
   ['a form', ''],
   ['a form that hides where it comes from', '<meta name="referrer" content="no-referrer">'],
 ]) {
-  test(`${kind} is refused, and does no harm`, async (t) => {
+  test(`${kind} is refused, and does no harm`, { timeout: 60_000 }, async (t) => {
     const host = await Watched.start(t);
     const page = await open(t, evil());
     // The name and the value with a "=" between them make up the message.

@@ -47,6 +47,7 @@ for program in ostrel-tv ostrel-tvd ostrel-world; do
 done
 [ ! -e "$build/packaging/ostrel.cdx.json" ] || [ -s "$folder/first/share/doc/ostrel/ostrel.cdx.json" ] ||
     fail "no list of parts"
+jq -e .panels "$folder/first/share/doc/ostrel/ostrel-tvd-dashboard.json" >/dev/null || fail "no dashboard"
 run_programs "$folder/first"
 
 echo "== Moved"

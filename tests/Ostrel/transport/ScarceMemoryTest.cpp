@@ -12,6 +12,7 @@
 
 #include "Ostrel/transport/Listener.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Scrape.h"
 #include "tests/support/TestServer.h"
 #include "tests/support/WireClient.h"
 
@@ -25,6 +26,7 @@
 #include <ostream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <pthread.h>
 
@@ -70,10 +72,15 @@ std::string request(const std::string& method, const std::string& params = "{}")
     return R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + params + '}';
 }
 
+constexpr const char* failures = R"(ostrel_connections_cut_off_total{reason="failure"})";
+constexpr const char* misses = R"(ostrel_connections_cut_off_total{reason="memory"})";
+constexpr const char* internalErrors = R"(ostrel_errors_total{code="-32603"})";
+
 /// The start of a thread's name, and how often it must be tried at least.
 struct Place {
     const char* thread;
     int least;
+    std::vector<const char*> counted; ///< metrics that tell of it
 };
 
 std::ostream& operator<<(std::ostream& out, const Place& place) {
@@ -106,6 +113,8 @@ protected:
             WireClient poster(listener_.getAddresses().front());
             poster.post("/rpc/Test", request("Reader::echo"));
             poster.post("/rpc/Test", "nonsense");
+            poster.send("GET /metrics HTTP/1.1\r\nHost: localhost\r\n\r\n");
+            poster.readAnswer();
         } catch (const std::exception&) {
         }
     }
@@ -118,6 +127,7 @@ protected:
 
 TEST_P(ScarceMemoryTest, WhicheverAllocationFailsTheNextClientIsServed) {
     failsOn = GetParam().thread;
+    const auto before = scrapeMetrics(listener_.getAddresses().front());
     int tried = 0;
     for (;; ++tried) {
         SCOPED_TRACE(tried);
@@ -131,11 +141,41 @@ TEST_P(ScarceMemoryTest, WhicheverAllocationFailsTheNextClientIsServed) {
         ASSERT_EQ(client.call(request("Reader::echo")), echoReply);
     }
     EXPECT_GE(tried, GetParam().least);
+    const auto after = scrapeMetrics(listener_.getAddresses().front());
+    for (const auto* series : GetParam().counted)
+        EXPECT_GT(after.at(series), before.at(series)) << series;
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, ScarceMemoryTest,
-                         testing::Values(Place{"listener", 100}, Place{"turn", 3}, Place{"reader", 10}),
+                         testing::Values(Place{"listener", 100, {failures, internalErrors}},
+                                         Place{"turn", 3, {internalErrors}},
+                                         Place{"reader", 10, {internalErrors}}),
                          [](const auto& row) { return std::string(row.param.thread); });
+
+TEST(MissedNotificationTest, WhoeverMissesANotificationIsCutOffAndCounted) {
+    const LogCapture log;
+    TestServer server;
+    const Listener listener({Address::parse("127.0.0.1:0")}, {{}, {}, ""},
+                            {.limits = {.idleWebSocket = 100ms}});
+    const auto& address = listener.getAddresses().front();
+    const auto before = scrapeMetrics(address);
+    WireClient client(address);
+    client.upgrade("/rpc/Test");
+    client.call(request("Test::echo")); // has subscribed
+    failsOn = "raiser";
+    for (int n = 1; failsAfter.exchange(n) == 0; ++n)
+        std::thread([&] {
+            pthread_setname_np(pthread_self(), "raiser");
+            try {
+                server.handleRPCNotification("Test::raised", "{}");
+            } catch (const std::bad_alloc&) {
+                // Nobody was told.
+            }
+        }).join();
+    failsAfter = 0;
+    EXPECT_NO_THROW(client.readAll());
+    EXPECT_EQ(scrapeMetrics(address).at(misses) - before.at(misses), 1);
+}
 
 } // namespace
 } // namespace Ostrel::Test

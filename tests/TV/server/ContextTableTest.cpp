@@ -1,8 +1,11 @@
 #include "TV/server/ContextTable.h"
 
 #include "Ostrel/rpc/Exception.h"
+#include "Ostrel/runtime/Metric.h"
+#include "Ostrel/runtime/MetricsText.h"
 #include "Ostrel/runtime/Turn.h"
 #include "tests/TV/server/FakeModule.h"
+#include "tests/support/Scrape.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +21,12 @@ using namespace Ostrel::TV;
 using namespace std::chrono_literals;
 
 namespace {
+
+double read(const char* series) {
+    MetricsText text;
+    Metric::writeAll(text);
+    return Test::readSeries(text.take()).at(series);
+}
 
 class ContextTableTest : public testing::Test {
 protected:
@@ -97,9 +106,26 @@ TEST_F(ContextTableTest, FailedMakingLeavesNothing) {
                  std::runtime_error);
     EXPECT_EQ(table.add([] { return nullptr; }, nullptr), 0u);
     EXPECT_TRUE(table.getIdentifiers().empty());
+    EXPECT_EQ(read("ostrel_contexts"), 0);
+}
+
+TEST_F(ContextTableTest, MetricsCountThoseThatAreAlive) {
+    {
+        ContextTable other;
+        other.add([this] { return &context; }, nullptr);
+        add();
+        const auto removed = add();
+        EXPECT_EQ(read("ostrel_contexts"), 3);
+        table.remove(removed);
+        table.remove(removed);
+        EXPECT_EQ(read("ostrel_contexts"), 2);
+    }
+    EXPECT_EQ(read("ostrel_contexts"), 1); // a table takes along what was left in it
 }
 
 TEST_F(ContextTableTest, HoldsAsManyAsTheLimit) {
+    const auto* refusals = R"(ostrel_refusals_total{reason="contexts"})";
+    const auto refusedBefore = read(refusals);
     for (std::size_t count = 0; count < 65536; ++count)
         add();
 
@@ -112,6 +138,8 @@ TEST_F(ContextTableTest, HoldsAsManyAsTheLimit) {
         EXPECT_STREQ(exception.what(), "Out of memory");
     }
     EXPECT_FALSE(made);
+    EXPECT_EQ(read("ostrel_contexts"), 65536);
+    EXPECT_EQ(read(refusals) - refusedBefore, 1);
 
     table.remove(1);
     EXPECT_NO_THROW(addOneMore());

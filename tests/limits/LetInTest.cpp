@@ -201,13 +201,13 @@ TEST(LetInTest, APreflightIsToldWhatIsFine) {
     EXPECT_EQ(answer.head.find("Access-Control-Allow-Credentials"), std::string::npos);
 }
 
-/// An IPv4 address of this machine that others reach; empty when it has none.
+/// An IPv4 address of this machine that others reach; loopback when it has none.
 std::string addressForOthers() {
     ifaddrs* all = nullptr;
-    std::string found;
+    std::string found = "127.0.0.1";
     if (::getifaddrs(&all) != 0)
         return found;
-    for (const auto* each = all; each != nullptr && found.empty(); each = each->ifa_next) {
+    for (const auto* each = all; each != nullptr && found == "127.0.0.1"; each = each->ifa_next) {
         const bool isUp = (each->ifa_flags & IFF_UP) != 0 && (each->ifa_flags & IFF_LOOPBACK) == 0;
         if (!isUp || each->ifa_addr == nullptr || each->ifa_addr->sa_family != AF_INET)
             continue;
@@ -221,8 +221,6 @@ std::string addressForOthers() {
 
 TEST(LetInTest, TheAddressThatWasReachedMayBeNamed) {
     const auto reached = addressForOthers();
-    if (reached.empty())
-        GTEST_SKIP() << "this machine has no address but loopback";
     const TempDirectory directory;
     const auto token = directory.file("token");
     Child maker("/bin/sh", {"-c", "umask 077; echo 0123456789abcdef0123456789abcdef >\"$0\"", token});

@@ -5,8 +5,10 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace Ostrel::Client {
 
@@ -15,6 +17,9 @@ namespace json = boost::json;
 namespace {
 
 void appendNumber(std::string& text, double number) {
+    // Boost.JSON reads 1e400 as infinite and 0e400 as nothing times that, neither of which is JSON.
+    constexpr auto most = std::numeric_limits<double>::max();
+    number = std::isnan(number) ? 0 : std::clamp(number, -most, most);
     // Outside of these bounds, as in JavaScript, there would be many zeros.
     if (number != 0 && !(std::abs(number) >= 1e-6 && std::abs(number) < 1e21)) {
         text += json::serialize(json::value(number));

@@ -10,7 +10,8 @@ namespace Ostrel::Client {
 /// What every failure of this library is. The text is one line for people.
 class Error : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    /// Control characters become blanks: some texts are the service's own.
+    explicit Error(std::string text);
 };
 
 /// A text is not the address of a service, or a file holds no token.

@@ -127,6 +127,7 @@ TEST(ClientTest, RefusalCarriesEveryMember) {
          {error(
              R"({"code":-32602,"message":"missing member \"limit\"","data":{"name":"DecodeError","member":"limit"}})")}},
         {"unreadable", {R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"no JSON"}})"}},
+        {"lines", {error(R"({"code":1,"message":"one\r\ntwo\u0000\u001bthree \u00e9"})")}},
     });
     Client client(Url(fake.getAddress()));
     const auto refuse = [&client](const char* method) {
@@ -141,6 +142,7 @@ TEST(ClientTest, RefusalCarriesEveryMember) {
     EXPECT_EQ(refuse("invalid"), "-32000|Invalid parameter|1|InvalidParameter|");
     EXPECT_EQ(refuse("undecodable"), "-32602|missing member \"limit\"|-1|DecodeError|limit");
     EXPECT_EQ(refuse("unreadable"), "-32700|no JSON|-1||");
+    EXPECT_EQ(refuse("lines"), "1|one  two  three \u00e9|-1||"); // in one line
 }
 
 TEST(ClientTest, NotificationsBesideARepliesAreKeptInOrder) {

@@ -360,7 +360,6 @@ Hostilities::Hostilities(std::uint16_t port, const Truth& truth, Announcements& 
                          std::chrono::milliseconds each)
     : port_(port), truth_(truth), announcements_(announcements), each_(each),
       context_(Bench::createContext(port)) {
-    contexts_.push_back(context_);
     begin([this] { runLane(0); });
     begin([this] { runLane(std::size(hostilities) / 2); });
     begin([this] { conduct(); });
@@ -432,6 +431,7 @@ void Hostilities::tidy() {
     client.call(request("ITVConfig::scanStop", context_, R"({"sourceId":1})"));
     simulator.call(clockCall("clockStep", R"("seconds":2)")); // the tasks of scans wake, and end
     const std::lock_guard lock(mutex_);
+    contexts_.push_back(context_);
     for (; !contexts_.empty(); contexts_.pop_back())
         client.call(deletion(contexts_.back()));
 }

@@ -219,7 +219,8 @@ Program makeProgram(Options& options) {
         "alone:\n"
         "  (umask 077; head -c 33 /dev/urandom | basenc --base64url -w 0 > token)\n"
         "\n"
-        "A service manager such as systemd is told when calls are answered, that the host is alive, and when it "
+        "A service manager such as systemd is told when calls are answered, that the host is alive, and when "
+        "it "
         "stops. Sockets that it hands over are served in place of the usual address, and beside those of "
         "--listen. Where there is no terminal, SIGHUP then has the token file read again.";
     program.examples = {

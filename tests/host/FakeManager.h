@@ -60,7 +60,7 @@ public:
         return words;
     }
 
-    /// What comes next: lines, the first of them without what stands behind it.
+    /// What comes next, as lines; nothing when a minute passes without.
     std::string read() const {
         std::string text(4096, '\0');
         const auto length = ::recv(socket_, text.data(), text.size(), 0);

@@ -1,12 +1,8 @@
-#include "host/ServiceManager.h"
-
-#include "Ostrel/transport/StartError.h"
 #include "tests/host/FakeManager.h"
 #include "tests/host/RunningHost.h"
 #include "tests/support/Terminal.h"
 #include "tests/support/WireClient.h"
 
-#include <boost/json.hpp>
 #include <gtest/gtest.h>
 
 #include <csignal>

@@ -30,7 +30,7 @@ is "What it tells" "Serving on 127.0.0.1:8480" "$(shown StatusText)"
 echo "== It works in its box"
 ostrel-tv services --limit 1
 ostrel-tv now 1
-ostrel-tv query 'ServiceId == 1043' | head -2
+ostrel-tv query 'ServiceId == 1043' | wc -l
 ostrel-tv clock speed 60
 ostrel-tv transponders clear --yes
 ostrel-tv scan blind | grep -o 'Scan complete.*'
@@ -60,8 +60,13 @@ is "Starts so far" 0 "$(shown NRestarts)"
 echo "== A restart refuses nobody"
 before=$(pid)
 systemctl restart ostrel-tvd.service &
-for i in {1..50}; do is "Answer $i" 200 "$(status_of http://$OSTREL_TV_URL/healthz)"; done | tail -1
-wait $!
+restart=$!
+for i in {1..50}; do
+    # Whom the host that stops has let in before it has heard a request may have to ask again.
+    status_of http://$OSTREL_TV_URL/healthz >/tmp/status || [ $? != 7 ] || fail "client $i is refused"
+done
+wait $restart
+is "The next answer" ok "$(curl -sS http://$OSTREL_TV_URL/healthz)"
 [ "$before" != "$(pid)" ] || fail "it was not started again"
 
 echo "== A token that only root can read"
@@ -81,11 +86,15 @@ rm /run/systemd/system/ostrel-tvd.service.d/token.conf
 echo "== Who hangs is started again"
 change watchdog <<'UNIT'
 [Service]
-WatchdogSec=1
+WatchdogSec=4
 UNIT
 systemctl restart ostrel-tvd.service
 before=$(pid)
-sleep 3 # it is not taken for hung while it is not
+for i in {1..3}; do # it tells that it lives, and is not taken for hung
+    told=$(shown WatchdogTimestampMonotonic)
+    for ((j = 0; j < 600; j++)); do [ "$told" = "$(shown WatchdogTimestampMonotonic)" ] || break; sleep 0.1; done
+    [ "$told" != "$(shown WatchdogTimestampMonotonic)" ] || fail "it does not tell that it lives"
+done
 is "Its process" "$before" "$(pid)"
 kill -STOP "$before"
 for ((i = 0; i < 600; i++)); do [ "$(shown NRestarts)" = 0 ] || break; sleep 0.1; done

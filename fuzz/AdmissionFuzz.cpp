@@ -30,7 +30,7 @@ constexpr std::array addresses = {"127.0.0.1", "::1", "192.0.2.7", "2001:db8::7"
 constexpr std::array methods = {http::verb::get, http::verb::post, http::verb::options, http::verb::head,
                                 http::verb::delete_};
 constexpr std::array paths = {"/rpc/Test", "/rpc/Nobody", "/openrpc.json", "/openrpc/Test.json",
-                              "/healthz",  "/",           "/guide",        "/nothing.js"};
+                              "/healthz",  "/",           "/metrics",      "/nothing.js"};
 constexpr PageFile files[] = {{"/index.html", "text/html", "page\n", "", "1", false}};
 
 // The rules, written down once more.
@@ -158,7 +158,8 @@ unsigned verdict(const Case& given) {
         (given.origins.size() == 1 &&
          judge(given.origins.front(), given.hosts.empty() ? "" : given.hosts.front()) == From::Foreign))
         return 403;
-    const bool isOpen = given.path.rfind("/rpc/", 0) != 0 && given.path.rfind("/openrpc", 0) != 0;
+    const bool isOpen =
+        given.path.rfind("/rpc/", 0) != 0 && given.path.rfind("/openrpc", 0) != 0 && given.path != "/metrics";
     return given.needsToken && !isOpen && given.method != http::verb::options && !hasToken(given) ? 401 : 0;
 }
 

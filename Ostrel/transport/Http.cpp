@@ -196,7 +196,7 @@ Http::Outcome Http::decide(const Request& request) const {
     const bool isRpc = path.starts_with(rpcPath);
     const bool isDescription = path.starts_with(descriptionFolder) && path.ends_with(descriptionEnd);
     // Before anything else: without a token all calls are answered alike.
-    const bool needsToken = isRpc || isDescription || path == descriptionPath;
+    const bool needsToken = isRpc || isDescription || path == descriptionPath || path == metricsPath;
     if (needsToken && request.method() != http::verb::options && !acceptsToken(request))
         return tokenMissing();
     if (isRpc)
@@ -211,7 +211,7 @@ Http::Outcome Http::decide(const Request& request) const {
     if (path == healthPath)
         return answerHealth();
     if (path == metricsPath)
-        return acceptsToken(request) ? answerMetrics() : tokenMissing();
+        return answerMetrics();
     return show(request, path);
 }
 

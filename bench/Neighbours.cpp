@@ -175,7 +175,7 @@ void help(const char* program) {
         "of its own, so that any build can be measured, also one by one.\n\n"
         "The neighbours call 20 times a second each, and a call's latency counts from when it was due.\n"
         "Attackers run at a lower priority, as if on a machine of their own. An aim that is missed is\n"
-        "marked and is no failure: a busy machine misses them too. A run takes about seven minutes.\n\n"
+        "marked and is no failure: a busy machine misses them too. A run takes about nine minutes.\n\n"
         "  --json  one JSON object a line\n\n"
         "Attacks; all of them unless some are named:\n",
         program);

@@ -60,6 +60,10 @@ protected:
 
     Clock::duration timeOf(const std::string& text) const {
         auto client = upgrade();
+        return timeOf(client, text);
+    }
+
+    static Clock::duration timeOf(WireClient& client, const std::string& text) {
         const auto began = Clock::now();
         client.call(text);
         return Clock::now() - began;
@@ -143,7 +147,7 @@ TEST_F(NeighbourTest, PlacesOfRequestsThatWereResetAreFree) {
     while (!free && Clock::now() - began < patience * alone)
         free = havePlaces(departed);
     ASSERT_TRUE(free);
-    EXPECT_LT(timeOf(batch), patience * alone);
+    EXPECT_LT(timeOf(owner, batch), patience * alone); // the newcomers may still be leaving
 }
 
 TEST_F(NeighbourTest, BatchesOfClientsThatLeftAreNotCarriedOut) {

@@ -58,7 +58,7 @@ const Row rows[] = {
     {"V6Tail",        "[::1]80",        R"("[::1]80" is no address of a service: a colon and the port follow the bracket)"},
     {"User",          "ws://me@box",    R"("ws://me@box" is no address of a service: it has no user, query or fragment; a token is read from a file)"},
     {"Fragment",      "http://box/#t",  R"("http://box/#t" is no address of a service: it has no user, query or fragment; a token is read from a file)"},
-    {"HeaderTrick",   "box\r\nX: 1",    "\"box\r\nX: 1\" is no address of a service: it holds blanks, control characters or letters beyond ASCII"},
+    {"HeaderTrick",   "box\r\nX: 1",    "\"box  X: 1\" is no address of a service: it holds blanks, control characters or letters beyond ASCII"},
 };
 // clang-format on
 

@@ -185,21 +185,30 @@ void Connection::close() noexcept {
     output_.clear();
     message_.finish();
     input_.lookAgain(); // whoever waits to read finds the socket closed
-    releaseWebSocket();
-    hub_.remove(*this);
+    if (releaseWebSocket())
+        hub_.remove(*this);
+    else
+        hub_.lookSoon(); // the next tick releases it
 }
 
 /// Beast's operations that wait for each other are kept by the WebSocket and keep this
 /// connection; it lets go of them, but not from inside one of them.
-void Connection::releaseWebSocket() noexcept {
+/// @returns false when there was no memory for it
+bool Connection::releaseWebSocket() noexcept {
     if (webSocket_ == nullptr)
-        return;
+        return true;
     try {
         const auto self = std::static_pointer_cast<Connection>(shared_from_this());
         asio::post(socket_.get_executor(), [self] { self->webSocket_.reset(); });
+        return true;
     } catch (...) {
-        fail("no memory to take a WebSocket apart");
+        return false;
     }
+}
+
+void Connection::giveUp() noexcept {
+    lost_ = true;
+    hub_.lookSoon();
 }
 
 void Connection::fail(const char* what) noexcept {
@@ -273,6 +282,11 @@ Connection::Clock::time_point Connection::getNextTick(Clock::time_point now) con
 }
 
 void Connection::tick(Clock::time_point now) {
+    if (phase_ == Phase::Closed) {
+        webSocket_.reset();
+        hub_.remove(*this);
+        return;
+    }
     const bool over = now >= patience_.getEnd();
     if (lost_) {
         countCutOff(lackOfMemory);

@@ -60,7 +60,7 @@ public:
     /// Whether a message is being carried out elsewhere.
     bool isWorking() const { return working_; }
 
-    /// Looks whether a time has run out.
+    /// Looks whether a time has run out. Not to be called from inside an operation of the connection.
     void tick(Clock::time_point now);
 
     /// When to call tick() next, unless something happens before; max() for never.
@@ -85,7 +85,7 @@ private:
     void sayGoodbye(boost::beast::websocket::close_code code) override;
     void finish() override;
     void fail(const char* what) noexcept override;
-    void giveUp() noexcept override { lost_ = true; }
+    void giveUp() noexcept override;
 
     void countAs(Gauge* kind) noexcept;
     void enter(Phase phase);
@@ -112,7 +112,7 @@ private:
 
     void drain();
     void readAway();
-    void releaseWebSocket() noexcept;
+    bool releaseWebSocket() noexcept;
 
     ConnectionHub& hub_;
     const Limits& limits_;

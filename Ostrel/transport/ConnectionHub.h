@@ -41,6 +41,10 @@ public:
     /// Somebody must be looked at then, or up to tickTime later.
     virtual void wakeAt(std::chrono::steady_clock::time_point when) noexcept = 0;
 
+    /// Something could not be seen to, for want of memory: everybody is looked at a little later,
+    /// for which none is needed. Any thread may call it.
+    virtual void lookSoon() noexcept = 0;
+
     /// The connection has closed.
     virtual void remove(Connection& connection) = 0;
 };

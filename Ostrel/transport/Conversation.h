@@ -80,25 +80,48 @@ public:
     /// Closes because something went wrong here, and writes what to the log.
     virtual void fail(const char* what) noexcept = 0;
 
-    /// The client has missed something and is better off without the connection. Any thread
-    /// may call it.
+    /// The client has missed something and is better off without the connection, which closes soon.
+    /// Any thread may call it.
     virtual void giveUp() noexcept = 0;
 
-    /// Wraps a completion handler: it keeps the connection alive, is skipped once that has
-    /// closed, and what it throws ends this connection alone.
+    /// Wraps a completion handler, which is called once: it keeps the connection alive, is skipped
+    /// once that has closed, and what it throws ends this connection alone. So does an operation that
+    /// gives its handler up, as Beast's do that throw.
     template <class Handler> auto guarded(Handler handler) {
-        return [self = shared_from_this(), handler = std::move(handler)](auto&&... arguments) mutable {
+        return Guarded<Handler>(shared_from_this(), std::move(handler));
+    }
+
+private:
+    template <class Handler> class Guarded {
+    public:
+        Guarded(std::shared_ptr<Conversation> self, Handler handler)
+            : self_(std::move(self)), handler_(std::move(handler)) {}
+        Guarded(Guarded&& other) noexcept = default;
+        ~Guarded() {
+            if (self_ != nullptr)
+                self_->giveUp();
+        }
+
+        Guarded(const Guarded&) = delete;
+        Guarded& operator=(const Guarded&) = delete;
+
+        template <class... Arguments> void operator()(Arguments&&... arguments) {
+            const auto self = std::move(self_);
             if (self->getPhase() == Phase::Closed)
                 return;
             try {
-                handler(std::forward<decltype(arguments)>(arguments)...);
+                handler_(std::forward<Arguments>(arguments)...);
             } catch (const std::exception& exception) {
                 self->fail(exception.what());
             } catch (...) {
                 self->fail("unknown");
             }
-        };
-    }
+        }
+
+    private:
+        std::shared_ptr<Conversation> self_; ///< null when moved away, or called
+        Handler handler_;
+    };
 };
 
 } // namespace Ostrel

@@ -35,7 +35,6 @@ Counter heldUp(holdUps, "accept");
 constexpr int receiveBuffer = 128 << 10;
 constexpr int sendBuffer = 256 << 10;
 
-constexpr std::chrono::milliseconds pauseTime{100}; ///< before accepting is tried again
 constexpr std::chrono::minutes silentTime{1}; ///< between lines in the log that tell of it
 
 /// Whether nobody serves on a socket file any more.
@@ -78,7 +77,7 @@ tcp::endpoint tcpOf(const asio::generic::stream_protocol::endpoint& endpoint) {
 } // namespace
 
 Door::Door(asio::io_context& context, const Address& address, const std::string& addressInUse)
-    : address_(address), acceptor_(context), pause_(context) {
+    : address_(address), acceptor_(context) {
     if (address.path.size() >= sizeof(sockaddr_un::sun_path))
         throw StartError("cannot listen on " + address.toString() + ": the path is too long");
     const auto failure = address.isUnix() ? listenLocal() : listenTcp();
@@ -93,7 +92,7 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
 }
 
 Door::Door(asio::io_context& context, int socket)
-    : address_(Address::ofSocket(socket)), acceptor_(context), pause_(context) {
+    : address_(Address::ofSocket(socket)), acceptor_(context) {
     int family = 0;
     socklen_t size = sizeof family;
     ::getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &size);
@@ -173,8 +172,9 @@ error_code Door::listenLocal() {
     return failure;
 }
 
-void Door::open(Welcome welcome) {
+void Door::open(Welcome welcome, Blocked blocked) {
     welcome_ = std::move(welcome);
+    blocked_ = std::move(blocked);
     acceptor_.non_blocking(true);
     accept();
 }
@@ -183,7 +183,11 @@ void Door::close() {
     removeFile();
     error_code ignored;
     acceptor_.close(ignored);
-    pause_.cancel();
+}
+
+void Door::tryAgain() {
+    if (std::exchange(isBlocked_, false) && acceptor_.is_open())
+        accept();
 }
 
 /// Waits for the next client before it is taken from the system's queue: an operation that took it
@@ -198,26 +202,24 @@ void Door::accept() {
             if (!failure || failure == asio::error::would_block)
                 accept();
             else
-                acceptLater(failure.message());
+                acceptLater(failure);
         });
-    } catch (const std::bad_alloc& exception) {
-        acceptLater(exception.what());
+    } catch (const std::bad_alloc&) {
+        acceptLater(make_error_code(boost::system::errc::not_enough_memory));
     }
 }
 
-void Door::acceptLater(const std::string& why) {
+void Door::acceptLater(const error_code& why) noexcept {
     heldUp.increment();
     const auto now = Clock::now();
     if (now >= silentUntil_) {
         silentUntil_ = now + silentTime;
+        char text[128]; // there may be no memory for another
         ostrelDebugPrint(DebugLevel::Warning, "Listener", "Door", __LINE__,
-                         "no more clients can be let in for now: %s\n", why.c_str());
+                         "no more clients can be let in for now: %s\n", why.message(text, sizeof text));
     }
-    pause_.expires_after(pauseTime);
-    pause_.async_wait([this](error_code cancelled) {
-        if (!cancelled && acceptor_.is_open())
-            accept();
-    });
+    isBlocked_ = true;
+    blocked_();
 }
 
 void Door::letOneIn(error_code& failure) {

@@ -4,7 +4,6 @@
 #include "Ostrel/transport/Socket.h"
 
 #include <boost/asio/basic_socket_acceptor.hpp>
-#include <boost/asio/steady_timer.hpp>
 
 #include <chrono>
 #include <functional>
@@ -31,6 +30,7 @@ public:
         std::string name; ///< what the log calls it: its address and port, or "unix"
     };
     using Welcome = std::function<void(Guest guest)>;
+    using Blocked = std::function<void()>;
 
     /// Binds the address; the system puts clients into a queue from now on.
     /// @param addressInUse  what the refusal advises when somebody else has the address
@@ -49,9 +49,12 @@ public:
     const Address& getAddress() const { return address_; }
 
     /// Lets clients in from now on, one after another. While the system or the memory has no room
-    /// for another one, they wait in the system's queue, which is tried again and again; the log
-    /// tells of it once a minute.
-    void open(Welcome welcome);
+    /// for another one, they wait in the system's queue; the log tells of it once a minute.
+    /// @param blocked  called when that is so: it is time for tryAgain() a little later. Must not throw.
+    void open(Welcome welcome, Blocked blocked);
+
+    /// Looks whether there is room again, where there was none.
+    void tryAgain();
 
     /// Lets nobody in any more.
     void close();
@@ -67,16 +70,17 @@ private:
     void checkRoomForClient();
     void removeFile() noexcept;
     void accept();
-    void acceptLater(const std::string& why);
+    void acceptLater(const boost::system::error_code& why) noexcept;
     void letOneIn(boost::system::error_code& failure);
     void letIn(Socket socket);
 
     Address address_;
     Acceptor acceptor_;
     std::optional<struct stat> file_; ///< of a Unix domain socket, while it may be there
-    boost::asio::steady_timer pause_; ///< until accepting is tried again
+    bool isBlocked_ = false; ///< nobody waits for the next client
     Clock::time_point silentUntil_ = Clock::time_point::min(); ///< no line in the log about it
     Welcome welcome_;
+    Blocked blocked_;
 };
 
 } // namespace Ostrel

@@ -13,6 +13,7 @@
 #include "Ostrel/transport/Page.h"
 #include "Ostrel/transport/StartError.h"
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/system/system_error.hpp>
@@ -44,6 +45,7 @@ Counter cutOffForAll(cutOffs, "waiting_together");
 Counter cameByOldToken(cutOffs, "token_changed");
 
 constexpr std::chrono::milliseconds farewellTime{1000};
+constexpr std::chrono::milliseconds pauseTime{100}; ///< before what could not be done is tried again
 constexpr std::size_t mostRefused = 256; ///< connections that are being told there are too many
 
 } // namespace
@@ -64,7 +66,7 @@ public:
             checkToken(addresses_.back());
         }
         for (auto& door : doors_)
-            door.open([this](Door::Guest guest) { welcome(std::move(guest)); });
+            door.open([this](Door::Guest guest) { welcome(std::move(guest)); }, [this] { lookSoon(); });
         thread_ = std::thread([this] { run(); });
         pthread_setname_np(thread_.native_handle(), "listener");
     }
@@ -142,13 +144,19 @@ public:
                     tick();
                 } catch (const std::exception& exception) {
                     complain("tick", exception.what());
-                    wakeAt(lastTick_); // what was left out is not forgotten
+                    lookSoon(); // what was left out is not forgotten
                 }
             });
             nextTick_ = when;
         } catch (const std::exception& exception) {
-            complain("wakeAt", exception.what()); // whoever wants to be woken next tries again
+            complain("wakeAt", exception.what());
+            lookSoon();
         }
+    }
+
+    void lookSoon() noexcept override {
+        if (!hasEnded_ && !looksSoon_.exchange(true))
+            context_.stop();
     }
 
     void logRefusal(const std::string& why) override {
@@ -210,8 +218,8 @@ private:
             wakeAt(connection.getNextTick(lastTick_));
         });
         if (lastTick_ >= nextHousekeeping_) {
-            nextHousekeeping_ = Clock::time_point::max();
             housekeep();
+            nextHousekeeping_ = Clock::time_point::max();
         }
         wakeAt(nextHousekeeping_);
         heap_.saw(budget_.takePeak());
@@ -236,7 +244,9 @@ private:
                 if (keepHouse())
                     asio::post(context_, [this] { housekeepLater(); });
             } catch (const std::exception& exception) {
-                complain("housekeep", exception.what()); // the next connection that closes tries again
+                complain("housekeep", exception.what());
+                keepsHouseSoon_ = true;
+                lookSoon();
             }
         });
     }
@@ -260,16 +270,37 @@ private:
     }
 
     void run() {
-        for (;;) {
+        while (!hasEnded_) {
             try {
-                context_.run();
-                return;
+                context_.restart();
+                if (looksSoon_)
+                    pause();
+                else
+                    context_.run();
             } catch (const std::exception& exception) {
                 complain("run", exception.what());
+                lookSoon();
             } catch (...) {
                 complain("run", "unknown");
+                lookSoon();
             }
         }
+    }
+
+    /// Serves on until it is time to look around. No timer of Asio's: for that there may be no memory.
+    void pause() {
+        if (lookAt_ == Clock::time_point::max())
+            lookAt_ = Clock::now() + pauseTime;
+        context_.run_until(lookAt_);
+        if (Clock::now() < lookAt_)
+            return;
+        lookAt_ = Clock::time_point::max();
+        looksSoon_ = false;
+        for (auto& door : doors_)
+            door.tryAgain();
+        if (keepsHouseSoon_.exchange(false))
+            housekeepLater();
+        tick();
     }
 
     static void complain(const char* where, const char* what) {
@@ -293,20 +324,26 @@ private:
     /// Behind what the connections have posted to take themselves apart.
     void end() {
         closeAll();
-        asio::post(context_, [this] { context_.stop(); });
+        asio::post(context_, [this] {
+            hasEnded_ = true;
+            context_.stop();
+        });
     }
 
-    /// Whoever closes leaves the set, so that a copy is walked. What one connection throws ends
+    /// Whoever closes leaves its set, and may take others along. What one connection throws ends
     /// that connection.
     template <class Action> void forEachConnection(Action action) {
-        std::vector all(connections_.begin(), connections_.end());
-        all.insert(all.end(), refused_.begin(), refused_.end());
-        for (const auto& connection : all) {
-            try {
-                action(*connection);
-            } catch (const std::exception& exception) {
-                complain("forEachConnection", exception.what());
-                connection->close();
+        for (auto* connections : {&connections_, &refused_}) {
+            std::shared_ptr<Connection> last;
+            for (auto at = connections->begin(); at != connections->end();
+                 at = connections->upper_bound(last)) {
+                last = *at;
+                try {
+                    action(*last);
+                } catch (const std::exception& exception) {
+                    complain("forEachConnection", exception.what());
+                    last->close();
+                }
             }
         }
     }
@@ -351,7 +388,12 @@ private:
     std::vector<Address> addresses_;
 
     MessageBudget budget_; ///< outlives whatever waits to be run
+    std::atomic<bool> looksSoon_ = false; ///< run() is to pause(), and has been told
+    std::atomic<bool> keepsHouseSoon_ = false;
+    std::atomic<bool> hasEnded_ = false; ///< run() is to return
+    Clock::time_point lookAt_ = Clock::time_point::max(); ///< while it pauses
     asio::io_context context_{1};
+    const asio::executor_work_guard<asio::io_context::executor_type> work_{context_.get_executor()};
     std::deque<Door> doors_;
     asio::steady_timer timer_; ///< for the next tick
     Clock::time_point nextTick_ = Clock::time_point::max();

@@ -10,7 +10,7 @@ namespace {
 Counter heldUp(holdUps, "messages");
 }
 
-void MessageBudget::serve() {
+void MessageBudget::serve() noexcept {
     while (!line_.empty()) {
         const bool nevertheless = favoured_.size() < favours_ && working_ < message_;
         if (!hasRoom() && !nevertheless)
@@ -48,7 +48,7 @@ bool MessageBudget::Reader::mayRead(std::size_t size) {
     return !inLine_;
 }
 
-void MessageBudget::Reader::finish() {
+void MessageBudget::Reader::finish() noexcept {
     if (inLine_)
         std::erase(budget_.line_, this);
     inLine_ = false;
@@ -57,7 +57,7 @@ void MessageBudget::Reader::finish() {
     budget_.serve();
 }
 
-void MessageBudget::Reader::hold(std::size_t size) {
+void MessageBudget::Reader::hold(std::size_t size) noexcept {
     budget_.reading_ = budget_.reading_ - held_ + size;
     held_ = size;
     budget_.noteTotal();

@@ -31,10 +31,12 @@ public:
     /// @param message  bytes that one message may have
     /// @param favours  how many may read on at a time though there is no room
     MessageBudget(std::size_t limit, std::size_t message, std::size_t favours = 32)
-        : limit_(limit), message_(message), favours_(favours) {}
+        : limit_(limit), message_(message), favours_(favours) {
+        favoured_.reserve(favours_);
+    }
 
     /// Lets those in line read on for whom there is room.
-    void serve();
+    void serve() noexcept;
 
     /// To be called now and then while somebody is in line.
     void tick();
@@ -56,14 +58,15 @@ private:
     std::atomic<std::size_t> working_ = 0;
     std::size_t peak_ = 0;
     std::deque<Reader*> line_;
-    std::vector<Reader*> favoured_; ///< who read on though there is no room, until the next tick
+    /// Who read on though there is no room, until the next tick; it never grows past its capacity.
+    std::vector<Reader*> favoured_;
 };
 
 /// One client's part: the message that is being read. To be finished before it is destroyed, which
 /// may happen on any thread.
 class MessageBudget::Reader {
 public:
-    /// @param goOn  called when a mayRead() that was refused will be granted
+    /// @param goOn  called when a mayRead() that was refused will be granted; must not throw
     Reader(MessageBudget& budget, std::function<void()> goOn) : budget_(budget), goOn_(std::move(goOn)) {}
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -73,12 +76,12 @@ public:
     bool mayRead(std::size_t size);
 
     /// The message is not being read any more.
-    void finish();
+    void finish() noexcept;
 
 private:
     friend class MessageBudget;
 
-    void hold(std::size_t size);
+    void hold(std::size_t size) noexcept;
 
     MessageBudget& budget_;
     const std::function<void()> goOn_;

@@ -15,6 +15,7 @@ namespace Ostrel {
 namespace {
 
 constexpr const char* moduleName = "IRPC";
+constexpr std::string_view replyFrame = R"({"jsonrpc":"2.0","id":,"result":})";
 
 constexpr Metric::Family errors{"ostrel_errors_total", "Errors that clients were told, by JSON-RPC code.",
                                 "code"};
@@ -75,12 +76,15 @@ IRPC::RPCSynchronousMethodObject::RPCSynchronousMethodObject(std::string interfa
                                                              std::shared_ptr<RPCPeer> peer,
                                                              std::size_t replyLimit)
     : interfaceName_(std::move(interfaceName)), methodName_(std::move(methodName)), id_(std::move(id)),
-      parameters_(std::move(parameters)), peer_(std::move(peer)), replyLimit_(replyLimit) {}
+      parameters_(std::move(parameters)), peer_(std::move(peer)), replyLimit_(replyLimit) {
+    if (wantsReply())
+        replyRoom_.reserve(replyFrame.size() + id_.size() + shortResult);
+}
 
 std::string IRPC::RPCResultObject::serialize() const {
     if (!method_.wantsReply())
         return {};
-    Serializer out(method_.getReplyLimit());
+    Serializer out(method_.getReplyLimit(), method_.takeReplyRoom());
     beginReply(out, method_.getId());
     value_.serialize("result", out);
     out.endObject("");
@@ -90,7 +94,7 @@ std::string IRPC::RPCResultObject::serialize() const {
 std::string IRPC::RPCReturnObject::serialize() const {
     if (!method_.wantsReply())
         return {};
-    Serializer out;
+    Serializer out(method_.getReplyLimit(), method_.takeReplyRoom());
     beginReply(out, method_.getId());
     out.writeJson("result", "null");
     out.endObject("");

@@ -76,6 +76,13 @@ public:
         RPCCallMetrics* getMetrics() const { return metrics_; }
         void setMetrics(RPCCallMetrics& metrics) const { metrics_ = &metrics; }
 
+        /// Bytes that the value of a reply may have for which no memory is wanted any more once the
+        /// call has been made: what a handler has done is told, then, in any case.
+        static constexpr std::size_t shortResult = 256;
+
+        /// Hands out the room for the reply, once.
+        std::string takeReplyRoom() const noexcept { return std::exchange(replyRoom_, {}); }
+
     private:
         std::string interfaceName_;
         std::string methodName_;
@@ -85,6 +92,7 @@ public:
         std::size_t replyLimit_;
         mutable Outcome outcome_ = Outcome::Ok;
         mutable RPCCallMetrics* metrics_ = nullptr;
+        mutable std::string replyRoom_; ///< empty, and wide enough for a short reply
     };
 
     /// The reply of a call that gives a value. Refers to both arguments, which must outlive it.
@@ -95,7 +103,7 @@ public:
 
         /// @returns the reply's text; empty when the client wants none
         /// @throws TextTooLarge  the reply would be over the method's limit
-        /// @throws std::bad_alloc
+        /// @throws std::bad_alloc  it has more than shortResult bytes, or is not the call's first
         std::string serialize() const;
 
     private:

@@ -91,6 +91,7 @@ public:
                 return;
             }
             const Cancellation scope(clientGone_);
+            hasBegun_ = true;
             auto reply = answerAsFated();
             finish(reply);
             add(std::move(reply));
@@ -155,7 +156,8 @@ private:
     }
 
     void examine(const JsonValue& value) {
-        envelope_ = {.text = batch_.empty() ? std::string_view(text_) : value.getText()};
+        // As long as it is not known whether a reply is wanted, one is.
+        envelope_ = {.text = batch_.empty() ? std::string_view(text_) : value.getText(), .id = nullId};
         fate_ = {};
         due_ = {};
         toldAt_.reset();
@@ -169,7 +171,6 @@ private:
 
     void readEnvelope(const JsonValue& value) {
         if (!value.isObject()) {
-            envelope_.id = "null";
             envelope_.refusal = "the message is not a JSON object";
             return;
         }
@@ -177,8 +178,7 @@ private:
         const auto members = value.getMembers();
         const auto* id = findMember(members, "id");
         const bool idFits = id == nullptr || id->isNumber() || id->isString() || id->isNull();
-        if (id != nullptr)
-            envelope_.id = idFits ? id->getText() : "null";
+        envelope_.id = id == nullptr ? std::string_view() : idFits ? id->getText() : nullId;
         // Room for the reply that is given when there is none left.
         if (batch_.empty())
             reply_.reserve(lackOfMemory.size() + envelope_.id.size());
@@ -200,7 +200,7 @@ private:
         if (!envelope_.refusal.empty()) {
             // What is no request cannot ask for silence either.
             if (envelope_.id.empty())
-                envelope_.id = "null";
+                envelope_.id = nullId;
             return;
         }
 
@@ -343,9 +343,11 @@ private:
     }
 
     /// Ends the message with the reply that needs no memory. Of a single request it carries the id,
-    /// so that its client knows which of its calls has failed.
+    /// so that its client knows which of its calls has failed. For a batch of which some has been
+    /// carried out there is none: which, only the end of the connection leaves open.
     void giveUp() noexcept {
         const bool single = batch_.empty() && count_ == 1;
+        isConnectionLost_ = !batch_.empty() && hasBegun_;
         const bool hasRoom = reply_.capacity() >= lackOfMemory.size() + envelope_.id.size();
         next_ = count_;
         reply_.clear();
@@ -375,6 +377,7 @@ private:
     const bool isObserved_;
 
     bool isRead_ = false;
+    bool hasBegun_ = false; ///< to carry requests out
     std::vector<JsonValue> batch_; ///< empty when the message is one request
     std::size_t count_ = 0; ///< requests in the message
     std::size_t next_ = 0;

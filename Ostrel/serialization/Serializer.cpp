@@ -120,7 +120,7 @@ bool escapeInto(std::string& out, std::string_view text) {
 TextTooLarge::TextTooLarge(std::size_t limit)
     : text_("the reply is larger than " + std::to_string(limit) + " bytes") {}
 
-Serializer::Serializer(std::size_t limit) : limit_(limit) {}
+Serializer::Serializer(std::size_t limit, std::string room) : text_(std::move(room)), limit_(limit) {}
 
 void Serializer::beginObject(std::string_view key) {
     beginValue(key);

@@ -32,7 +32,8 @@ private:
 class OSTREL_API Serializer {
 public:
     /// @param limit  bytes; a text that would grow past it throws TextTooLarge
-    explicit Serializer(std::size_t limit = std::numeric_limits<std::size_t>::max());
+    /// @param room   an empty text whose room is used first
+    explicit Serializer(std::size_t limit = std::numeric_limits<std::size_t>::max(), std::string room = {});
 
     /// What is begun must be ended, under the same key. These and all that write below throw
     /// TextTooLarge at the limit, and std::bad_alloc.

@@ -6,6 +6,8 @@
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/server/TVModuleContext.h"
 
+#include <new>
+
 namespace Ostrel::TV {
 
 std::string TVRPCServer::serviceListSet(const Call& call) {
@@ -43,9 +45,19 @@ std::string TVRPCServer::serviceListGet(const Call& call) {
 }
 
 std::string TVRPCServer::serviceListRead(const Call& call) {
-    return answer(call, "serviceListRead", [](TVModuleContext& context, Deserializer& payload) {
-        return context.serviceListRead(deserialize<unsigned>("limit", payload));
-    });
+    const auto read = [&](TVModuleContext& context, const std::string& text) {
+        auto payload = decode<Deserializer>(text);
+        const auto services = context.serviceListRead(deserialize<unsigned>("limit", payload));
+        try {
+            return IRPC::RPCResultObject(call, services).serialize();
+        } catch (const std::bad_alloc&) {
+            // What the client does not get it has not read.
+            if (!services.empty())
+                context.serviceListSeek(-static_cast<int>(services.size()), 1);
+            throw;
+        }
+    };
+    return answerGuarded(call, "serviceListRead", {}, read);
 }
 
 std::string TVRPCServer::nowNextGet(const Call& call) {

@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/IRPC.h"
 #include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/rpc/RPCObserver.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Families.h"
 
 #include <algorithm>
@@ -55,6 +56,8 @@ RPCNotificationCount::~RPCNotificationCount() {
 
 RPCSubscriber::~RPCSubscriber() = default;
 
+void RPCSubscriber::missed() noexcept {}
+
 RPCNotifier::~RPCNotifier() = default;
 
 void RPCNotifier::handleRPCNotification(const std::string& name, const std::string& payload,
@@ -87,6 +90,14 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
     sentOnes.increment(subscriptions_.size());
     for (const auto& subscription : subscriptions_)
         subscription.subscriber->notify(notification);
+}
+
+void RPCNotifier::tellMissed() noexcept {
+    ostrelDebugPrint(DebugLevel::Error, "RPCNotifier", "RPCNotifier", __LINE__,
+                     "no memory for a notification; whoever misses it is cut off\n");
+    const std::lock_guard lock(mutex_);
+    for (const auto& subscription : subscriptions_)
+        subscription.subscriber->missed();
 }
 
 bool RPCNotifier::notify(const RPCPeer& peer, const std::shared_ptr<const RPCNotification>& notification) {

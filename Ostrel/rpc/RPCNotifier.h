@@ -77,6 +77,10 @@ public:
     /// Queues a notification. Must return at once and never throw; any thread may be the caller,
     /// with module locks held.
     virtual void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept = 0;
+
+    /// A notification could not be made, for want of memory. Called as notify() is; nothing unless
+    /// overridden.
+    virtual void missed() noexcept;
 };
 
 /// Passes notifications on to everybody who has subscribed.
@@ -102,6 +106,17 @@ public:
     /// @throws std::bad_alloc  nothing was sent
     void handleRPCNotification(const std::string& name, const std::string& payload,
                                const std::string& topic = {});
+
+    /// Raises notifications of what has happened and cannot be taken back: where there is no memory
+    /// for one, every client misses it and is cut off.
+    /// @param raise  calls handleRPCNotification()
+    template <class Raise> void raiseInAnyCase(Raise raise) noexcept {
+        try {
+            raise();
+        } catch (...) {
+            tellMissed();
+        }
+    }
 
     /// Lets somebody decide from now on what becomes of the notifications, and of the calls where the
     /// notifier is a server.
@@ -131,6 +146,8 @@ public:
     const std::vector<RPCObserver*>& getObservers() const { return observers_; }
 
 private:
+    void tellMissed() noexcept;
+
     struct Subscription {
         RPCSubscriber* subscriber;
         const RPCPeer* peer;

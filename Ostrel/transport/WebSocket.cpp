@@ -141,6 +141,10 @@ void WebSocket::notify(const std::shared_ptr<const RPCNotification>& notificatio
     }
 }
 
+void WebSocket::missed() noexcept {
+    conversation_.giveUp();
+}
+
 void WebSocket::sendNotifications() {
     std::vector<std::shared_ptr<const RPCNotification>> notifications;
     {

@@ -66,6 +66,7 @@ public:
     void unsubscribe() noexcept;
 
     void notify(const std::shared_ptr<const RPCNotification>& notification) noexcept override;
+    void missed() noexcept override;
 
 private:
     class Stream;

@@ -128,6 +128,9 @@ private:
     bool release(std::uint32_t identifier);
     bool isScanRunning(TVModuleContext& context) const;
 
+    /// Raises a notification that carries the source alone.
+    void raise(const std::string& name, unsigned sourceId);
+
     MethodMap configMethods_;
     MethodMap serviceMethods_;
     MethodMap guideMethods_;

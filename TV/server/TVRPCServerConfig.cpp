@@ -107,32 +107,36 @@ std::string TVRPCServer::transponderListDeleteAll(const Call& call) {
         lines);
 }
 
+// The scan has got there, whether or not there is memory to tell of it.
+
 void TVRPCServer::onScanStart(const unsigned& sourceId) {
     scanHeard_ = true;
-    Serializer serializer;
-    serializer.beginObject("");
-    serialize("sourceId", sourceId, serializer);
-    serializer.endObject("");
-    handleRPCNotification("ITVConfig::onScanStart", serializer.generate());
+    raiseInAnyCase([&] { raise("ITVConfig::onScanStart", sourceId); });
 }
 
 void TVRPCServer::onScanProgress(const unsigned& sourceId, const unsigned& percent) {
-    Serializer serializer;
-    serializer.beginObject("");
-    serialize("sourceId", sourceId, serializer);
-    serialize("percent", percent, serializer);
-    serializer.endObject("");
-    // A client that is far behind needs only the latest; between two scans stands a start.
-    handleRPCNotification("ITVConfig::onScanProgress", serializer.generate(),
-                          "onScanProgress " + std::to_string(sourceId));
+    raiseInAnyCase([&] {
+        Serializer serializer;
+        serializer.beginObject("");
+        serialize("sourceId", sourceId, serializer);
+        serialize("percent", percent, serializer);
+        serializer.endObject("");
+        // A client that is far behind needs only the latest; between two scans stands a start.
+        handleRPCNotification("ITVConfig::onScanProgress", serializer.generate(),
+                              "onScanProgress " + std::to_string(sourceId));
+    });
 }
 
 void TVRPCServer::onScanComplete(const unsigned& sourceId) {
+    raiseInAnyCase([&] { raise("ITVConfig::onScanComplete", sourceId); });
+}
+
+void TVRPCServer::raise(const std::string& name, unsigned sourceId) {
     Serializer serializer;
     serializer.beginObject("");
     serialize("sourceId", sourceId, serializer);
     serializer.endObject("");
-    handleRPCNotification("ITVConfig::onScanComplete", serializer.generate());
+    handleRPCNotification(name, serializer.generate());
 }
 
 } // namespace Ostrel::TV

@@ -93,7 +93,8 @@ public:
     /// The same over every frequency of the band, and the source is kept for the later events.
     bool startBlindScanUnderLock(const unsigned& sourceId) OSTREL_REQUIRES(mutex);
 
-    /// What the scan's task does twice a second: updateScanUnderLock(false), with the lock.
+    /// What the scan's task does twice a second: updateScanUnderLock(false), with the lock. Where
+    /// memory is short for it, the next one makes up for it.
     /// @returns whether there is a scan to come back for
     bool updateScan();
 
@@ -104,6 +105,7 @@ public:
     ///
     /// @param stop  ends the scan, wherever it is
     /// @returns whether a scan was running
+    /// @throws std::bad_alloc  nothing has changed
     bool updateScanUnderLock(bool stop) OSTREL_REQUIRES(mutex);
 
     /// The scan that runs, or the one that ran last. All contexts share it.
@@ -111,16 +113,19 @@ public:
         /// Starts over: one second for each frequency, in this order.
         void begin(std::vector<std::uint32_t> wanted);
 
-        /// Moves to the percentage that the clock says; at the end the scan no longer runs.
+        /// The percentage that the clock says.
+        std::uint32_t getPercentNow() const;
+
+        /// Moves to a percentage; at the end the scan no longer runs.
         /// @returns whether the percentage has changed
-        bool step();
+        bool step(std::uint32_t percent);
 
         /// Ends the scan where it is.
         /// @returns whether it was running
         bool stop();
 
-        /// How many of the frequencies have been visited, to the nearest whole one.
-        std::size_t countVisited() const;
+        /// How many of the frequencies have been visited at a percentage, to the nearest whole one.
+        std::size_t countVisited(std::uint32_t percent) const;
 
         /// @returns nothing before the first scan
         std::optional<ITVConfig::ScanInfo> describe() const;
@@ -164,8 +169,17 @@ private:
     /// Tells what begins, and gives it a task.
     void beginScanUnderLock(const unsigned& sourceId, std::vector<std::uint32_t> frequencies)
         OSTREL_REQUIRES(mutex);
-    void mergeTransponderUnderLock(std::uint32_t frequencyMHz) OSTREL_REQUIRES(mutex);
-    void mergeServiceUnderLock(const ITVService::ServiceInfo& service) OSTREL_REQUIRES(mutex);
+
+    /// What a step of the scan adds to the lists, so that adding it cannot fail.
+    struct Arrivals {
+        Services services;
+        Services again; ///< the same, for the other list
+        std::vector<std::uint32_t> transponders; ///< MHz
+    };
+    /// @param visited  how many frequencies will have been
+    Arrivals prepareArrivalsUnderLock(std::size_t visited) OSTREL_REQUIRES(mutex);
+    void mergeServiceUnderLock(ITVService::ServiceInfo& service, ITVService::ServiceInfo& again)
+        OSTREL_REQUIRES(mutex);
 
     bool keepsToday = false;
     std::unique_ptr<Today> today; ///< null where the guide stays as it is

@@ -4,10 +4,13 @@
 #include "TV/server/dummy/DummyTVModule.h"
 
 #include "Ostrel/runtime/Clock.h"
+#include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Metric.h"
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 namespace Ostrel::TV {
@@ -16,6 +19,8 @@ namespace {
 
 Gauge runningScans({"ostrel_scan_running", "1 while a scan runs, which all clients share."});
 Counter startedScans({"ostrel_scans_started_total", "Scans that have been started."});
+
+constexpr const char* moduleName = "DummyTVModule";
 
 constexpr std::uint32_t bandStartMHz = 474;
 constexpr std::uint32_t bandEndMHz = 851;
@@ -43,8 +48,9 @@ int runScanner(void* module) {
 bool DummyTVModule::startBlindScanUnderLock(const unsigned& sourceId) {
     if (scanState.scanning)
         return false;
+    auto band = makeBand();
     scanState.sourceId = sourceId;
-    beginScanUnderLock(sourceId, makeBand());
+    beginScanUnderLock(sourceId, std::move(band));
     return true;
 }
 
@@ -71,9 +77,12 @@ void DummyTVModule::beginScanUnderLock(const unsigned& sourceId, std::vector<std
 }
 
 bool DummyTVModule::updateScan() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
-    {
+    try {
         const Mutex::Hold hold(mutex);
         updateScanUnderLock(false);
+    } catch (const std::bad_alloc&) {
+        ostrelDebugPrint(DebugLevel::Warning, moduleName, moduleName, __LINE__,
+                         "no memory for a step of the scan; the next one makes up for it\n");
     }
     return scanState.scanning; // the turn keeps it still; at worst a task sleeps once more
 }
@@ -82,31 +91,46 @@ bool DummyTVModule::updateScanUnderLock(bool stop) {
     if (!scanState.scanning)
         return false;
 
-    const bool moved = scanState.step();
+    const auto percent = scanState.getPercentNow();
+    const auto visited = scanState.countVisited(percent);
+    auto arrivals = prepareArrivalsUnderLock(visited);
+
+    const bool moved = scanState.step(percent);
     const bool ended = !scanState.scanning;
     if (moved)
         onScanProgress(scanState.sourceId, scanState.progress);
     if (ended || (stop && scanState.stop()))
         onScanComplete(scanState.sourceId);
 
-    const auto visited = scanState.countVisited();
-    for (; scanState.nextIndex < visited; ++scanState.nextIndex)
-        mergeTransponderUnderLock(scanState.frequencies[scanState.nextIndex]);
+    for (std::size_t i = 0; i < arrivals.services.size(); ++i)
+        mergeServiceUnderLock(arrivals.services[i], arrivals.again[i]);
+    // A scan over the transponder list finds what is in it and adds it once more.
+    // Meant so: docs/oddities.md, "Frequencies twice".
+    for (const auto frequencyMHz : arrivals.transponders)
+        addTransponderUnderLock(frequencyMHz);
+    scanState.nextIndex = std::max(scanState.nextIndex, static_cast<std::uint32_t>(visited));
     return true;
 }
 
-void DummyTVModule::mergeTransponderUnderLock(std::uint32_t frequencyMHz) {
-    const TransponderInfo* const found = sharedLineup().findTransponder(frequencyMHz);
-    if (found == nullptr)
-        return;
-    for (const ITVService::ServiceInfo& service : found->services)
-        mergeServiceUnderLock(service);
-    // A scan over the transponder list finds what is in it and adds it once more.
-    // Meant so: docs/oddities.md, "Frequencies twice".
-    addTransponderUnderLock(found->frequencyMHz);
+DummyTVModule::Arrivals DummyTVModule::prepareArrivalsUnderLock(std::size_t visited) {
+    static_assert(std::is_nothrow_move_constructible_v<ITVService::ServiceInfo> &&
+                  std::is_nothrow_move_assignable_v<ITVService::ServiceInfo>);
+    Arrivals arrivals;
+    for (std::size_t i = scanState.nextIndex; i < visited; ++i) {
+        const TransponderInfo* const found = sharedLineup().findTransponder(scanState.frequencies[i]);
+        if (found == nullptr)
+            continue;
+        arrivals.services.insert(arrivals.services.end(), found->services.begin(), found->services.end());
+        arrivals.transponders.push_back(found->frequencyMHz);
+    }
+    arrivals.again = arrivals.services;
+    services.reserve(services.size() + arrivals.services.size());
+    scannedServices.reserve(scannedServices.size() + arrivals.services.size());
+    transponders.reserve(transponders.size() + arrivals.transponders.size());
+    return arrivals;
 }
 
-void DummyTVModule::mergeServiceUnderLock(const ITVService::ServiceInfo& service) {
+void DummyTVModule::mergeServiceUnderLock(ITVService::ServiceInfo& service, ITVService::ServiceInfo& again) {
     using Type = ITVService::ServiceInfo::Type;
     const auto behind =
         std::find_if(services.begin(), services.end(), [&](const ITVService::ServiceInfo& other) {
@@ -115,13 +139,13 @@ void DummyTVModule::mergeServiceUnderLock(const ITVService::ServiceInfo& service
     const bool isLast = behind == services.end();
     if (!isLast && behind->getChannelNumber() == service.getChannelNumber())
         return;
-    services.insert(behind, service);
-    scannedServices.push_back(service);
+    services.insert(behind, std::move(service));
+    scannedServices.push_back(std::move(again));
 
     // A service that goes in before another counts as put in and as new, one at the end as new alone.
     // Meant so: docs/oddities.md, "Counted twice".
     scanState.servicesFound += isLast ? 1 : 2;
-    switch (service.getType()) {
+    switch (scannedServices.back().getType()) {
     case Type::Television:
         ++scanState.tvServices;
         break;
@@ -150,14 +174,16 @@ void DummyTVModule::ScanState::begin(std::vector<std::uint32_t> wanted) {
     endTime = startTime + static_cast<std::time_t>(frequencies.size());
 }
 
-bool DummyTVModule::ScanState::step() {
+std::uint32_t DummyTVModule::ScanState::getPercentNow() const {
     // The clock may be set back while a scan runs: the time before its start counts as the start.
     // Meant so: docs/oddities.md, "A clock set back".
     const auto now = std::max(Clock::now(), startTime);
-    scanning = now < endTime;
+    return now < endTime ? static_cast<std::uint32_t>((now - startTime) * 100 / (endTime - startTime)) : 100;
+}
+
+bool DummyTVModule::ScanState::step(std::uint32_t percent) {
+    scanning = percent < 100;
     runningScans.set(scanning);
-    const auto percent =
-        scanning ? static_cast<std::uint32_t>((now - startTime) * 100 / (endTime - startTime)) : 100;
     return std::exchange(progress, percent) != percent;
 }
 
@@ -166,8 +192,8 @@ bool DummyTVModule::ScanState::stop() {
     return std::exchange(scanning, false);
 }
 
-std::size_t DummyTVModule::ScanState::countVisited() const {
-    return (frequencies.size() * progress + 50) / 100;
+std::size_t DummyTVModule::ScanState::countVisited(std::uint32_t percent) const {
+    return (frequencies.size() * percent + 50) / 100;
 }
 
 std::optional<ITVConfig::ScanInfo> DummyTVModule::ScanState::describe() const {

@@ -72,10 +72,10 @@ std::string SimulatorServer::signalSet(const Call& call) {
 
 std::string SimulatorServer::reset(const Call& call) {
     return answer<NoParams>(call, [this](const NoParams&) {
-        // Memory may run out over any of these: repeated, a reset is whole.
-        resetWeather();
+        auto weather = weather_.getStart();
+        module_.reset(); // only up to here memory can run out
+        setWeather(std::move(weather));
         resetClock();
-        module_.reset();
         return BooleanObject(true);
     });
 }

@@ -90,14 +90,13 @@ private:
     bool stepClock(std::time_t seconds);
     bool stepToNextStart(std::optional<std::int32_t> serviceId, std::time_t before);
     void resetClock();
-    ClockRecord tellClock();
+    ClockRecord tellClock() noexcept;
 
     // SimulatorServerWeather.cpp
     void publishWeather();
     std::string weatherGet(const Call& call);
     std::string weatherSet(const Call& call);
-    void resetWeather();
-    Weather::Report tellWeather();
+    void setWeather(Weather::Change change) noexcept;
 
     // SimulatorServerTraffic.cpp
     void publishTraffic();

@@ -152,9 +152,9 @@ void SimulatorServer::resetClock() {
 }
 
 /// Tells everybody what the clock says now.
-SimulatorServer::ClockRecord SimulatorServer::tellClock() {
+SimulatorServer::ClockRecord SimulatorServer::tellClock() noexcept {
     ClockRecord clock(module_.timeOffset);
-    handleRPCNotification("Simulator::onClock", clock.serialize());
+    raiseInAnyCase([&] { handleRPCNotification("Simulator::onClock", clock.serialize()); });
     return clock;
 }
 

@@ -16,22 +16,18 @@ std::string SimulatorServer::weatherGet(const Call& call) {
 }
 
 std::string SimulatorServer::weatherSet(const Call& call) {
-    return answer<Weather::Settings>(call, [this](const Weather::Settings& settings) {
-        weather_.set(settings);
-        return tellWeather();
-    });
+    Weather::Change change = read<Weather::Settings>(call.getParameters());
+    // Its reply may be long: when there is no memory for it, nothing has changed.
+    const Weather::Report report(change);
+    auto reply = IRPC::RPCResultObject(call, report).serialize();
+    setWeather(std::move(change));
+    return reply;
 }
 
-void SimulatorServer::resetWeather() {
-    weather_.reset();
-    tellWeather();
-}
-
-/// Tells everybody what the rules are now.
-Weather::Report SimulatorServer::tellWeather() {
-    auto report = weather_.report();
-    handleRPCNotification("Simulator::onWeather", report.serialize());
-    return report;
+/// Tells everybody, too, what the rules are now.
+void SimulatorServer::setWeather(Weather::Change change) noexcept {
+    weather_.set(std::move(change));
+    raiseInAnyCase([this] { handleRPCNotification("Simulator::onWeather", weather_.report().serialize()); });
 }
 
 } // namespace Ostrel

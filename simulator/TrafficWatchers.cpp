@@ -4,12 +4,18 @@
 #include "simulator/Message.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
 
 namespace Ostrel {
+
+namespace {
+constexpr std::chrono::milliseconds tryAgain{100}; ///< where there is no memory
+}
 
 /// Wakes the thread: something has passed, or a watcher has taken something. Those who ring may
 /// outlive the watchers.
@@ -29,13 +35,12 @@ struct TrafficWatchers::Bell {
 };
 
 struct TrafficWatchers::Watcher {
-    Watcher(const std::shared_ptr<RPCPeer>& connection, std::uint64_t first)
-        : peer(connection), next(first) {}
+    explicit Watcher(const std::shared_ptr<RPCPeer>& connection) : peer(connection) {}
 
     const std::weak_ptr<RPCPeer> peer;
     std::atomic<std::size_t> waiting = 0; ///< bytes on their way to it
     // The thread's own:
-    std::uint64_t next; ///< number of the message to be sent
+    std::uint64_t next = 0; ///< number of the message to be sent
     std::uint64_t missed = 0;
 };
 
@@ -67,10 +72,11 @@ void TrafficWatchers::watch(const std::shared_ptr<RPCPeer>& peer) {
     std::erase_if(watchers_, [](const auto& watcher) { return watcher->peer.expired(); });
     const bool watches = std::any_of(watchers_.begin(), watchers_.end(),
                                      [&](const auto& watcher) { return watcher->peer.lock() == peer; });
-    count_ = watchers_.size() + 1; // first: whoever passes a message behind the next number must ring
-    if (!watches)
-        watchers_.push_back(std::make_shared<Watcher>(peer, traffic_.getEnd()));
-    count_ = watchers_.size();
+    if (watches)
+        return;
+    watchers_.push_back(std::make_shared<Watcher>(peer));
+    count_ = watchers_.size(); // first: whoever passes a message behind the next number must ring
+    watchers_.back()->next = traffic_.getEnd();
 }
 
 void TrafficWatchers::unwatch(const std::shared_ptr<RPCPeer>& peer) {
@@ -97,7 +103,13 @@ void TrafficWatchers::run() {
             if (bell_->isStopping)
                 return;
             bell_->hasRung = false;
-            watchers = watchers_;
+            try {
+                watchers = watchers_;
+            } catch (const std::bad_alloc&) {
+                bell_->rung.wait_for(lock, tryAgain, [&] { return bell_->isStopping; });
+                isBusy = true; // who rang is not forgotten
+                continue;
+            }
         }
         isBusy = false;
         for (const auto& watcher : watchers)

@@ -72,11 +72,12 @@ Weather::~Weather() {
     notifier_.setInterceptor(nullptr);
 }
 
-void Weather::set(Settings settings) {
-    std::vector<Count> counts(settings.rules.size());
+Weather::Report::Report(const Change& change) : settings_(change.settings_), counts_(change.counts_) {}
+
+void Weather::set(Change change) noexcept {
     const std::lock_guard lock(mutex_);
-    settings_ = std::move(settings);
-    counts_ = std::move(counts);
+    std::swap(settings_, change.settings_);
+    counts_.swap(change.counts_);
     dice_.seed(settings_.seed);
     notifier_.setInterceptor(settings_.rules.empty() ? nullptr : this); // fine weather costs nothing
 }

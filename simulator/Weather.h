@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <mutex>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace Ostrel {
@@ -42,6 +43,8 @@ public:
         std::uint32_t seed = std::random_device()();
     };
 
+    class Change;
+
     /// How often a rule has met a name that it matches, and has decided.
     struct Count {
         std::uint64_t matched = 0;
@@ -51,9 +54,25 @@ public:
     /// The rules with their counts, and the seed, as they travel.
     class Report : public SerialObject {
     public:
+        /// What it will be, once that change has come.
+        explicit Report(const Change& change);
+
         Report* clone() const override { return new Report(*this); }
         using SerialObject::serialize;
         void serialize(Serializer& serializer) const override;
+
+    private:
+        friend class Weather;
+        Report() = default;
+
+        Settings settings_;
+        std::vector<Count> counts_;
+    };
+
+    /// Settings with all the memory that they take once they are set.
+    class Change {
+    public:
+        Change(Settings settings) : settings_(std::move(settings)), counts_(settings_.rules.size()) {}
 
     private:
         friend class Weather;
@@ -70,10 +89,13 @@ public:
     Weather& operator=(const Weather&) = delete;
 
     /// Begins anew with these settings: nothing is counted yet. What is delayed already stays so.
-    void set(Settings settings);
+    void set(Change change) noexcept;
 
     /// Begins anew as at the start.
-    void reset() { set(start_); }
+    void reset() { set(getStart()); }
+
+    /// What it was at the start.
+    Change getStart() const { return start_; }
 
     Report report() const;
 

@@ -1,14 +1,9 @@
 // What the platform does when there is no memory: nothing that is thrown leaves a thread, no
 // client waits for ever, and the next one is served.
 
-// Clang's thread sanitizer brings an operator new of its own, which cannot be replaced.
-#ifdef __has_feature
-#define OSTREL_OWN_NEW __has_feature(thread_sanitizer)
-#else
-#define OSTREL_OWN_NEW 0
-#endif
+#include "tests/support/ScarceMemory.h"
 
-#if !OSTREL_OWN_NEW
+#if OSTREL_SCARCE_MEMORY
 
 #include "Ostrel/transport/Listener.h"
 #include "tests/support/LogCapture.h"
@@ -18,48 +13,13 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
 #include <new>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <pthread.h>
-
-namespace {
-
-/// Which allocation fails, once, and on which thread.
-std::atomic<int> failsAfter = 0; ///< 0: none
-const char* failsOn = "";
-
-bool fails() noexcept {
-    if (failsAfter.load(std::memory_order_acquire) == 0)
-        return false;
-    char name[16] = {};
-    pthread_getname_np(pthread_self(), name, sizeof name);
-    return std::strncmp(name, failsOn, std::strlen(failsOn)) == 0 && failsAfter.fetch_sub(1) == 1;
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    auto* const memory = fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace Ostrel::Test {
 namespace {
@@ -126,15 +86,16 @@ protected:
 };
 
 TEST_P(ScarceMemoryTest, WhicheverAllocationFailsTheNextClientIsServed) {
-    failsOn = GetParam().thread;
     const auto before = scrapeMetrics(listener_.getAddresses().front());
     int tried = 0;
     for (;; ++tried) {
         SCOPED_TRACE(tried);
-        failsAfter.store(tried + 1, std::memory_order_release);
-        converse();
-        if (failsAfter.exchange(0) > 0)
-            break; // it was not come to any more
+        {
+            const ScarceMemory scarce(tried + 1, ScarceMemory::Once, GetParam().thread);
+            converse();
+            if (!scarce.hasFailed())
+                break; // it was not come to any more
+        }
         WireClient client(listener_.getAddresses().front());
         client.upgrade("/rpc/Test");
         ASSERT_EQ(client.call(request("Test::echo")), echoReply);
@@ -162,8 +123,9 @@ TEST(MissedNotificationTest, WhoeverMissesANotificationIsCutOffAndCounted) {
     WireClient client(address);
     client.upgrade("/rpc/Test");
     client.call(request("Test::echo")); // has subscribed
-    failsOn = "raiser";
-    for (int n = 1; failsAfter.exchange(n) == 0; ++n)
+    bool fails = true;
+    for (int n = 1; fails; ++n) {
+        const ScarceMemory scarce(n, ScarceMemory::Once, "raiser");
         std::thread([&] {
             pthread_setname_np(pthread_self(), "raiser");
             try {
@@ -172,7 +134,8 @@ TEST(MissedNotificationTest, WhoeverMissesANotificationIsCutOffAndCounted) {
                 // Nobody was told.
             }
         }).join();
-    failsAfter = 0;
+        fails = scarce.hasFailed();
+    }
     EXPECT_NO_THROW(client.readAll());
     EXPECT_EQ(scrapeMetrics(address).at(misses) - before.at(misses), 1);
 }

@@ -151,9 +151,12 @@ template <class Action> void RPCServer::forEachCalled(Action action) const {
         if (calls.getDuration().getCount() > 0)
             action(name, calls);
     };
-    for (const auto& [interface, group] : methods)
+    for (const auto& [interface, group] : methods) {
+        auto name = interface + "::";
+        const auto begin = name.size();
         for (const auto& [method, entry] : group)
-            pass(interface + "::" + method, entry.calls);
+            pass(name.replace(begin, name.npos, method), entry.calls);
+    }
     pass(discoverMethod, discoveries_);
     pass("unknown", unknown_);
 }

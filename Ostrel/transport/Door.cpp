@@ -91,8 +91,7 @@ Door::Door(asio::io_context& context, const Address& address, const std::string&
     checkRoomForClient();
 }
 
-Door::Door(asio::io_context& context, int socket)
-    : address_(Address::ofSocket(socket)), acceptor_(context) {
+Door::Door(asio::io_context& context, int socket) : address_(Address::ofSocket(socket)), acceptor_(context) {
     int family = 0;
     socklen_t size = sizeof family;
     ::getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &size);

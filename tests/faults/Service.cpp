@@ -30,6 +30,10 @@ std::string resultOf(const std::string& reply) {
     return reply.substr(at + member.size(), reply.size() - 1 - at - member.size());
 }
 
+/// No time-out makes up for a client that is forgotten: before that the client complains.
+constexpr Limits patient{
+    .headTime = 10min, .bodyTime = 10min, .keepAlive = 10min, .stalledReader = 10min, .idleWebSocket = 10min};
+
 constexpr PageFile page[] = {{"/index.html", "text/html", "<title>page</title>", {}, "1", false}};
 
 } // namespace
@@ -59,7 +63,7 @@ Service::Service() {
     simulator_.emplace(module_, *server_, weather, ClockStart{.now = startTime, .speed = 0});
     simulator_->init();
     listener_.emplace(std::vector{Address::parse("127.0.0.1:0")}, Admission({}, {}, ""),
-                      ListenerOptions{.mainServer = "TV", .page = page});
+                      ListenerOptions{.limits = patient, .mainServer = "TV", .page = page});
 }
 
 Service::~Service() {

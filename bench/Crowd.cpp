@@ -50,7 +50,8 @@ public:
     Client(std::uint16_t port, const Habit& habit)
         : habit_(habit), socket_(connectTo(port, habit.bytesPerSecond != Habit::unlimited)) {
         if (habit_.isWebSocket)
-            output_.push_back(std::make_shared<Habit::Message>("", Test::upgradeRequest("/rpc/TV")));
+            output_.push_back(
+                std::make_shared<Habit::Message>(Habit::Message{"", Test::upgradeRequest("/rpc/TV")}));
     }
 
     ~Client() { close(); }
@@ -185,7 +186,7 @@ private:
         case Kind::Pong:
             break;
         case Kind::Ping:
-            output_.push_back(std::make_shared<Habit::Message>("", Test::frame(10, {})));
+            output_.push_back(std::make_shared<Habit::Message>(Habit::Message{"", Test::frame(10, {})}));
             break;
         case Kind::Close:
             fate_.closeCode = found.closeCode;

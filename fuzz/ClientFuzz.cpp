@@ -26,7 +26,7 @@
 
 using namespace Ostrel::Client;
 using namespace std::chrono_literals;
-using Ostrel::Test::require;
+using Ostrel::Fuzz::require;
 
 namespace asio = boost::asio;
 namespace beast = boost::beast;

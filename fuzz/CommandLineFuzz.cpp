@@ -15,7 +15,7 @@
 #include <vector>
 
 using namespace Ostrel::CommandLine;
-using Ostrel::Test::require;
+using Ostrel::Fuzz::require;
 
 namespace {
 

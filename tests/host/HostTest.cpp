@@ -3,6 +3,7 @@
 #include "simulator/Description.h"
 #include "tests/host/RunningHost.h"
 #include "tests/support/Child.h"
+#include "tests/support/Sanitized.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/WireClient.h"
 
@@ -26,14 +27,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
-#define OSTREL_SANITIZED 1
-#elif defined __has_feature
-#define OSTREL_SANITIZED (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#else
-#define OSTREL_SANITIZED 0
-#endif
 
 namespace Ostrel::Test {
 namespace {

@@ -4,6 +4,7 @@
 #include "Ostrel/rpc/RPCInterceptor.h"
 #include "Ostrel/transport/Listener.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Sanitized.h"
 #include "tests/support/TestServer.h"
 #include "tests/support/WireClient.h"
 
@@ -227,14 +228,6 @@ TEST_F(TrafficRingTest, ManyWriteAndReadAtATime) {
         thread.join();
     EXPECT_EQ(traffic_.getEnd(), writers * each);
 }
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define OSTREL_SANITIZED 1
-#elif defined(__has_feature)
-#define OSTREL_SANITIZED (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#else
-#define OSTREL_SANITIZED 0
-#endif
 
 #if !OSTREL_SANITIZED // who keep books of their own about memory
 std::size_t residentBytes() {

@@ -12,7 +12,9 @@
 #include <boost/asio/io_context.hpp>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <span>
 #include <string>
@@ -24,6 +26,8 @@
 #include <unistd.h>
 
 namespace Ostrel::Test {
+
+using Fuzz::require;
 
 /// Cuts bytes into pieces: as many bytes each as the cuts say in turn, and the rest at the end.
 inline std::vector<std::string_view> cut(std::string_view bytes, std::string_view cuts) {
@@ -87,6 +91,7 @@ public:
     void addWaiting(std::ptrdiff_t change) override { waiting_ += change; }
     void logRefusal(const std::string&) override {}
     void wakeAt(std::chrono::steady_clock::time_point) noexcept override {}
+    void lookSoon() noexcept override { looksSoon_ = true; }
     void remove(Connection&) override { connection_.reset(); }
 
 private:
@@ -98,6 +103,8 @@ private:
     void settle() {
         for (;;) {
             context_.poll();
+            if (looksSoon_.exchange(false) && connection_ != nullptr)
+                connection_->tick(std::chrono::steady_clock::now());
             if (connection_ == nullptr || !connection_->isWorking())
                 return;
             context_.run_one();
@@ -126,6 +133,7 @@ private:
     boost::asio::io_context context_{1};
     const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> guard_{
         context_.get_executor()}; ///< what other threads have to do is not seen
+    std::atomic<bool> looksSoon_ = false;
     Lanes lanes_{1};
     std::shared_ptr<Connection> connection_;
     std::ptrdiff_t waiting_ = 0;

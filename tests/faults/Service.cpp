@@ -142,7 +142,7 @@ std::string Service::describe() {
     {
         const Turn::Hold turn;
         const Mutex::Hold hold(module_.mutex);
-        const auto& scan = module_.scanState;
+        const auto scan = module_.scanState;
         state = "services " + module_.services.serialize() + "\nnew " + module_.scannedServices.serialize() +
                 "\ntransponders";
         for (const auto frequencyMHz : module_.transponders)

@@ -10,6 +10,13 @@ folder=$(mktemp -d)
 trap '[ -z "${SERVER_PID:-}" ] || kill "$SERVER_PID"; rm -rf "$folder"' EXIT
 unset LD_LIBRARY_PATH
 
+stop_server() {
+    local server=$SERVER_PID # bash forgets the variable as soon as the server has ended
+    kill "$server"
+    wait "$server" || true
+    unset SERVER_PID
+}
+
 fail() {
     echo "failed: $*" >&2
     exit 1
@@ -26,9 +33,7 @@ talk() {
     address=${line##* } address=${address#http://}
     echo "${server[0]#"$folder"/} on $address; ${1#"$folder"/}:"
     OSTREL_TV_URL=$address "${@/ADDRESS/$address}" | tee "$folder/answer"
-    kill "$SERVER_PID"
-    wait "$SERVER_PID" || true
-    unset SERVER_PID
+    stop_server
 }
 
 run_programs() { # PREFIX

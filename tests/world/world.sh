@@ -10,6 +10,13 @@ folder=$(mktemp -d)
 trap '[ -z "${SERVER_PID:-}" ] || kill "$SERVER_PID"; rm -rf "$folder"' EXIT
 cd "$folder"
 
+stop_server() {
+    local server=$SERVER_PID # bash forgets the variable as soon as the server has ended
+    kill "$server"
+    wait "$server" || true
+    unset SERVER_PID
+}
+
 fail() {
     echo "failed: $*" >&2
     exit 1
@@ -56,9 +63,7 @@ for made in coast coast.world; do
     coproc SERVER { exec "$server" --listen 127.0.0.1:0 --world "$made" --now 2026-10-24T18:05:00Z --hold; }
     read -r line <&"${SERVER[0]}" || fail "ostrel-tvd does not start"
     OSTREL_TV_URL=${line##*http://} TZ=Europe/Berlin "$client" guide --from 2026-10-24T20:00 >guide
-    kill "$SERVER_PID"
-    wait "$SERVER_PID" || true
-    unset SERVER_PID
+    stop_server
     cat guide
     expect guide "The Eight O'Clock News"
     expect guide "Coast Film HD"

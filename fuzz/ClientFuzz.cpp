@@ -19,10 +19,13 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include <pthread.h>
 
 using namespace Ostrel::Client;
 using namespace std::chrono_literals;
@@ -55,6 +58,9 @@ public:
 
 private:
     void run() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, nullptr); // libFuzzer's alarm would interrupt accept()
         for (;;) {
             Protocol::socket socket(context_);
             acceptor_.accept(socket);

@@ -5,6 +5,7 @@
 #include "Ostrel/runtime/Turn.h"
 
 #include <algorithm>
+#include <limits>
 #include <mutex>
 
 namespace Ostrel {
@@ -17,6 +18,8 @@ using Lock = std::unique_lock<std::mutex>;
 
 constexpr std::chrono::milliseconds lookAgain{100}; ///< whether whoever steps has gone
 
+constexpr std::chrono::milliseconds longestSleep{std::numeric_limits<unsigned>::max()};
+
 constexpr int mostRounds = 100; ///< of tasks that begin others, at one time of the clock
 
 /// Waits until something is so. @throws Cancelled
@@ -25,10 +28,11 @@ template <class Condition> void await(Tasks& state, Lock& lock, Condition condit
         Cancellation::check();
 }
 
-/// What is counted from the start of the count has a new start.
+/// What is counted from the start of the count has a new start. Who is awake may lie before it by as much
+/// as anybody sleeps: the sleep that comes is counted from there.
 void recountUnderLock(Tasks& state, Span before) {
     for (const auto& task : state.all)
-        task->due = std::max(task->due - before, Span(0));
+        task->due = std::max<Span>(task->due - before, -longestSleep);
     state.limitUnderLock();
 }
 

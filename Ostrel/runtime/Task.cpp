@@ -58,7 +58,9 @@ bool sleep(TaskIdentity& task, std::chrono::milliseconds delay) {
     auto now = Timeline::Real::now();
     // While the clock stands, none sleeps for nothing again and again.
     const std::chrono::milliseconds least(timeline.isSteered() ? 1 : 0);
-    task.due = timeline.getPassed(now) + std::max(delay, least);
+    // What a task does takes no time of a steered clock, also when that is set forward meanwhile.
+    const auto woken = timeline.isSteered() ? task.due : timeline.getPassed(now);
+    task.due = woken + std::max(delay, least);
     task.awake = 0;
     state.limitUnderLock();
     state.quiet.notify_all();

@@ -176,6 +176,21 @@ TEST_F(SteppedClockTest, SetForwardItWakesWhoIsDueAtTheTimeItThenSays) {
     EXPECT_EQ(take(), "a@15");
 }
 
+TEST_F(SteppedClockTest, SetForwardItWakesWhoWasAboutToSleepAsWell) {
+    const std::function<void()> task = [this] {
+        note("a");
+        time.set(noon + 12);
+        time.set(noon + 36);
+        OS_TaskDelayMsec(500);
+        note("a");
+    };
+    const TasksEnd end;
+    spawn(task);
+    EXPECT_FALSE(Clock::step(0s)); // cut by the setting
+    EXPECT_TRUE(Clock::step(0s));
+    EXPECT_EQ(take(), "a@0 a@36");
+}
+
 TEST_F(SteppedClockTest, SetBackItLeavesAsMuchSleepAsWasLeft) {
     const auto a = sleeper("a", {5000});
     const TasksEnd end;

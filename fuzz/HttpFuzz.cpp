@@ -28,8 +28,8 @@ struct Expected {
     std::string text;
     std::vector<bool> headOnly{}; ///< for each answer in it: it is one to HEAD
     /// What follows is not certain. Of a head that is wrong and lacks its end, more or less may be read until
-    /// somebody notices; and a WebSocket is another story.
-    enum End { Certain, MayRefuse, MustRefuse, Upgraded } end = Certain;
+    /// somebody notices; a WebSocket is another story; and what has been counted changes with each answer.
+    enum End { Certain, MayRefuse, MustRefuse, Upgraded, Metrics } end = Certain;
 };
 
 /// Reads the requests of a text that is there as a whole.
@@ -95,7 +95,12 @@ private:
             expected_.end = Expected::Upgraded;
             return false;
         }
-        if (const auto* answered = std::get_if<Answer>(&outcome))
+        const auto* const answered = std::get_if<Answer>(&outcome);
+        if (answered != nullptr && answered->body.starts_with("# HELP ostrel_")) {
+            expected_.end = Expected::Metrics;
+            return false;
+        }
+        if (answered != nullptr)
             return answer(request, *answered, origin);
         return answer(request, Http::answerReply(Test::replyTo(request.body(), server_, limits)), origin);
     }
@@ -166,6 +171,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     std::string_view rest(received);
     for (const bool isHeadOnly : expected.headOnly)
         takeAnswer(rest, isHeadOnly);
+    if (expected.end == Expected::Metrics) {
+        require(rest.starts_with("HTTP/1.1 200 "), "what is counted is told behind the answers");
+        return 0;
+    }
     if (expected.end == Expected::Upgraded) {
         require(rest.starts_with("HTTP/1.1 101 "), "a WebSocket is opened behind the answers");
         return 0;

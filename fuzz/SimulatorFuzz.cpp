@@ -109,8 +109,10 @@ struct State {
     std::string signal;
 };
 
+/// That reader takes a zero with a large exponent, 0e400, for no number.
 double numberOf(const json::value& value) {
-    return value.to_number<double>();
+    const double number = value.to_number<double>();
+    return std::isnan(number) ? 0 : number;
 }
 
 /// Whether the same, as far as another reader's double can tell.

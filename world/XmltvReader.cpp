@@ -102,6 +102,7 @@ private:
     std::vector<XmltvText>* placeInChannel(std::string_view name);
     std::vector<XmltvText>* placeInProgramme(std::string_view name);
     void collect(std::string& text) { text_ = &text; }
+    void endText();
     void spend(std::size_t bytes);
 
     struct Free {
@@ -127,7 +128,7 @@ private:
 };
 
 void XmltvReader::Parser::start(std::string_view name, const char** attributes) {
-    text_ = nullptr;
+    endText(); // also where the element's own goes on behind another one
     if (++depth_ > deepest)
         fail("elements stand in one another more than " + std::to_string(deepest) + " deep");
     if (depth_ == 1) {
@@ -239,10 +240,14 @@ void XmltvReader::Parser::spend(std::size_t bytes) {
              " is longer than a megabyte");
 }
 
-void XmltvReader::Parser::end(std::string_view) {
+void XmltvReader::Parser::endText() {
     if (text_ != nullptr)
         *text_ = cleanText(*text_);
     text_ = nullptr;
+}
+
+void XmltvReader::Parser::end(std::string_view) {
+    endText();
     if (depth_ == 4 && child_ == "video" && !picture_.empty()) {
         programme_.hasPicture = picture_ != "no";
         picture_.clear();

@@ -67,6 +67,12 @@ TEST(XmltvReaderTest, ItDoesNotMatterHowTheFileIsCutIntoPieces) {
         EXPECT_EQ(read(guide, size), told) << size;
 }
 
+TEST(XmltvReaderTest, OfATextWithElementsInItTheBeginningIsTaken) {
+    EXPECT_EQ(
+        read(R"(<tv><programme start="1" channel="one"><title> Tea <b>for</b> two</title></programme></tv>)"),
+        "tv \nprogramme one 1- [|Tea]\n");
+}
+
 TEST(XmltvReaderTest, KeepsWhatWorldsHaveAPlaceFor) {
     XmltvProgramme programme;
     XmltvReader reader("guide.xml", {.onGuide = [](auto) {},

@@ -69,6 +69,9 @@ public:
     /// What to compare when one must be cut off for the sake of all.
     double getBurden(Clock::time_point now) { return output_.getBurden(now); }
 
+    /// Whether so much waits for the client that it is not read from.
+    bool isFull() const { return full_; }
+
 private:
     Phase getPhase() const noexcept override { return phase_; }
     Socket& getSocket() noexcept override { return socket_; }

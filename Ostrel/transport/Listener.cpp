@@ -348,8 +348,8 @@ private:
         }
     }
 
-    /// Cuts clients off until less waits. Who is found again still has much of an answer that has
-    /// begun, and is closed.
+    /// Cuts clients off until less waits. Who has much of an answer that has begun even then is closed:
+    /// a goodbye behind it would free nothing, and the next would have to go in its place.
     void relieve() {
         struct Scope {
             explicit Scope(bool& flag) : flag_(flag) { flag_ = true; }
@@ -371,6 +371,8 @@ private:
                 return;
             try {
                 worst->cutOff(cutOffForAll);
+                if (worst->isFull() && getWaiting() > options_.limits.waitingTogether)
+                    worst->close();
             } catch (...) {
                 worst->close(); // which is no fault of whoever is served now
             }

@@ -99,9 +99,6 @@ TEST_F(ReplyLimits, SoHaveThoseOfABatch) {
 }
 
 TEST_F(ReplyLimits, FiveHundredTwelveMiBWaitForAllTogether) {
-    if (OSTREL_SANITIZED)
-        GTEST_SKIP()
-            << "making nine such answers takes longer than the first of their readers may stand still";
     // Keeping such an answer costs a little less than its limit, or a little more.
     constexpr std::size_t fit = 7, past = 9;
     const auto text = ask(most_, shortId);

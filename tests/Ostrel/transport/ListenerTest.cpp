@@ -649,6 +649,28 @@ TEST_F(ListenerTest, TogetherClientsMayOnlyLetSoMuchWait) {
     EXPECT_GE(closed, 1);
 }
 
+TEST_F(ListenerTest, WhoHasMuchOfABegunAnswerGoesForAllAndNobodyElse) {
+    constexpr std::size_t replySize = 10'000'000; // much more than the system's buffers take
+    constexpr std::size_t fit = 3, past = 2;
+    Limits limits;
+    limits.waitingTogether = fit * replySize + replySize / 2;
+    listen(limits);
+    server_.on("first", TestServer::answerOfSize(replySize));
+    std::vector<WireClient> slow;
+    while (slow.size() < fit + past) {
+        slow.push_back(webSocket());
+        slow.back().sendText(request("Test::first"));
+        slow.back().hasInput(std::chrono::minutes(1));
+    }
+    EXPECT_EQ(log_.texts().size(), past);
+    const auto keeps = [&](WireClient& client) {
+        client.shutdownSend();
+        const auto all = client.readAll();
+        return all.size() > replySize && !all.ends_with(std::string("\x88\x02\x03\xf5", 4));
+    };
+    EXPECT_EQ(std::count_if(slow.begin(), slow.end(), keeps), fit);
+}
+
 TEST_F(ListenerTest, SharedTextCountsOnceForAllClients) {
     Limits limits;
     limits.waitingTogether = 32u << 20;

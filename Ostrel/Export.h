@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// Marks what a shared library promises to its users; every other symbol stays hidden.

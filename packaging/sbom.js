@@ -20,12 +20,15 @@ const debianPurl = ({ name, version: itsVersion, architecture }) =>
 const npmPurl = ({ name, version: itsVersion }) => `pkg:npm/${name.replace('@', '%40')}@${itsVersion}`;
 const properties = (pairs) => Object.entries(pairs).map(([name, value]) => ({ name: `ostrel:${name}`, value }));
 
-const product = { type: 'application', 'bom-ref': `ostrel@${version}`, name: 'ostrel', version };
+const licenses = licensed('Apache-2.0'); // of what is our own: LICENSE
+
+const product = { type: 'application', 'bom-ref': `ostrel@${version}`, name: 'ostrel', version, licenses };
 const own = files.map((file) => ({
   type: /\.(so|a)/.test(file) ? 'library' : 'application',
   'bom-ref': `${nameOf(file)}@${version}`,
   name: nameOf(file),
   version,
+  licenses,
 }));
 const parts = [
   ...debian.map((part) => ({

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 /// Clang's thread safety attributes. A declaration says which lock it needs and clang

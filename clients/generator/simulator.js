@@ -27,7 +27,9 @@ function typedMethod(method) {
 const notificationEntry = (method) =>
   `${comment([`${method.summary}.`, method.description], '  ')}  ${eventName(method.name)}: ${typeOf(paramsSchema(method), '  ')};\n`;
 
-export const typescriptSimulator = () => `// Made from simulator/openrpc.json by clients/generator. Changes belong there.
+export const typescriptSimulator = () => `// SPDX-License-Identifier: Apache-2.0
+
+// Made from simulator/openrpc.json by clients/generator. Changes belong there.
 
 import type { CallOptions } from '../call.js';
 import { Conversation } from '../Conversation.js';

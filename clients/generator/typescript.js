@@ -164,7 +164,7 @@ const withoutData = Object.entries(errors).filter(([, { data }]) => data === und
 const errorNames = new Set([...resultCodes.map(({ name }) => name.const), ...withoutData.map(([name]) => name)]);
 const contextless = methods.filter((method) => paramOf(method, 'context') === undefined);
 
-const head = '// Made from TV/interfaces/openrpc.json by clients/generator. Changes belong there.';
+const head = '// SPDX-License-Identifier: Apache-2.0\n\n// Made from TV/interfaces/openrpc.json by clients/generator. Changes belong there.';
 
 export const typescript = () => `${head}
 

@@ -53,6 +53,8 @@ done
 [ ! -e "$build/packaging/ostrel.cdx.json" ] || [ -s "$folder/first/share/doc/ostrel/ostrel.cdx.json" ] ||
     fail "no list of parts"
 jq -e .panels "$folder/first/share/doc/ostrel/ostrel-tvd-dashboard.json" >/dev/null || fail "no dashboard"
+unmarked=$(find "$folder/first/include" -name '*.h' -exec grep -L '^// SPDX-License-Identifier: Apache-2.0$' {} +)
+[ -z "$unmarked" ] || fail "no licence in $unmarked"
 run_programs "$folder/first"
 
 echo "== Moved"

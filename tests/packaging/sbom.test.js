@@ -52,6 +52,12 @@ test('it has libraries of which nothing but headers are used', () => {
   assert.equal(byName.get('libgtest-dev'), undefined); // of tests alone
 });
 
+test('what is our own is under our licence', () => {
+  assert.match(readFileSync(new URL('../../LICENSE', import.meta.url), 'utf8'), /^ +Apache License\n +Version 2\.0,/m);
+  for (const component of [metadata.component, ...components.filter(({ purl }) => purl === undefined)])
+    assert.deepEqual(component.licenses, [{ license: { id: 'Apache-2.0' } }], component.name);
+});
+
 test('each part has a purl, a version and a licence', () => {
   for (const { name, version, purl, licenses } of components.filter((component) => component.purl !== undefined)) {
     assert.match(purl, /^pkg:(deb\/debian\/[^@]+@[^?]+\?arch=\w+|npm\/[^@]+@[\d.]+)$/, name);

@@ -196,7 +196,9 @@ const std::string close = "} // namespace Ostrel::Client\n";
 } // namespace
 
 std::vector<File> writeLibrary(const Model& model, const std::string& description) {
-    const auto start = "// Made from " + description + " by clients/generator. Changes belong there.\n\n";
+    const auto start = "// SPDX-License-Identifier: Apache-2.0\n\n"
+                       "// Made from " +
+                       description + " by clients/generator. Changes belong there.\n\n";
     const auto header = start + "#pragma once\n\n";
     if (model.interfaces.size() == 1) {
         const auto& interface = model.interfaces.front();

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { type Arguments, Call, type Caller, type CallOptions, type Result } from './call.js';
 import type { Methods } from './generated/description.js';
 import { ITVConfig, ITVGuide, ITVService } from './generated/interfaces.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { Call, type Caller } from './call.js';
 import type { Connection, Server } from './Connection.js';
 import { ConnectionLost } from './errors.js';

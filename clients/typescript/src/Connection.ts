@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { Call } from './call.js';
 import { Emitter, type State } from './Emitter.js';
 import { ConnectionLost, errorFrom, misfitError, ServiceError } from './errors.js';

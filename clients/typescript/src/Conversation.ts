@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { Call, type CallOptions } from './call.js';
 import type { Connection } from './Connection.js';
 import type { ConnectionEvents, EventOf, Matching, State } from './Emitter.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import type { Notifications } from './generated/description.js';
 
 /** How the connection stands. */

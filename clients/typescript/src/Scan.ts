@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import type { CallOptions } from './call.js';
 import { ServiceError } from './errors.js';
 import type { ScanInfo } from './generated/description.js';

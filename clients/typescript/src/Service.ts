@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import type { BatchCaller } from './Batch.js';
 import type { CallOptions } from './call.js';
 import type { EventInfo, ServiceInfo, ServiceListSetPayload } from './generated/description.js';

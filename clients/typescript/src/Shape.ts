@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /** What a value has to be: the name of a kind, of several with `|` between them, `[each]` of an array, or the
  * members that a record has at least. */
 export type Shape = string | readonly [Shape] | { readonly [member: string]: Shape };

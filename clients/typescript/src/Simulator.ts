@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { Connection, type ConnectOptions } from './Connection.js';
 import { opened } from './Conversation.js';
 import { notifications, results, SimulatorMethods } from './generated/simulator.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /** Past these the oldest goes: who does not read keeps no more than this. */
 const mostKept = 1000;
 

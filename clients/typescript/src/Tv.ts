@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { Batch, type BatchCaller } from './Batch.js';
 import type { Arguments, CallOptions, Result } from './call.js';
 import { Clock } from './Clock.js';

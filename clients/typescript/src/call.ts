@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { TimedOut } from './errors.js';
 import { contextless, type Methods } from './generated/description.js';
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { type ErrorName, errorNames } from './generated/description.js';
 import { findMisfit } from './Shape.js';
 

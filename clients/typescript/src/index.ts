@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 export type { Batch, BatchCaller } from './Batch.js';
 export type { Caller, CallOptions } from './call.js';
 export type { Clock } from './Clock.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 /// <reference types="node" />
 import { type ChildProcess, spawn } from 'node:child_process';
 import { createInterface } from 'node:readline';

@@ -55,6 +55,8 @@ test('the package holds the library, its sources and its README, and nothing is 
   const sources = packed.filter((path) => path.startsWith('src/'));
   const made = sources.flatMap((path) => ['.js', '.d.ts', '.js.map'].map((end) => path.replace('src/', 'dist/').replace(/\.ts$/, end)));
   expect(packed.sort()).toEqual(['README.md', 'package.json', ...sources, ...made].sort());
+  for (const file of packed.filter((path) => /(?<!\.d)\.ts$|\.js$/.test(path))) // of declarations the compiler leaves it out
+    expect(readFileSync(library + file, 'utf8').split('\n')[0], file).toBe('// SPDX-License-Identifier: Apache-2.0');
   const { exports } = JSON.parse(readFileSync(`${library}package.json`, 'utf8'));
   for (const { types, default: module } of Object.values<Record<string, string>>(exports))
     for (const file of [types, module]) expect(packed).toContain(file!.slice(2));

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import type { Clock } from '../Clock.js';
 
 /** However fast the service's clock runs, nobody is woken more often, in milliseconds. */

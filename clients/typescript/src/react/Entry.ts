@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { ConnectionLost, type TvError } from '../errors.js';
 import type { Alarm } from './Alarm.js';
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import type { Batch } from '../Batch.js';
 import type { Events } from '../Emitter.js';
 import type { EventInfo } from '../generated/description.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { createContext, createElement, type ReactElement, type ReactNode, useContext } from 'react';
 import type { Tv } from '../Tv.js';
 import { Store } from './Store.js';

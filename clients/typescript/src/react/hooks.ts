@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 import { useCallback, useMemo, useState, useSyncExternalStore } from 'react';
 import type { TvError } from '../errors.js';
 import type { EventInfo, Methods, ScanInfo, ServiceInfo, ServiceListSetPayload } from '../generated/description.js';

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 export type { Answer } from './Entry.js';
 export {
   type ClockReading,

@@ -11,15 +11,16 @@ namespace Ostrel::TV::Tool {
 
 namespace {
 
-/// Escapes what has a meaning in the url, and blanks, which XMLTV does not keep.
+/// Escapes what has a meaning in the url, blanks, which XMLTV does not keep, and what is not ASCII.
 std::string escape(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
-        if (c > ' ' && std::string_view("%&=?").find(c) == std::string_view::npos) {
+        const auto byte = static_cast<unsigned char>(c); // of a plain char each machine makes its own
+        if (byte > ' ' && byte < 0x80 && std::string_view("%&=?").find(c) == std::string_view::npos) {
             escaped += c;
         } else {
             char code[4];
-            std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned char>(c));
+            std::snprintf(code, sizeof code, "%%%02X", byte);
             escaped += code;
         }
     }

@@ -16,6 +16,7 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -247,6 +248,8 @@ WorldFile::WorldFile(const std::string& path) {
         throw WorldError(path + ": cannot be read: " + std::generic_category().message(errno));
     if (!S_ISREG(status.st_mode))
         throw WorldError(path + ": is neither a file nor a folder");
+    if (!std::in_range<std::size_t>(status.st_size))
+        throw WorldError(path + ": is larger than this machine can map");
     const auto size = static_cast<std::size_t>(status.st_size);
     if (size != 0) // nothing cannot be mapped
         bytes_ = map(file, size);

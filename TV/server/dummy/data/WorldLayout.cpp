@@ -1,5 +1,6 @@
 #include "TV/server/dummy/data/WorldLayout.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -12,7 +13,7 @@ namespace {
 class Layout {
 public:
     /// @param ending  elements that end the table and do not count
-    void place(WorldImage::Table& table, std::size_t elementSize, std::size_t ending = 0) {
+    void place(WorldImage::Table& table, std::uint64_t elementSize, std::uint64_t ending = 0) {
         size_ = (size_ + WorldImage::alignment - 1) / WorldImage::alignment * WorldImage::alignment;
         table.offset = static_cast<std::uint32_t>(size_);
         size_ += elementSize * (table.count + ending);
@@ -22,7 +23,7 @@ public:
     std::uint32_t size() const { return static_cast<std::uint32_t>(size_); }
 
 private:
-    std::size_t size_ = sizeof(WorldImage);
+    std::uint64_t size_ = sizeof(WorldImage); ///< which a std::size_t of 32 bits may not hold
 };
 
 } // namespace

@@ -45,7 +45,8 @@ public:
         unmap();
         if (std::fwrite(bytes, 1, count, file_.get()) != count)
             failToWriteWorld();
-        size_ += count;
+        if (__builtin_add_overflow(size_, count, &size_)) // on 32 bits, where it could not be mapped
+            throw std::runtime_error("a world has at most 4 GiB");
     }
 
     /// Good until the next append().
@@ -129,7 +130,7 @@ PoolText WorldWriter::keep(std::string_view text) {
         return {0};
     if (text.size() > mostBytes)
         throw std::runtime_error("a text is longer than " + std::to_string(mostBytes) + " bytes");
-    if (texts_->size() + text.size() >= std::numeric_limits<std::uint32_t>::max())
+    if (text.size() >= std::numeric_limits<std::uint32_t>::max() - texts_->size())
         throw std::runtime_error("all texts together are longer than 4 GiB");
     std::uint32_t& offset = known_->find(text);
     if (offset == 0) {

@@ -225,6 +225,18 @@ TEST(WorldFileTest, EveryOtherByteIsNoticed) {
     }
 }
 
+// In 32 bits its size is that of the world with which it begins.
+TEST(WorldFileTest, FourGibBehindAWorldAreNoticed) {
+    const TempDirectory directory;
+    const std::string path = directory.file("X");
+    const Image image;
+    std::ofstream(path, std::ios::binary)
+        .write(image.bytes.data(), static_cast<std::streamsize>(image.bytes.size()));
+    std::filesystem::resize_file(path, (std::uintmax_t{1} << 32) + image.bytes.size());
+    const std::string reason = sizeof(std::size_t) > 4 ? longer : "is larger than this machine can map";
+    EXPECT_EQ(saidOf([&] { openWorld(path); }), path + ": " + reason);
+}
+
 TEST(WorldFileTest, WhatIsNoFileIsOneLine) {
     const TempDirectory directory;
     const std::string path = directory.file("X");

@@ -28,6 +28,9 @@ function(ostrel_describe_for_pkg_config name description libs)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endfunction()
 
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(timeFlags " -D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64") # as Ostrel::ostrel has them
+endif()
 if(NOT BUILD_SHARED_LIBS)
     set(linkedStatically staticRequires "jsoncpp spdlog" staticLibs -lboost_json)
 endif()

@@ -16,7 +16,7 @@ void World::serialize(Serializer& serializer) const {
     Ostrel::serialize("timeZone", world_.timeZone, serializer);
     Ostrel::serialize("today", world_.turnsAt.has_value(), serializer);
     if (world_.turnsAt)
-        Ostrel::serialize("turnsAt", *world_.turnsAt, serializer);
+        serializer.write("turnsAt", std::int64_t{*world_.turnsAt});
 }
 
 } // namespace Ostrel

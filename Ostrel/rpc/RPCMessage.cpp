@@ -6,6 +6,7 @@
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Families.h"
+#include "Ostrel/runtime/WallClock.h"
 #include "Ostrel/serialization/DecodeError.h"
 #include "Ostrel/serialization/Json.h"
 
@@ -319,7 +320,7 @@ private:
         if (!isObserved_)
             return;
         toldAt_ = Clock::now();
-        cameAt_ = floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+        cameAt_ = floor<std::chrono::microseconds>(wallClock());
         tell(RPCObserver::Direction::Request, envelope_.text);
     }
 

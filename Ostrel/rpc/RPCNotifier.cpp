@@ -5,6 +5,7 @@
 #include "Ostrel/rpc/RPCObserver.h"
 #include "Ostrel/runtime/DebugPrint.h"
 #include "Ostrel/runtime/Families.h"
+#include "Ostrel/runtime/WallClock.h"
 
 #include <algorithm>
 #include <atomic>
@@ -79,8 +80,7 @@ void RPCNotifier::handleRPCNotification(const std::string& name, const std::stri
     if (raised != nullptr)
         *raised += unsigned(subscriptions_.size());
     const RPCObserver::Message message{.direction = RPCObserver::Direction::Notification,
-                                       .time =
-                                           floor<std::chrono::microseconds>(std::chrono::system_clock::now()),
+                                       .time = floor<std::chrono::microseconds>(wallClock()),
                                        .peer = nullptr,
                                        .method = name,
                                        .id = {},

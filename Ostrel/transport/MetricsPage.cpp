@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/RPCServer.h"
 #include "Ostrel/runtime/Metric.h"
 #include "Ostrel/runtime/MetricsText.h"
+#include "Ostrel/runtime/WallClock.h"
 
 #include <chrono>
 
@@ -10,7 +11,7 @@ namespace Ostrel {
 
 namespace {
 
-const auto startTime = std::chrono::system_clock::now();
+const auto startTime = wallClock();
 
 #ifdef __clang__
 constexpr const char* compiler = __VERSION__;

@@ -25,8 +25,15 @@ std::time_t offset() noexcept {
 
 } // namespace
 
+// What is built with times of 64 bits on 32 calls it by another name, and so is it defined here.
+#ifdef __USE_TIME_BITS64
+constexpr const char* nameOfClock = "__clock_gettime64";
+#else
+constexpr const char* nameOfClock = "clock_gettime";
+#endif
+
 OSTREL_VISIBLE int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    static auto* const real = reinterpret_cast<decltype(&clock_gettime)>(dlsym(RTLD_NEXT, "clock_gettime"));
+    static auto* const real = reinterpret_cast<decltype(&clock_gettime)>(dlsym(RTLD_NEXT, nameOfClock));
     const int result = real(clock, now);
     if (clock == CLOCK_REALTIME)
         now->tv_sec += offset();

@@ -43,8 +43,7 @@ WorldOutput::WorldOutput(const std::string& path) : path_(path) {
         file_.emplace(path);
         return;
     }
-    std::error_code error;
-    if (std::filesystem::exists(path_, error) && !std::filesystem::is_empty(path_, error))
+    if (!isFree(path_))
         throw std::runtime_error(path_ + " is there already; choose another place, or delete it first");
     watchForSignals();
     std::string beside = path_ + ".XXXXXX";

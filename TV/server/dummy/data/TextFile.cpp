@@ -1,9 +1,9 @@
 #include "TV/server/dummy/data/TextFile.h"
 
 #include "TV/server/dummy/data/ViewerText.h"
+#include "TV/server/dummy/world/FileKind.h"
 
 #include <charconv>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -88,10 +88,9 @@ void TextLine::fail(const std::string& reason) const {
 
 void readTextFile(const std::string& path, WorldProblems& problems,
                   const std::function<void(const TextLine&)>& read) {
-    std::error_code error;
     std::ifstream in;
     // A pipe would have its reader wait.
-    if (std::filesystem::is_regular_file(path, error))
+    if (kindOf(path) == FileKind::File)
         in.open(path, std::ios::binary);
     if (!in.is_open())
         return problems.add(path + ":0", "cannot be read");

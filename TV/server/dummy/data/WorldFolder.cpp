@@ -6,15 +6,20 @@
 #include "TV/server/dummy/data/TemporaryFile.h"
 #include "TV/server/dummy/data/WorldWriter.h"
 #include "TV/server/dummy/data/ZoneOffsets.h"
+#include "TV/server/dummy/world/FileKind.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
+#include <system_error>
 #include <utility>
 #include <vector>
+
+#include <sys/stat.h>
 
 namespace Ostrel::TV {
 
@@ -24,8 +29,18 @@ namespace fs = std::filesystem;
 
 /// False for what nobody has put there; what cannot be looked at is told by whoever reads it.
 bool isThere(const std::string& path) {
-    std::error_code error;
-    return fs::symlink_status(path, error).type() != fs::file_type::not_found;
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+}
+
+/// Makes a folder and those that it lies in.
+void makeFolder(const fs::path& path) {
+    fs::path folder;
+    for (const auto& part : path) {
+        const int error = mkdir((folder /= part).c_str(), 0777) == 0 ? 0 : errno;
+        if (error != 0 && kindOf(folder) != FileKind::Folder)
+            throw std::system_error(error, std::generic_category(), "cannot make " + folder.string());
+    }
 }
 
 /// Reads a folder once.
@@ -95,9 +110,8 @@ void Reader::readZone(const TextLine& line) {
 /// The service that a guide file says it is for, so that files can be read in the order of services; 0
 /// when none can be found.
 int findServiceId(const std::string& path) {
-    std::error_code none;
     std::ifstream in;
-    if (fs::is_regular_file(path, none))
+    if (kindOf(path) == FileKind::File)
         in.open(path);
     std::string word, number;
     for (std::string raw; word != "event" && std::getline(in, raw);) {
@@ -198,7 +212,7 @@ WorldPlaces Reader::places(std::vector<std::uint32_t> events) const {
 }
 
 WorldFile Reader::read(decltype(checkWorld)* house) {
-    if (fs::is_regular_file(folder_))
+    if (kindOf(folder_) == FileKind::File)
         throw WorldError(folder_.string() + ": is a file, and no folder of text files");
     if (!isThere(pathOf("lineup.txt")))
         throw WorldError(folder_.string() + ": has no lineup.txt; ostrel-world --help says what a world is");
@@ -308,11 +322,17 @@ WorldFile readWorldFolder(const std::string& folder, decltype(checkWorld)* house
     return Reader(folder).read(house);
 }
 
+bool isFree(const std::string& path) {
+    const auto kind = kindOf(path);
+    return kind == FileKind::Missing ||
+           (kind == FileKind::Folder && fs::directory_iterator(path) == fs::directory_iterator());
+}
+
 void writeWorldFolder(const World& world, const std::string& folder) {
     const fs::path root = folder;
-    if (fs::exists(root) && !fs::is_empty(root))
+    if (!isFree(folder))
         throw std::runtime_error(folder + " is there already; remove it or name another folder");
-    fs::create_directories(root / "guide");
+    makeFolder(root / "guide");
     writeTextFile((root / "world.txt").string(),
                   "# What the world is called, and the time zone that its broadcasters live by.\n\nname " +
                       std::string(world.name) + "\nzone " + std::string(world.timeZone) + "\n");
@@ -327,8 +347,7 @@ void writeWorldFolder(const World& world, const std::string& folder) {
 }
 
 WorldFile openWorld(const std::string& path) {
-    std::error_code error;
-    return fs::is_directory(path, error) ? readWorldFolder(path) : WorldFile(path);
+    return kindOf(path) == FileKind::Folder ? readWorldFolder(path) : WorldFile(path);
 }
 
 } // namespace Ostrel::TV

@@ -15,6 +15,10 @@ namespace Ostrel::TV {
 /// @throws std::system_error  a temporary file cannot be written
 WorldFile readWorldFolder(const std::string& folder, decltype(checkWorld)* house = nullptr);
 
+/// Whether a folder can be made there: there is nothing, or an empty folder.
+/// @throws std::system_error  it is a folder that cannot be read
+bool isFree(const std::string& path);
+
 /// Writes a world as such a folder, for people to edit. Read again, it is the same world.
 /// @param folder  is made; when it is there already, it must be empty
 /// @throws std::runtime_error  a file cannot be written

@@ -1,12 +1,18 @@
 #include "TV/server/dummy/guide/ViewerZone.h"
 
+#include "TV/server/dummy/world/FileKind.h"
 #include "TV/server/dummy/world/LocalTime.h"
 
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstddef>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
+#include <string>
 #include <string_view>
-#include <system_error>
+
+#include <unistd.h>
 
 namespace Ostrel::TV {
 
@@ -23,10 +29,11 @@ std::string nameOfFile(const std::string& path) {
 }
 
 std::string findSystemZone() {
-    std::error_code error;
-    if (!std::filesystem::exists(systemZone, error))
+    if (kindOf(systemZone) == FileKind::Missing)
         return "UTC";
-    std::string name = nameOfFile(std::filesystem::read_symlink(systemZone, error).string());
+    std::array<char, PATH_MAX> target;
+    const auto size = readlink(systemZone, target.data(), target.size()); // below 0 for a copy
+    std::string name = nameOfFile({target.data(), static_cast<std::size_t>(std::max(size, ssize_t{0}))});
     if (name.empty())
         std::getline(std::ifstream(systemZoneName), name);
     return isKnownZone(name) ? name : "";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TV/server/dummy/world/FileKind.h"
 #include "TV/server/dummy/world/World.h"
 
 #include <algorithm>
@@ -7,10 +8,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -23,10 +22,9 @@ inline bool isKnownZone(const std::string& zone) {
     if (zone.empty() || zone.front() == '/' || zone.find("..") != std::string::npos)
         return false;
     const char* const folder = std::getenv("TZDIR");
-    std::error_code error;
-    const auto file = std::filesystem::path(folder ? folder : "/usr/share/zoneinfo") / zone;
+    const auto file = std::string(folder ? folder : "/usr/share/zoneinfo") + '/' + zone;
     std::array<char, 4> magic{}; // other files are there too
-    return std::filesystem::is_regular_file(file, error) &&
+    return kindOf(file) == FileKind::File &&
            std::ifstream(file, std::ios::binary).read(magic.data(), magic.size()) &&
            magic == std::array{'T', 'Z', 'i', 'f'};
 }

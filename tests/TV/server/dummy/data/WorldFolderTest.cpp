@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace Ostrel::TV;
@@ -355,6 +357,34 @@ TEST(WorldFolderTest, AUglyWorldComesBackToo) {
     const WorldFile world = readWorldFolder(folder.path());
     writeWorldFolder(world.world(), directory.file("copy"));
     EXPECT_TRUE(bytesOf(readWorldFolder(directory.file("copy"))) == bytesOf(world));
+}
+
+/// As if the folder and all that is in it had been changed in 2040.
+void touchIn2040(const std::string& folder) {
+    constexpr std::time_t newYear = 2208988800;
+    const std::timespec times[] = {{newYear, 0}, {newYear, 0}};
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        ASSERT_EQ(utimensat(AT_FDCWD, entry.path().c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << entry.path();
+    ASSERT_EQ(utimensat(AT_FDCWD, folder.c_str(), times, 0), 0);
+    struct stat status {};
+    ASSERT_EQ(stat(folder.c_str(), &status), 0);
+    ASSERT_EQ(status.st_mtime, newYear) << "the file system's times end before";
+}
+
+TEST(WorldFolderTest, FilesOf2040AreReadAndWrittenBeside) {
+    const TempDirectory directory;
+    const Folder folder = goodFolder();
+    const auto bytes = bytesOf(readWorldFolder(folder.path()));
+    std::ofstream(directory.file("my.world"), std::ios::binary) << bytes;
+    std::filesystem::create_directory(directory.file("free"));
+    touchIn2040(folder.path());
+    touchIn2040(directory.file(""));
+    EXPECT_TRUE(bytesOf(openWorld(folder.path())) == bytes);
+    const auto world = openWorld(directory.file("my.world"));
+    EXPECT_TRUE(bytesOf(world) == bytes);
+    writeWorldFolder(world.world(), directory.file("free"));
+    EXPECT_TRUE(bytesOf(openWorld(directory.file("free"))) == bytes);
+    EXPECT_THROW(writeWorldFolder(world.world(), folder.path()), std::runtime_error);
 }
 
 TEST(WorldFolderTest, WhatIsThereIsNotWrittenOver) {

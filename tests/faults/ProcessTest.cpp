@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -202,6 +203,40 @@ TEST(ClockTest, TimeOutsDoNotMindAWallClockThatJumps) {
         EXPECT_EQ(keptAlive.post("/rpc/TV", "nonsense").status, 200);
         EXPECT_GT(Viewer(host.address()).time(), 0);
     }
+}
+
+/// The number behind a text of an answer.
+std::int64_t numberBehind(const std::string& text, const std::string& answer) {
+    const auto at = answer.find(text);
+    EXPECT_NE(at, std::string::npos) << text << " in " << answer;
+    return at == std::string::npos ? 0
+                                   : static_cast<std::int64_t>(std::stod(answer.substr(at + text.size())));
+}
+
+TEST(ClockTest, StartedAfter2038TheHostServesAndTellsTheTime) {
+    constexpr std::int64_t last = INT32_MAX; // on the wire, of events
+    const TempDirectory directory;
+    std::ofstream(directory.file("offset")) << 1'000'000'000 << '\n';
+    RunningHost host(OSTREL_TVD_PROGRAM, {"--listen", "127.0.0.1:0", "--today"},
+                     {"LD_PRELOAD=" OSTREL_JUMPING_CLOCK, "JUMPING_CLOCK=" + directory.file("offset")});
+    Viewer viewer(host.address());
+    EXPECT_GT(viewer.time(), last);
+    const auto nothing = viewer.call("ITVGuide::queryNowNextEventInfo", R"({"id":1043})");
+    EXPECT_NE(nothing.find(R"("result":[])"), nothing.npos) << nothing;
+
+    WireClient client(host.address());
+    const auto simulate = [&](const std::string& method, const std::string& params) {
+        return client.post("/rpc/Simulator", request("Simulator::" + method, params)).body;
+    };
+    EXPECT_GT(numberBehind(R"("real":)", simulate("clockGet", "{}")), last);
+    EXPECT_GT(numberBehind(R"("time":)", simulate("trafficGet", R"({"last":1})")), last);
+    client.send("GET /metrics HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    EXPECT_GT(numberBehind("\nostrel_process_start_time_seconds ", client.readAnswer().body), last);
+
+    // The clock set back to the days of the guide, it is on as ever.
+    simulate("clockSet", R"({"now":1795557600,"speed":0})"); // 2026-11-24 22:00
+    const auto events = viewer.call("ITVGuide::queryNowNextEventInfo", R"({"id":1043})");
+    EXPECT_EQ(numberBehind(R"("startTime":)", events) / 86400, 1795557600 / 86400) << events;
 }
 #endif
 

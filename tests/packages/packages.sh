@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Puts the packages to the test in a clean root of Debian, as in-root.sh says. It takes root, and a mirror of Debian.
+# Puts the packages to the test in a clean root of Debian, as in-root.sh says, and what a container has, as container.sh
+# says. It takes root, and a mirror of Debian.
 #
 #     packages.sh FOLDER
 #
@@ -12,7 +13,8 @@ if [ "${2:-}" != apart ]; then
     [ "$(id -u)" = 0 ] || { echo "this takes root: what apt does in the clean root is root's to do" >&2 && exit 1; }
     folder=$(mktemp -d)
     trap 'rm -rf --one-file-system "$folder"' EXIT
-    unshare --mount --pid --fork --propagation private "$0" "$packages" apart "$folder"
+    chmod 711 "$folder" # somebody without rights runs the container
+    unshare --mount --pid --fork --mount-proc --propagation private "$0" "$packages" apart "$folder"
     exit
 fi
 folder=$3 root=$3/root
@@ -37,7 +39,7 @@ mmdebstrap --quiet --variant=apt --include=g++,cmake,make,pkgconf,man-db bookwor
 mount -t proc proc "$root/proc"
 mount --rbind /dev "$root/dev"
 mkdir "$root/packages" "$root/test"
-cp "$packages"/*.deb "$root/packages"
+cp "$packages"/*.deb "$packages/container-root" "$root/packages"
 cp -r "$here"/in-root.sh "$here/consumer" "$root/test"
 in_root() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C DEBIAN_FRONTEND=noninteractive "$@"; }
 # In a network of its own the usual port is free. Five minutes are many.
@@ -52,4 +54,6 @@ echo "== No path of this machine"
 in_root /test/in-root.sh files >"$folder/files"
 ! (cd "$root" && xargs -d '\n' -a "$folder/files" grep -laF "$(realpath "$here/../..")") || exit 1
 alone bash -c 'in_root /test/in-root.sh use'
+in_root /packages/container-root /container
+alone "$here/container.sh" "$root/container" "$here/../../packaging/kubernetes.yaml"
 in_root /test/in-root.sh purge

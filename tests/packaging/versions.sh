@@ -15,6 +15,7 @@ has() { # FILE TEXT
 for file in clients/typescript/package.json clients/conform/package.json TV/interfaces/openrpc.json simulator/openrpc.json; do
     has $file "\"version\": \"$version\""
 done
+has packaging/kubernetes.yaml "image: ostrel-tvd:$version"
 has docs/changelog.md "## $version"
 # Who is linked to this one may be broken by the next.
 has packaging/debian/rules "libostrel0 (<< $next~)"

@@ -30,7 +30,7 @@ public:
                 readHead(found);
                 continue;
             }
-            const auto size = std::min<std::uint64_t>(missing_, bytes.size());
+            const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(missing_, bytes.size()));
             start_ += bytes.substr(0, std::min(size, kept_ - std::min(kept_, start_.size())));
             bytes.remove_prefix(size);
             missing_ -= size;

@@ -21,13 +21,20 @@ else()
     message(FATAL_ERROR "OSTREL_ARCHITECTURE is i386 or armhf")
 endif()
 if(NOT EXISTS ${CMAKE_SYSROOT}/lib/${loader})
-    message(FATAL_ERROR "${CMAKE_SYSROOT} is not there; ./dev build ${OSTREL_ARCHITECTURE} makes it")
+    message(FATAL_ERROR "${CMAKE_SYSROOT} is not there; cmake/sysroot ${OSTREL_ARCHITECTURE} ${CMAKE_SYSROOT} makes it")
+endif()
+find_program(OSTREL_COMPILER ${CMAKE_CXX_COMPILER})
+if(NOT OSTREL_COMPILER)
+    string(REGEX REPLACE "(.*)-g\\+\\+$" "g++-\\1" package ${CMAKE_CXX_COMPILER})
+    message(FATAL_ERROR "${CMAKE_CXX_COMPILER} is missing; as root: apt-get install ${package}")
 endif()
 
-# As a path that is handed on to what an executable's libraries need themselves.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,--dynamic-linker=${CMAKE_SYSROOT}/lib/${loader} -Wl,--disable-new-dtags")
-string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT
-    " -Wl,-rpath,${CMAKE_SYSROOT}/lib/${libraries}:${CMAKE_SYSROOT}/usr/lib/${libraries}")
+# As paths that are handed on to what libraries need themselves; but who has some of its own is handed no others.
+set(paths "-Wl,--disable-new-dtags")
+string(APPEND paths " -Wl,-rpath,${CMAKE_SYSROOT}/lib/${libraries}:${CMAKE_SYSROOT}/usr/lib/${libraries}")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,--dynamic-linker=${CMAKE_SYSROOT}/lib/${loader} ${paths}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${paths}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${paths}")
 
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -78,6 +79,7 @@ protected:
             case TranscriptLine::Mark::Reply: {
                 const auto heard = conversation.hear();
                 learnContext(line.text, heard);
+                keep(unfill(heard));
                 if (heard != fill(line.text) && std::getenv("OSTREL_MEND") != nullptr)
                     mendTranscript(GetParam(), line.number, unfill(heard));
                 EXPECT_EQ(heard, fill(line.text))
@@ -108,6 +110,12 @@ private:
         const auto at = expected.find(contextVariable);
         if (context_.empty() && at < heard.size())
             context_ = heard.substr(at, heard.find_first_not_of("0123456789", at) - at);
+    }
+
+    /// ./dev compare holds what is heard on one machine to what is heard on another.
+    static void keep(const std::string& heard) {
+        if (const char* const path = std::getenv("OSTREL_HEARD"))
+            std::ofstream(path, std::ios::app) << heard << '\n';
     }
 
     std::string fill(std::string text) const {

@@ -211,7 +211,7 @@ std::string readRequest(Deserializer& in) {
     Serializer out;
     out.beginObject("");
     serialize("context", request.getContext(), out);
-    serialize("payload", request.getPayload(), out);
+    out.write("payload", request.getPayload());
     out.endObject("");
     return out.generate();
 }

@@ -59,7 +59,7 @@ private:
     ///                   an Exception, and then it has changed nothing.
     template <typename Params, typename Operation>
     static std::string answer(const Call& call, Operation operation) {
-        const auto params = read<Params>(call.getParameters());
+        const auto params = read<Params>(call);
         try {
             return IRPC::RPCResultObject(call, operation(params)).serialize();
         } catch (const Exception& exception) {
@@ -68,11 +68,15 @@ private:
     }
 
     /// A long text takes a while and the turn is others' meanwhile.
-    template <typename Params> static Params read(const std::string& text) {
-        if (text.size() <= Call::shortParameters)
-            return deserialize<Params>(text);
+    template <typename Params> static Params read(const Call& call) {
+        const auto decode = [&] {
+            Deserializer params = call.decodeParameters();
+            return Params(params);
+        };
+        if (call.getParameters().size() <= Call::shortParameters)
+            return decode();
         const Turn::Pause pause;
-        return deserialize<Params>(text);
+        return decode();
     }
 
     // SimulatorServer.cpp

@@ -75,7 +75,7 @@ std::string SimulatorServer::trafficGet(const Call& call) {
 std::string SimulatorServer::trafficWatch(const Call& call) {
     const auto& peer = call.getPeer();
     if (peer == nullptr || !isSubscribed(*peer))
-        return IRPC::RPCErrorObject(call.getId(), IRPC::InvalidRequest,
+        return IRPC::RPCErrorObject(std::string(call.getId()), IRPC::InvalidRequest,
                                     "traffic is watched by WebSocket: nothing is pushed to a POST")
             .serialize();
     return answer<WatchParams>(call, [&](const WatchParams& params) {

@@ -16,7 +16,7 @@ std::string SimulatorServer::weatherGet(const Call& call) {
 }
 
 std::string SimulatorServer::weatherSet(const Call& call) {
-    Weather::Change change = read<Weather::Settings>(call.getParameters());
+    Weather::Change change = read<Weather::Settings>(call);
     // Its reply may be long: when there is no memory for it, nothing has changed.
     const Weather::Report report(change);
     auto reply = IRPC::RPCResultObject(call, report).serialize();

@@ -53,10 +53,11 @@ public:
 
     /// Returns the reply behind its id.
     std::string ask(const std::string& method, const std::string& payload) {
-        const auto colons = method.find("::");
+        const std::string_view name = method;
+        const auto colons = name.find("::");
         const auto params = R"({"context":)" + std::to_string(context_) +
                             (payload.empty() ? "" : R"(,"payload":)" + payload) + '}';
-        const IRPC::RPCSynchronousMethodObject call(method.substr(0, colons), method.substr(colons + 2), "1",
+        const IRPC::RPCSynchronousMethodObject call(name.substr(0, colons), name.substr(colons + 2), "1",
                                                     params);
         const auto reply = server_.handleRPCSynchronousMethod(call);
         constexpr std::string_view head = R"({"jsonrpc":"2.0","id":1)";

@@ -56,13 +56,13 @@ ReturnCode known(ReturnCode code) {
 /// What a call is called in the log: as long as it is not known to exist, that is the client's
 /// own text.
 std::string nameOf(const IRPC::RPCSynchronousMethodObject& method) {
-    const auto& interfaceName = method.getInterfaceName();
-    return excerpt(interfaceName.empty() ? method.getMethodName()
-                                         : interfaceName + "::" + method.getMethodName());
+    const std::string methodName(method.getMethodName());
+    const std::string interfaceName(method.getInterfaceName());
+    return excerpt(interfaceName.empty() ? methodName : interfaceName + "::" + methodName);
 }
 
 /// Starts a reply: everything before the member that tells the outcome.
-void beginReply(Serializer& out, const std::string& id) {
+void beginReply(Serializer& out, std::string_view id) {
     out.beginObject("");
     out.writeJson("jsonrpc", "\"2.0\"");
     out.writeJson("id", id);
@@ -70,15 +70,31 @@ void beginReply(Serializer& out, const std::string& id) {
 
 } // namespace
 
-IRPC::RPCSynchronousMethodObject::RPCSynchronousMethodObject(std::string interfaceName,
-                                                             std::string methodName, std::string id,
-                                                             std::string parameters,
+IRPC::RPCSynchronousMethodObject::RPCSynchronousMethodObject(std::string_view interfaceName,
+                                                             std::string_view methodName, std::string_view id,
+                                                             std::string_view parameters,
                                                              std::shared_ptr<RPCPeer> peer,
                                                              std::size_t replyLimit)
-    : interfaceName_(std::move(interfaceName)), methodName_(std::move(methodName)), id_(std::move(id)),
-      parameters_(std::move(parameters)), peer_(std::move(peer)), replyLimit_(replyLimit) {
+    : interfaceName_(interfaceName), methodName_(methodName), id_(id), parameters_(parameters),
+      peer_(std::move(peer)), replyLimit_(replyLimit) {
     if (wantsReply())
         replyRoom_.reserve(replyFrame.size() + id_.size() + shortResult);
+}
+
+IRPC::RPCSynchronousMethodObject::RPCSynchronousMethodObject(std::string_view interfaceName,
+                                                             std::string_view methodName, std::string_view id,
+                                                             const CheckedObject& parameters,
+                                                             std::shared_ptr<RPCPeer> peer,
+                                                             std::size_t replyLimit)
+    : RPCSynchronousMethodObject(interfaceName, methodName, id, parameters.text, std::move(peer),
+                                 replyLimit) {
+    isChecked_ = true;
+}
+
+Deserializer IRPC::RPCSynchronousMethodObject::decodeParameters() const {
+    if (isChecked_)
+        return Deserializer(CheckedObject{parameters_});
+    return Deserializer(std::string(parameters_), "params");
 }
 
 std::string IRPC::RPCResultObject::serialize() const {

@@ -4,6 +4,7 @@
 
 #include "Ostrel/Export.h"
 #include "Ostrel/rpc/ReturnCode.h"
+#include "Ostrel/serialization/Deserializer.h"
 #include "Ostrel/serialization/SerialObject.h"
 
 #include <atomic>
@@ -12,11 +13,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Ostrel {
-
-class RPCCallMetrics;
 
 /// Stands for the connection that a call came by; it lives as long as the connection does.
 /// Keep a weak pointer to learn that the connection has closed and its last call has ended.
@@ -51,18 +51,28 @@ public:
         /// others wait: with the turn in hand, see Turn::Pause.
         static constexpr std::size_t shortParameters = 4096;
 
+        /// Refers to the texts that it is given, which must outlive it.
         /// @param id            the request's id as JSON text; empty when nobody wants a reply
         /// @param parameters    the params as the text of a JSON object
         /// @param replyLimit    bytes; a longer reply is refused while it is built
-        RPCSynchronousMethodObject(std::string interfaceName, std::string methodName, std::string id,
-                                   std::string parameters, std::shared_ptr<RPCPeer> peer = nullptr,
+        RPCSynchronousMethodObject(std::string_view interfaceName, std::string_view methodName,
+                                   std::string_view id, std::string_view parameters,
+                                   std::shared_ptr<RPCPeer> peer = nullptr,
                                    std::size_t replyLimit = static_cast<std::size_t>(-1));
+        /// The same where the params need no further look at what is right.
+        RPCSynchronousMethodObject(std::string_view interfaceName, std::string_view methodName,
+                                   std::string_view id, const CheckedObject& parameters,
+                                   std::shared_ptr<RPCPeer> peer, std::size_t replyLimit);
 
-        const std::string& getInterfaceName() const { return interfaceName_; }
-        const std::string& getMethodName() const { return methodName_; }
-        const std::string& getId() const { return id_; }
-        const std::string& getParameters() const { return parameters_; }
+        std::string_view getInterfaceName() const { return interfaceName_; }
+        std::string_view getMethodName() const { return methodName_; }
+        std::string_view getId() const { return id_; }
+        std::string_view getParameters() const { return parameters_; }
         std::size_t getReplyLimit() const { return replyLimit_; }
+
+        /// Reads the params.
+        /// @throws DecodeError  they are no JSON object
+        Deserializer decodeParameters() const;
 
         /// Whether the client waits for a reply.
         bool wantsReply() const { return !id_.empty(); }
@@ -74,10 +84,6 @@ public:
         Outcome getOutcome() const { return outcome_; }
         void setOutcome(Outcome outcome) const { outcome_ = outcome; }
 
-        /// Where it is counted, as far as the server has looked; null before.
-        RPCCallMetrics* getMetrics() const { return metrics_; }
-        void setMetrics(RPCCallMetrics& metrics) const { metrics_ = &metrics; }
-
         /// Bytes that the value of a reply may have for which no memory is wanted any more once the
         /// call has been made: what a handler has done is told, then, in any case.
         static constexpr std::size_t shortResult = 256;
@@ -86,14 +92,14 @@ public:
         std::string takeReplyRoom() const noexcept { return std::exchange(replyRoom_, {}); }
 
     private:
-        std::string interfaceName_;
-        std::string methodName_;
-        std::string id_;
-        std::string parameters_;
+        std::string_view interfaceName_;
+        std::string_view methodName_;
+        std::string_view id_;
+        std::string_view parameters_;
+        bool isChecked_ = false; ///< the params are right
         std::shared_ptr<RPCPeer> peer_;
         std::size_t replyLimit_;
         mutable Outcome outcome_ = Outcome::Ok;
-        mutable RPCCallMetrics* metrics_ = nullptr;
         mutable std::string replyRoom_; ///< empty, and wide enough for a short reply
     };
 

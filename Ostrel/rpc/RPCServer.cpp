@@ -33,21 +33,21 @@ Registry& registry() {
 /// what it left locked is released, however it ends.
 class HandlerScope {
 public:
-    explicit HandlerScope(const std::string& methodName) : methodName_(methodName) {}
+    explicit HandlerScope(std::string_view methodName) : methodName_(methodName) {}
     ~HandlerScope() { Mutex::releaseHeld(methodName_); }
 
     HandlerScope(const HandlerScope&) = delete;
     HandlerScope& operator=(const HandlerScope&) = delete;
 
 private:
-    const std::string& methodName_;
+    const std::string_view methodName_;
     const QuietExceptions quiet_;
 };
 
 std::string refuse(const IRPC::RPCSynchronousMethodObject& method, const std::string& what) {
     ostrelDebugPrint(DebugLevel::Information, "RPCServer", "RPCServer", __LINE__, "%s\n", what.c_str());
     method.setOutcome(IRPC::Outcome::Refused);
-    return IRPC::RPCErrorObject(method.getId(), IRPC::MethodNotFound, what).serialize();
+    return IRPC::RPCErrorObject(std::string(method.getId()), IRPC::MethodNotFound, what).serialize();
 }
 
 /// The description of a server as a value.
@@ -98,8 +98,8 @@ std::string RPCServer::getFixedRPCAddress() const {
 }
 
 std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMethodObject& method) {
-    const auto& interfaceName = method.getInterfaceName();
-    const auto& methodName = method.getMethodName();
+    const auto interfaceName = method.getInterfaceName();
+    const auto methodName = method.getMethodName();
     if (interfaceName.empty() && methodName == discoverMethod && !getDescription().empty())
         return discover(method, getDescription());
     if (interfaceName.empty())
@@ -109,9 +109,9 @@ std::string RPCServer::handleRPCSynchronousMethod(const IRPC::RPCSynchronousMeth
         return refuse(method, "unknown interface \"" + excerpt(interfaceName) + '"');
     const auto handler = interface->second.find(methodName);
     if (handler == interface->second.end())
-        return refuse(method, "unknown method \"" + excerpt(interfaceName + "::" + methodName) + '"');
+        return refuse(method, "unknown method \"" +
+                                  excerpt(std::string(interfaceName) + "::" + std::string(methodName)) + '"');
 
-    method.setMetrics(handler->second.calls);
     const HandlerScope scope(methodName);
     const auto& peer = method.getPeer();
     const RPCNotificationCount count(peer != nullptr ? &peer->notifications : nullptr);
@@ -131,10 +131,6 @@ const RPCServer::Entry* RPCServer::findMethod(std::string_view interfaceName,
         return nullptr;
     const auto method = interface->second.find(methodName);
     return method == interface->second.end() ? nullptr : &method->second;
-}
-
-bool RPCServer::hasMethod(std::string_view interfaceName, std::string_view methodName) const noexcept {
-    return findMethod(interfaceName, methodName) != nullptr;
 }
 
 RPCCallMetrics& RPCServer::getCallMetrics(std::string_view interfaceName,

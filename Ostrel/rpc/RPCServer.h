@@ -99,8 +99,15 @@ public:
     /// @param name  interface and method, "INTERFACE::METHOD"
     bool isLong(std::string_view name) const noexcept { return longMethods.find(name) != longMethods.end(); }
 
-    /// Whether there is a handler of that name.
-    bool hasMethod(std::string_view interfaceName, std::string_view methodName) const noexcept;
+    /// Whether the handlers of that interface, which isReadOnly(), are brief: each has its reply in no time,
+    /// or calls Cancellation::check() before it goes on for long. It may be left there, and the call is
+    /// made anew where that holds up nobody.
+    bool isBrief(std::string_view interfaceName) const noexcept {
+        return briefInterfaces.find(interfaceName) != briefInterfaces.end();
+    }
+
+    /// What stands behind a method's name; null when there is no handler of that name.
+    const Entry* findMethod(std::string_view interfaceName, std::string_view methodName) const noexcept;
 
     /// Where calls of that name are counted; those of unknown names all in one place.
     RPCCallMetrics& getCallMetrics(std::string_view interfaceName,
@@ -122,13 +129,14 @@ protected:
     /// By interface name; written by the constructor only.
     std::map<std::string, MethodMap, std::less<>> methods;
     std::set<std::string, std::less<>> readOnlyInterfaces; ///< written by the constructor only
+    /// The interfaces that isBrief() is true for; written by the constructor only.
+    std::set<std::string, std::less<>> briefInterfaces;
     /// The methods that mayWait(); written by the constructor only.
     std::set<std::string, std::less<>> waitingMethods;
     /// The methods for which isLong() holds; written by the constructor only.
     std::set<std::string, std::less<>> longMethods;
 
 private:
-    const Entry* findMethod(std::string_view interfaceName, std::string_view methodName) const noexcept;
     template <class Action> void forEachCalled(Action action) const;
 
     const std::string name_;

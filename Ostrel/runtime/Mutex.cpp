@@ -44,10 +44,11 @@ void Mutex::unlock() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
     mutex_.unlock();
 }
 
-void Mutex::releaseHeld(const std::string& holder) {
+void Mutex::releaseHeld(std::string_view holder) {
     while (auto* mutex = heldByThread) {
         ostrelDebugPrint(DebugLevel::Error, "Mutex", "Mutex", __LINE__,
-                         "%s was still held when %s ended; released\n", mutex->name_.c_str(), holder.c_str());
+                         "%s was still held when %.*s ended; released\n", mutex->name_.c_str(),
+                         static_cast<int>(holder.size()), holder.data());
         mutex->releaseUnderLock();
         released.increment();
     }

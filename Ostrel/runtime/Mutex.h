@@ -7,6 +7,7 @@
 
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace Ostrel {
 
@@ -43,7 +44,7 @@ public:
     /// The platform calls it when a handler or a task's step hands back.
     ///
     /// @param holder  the method or task that left the locks behind
-    static void releaseHeld(const std::string& holder);
+    static void releaseHeld(std::string_view holder);
 
     /// Holds the mutex for one scope.
     class OSTREL_SCOPED_CAPABILITY Hold {

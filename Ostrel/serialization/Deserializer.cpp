@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <list>
 #include <string_view>
+#include <utility>
 
 namespace Ostrel {
 
@@ -21,25 +23,33 @@ constexpr std::size_t noLimit = std::numeric_limits<std::size_t>::max();
 
 struct Deserializer::Document {
     struct Level {
+        Level(std::string name, const JsonValue& object)
+            : key(std::move(name)), members(object.getMembers()) {}
+
         std::string key;
-        std::vector<JsonMember> members;
+        JsonMembers members;
     };
 
-    Document(const std::string& given, const std::string& name) : text(given) {
+    Document(const std::string& given, const std::string& name)
+        : copy(given), text(copy), whole({}, check(text, name)) {}
+
+    explicit Document(std::string_view checked) : text(checked), whole({}, JsonValue(text)) {}
+
+    static JsonValue check(std::string_view text, const std::string& name) {
         if (text.empty())
             throw DecodeError("missing " + name, name);
         if (checkJson(text) || !JsonValue(text).isObject())
             throw DecodeError(name + " is not a JSON object", name);
-        levels.push_back({{}, JsonValue(text).getMembers()});
+        return JsonValue(text);
     }
 
-    const std::vector<JsonMember>& current() const { return levels.back().members; }
+    const JsonMembers& current() const { return inner.empty() ? whole.members : inner.back().members; }
 
     /// For messages: the member's name behind those of the objects that hold it.
     std::string path(std::string_view key) const {
         std::string path;
-        for (std::size_t level = 1; level < levels.size(); ++level)
-            path += levels[level].key + '.';
+        for (const auto& level : inner)
+            path += level.key + '.';
         return path.append(key);
     }
 
@@ -83,12 +93,17 @@ struct Deserializer::Document {
         return list;
     }
 
-    const std::string text;
-    std::vector<Level> levels; ///< the whole, and the members on the way to the current object
+    const std::string copy; ///< empty where the text is somebody else's
+    const std::string_view text;
+    const Level whole;
+    std::list<Level> inner; ///< the members on the way to the current object
 };
 
 Deserializer::Deserializer(const std::string& text, const std::string& name)
     : document_(std::make_unique<Document>(text, name)) {}
+
+Deserializer::Deserializer(const CheckedObject& object)
+    : document_(std::make_unique<Document>(object.text)) {}
 
 Deserializer::~Deserializer() = default;
 
@@ -96,11 +111,11 @@ void Deserializer::enterMember(const std::string& key) {
     const auto& object = document_->get(key);
     if (!object.isObject())
         fail(document_->path(key), "is not an object");
-    document_->levels.push_back({key, object.getMembers()});
+    document_->inner.emplace_back(key, object);
 }
 
 void Deserializer::leaveMember(const std::string&) {
-    document_->levels.pop_back();
+    document_->inner.pop_back();
 }
 
 std::size_t Deserializer::getSize() const {
@@ -173,9 +188,9 @@ void Deserializer::readObjectList(const std::string& key, std::size_t limit,
         const auto name = key + '[' + std::to_string(index++) + ']';
         if (!element.isObject())
             fail(document_->path(name), "is not an object");
-        document_->levels.push_back({name, element.getMembers()});
+        document_->inner.emplace_back(name, element);
         read();
-        document_->levels.pop_back();
+        document_->inner.pop_back();
     });
 }
 
@@ -189,6 +204,13 @@ std::string Deserializer::readObjectText(const std::string& key) const {
         return std::move(*text);
     const auto where = document_->path(key);
     throw DecodeError(where + " is not a JSON object", where);
+}
+
+std::optional<CheckedObject> Deserializer::findObject(const std::string& key) const {
+    const auto* value = document_->find(key);
+    if (!value || !value->isObject())
+        return std::nullopt;
+    return CheckedObject{value->getText()};
 }
 
 void Deserializer::refuse(const std::string& key, const std::string& problem) const {

@@ -12,9 +12,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Ostrel {
+
+/// The text of a JSON object that is known to be right, since the text that it is a part of is.
+struct CheckedObject {
+    std::string_view text;
+};
 
 /// Reads the members of a JSON object by their keys.
 ///
@@ -30,6 +36,10 @@ public:
     /// @param name  what the text is, for the messages `missing NAME` and `NAME is not a JSON object`
     /// @throws DecodeError  the text is empty or no JSON object; NAME is the member
     explicit Deserializer(const std::string& text, const std::string& name = "payload");
+
+    /// Reads it where it stands, and without a further look at what is right: the text must outlive
+    /// the deserializer.
+    explicit Deserializer(const CheckedObject& object);
 
     /// Makes the object under that key the one whose members are read, until leaveMember().
     /// @throws DecodeError  there is no such member, or it is no object
@@ -78,6 +88,10 @@ public:
     /// For records whose members may be left out, where an unknown name is a typing error.
     /// @throws DecodeError  the current object has a member that is not among these
     void refuseUnknown(std::initializer_list<const char*> known) const;
+
+    /// Returns where a member stands that holds an object; nothing when it holds none. It refers to
+    /// the text that is read.
+    std::optional<CheckedObject> findObject(const std::string& key) const;
 
     /// For what a record refuses by rules of its own.
     /// @throws DecodeError  `member "PATH" PROBLEM`

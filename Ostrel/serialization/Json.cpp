@@ -5,6 +5,7 @@
 #include <boost/json/parse.hpp>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace json = boost::json;
@@ -127,6 +128,21 @@ std::optional<std::int64_t> readInteger(std::string_view number) {
     return value;
 }
 
+/// Tells quickly which bytes are among some.
+constexpr std::array<bool, 256> makeSet(std::string_view bytes) {
+    std::array<bool, 256> set{};
+    for (const char byte : bytes)
+        set[static_cast<unsigned char>(byte)] = true;
+    return set;
+}
+
+constexpr auto betweenItems = makeSet(" \t\r\n,:");
+constexpr auto behindScalars = makeSet(",]} \t\r\n");
+
+bool isIn(const std::array<bool, 256>& set, char byte) {
+    return set[static_cast<unsigned char>(byte)];
+}
+
 std::size_t skipString(std::string_view text, std::size_t at) {
     for (++at; text[at] != '"'; ++at)
         if (text[at] == '\\')
@@ -156,8 +172,11 @@ unsigned readCharacter(std::string_view inside, std::size_t& at) {
 std::size_t skipValue(std::string_view text, std::size_t at) {
     if (text[at] == '"')
         return skipString(text, at);
-    if (text[at] != '{' && text[at] != '[')
-        return std::min(text.find_first_of(",]} \t\r\n", at), text.size());
+    if (text[at] != '{' && text[at] != '[') {
+        while (at != text.size() && !isIn(behindScalars, text[at]))
+            ++at;
+        return at;
+    }
     for (int depth = 0;;) {
         const char c = text[at];
         if (c == '"') {
@@ -221,14 +240,15 @@ std::string_view JsonValue::readString(std::string& storage) const {
 
 /// Goes to the item that comes next; false when there is none any more.
 bool JsonValue::findItem(std::size_t& at) const {
-    at = text_.find_first_not_of(" \t\r\n,:", at);
+    while (isIn(betweenItems, text_[at]))
+        ++at;
     return text_[at] != ']' && text_[at] != '}';
 }
 
 JsonValue JsonValue::takeItem(std::size_t& at) const {
     const auto begin = at;
     at = skipValue(text_, at);
-    return JsonValue(text_.substr(begin, at - begin));
+    return {text_.substr(begin, at - begin), Bare()};
 }
 
 std::vector<JsonValue> JsonValue::getElements(std::size_t limit) const {
@@ -238,8 +258,8 @@ std::vector<JsonValue> JsonValue::getElements(std::size_t limit) const {
     return elements;
 }
 
-std::vector<JsonMember> JsonValue::getMembers() const {
-    std::vector<JsonMember> members;
+JsonMembers JsonValue::getMembers() const {
+    JsonMembers members;
     for (std::size_t at = 1; findItem(at);) {
         const auto key = takeItem(at);
         findItem(at);
@@ -251,6 +271,8 @@ std::vector<JsonMember> JsonValue::getMembers() const {
 // Without decoding the key, of which a long text may hold very many.
 bool JsonMember::isNamed(std::string_view name) const {
     const auto raw = key.getText().substr(1, key.getText().size() - 2);
+    if (raw.size() <= name.size() || raw.find('\\') == raw.npos)
+        return raw == name; // escapes only make it longer
     std::size_t matched = 0;
     for (std::size_t at = 0; at < raw.size(); ++matched) {
         const auto code = readCharacter(raw, at);
@@ -260,7 +282,7 @@ bool JsonMember::isNamed(std::string_view name) const {
     return matched == name.size();
 }
 
-const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name) {
+const JsonValue* findMember(const JsonMembers& members, std::string_view name) {
     const auto found = std::find_if(members.rbegin(), members.rend(),
                                     [&](const JsonMember& member) { return member.isNamed(name); });
     return found == members.rend() ? nullptr : &found->value;

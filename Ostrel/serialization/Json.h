@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/container/small_vector.hpp>
 #include <boost/system/error_code.hpp>
 
 #include <concepts>
@@ -20,6 +21,9 @@ namespace Ostrel {
 boost::system::error_code checkJson(std::string_view text);
 
 struct JsonMember;
+
+/// The members of an object; few of them take no memory of their own.
+using JsonMembers = boost::container::small_vector<JsonMember, 8>;
 
 /// A value inside a text that checkJson() has found to be right. It refers into the text, keeps
 /// nothing, and reads what it is asked for: no tree is built, so that a text costs little more than
@@ -67,9 +71,13 @@ public:
     }
 
     /// An object's members, in order, each as often as it stands there. Only for objects.
-    std::vector<JsonMember> getMembers() const;
+    JsonMembers getMembers() const;
 
 private:
+    struct Bare {}; ///< without blanks around it
+
+    JsonValue(std::string_view text, Bare) : text_(text) {}
+
     std::optional<std::int64_t> asInt64() const;
     bool findItem(std::size_t& at) const;
     JsonValue takeItem(std::size_t& at) const;
@@ -88,6 +96,6 @@ struct JsonMember {
 
 /// Finds the member that counts, which is the last one of that name; null when there is none.
 /// @param name  ASCII
-const JsonValue* findMember(const std::vector<JsonMember>& members, std::string_view name);
+const JsonValue* findMember(const JsonMembers& members, std::string_view name);
 
 } // namespace Ostrel

@@ -17,8 +17,6 @@ namespace Ostrel {
 
 namespace {
 
-constexpr std::size_t pieceSize = 4096; ///< bytes escaped between two looks at the limit
-
 /// For each byte what follows the backslash in its escape; 0 for those that need none.
 constexpr std::array<char, 256> escapes = [] {
     std::array<char, 256> table{};
@@ -78,70 +76,107 @@ char* escape(char* to, char byte) {
     return to + 1;
 }
 
-/// Does what appendEscaped() does.
-/// @returns whether all of it is ASCII
-bool escapeInto(std::string& out, std::string_view text) {
-    constexpr std::size_t roomSize = 8192;
-    constexpr std::size_t pieceMost = roomSize / longestEscape - blockSize;
-    char room[roomSize]; // filled without a look at the capacity of the text
-    unsigned wide = 0;
-    const char* from = text.data();
-    const char* const textEnd = from + text.size();
-    while (from != textEnd) {
-        const char* const end =
-            from + std::min<std::size_t>(static_cast<std::size_t>(textEnd - from), pieceMost);
-        char* to = room;
-        // A whole block is copied at once, and again what follows each byte that grows: that is
-        // one more block at most, hence the distance from the end.
-        for (; end - from >= 2 * blockSize; from += blockSize) {
-            std::memcpy(to, from, blockSize);
-            unsigned done = 0;
-            for (unsigned found = findEscapes(from, wide); found != 0; found &= found - 1) {
-                const auto next = static_cast<unsigned>(std::countr_zero(found));
-                to = escape(to + (next - done), from[next]);
-                done = next + 1;
-                std::memcpy(to, from + done, blockSize);
-            }
-            to += static_cast<unsigned>(blockSize) - done;
+/// Writes text as the inside of a JSON string, in whole blocks: there must be room for a block more
+/// than the text can become.
+/// @param wide  gets bits set when a byte is not ASCII
+/// @returns what is behind it
+char* escapeTo(char* to, const char* from, std::size_t size, unsigned& wide) {
+    const auto block = [&](const char* at, std::size_t bytes) {
+        std::memcpy(to, at, blockSize);
+        unsigned done = 0;
+        for (unsigned found = findEscapes(at, wide); found != 0; found &= found - 1) {
+            const auto next = static_cast<unsigned>(std::countr_zero(found));
+            to = escape(to + (next - done), at[next]);
+            done = next + 1;
+            std::memcpy(to, at + done, blockSize);
         }
-        for (; end - from >= blockSize && findEscapes(from, wide) == 0; from += blockSize, to += blockSize)
-            std::memcpy(to, from, blockSize);
-        for (; from != end; ++from) {
-            wide |= static_cast<unsigned char>(*from) & 0x80u;
-            to = escape(to, *from);
-        }
-        out.append(room, to);
-    }
-    return wide == 0;
+        to += bytes - done;
+    };
+    const char* const end = from + size;
+    // What follows a byte that grows is copied again, a block at once: hence the distance from the end.
+    for (; end - from >= 2 * blockSize; from += blockSize)
+        block(from, blockSize);
+    const auto left = static_cast<std::size_t>(end - from);
+    if (left == 0)
+        return to;
+    char rest[3 * blockSize]; // the end, and blanks behind it, which need no escape
+    std::memset(rest, ' ', sizeof rest);
+    std::memcpy(rest, from, left);
+    for (std::size_t at = 0; at < left; at += blockSize)
+        block(rest + at, std::min<std::size_t>(blockSize, left - at));
+    return to;
 }
 
 } // namespace
+
+/// Where a member is put together before it becomes part of the text, all at once: there it needs no
+/// look at the capacity for each of its parts.
+class Serializer::Room {
+public:
+    explicit Room(Serializer& owner) : owner_(owner) {}
+
+    void add(char byte) { *end_++ = byte; }
+    void add(std::string_view bytes) {
+        std::memcpy(end_, bytes.data(), bytes.size());
+        end_ += bytes.size();
+    }
+    template <class Number> void addNumber(Number number) {
+        constexpr std::size_t mostDigits = 32;
+        end_ = std::to_chars(end_, end_ + mostDigits, number).ptr;
+    }
+
+    /// Makes room for a text, or for its first piece.
+    void prepare(std::string_view text) {
+        if (text.size() > mostText || end_ > room_ + shortKey)
+            flush();
+    }
+
+    /// Adds a text that there has been made room for as the inside of a JSON string.
+    /// @returns whether all of it is ASCII
+    bool addEscaped(std::string_view text) {
+        unsigned wide = 0;
+        for (; text.size() > mostText; text.remove_prefix(mostText)) {
+            end_ = escapeTo(end_, text.data(), mostText, wide);
+            flush();
+        }
+        end_ = escapeTo(end_, text.data(), text.size(), wide);
+        return wide == 0;
+    }
+
+    std::size_t size() const { return static_cast<std::size_t>(end_ - room_); }
+    void cut(std::size_t size) { end_ = room_ + size; }
+
+    /// @throws TextTooLarge
+    void flush() {
+        owner_.checkLimit(size());
+        owner_.text_.append(room_, size());
+        end_ = room_;
+    }
+
+private:
+    static constexpr std::size_t mostText = 1300; ///< bytes of a text that are escaped at a time
+    static constexpr std::size_t shortKey = 256; ///< bytes of a key that a text fits in behind
+
+    Serializer& owner_;
+    char room_[shortKey + mostText * longestEscape + 4 * blockSize];
+    char* end_ = room_;
+};
 
 TextTooLarge::TextTooLarge(std::size_t limit)
     : text_("the reply is larger than " + std::to_string(limit) + " bytes") {}
 
 Serializer::Serializer(std::size_t limit, std::string room) : text_(std::move(room)), limit_(limit) {}
 
-void Serializer::beginObject(std::string_view key) {
-    beginValue(key);
-    text_ += '{';
-    checkLimit();
+void Serializer::begin(std::string_view key, char bracket) {
+    Room room(*this);
+    beginValue(key, room);
+    room.add(bracket);
+    room.flush();
 }
 
-void Serializer::endObject(std::string_view) {
-    text_ += '}';
-    checkLimit();
-}
-
-void Serializer::beginList(std::string_view key) {
-    beginValue(key);
-    text_ += '[';
-    checkLimit();
-}
-
-void Serializer::endList(std::string_view) {
-    text_ += ']';
-    checkLimit();
+void Serializer::end(char bracket) {
+    checkLimit(1);
+    text_ += bracket;
 }
 
 void Serializer::write(std::string_view key, bool value) {
@@ -149,43 +184,42 @@ void Serializer::write(std::string_view key, bool value) {
 }
 
 void Serializer::write(std::string_view key, std::int64_t value) {
-    char digits[std::numeric_limits<std::int64_t>::digits10 + 2];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-    writeJson(key, {digits, static_cast<std::size_t>(end - digits)});
+    Room room(*this);
+    beginValue(key, room);
+    room.addNumber(value);
+    room.flush();
 }
 
 void Serializer::write(std::string_view key, double value) {
-    char digits[32];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-    writeJson(key, {digits, static_cast<std::size_t>(end - digits)});
+    Room room(*this);
+    beginValue(key, room);
+    room.addNumber(value);
+    room.flush();
 }
 
 void Serializer::write(std::string_view key, std::string_view text) {
-    beginValue(key);
     checkLimit(text.size());
-    text_ += '"';
-    const auto start = text_.size();
-    if (!appendText(text) && !isUtf8(text)) {
+    Room room(*this);
+    beginValue(key, room);
+    room.add('"');
+    room.prepare(text);
+    const auto start = text_.size(), startInRoom = room.size();
+    if (!room.addEscaped(text) && !isUtf8(text)) {
         std::string mended(text);
         makeUtf8(mended);
         text_.resize(start);
-        appendText(mended);
+        room.cut(startInRoom);
+        room.prepare(mended);
+        room.addEscaped(mended);
     }
-    text_ += '"';
-    checkLimit();
-}
-
-bool Serializer::appendText(std::string_view text) {
-    bool isAscii = true;
-    for (; text.size() > pieceSize; text.remove_prefix(pieceSize)) {
-        isAscii &= escapeInto(text_, text.substr(0, pieceSize));
-        checkLimit();
-    }
-    return escapeInto(text_, text) && isAscii;
+    room.add('"');
+    room.flush();
 }
 
 void Serializer::writeJson(std::string_view key, std::string_view json) {
-    beginValue(key);
+    Room room(*this);
+    beginValue(key, room);
+    room.flush();
     checkLimit(json.size());
     text_ += json;
 }
@@ -199,15 +233,20 @@ std::string Serializer::generate() {
     return std::exchange(text_, {});
 }
 
-void Serializer::beginValue(std::string_view key) {
+void Serializer::beginValue(std::string_view key, Room& room) const {
     // A finished value ends in none of the three bytes, hence a comma is due behind all others.
     if (!text_.empty() && text_.back() != '{' && text_.back() != '[' && text_.back() != ':')
-        text_ += ',';
+        room.add(',');
     if (key.empty())
         return;
-    text_ += '"';
-    appendEscaped(text_, key);
-    text_ += "\":";
+    room.add('"');
+    room.prepare(key);
+    const auto isPlain = [](char byte) { return escapes[static_cast<unsigned char>(byte)] == 0; };
+    if (key.size() <= blockSize * 2 && std::all_of(key.begin(), key.end(), isPlain))
+        room.add(key); // as nearly all are
+    else
+        room.addEscaped(key);
+    room.add("\":");
 }
 
 void Serializer::checkLimit(std::size_t more) const {
@@ -240,7 +279,14 @@ void serialize(std::string_view key, const std::string& value, Serializer& seria
 }
 
 void appendEscaped(std::string& out, std::string_view text) {
-    escapeInto(out, text);
+    unsigned wide = 0;
+    char room[1024];
+    constexpr auto most = (sizeof room - blockSize) / longestEscape;
+    while (!text.empty()) {
+        const auto piece = text.substr(0, most);
+        out.append(room, escapeTo(room, piece.data(), piece.size(), wide));
+        text.remove_prefix(piece.size());
+    }
 }
 
 } // namespace Ostrel

@@ -39,10 +39,10 @@ public:
 
     /// What is begun must be ended, under the same key. These and all that write below throw
     /// TextTooLarge at the limit, and std::bad_alloc.
-    void beginObject(std::string_view key);
-    void endObject(std::string_view key);
-    void beginList(std::string_view key);
-    void endList(std::string_view key);
+    void beginObject(std::string_view key) { begin(key, '{'); }
+    void endObject(std::string_view) { end('}'); }
+    void beginList(std::string_view key) { begin(key, '['); }
+    void endList(std::string_view) { end(']'); }
 
     void write(std::string_view key, bool value);
     void write(std::string_view key, std::int64_t value);
@@ -66,11 +66,13 @@ public:
     std::string generate();
 
 private:
-    void beginValue(std::string_view key);
-    /// Returns whether all of it is ASCII.
-    bool appendText(std::string_view text);
+    class Room;
+
+    void begin(std::string_view key, char bracket);
+    void end(char bracket);
+    void beginValue(std::string_view key, Room& room) const;
     /// @throws TextTooLarge  that many bytes more would be past the limit
-    void checkLimit(std::size_t more = 0) const;
+    void checkLimit(std::size_t more) const;
 
     std::string text_;
     std::size_t limit_;

@@ -191,8 +191,7 @@ void Connection::close() noexcept {
         hub_.lookSoon(); // the next tick releases it
 }
 
-/// Beast's operations that wait for each other are kept by the WebSocket and keep this
-/// connection; it lets go of them, but not from inside one of them.
+/// The WebSocket may be at work: it is not let go from inside one of its operations.
 /// @returns false when there was no memory for it
 bool Connection::releaseWebSocket() noexcept {
     if (webSocket_ == nullptr)
@@ -521,8 +520,8 @@ void Connection::answer(Answer what) {
 // WebSocket
 
 void Connection::upgrade(const Http::Upgrade& upgrade) {
-    webSocket_ =
-        std::make_unique<WebSocket>(*this, upgrade.server, *client_->getPeer(), reader_->releaseRest());
+    webSocket_ = std::make_unique<WebSocket>(*this, output_, upgrade.server, *client_->getPeer(),
+                                             reader_->releaseRest());
     if (!webSocket_->accept(reader_->getRequest(), upgrade.subProtocol)) {
         finish();
         return;
@@ -540,8 +539,20 @@ void Connection::upgrade(const Http::Upgrade& upgrade) {
 
 /// Has a message carried out and gets its reply, here or when it was done elsewhere.
 void Connection::work(RPCServer& server, std::string_view text) {
+    auto& lanes = hub_.getLanes();
+    auto message = lanes.begin(text, server, *client_, {limits_.reply, limits_.batch});
+    if (!message->isDone()) {
+        workElsewhere(std::move(message), text.size());
+        return;
+    }
+    message_.finish();
+    forgetMessage();
+    replyCame(message->takeReply());
+}
+
+void Connection::workElsewhere(std::unique_ptr<RPCMessage> message, std::size_t size) {
     // Counts until its reply has come, or whoever carries it out drops it.
-    const auto counted = std::make_shared<MessageBudget::Work>(hub_.getBudget(), text.size());
+    const auto counted = std::make_shared<MessageBudget::Work>(hub_.getBudget(), size);
     message_.finish();
     // Whoever drops it on another thread must not be the last to know the connection.
     auto done = [weak = std::weak_ptr(std::static_pointer_cast<Connection>(shared_from_this())),
@@ -560,14 +571,8 @@ void Connection::work(RPCServer& server, std::string_view text) {
             self->giveUp();
         }
     };
-    auto reply =
-        hub_.getLanes().carryOut(text, server, client_, {limits_.reply, limits_.batch}, std::move(done));
+    hub_.getLanes().finish(std::move(message), client_, std::move(done));
     forgetMessage();
-    if (reply) {
-        counted->end();
-        replyCame(std::move(*reply));
-        return;
-    }
     working_ = true;
     asked_ = false;
     workingSince_ = Clock::now();

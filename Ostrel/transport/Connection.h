@@ -109,6 +109,7 @@ private:
     void upgrade(const Http::Upgrade& upgrade);
 
     void work(RPCServer& server, std::string_view text);
+    void workElsewhere(std::unique_ptr<RPCMessage> message, std::size_t size);
     std::size_t getMessageSize() const;
     void forgetMessage();
     void replyCame(RPCMessage::Reply reply);

@@ -17,6 +17,7 @@ namespace Ostrel {
 namespace {
 
 constexpr double quickMilliseconds = 100; ///< who has used less of late is quick
+constexpr std::chrono::microseconds brief{100}; ///< what was done in less is tried at once the next time
 constexpr double leastMilliseconds = 0.01; ///< less makes no difference
 /// Of time that was used. Long, since it fades for those who wait as well: who waits for a few of these
 /// goes before others who have used much less.
@@ -113,29 +114,33 @@ void Lanes::stop() {
             thread.join();
 }
 
-std::optional<RPCMessage::Reply> Lanes::carryOut(std::string_view text, RPCServer& server,
-                                                 const std::shared_ptr<Client>& client,
-                                                 const RPCMessage::Limits& limits, Done done) {
-    auto message = std::make_unique<RPCMessage>(std::string(text), server, client->getPeer(), limits);
-    if (text.size() <= RPCMessage::smallText) {
+std::unique_ptr<RPCMessage> Lanes::begin(std::string_view text, RPCServer& server, Client& client,
+                                         const RPCMessage::Limits& limits) {
+    auto message = std::make_unique<RPCMessage>(std::string(text), server, client.getPeer(), limits);
+    if (text.size() > RPCMessage::smallText)
+        return message;
+    message->step();
+    // Of a batch only the first request is tried here.
+    if (message->isDone() || message->isDelayed())
+        return message;
+    if (message->isRefused()) {
         message->step();
-        // Of a batch only the first request is tried here.
-        const bool mayBegin = !message->isDone() && !message->isDelayed();
-        if (mayBegin && message->isRefused())
-            message->step();
-        else if (mayBegin && message->needsTurn() && message->isQuick() && Turn::tryTake()) {
-            message->step();
-            Turn::give();
-            if (client->getPeer()->notifications != 0) {
-                const std::lock_guard lock(mutex_);
-                chargeNotifications(*client, *message);
-            }
+    } else if (!message->needsTurn()) {
+        if (client.isTried() && message->isBrief() && !message->tryStep())
+            client.setTried(false);
+    } else if (message->isQuick() && Turn::tryTake()) {
+        message->step();
+        Turn::give();
+        if (client.getPeer()->notifications != 0) {
+            const std::lock_guard lock(mutex_);
+            chargeNotifications(client, *message);
         }
-        if (message->isDone())
-            return message->takeReply();
     }
-    enqueue({.client = client, .message = std::move(message), .done = std::move(done)});
-    return std::nullopt;
+    return message;
+}
+
+void Lanes::finish(std::unique_ptr<RPCMessage> message, std::shared_ptr<Client> client, Done done) {
+    enqueue({.client = std::move(client), .message = std::move(message), .done = std::move(done)});
 }
 
 bool Lanes::isDelayed(const Client& client) {
@@ -298,8 +303,10 @@ void Lanes::handBack(Lane& lane, Queue::node_type job, Client::Clock::duration t
                      std::unique_lock<std::mutex>& lock) {
     auto& [client, message, done, chore, isDear, replySize] = job.mapped();
     lane.dear -= isDear ? 1 : 0;
-    if (client != nullptr)
+    if (client != nullptr) {
         client->charge(took, Client::Clock::now());
+        client->setTried(took < brief);
+    }
     const bool isLeft = client == nullptr || client->getPeer()->gone;
     if (!isLeft)
         chargeNotifications(*client, *message);

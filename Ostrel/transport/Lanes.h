@@ -18,10 +18,14 @@
 
 namespace Ostrel {
 
-/// Carries messages out: a quick request on the caller's own thread where the turn is free, which
-/// saves it two changes of thread; everything else on threads where waiting hurts nobody. What
-/// needs the turn and is quick has a thread of its own, and so has what may go on for long; all else
-/// shares a few.
+/// Carries messages out: a quick request on the caller's own thread where the turn is free or not
+/// needed, which saves it two changes of thread; everything else on threads where waiting hurts
+/// nobody. What needs the turn and is quick has a thread of its own, and so has what may go on for
+/// long; all else shares a few.
+///
+/// Of requests that only read it shows when they run which of them are quick (RPCServer::isBrief()):
+/// one that is not is left and begun anew on another thread, and so are those that follow it from the
+/// same client, until one was quick there.
 ///
 /// A message that is delayed waits aside, without a thread, until its time has come.
 ///
@@ -58,6 +62,11 @@ public:
         Clock::time_point getSlowedUntil() const { return slowedUntil_; }
         void slowDown(Clock::time_point until) { slowedUntil_ = until; }
 
+        /// Whether its requests are tried on the caller's thread that may turn out not to be quick. Any
+        /// thread may ask.
+        bool isTried() const { return isTried_; }
+        void setTried(bool isTried) { isTried_ = isTried; }
+
     private:
         double getUsed(Clock::time_point now) const;
         void setUsed(double milliseconds, Clock::time_point now);
@@ -65,6 +74,7 @@ public:
         const std::shared_ptr<RPCPeer> peer_;
         double urgency_ = 0;
         std::atomic<Clock::time_point> slowedUntil_ = Clock::time_point();
+        std::atomic<bool> isTried_ = true;
     };
 
     /// From two to eight.
@@ -79,14 +89,17 @@ public:
     Lanes(const Lanes&) = delete;
     Lanes& operator=(const Lanes&) = delete;
 
-    /// Carries every request of the message out. A client has one message here at a time.
+    /// Begins to carry a message out, whose requests may all be done in no time. A client has one
+    /// message here at a time.
     /// @param text  may go away
-    /// @param done  called on another thread, unless the message was done here, the client has
-    ///              left or the lanes stop; must not throw. It may be destroyed on any thread.
-    /// @returns the reply when the message was done here
-    std::optional<RPCMessage::Reply> carryOut(std::string_view text, RPCServer& server,
-                                              const std::shared_ptr<Client>& client,
-                                              const RPCMessage::Limits& limits, Done done);
+    /// @returns the message, for finish() unless it is done
+    std::unique_ptr<RPCMessage> begin(std::string_view text, RPCServer& server, Client& client,
+                                      const RPCMessage::Limits& limits);
+
+    /// Carries out what is left of it.
+    /// @param done  called on another thread, unless the client has left or the lanes stop; must not
+    ///              throw. It may be destroyed on any thread.
+    void finish(std::unique_ptr<RPCMessage> message, std::shared_ptr<Client> client, Done done);
 
     /// Whether the client's message waits for its time.
     bool isDelayed(const Client& client);

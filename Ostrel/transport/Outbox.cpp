@@ -9,9 +9,6 @@ namespace Ostrel {
 
 namespace {
 
-/// As many as the system takes in one write.
-constexpr std::size_t mostBuffers = 64;
-
 /// Bytes of an answer that is copied to stand with others in one chunk, and of such a chunk.
 constexpr std::size_t smallAnswer = 1024;
 constexpr std::size_t mostTogether = 4096;

@@ -34,6 +34,9 @@ public:
     /// Bytes of one write, so that a round of all for whom much waits is short.
     static constexpr std::size_t mostAtOnce = 64u << 10;
 
+    /// Pieces of one write, as many as the system takes.
+    static constexpr std::size_t mostBuffers = 64;
+
     /// Puts an answer at the end.
     void push(std::string head, std::string body);
 

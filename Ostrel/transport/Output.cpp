@@ -2,31 +2,65 @@
 
 #include "Ostrel/transport/Conversation.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
 
 namespace Ostrel {
 
 void Output::push(std::string head, std::string body) {
-    add(std::move(head), std::move(body));
+    outbox_.push(std::move(head), std::move(body));
+    send();
 }
 
 void Output::push(std::string head, std::shared_ptr<const RPCNotification> notification) {
-    add(std::move(head), std::move(notification));
+    outbox_.push(std::move(head), std::move(notification));
+    send();
 }
 
-template <class Body> void Output::add(std::string head, Body body) {
-    outbox_.push(std::move(head), std::move(body));
-    conversation_.waitingChanged();
-    flush();
+void Output::release() {
+    held_ = false;
+    send();
 }
 
-void Output::flush() {
-    if (writing_ || conversation_.getPhase() == Phase::Closed || outbox_.size() == 0)
+/// Sends what waits, or sees to it that it is sent when the system takes it.
+void Output::send() {
+    if (held_ && outbox_.size() <= Outbox::mostAtOnce)
         return;
-    writing_ = true;
+    const bool isIdle = !writing_ && outbox_.size() > 0 && conversation_.getPhase() != Phase::Closed;
+    const bool hasWritten = isIdle && writeAtOnce();
+    if (isIdle && outbox_.size() > 0)
+        write();
+    conversation_.waitingChanged();
+    if (hasWritten)
+        tellSent();
+}
+
+/// Gives the system what it takes without waiting, which is mostly all; false when it takes nothing.
+bool Output::writeAtOnce() {
+    const auto buffers = outbox_.gather();
+    std::array<iovec, Outbox::mostBuffers> parts;
+    std::transform(buffers.begin(), buffers.end(), parts.begin(), [](const auto& buffer) {
+        return iovec{const_cast<void*>(buffer.data()), buffer.size()};
+    });
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = buffers.size();
+    const auto size =
+        ::sendmsg(conversation_.getSocket().native_handle(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (size <= 0)
+        return false;
+    written_ += size;
+    outbox_.consume(static_cast<std::size_t>(size));
+    return true;
+}
+
+void Output::write() {
     conversation_.getSocket().async_write_some(
         outbox_.gather(),
         conversation_.guarded([this](const boost::system::error_code& failure, std::size_t size) {
@@ -37,12 +71,17 @@ void Output::flush() {
             }
             written_ += std::int64_t(size);
             outbox_.consume(size);
+            if (outbox_.size() > 0)
+                write();
             conversation_.waitingChanged();
-            if (outbox_.size() == 0)
-                conversation_.allSent();
-            else
-                flush();
+            tellSent();
         }));
+    writing_ = true;
+}
+
+void Output::tellSent() {
+    if (outbox_.size() == 0)
+        conversation_.allSent();
 }
 
 void Output::withdraw(const RPCNotification& notification) {

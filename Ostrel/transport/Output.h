@@ -25,6 +25,10 @@ public:
     void push(std::string head, std::string body);
     void push(std::string head, std::shared_ptr<const RPCNotification> notification);
 
+    /// Keeps back what is pushed, for one write of all of it, until release(); but not when it is much.
+    void hold() { held_ = true; }
+    void release();
+
     /// Takes a notification away, if nothing stands behind it and it has not begun to go out.
     void withdraw(const RPCNotification& notification);
 
@@ -53,13 +57,16 @@ public:
     bool hasGivenAll();
 
 private:
-    template <class Body> void add(std::string head, Body body);
-    void flush();
+    void send();
+    void tellSent();
+    bool writeAtOnce();
+    void write();
     void look(Clock::time_point now);
     std::int64_t getQueued();
 
     Conversation& conversation_;
     Outbox outbox_;
+    bool held_ = false;
     bool writing_ = false; ///< a write is under way, in whatever phase the conversation is
     std::int64_t written_ = 0; ///< bytes that the system has taken
 

@@ -4,22 +4,18 @@
 #include "Ostrel/runtime/Families.h"
 #include "Ostrel/transport/Conversation.h"
 #include "Ostrel/transport/Input.h"
-#include "Ostrel/transport/WebSocketFrame.h"
-#include "Ostrel/transport/WebSocketLayer.h"
+#include "Ostrel/transport/Output.h"
+#include "Ostrel/transport/WebSocketHandshake.h"
 
 #include <boost/asio/post.hpp>
-#include <boost/beast/websocket/error.hpp>
-#include <boost/beast/websocket/stream.hpp>
 
 #include <utility>
 
 namespace Ostrel {
 
 namespace asio = boost::asio;
-namespace beast = boost::beast;
-namespace http = beast::http;
-namespace websocket = beast::websocket;
 
+using boost::beast::websocket::close_code;
 using boost::system::error_code;
 
 namespace {
@@ -29,104 +25,127 @@ Counter badTexts(cutOffs, "bad_utf8");
 Counter longMessages(cutOffs, "message_too_long");
 Counter wrongFrames(cutOffs, "bad_frame");
 
-/// What Beast ends a conversation for; null when it was the client who has ended it.
-Counter* reasonOf(const error_code& failure) {
-    using websocket::error;
-    if (failure == error::message_too_big || failure == error::buffer_overflow)
-        return &longMessages;
-    if (failure == error::bad_frame_payload)
-        return &badTexts;
-    return failure == websocket::condition::protocol_violation ? &wrongFrames : nullptr;
-}
-
-/// A buffer that a large message has widened is given back.
-constexpr std::size_t keptCapacity = 64u << 10;
+/// Frames of one client that are seen to before others have their turn; fewer when much waits for it.
+constexpr int mostAtOnce = 16;
 
 } // namespace
 
-class WebSocket::Stream : public websocket::stream<WebSocketLayer, false> {
-public:
-    using websocket::stream<WebSocketLayer, false>::stream;
-};
-
-WebSocket::WebSocket(Conversation& conversation, RPCServer& server, const RPCPeer& peer, std::string early)
-    : conversation_(conversation), server_(server), peer_(peer),
-      stream_(std::make_unique<Stream>(conversation, std::move(early))),
+WebSocket::WebSocket(Conversation& conversation, Output& output, RPCServer& server, const RPCPeer& peer,
+                     std::string early)
+    : conversation_(conversation), output_(output), server_(server), peer_(peer),
+      reader_(conversation.getLimits().message, std::move(early)),
       due_(conversation.getSocket().get_executor()) {}
 
 WebSocket::~WebSocket() = default;
 
 bool WebSocket::accept(const Http::Request& request, const std::string& subProtocol) {
-    // The connection keeps time itself.
-    stream_->set_option(websocket::stream_base::timeout{websocket::stream_base::none(),
-                                                        websocket::stream_base::none(), false});
-    stream_->set_option(websocket::stream_base::decorator([subProtocol](websocket::response_type& response) {
-        response.set("X-Content-Type-Options", "nosniff");
-        response.set(http::field::server, "ostrel"); // else Beast's name and version
-        if (!subProtocol.empty())
-            response.set(http::field::sec_websocket_protocol, subProtocol);
-    }));
-    stream_->read_message_max(conversation_.getLimits().message);
-    error_code failure;
-    stream_->accept(request, failure);
-    return !failure;
+    WebSocketHandshake handshake(conversation_.getSocket().get_executor(), request, subProtocol);
+    conversation_.send(std::move(handshake.answer), std::string());
+    return handshake.isAccepted;
 }
 
 void WebSocket::open(MessageHandler handler) {
     handler_ = std::move(handler);
     server_.subscribe(*this, &peer_);
-    readMessage();
+    readMessages();
 }
 
-void WebSocket::readMessage() {
-    if (conversation_.getPhase() != Phase::Open)
-        return;
-    stream_->async_read(buffer_, conversation_.guarded([this](error_code failure, std::size_t) {
-        if (failure) {
-            if (auto* reason = reasonOf(failure))
-                conversation_.countCutOff(*reason);
-            conversation_.finish();
-        } else {
-            messageCame();
-        }
-    }));
+/// Waits for bytes and goes on.
+void WebSocket::read() {
+    awaitsBytes_ = true;
+    conversation_.getInput().async_read_some(
+        reader_.prepare(), conversation_.guarded([this](error_code failure, std::size_t size) {
+            awaitsBytes_ = false;
+            if (failure) {
+                conversation_.finish();
+                return;
+            }
+            reader_.commit(size);
+            readMessages();
+        }));
 }
 
-void WebSocket::messageCame() {
-    // Once the goodbye is said, Beast reads by itself to the client's own.
-    if (conversation_.getPhase() != Phase::Open)
+/// Sees to what has come. What is sent meanwhile goes out together.
+void WebSocket::readMessages() {
+    if (isReading_ || awaitsBytes_)
         return;
-    if (!stream_->got_text()) {
+    isReading_ = true;
+    output_.hold();
+    bool isMore = true;
+    int seen = 0;
+    do
+        isMore = conversation_.getPhase() <= Phase::Goodbye && mayGoOn_ && see(reader_.next());
+    while (isMore && ++seen != mostAtOnce && output_.getWaiting() < Outbox::mostAtOnce);
+    isReading_ = false;
+    output_.release();
+    if (isMore)
+        asio::post(conversation_.getSocket().get_executor(),
+                   conversation_.guarded([this] { readMessages(); }));
+}
+
+/// Returns whether there may be more at once.
+bool WebSocket::see(Event event) {
+    switch (event) {
+    case Event::None:
+        read();
+        return false;
+    case Event::Text:
+        mayGoOn_ = false;
+        handler_(reader_.getPayload());
+        return true;
+    case Event::Binary:
         conversation_.countCutOff(binaryMessages);
-        conversation_.sayGoodbye(websocket::close_code::unknown_data);
-        return;
+        conversation_.sayGoodbye(close_code::unknown_data);
+        return true;
+    case Event::Ping:
+        send(FrameKind::Pong, std::string(reader_.getPayload()));
+        return true;
+    case Event::Close:
+        close(reader_.getCloseCode() == WebSocketReader::noCode ? std::uint16_t(close_code::normal)
+                                                                : reader_.getCloseCode());
+        return false;
+    case Event::WrongFrame:
+        fail(wrongFrames, close_code::protocol_error);
+        return false;
+    case Event::BadText:
+        fail(badTexts, close_code::bad_payload);
+        return false;
+    case Event::TooLong:
+        fail(longMessages, close_code::too_big);
+        return false;
     }
-    const auto bytes = buffer_.cdata();
-    const std::string_view text(static_cast<const char*>(bytes.data()), bytes.size());
-    // Beast checks every byte as it comes, but not that the text is whole when its last frame
-    // is empty.
-    if (endsInsideCharacter(text)) {
-        conversation_.countCutOff(badTexts);
-        conversation_.sayGoodbye(websocket::close_code::bad_payload);
-        return;
-    }
-    handler_(text);
+    return false;
 }
 
-void WebSocket::forgetMessage() {
-    buffer_.clear();
-    if (buffer_.capacity() > keptCapacity)
-        buffer_.shrink_to_fit();
+void WebSocket::fail(Counter& reason, close_code code) {
+    conversation_.countCutOff(reason);
+    close(code);
+}
+
+/// Ends the conversation with a close frame, unless that is sent already.
+void WebSocket::close(std::uint16_t code) {
+    if (answered_) {
+        std::exchange(answered_, nullptr)();
+        return;
+    }
+    sendCloseFrame(code);
+    conversation_.finish();
 }
 
 void WebSocket::reply(std::string text) {
     sendNotifications();
-    if (!text.empty() && conversation_.getPhase() == Phase::Open) {
-        auto head = textFrameHead(text.size());
-        conversation_.send(std::move(head), std::move(text));
-    }
+    if (!text.empty() && conversation_.getPhase() == Phase::Open)
+        send(FrameKind::Text, std::move(text));
     if (conversation_.getPhase() == Phase::Open)
-        conversation_.getInput().whenAllowed(conversation_.guarded([this] { readMessage(); }));
+        conversation_.getInput().whenAllowed(conversation_.guarded([this] {
+            mayGoOn_ = true;
+            readMessages();
+        }));
+}
+
+void WebSocket::send(FrameKind kind, std::string payload) {
+    auto head = frameHead(kind, payload.size());
+    conversation_.send(std::move(head), std::move(payload));
 }
 
 void WebSocket::notify(const std::shared_ptr<const RPCNotification>& notification) noexcept {
@@ -184,17 +203,25 @@ void WebSocket::send(std::shared_ptr<const RPCNotification> notification) {
     if (const auto latest = latest_.lock(); latest != nullptr && notification->replaces(*latest))
         conversation_.withdraw(*latest);
     latest_ = notification;
-    auto head = textFrameHead(notification->getText().size());
+    auto head = frameHead(FrameKind::Text, notification->getText().size());
     conversation_.send(std::move(head), std::move(notification));
 }
 
 void WebSocket::ping() {
-    stream_->async_ping({}, conversation_.guarded([](error_code) {}));
+    send(FrameKind::Ping, std::string());
 }
 
-void WebSocket::sendClose(websocket::close_code code, std::function<void()> answered) {
-    stream_->async_close(code,
-                         conversation_.guarded([answered = std::move(answered)](error_code) { answered(); }));
+void WebSocket::sendClose(close_code code, std::function<void()> answered) {
+    answered_ = std::move(answered);
+    reader_.discardMessages();
+    mayGoOn_ = true;
+    sendCloseFrame(code);
+    // Not from inside what says goodbye.
+    asio::post(conversation_.getSocket().get_executor(), conversation_.guarded([this] { readMessages(); }));
+}
+
+void WebSocket::sendCloseFrame(std::uint16_t code) {
+    send(FrameKind::Close, {static_cast<char>(code >> 8), static_cast<char>(code)});
 }
 
 void WebSocket::unsubscribe() noexcept {

@@ -3,9 +3,10 @@
 #include "Ostrel/rpc/RPCNotifier.h"
 #include "Ostrel/transport/Http.h"
 #include "Ostrel/transport/Socket.h"
+#include "Ostrel/transport/WebSocketFrame.h"
+#include "Ostrel/transport/WebSocketReader.h"
 
 #include <boost/asio/basic_waitable_timer.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
 #include <chrono>
@@ -20,6 +21,8 @@
 namespace Ostrel {
 
 class Conversation;
+class Counter;
+class Output;
 class RPCServer;
 
 /// A connection's WebSocket: messages come from it, replies and its server's notifications go
@@ -30,12 +33,14 @@ public:
     /// out before its time.
     static constexpr std::size_t mostDelayed = 1000;
 
-    /// Takes a message's text, which stays until forgetMessage().
+    /// Takes a message's text, which stays until forgetMessage(). The reply() may come at once or later.
     using MessageHandler = std::function<void(std::string_view text)>;
 
+    /// @param output  what the conversation sends by
     /// @param peer   stands for this connection; must live as long
     /// @param early  what was read behind the upgrade request
-    WebSocket(Conversation& conversation, RPCServer& server, const RPCPeer& peer, std::string early);
+    WebSocket(Conversation& conversation, Output& output, RPCServer& server, const RPCPeer& peer,
+              std::string early);
     ~WebSocket() override;
 
     RPCServer& getServer() const { return server_; }
@@ -47,19 +52,19 @@ public:
     void open(MessageHandler handler);
 
     /// Bytes that have come of the message that is being read.
-    std::size_t getMessageSize() const { return buffer_.size(); }
+    std::size_t getMessageSize() const { return reader_.getMessageSize(); }
 
     /// Gives the memory of the message at hand back.
-    void forgetMessage();
+    void forgetMessage() { reader_.forgetMessage(); }
 
     /// Sends a message's reply, unless it is empty, behind what its handler has raised and is not
-    /// delayed, and reads the next message.
+    /// delayed, and goes on to the next message.
     void reply(std::string text);
 
     /// Asks the client whether it is still there; whatever it sends is an answer.
     void ping();
 
-    /// Queues the close frame; calls back when the client has answered it.
+    /// Queues the close frame; calls back when the client has answered it, or cannot any more.
     void sendClose(boost::beast::websocket::close_code code, std::function<void()> answered);
 
     /// Takes no notifications any more.
@@ -69,21 +74,30 @@ public:
     void missed() noexcept override;
 
 private:
-    class Stream;
+    using Event = WebSocketReader::Event;
     using Clock = std::chrono::steady_clock;
 
-    void readMessage();
+    void read();
+    void readMessages();
+    bool see(Event event);
+    void send(FrameKind kind, std::string payload);
     void send(std::shared_ptr<const RPCNotification> notification);
-    void messageCame();
+    void fail(Counter& reason, boost::beast::websocket::close_code code);
+    void close(std::uint16_t code);
+    void sendCloseFrame(std::uint16_t code);
     void sendNotifications();
     void sendDue();
 
     Conversation& conversation_;
+    Output& output_;
     RPCServer& server_;
     const RPCPeer& peer_;
     MessageHandler handler_;
-    boost::beast::flat_buffer buffer_; ///< the message at hand
-    std::unique_ptr<Stream> stream_;
+    WebSocketReader reader_;
+    bool awaitsBytes_ = false; ///< somebody reads
+    bool isReading_ = false; ///< readMessages() is at work
+    bool mayGoOn_ = true; ///< the message at hand has its reply
+    std::function<void()> answered_; ///< once the close frame is sent: called when the client's has come
     std::weak_ptr<const RPCNotification> latest_; ///< that was sent
     std::deque<std::shared_ptr<const RPCNotification>> delayed_; ///< the first, and all behind it
     boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, Socket::executor_type>

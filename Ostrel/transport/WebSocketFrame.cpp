@@ -6,8 +6,8 @@
 
 namespace Ostrel {
 
-std::string textFrameHead(std::size_t size) {
-    std::string head(1, '\x81');
+std::string frameHead(FrameKind kind, std::size_t size) {
+    std::string head(1, static_cast<char>(0x80 | static_cast<unsigned char>(kind)));
     const auto append = [&](char length, int bytes) {
         head += length;
         for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
@@ -27,15 +27,15 @@ bool isWebSocketKey(std::string_view key) {
     return key.size() == 24 && key.ends_with("==") && std::all_of(key.begin(), key.end() - 2, isBase64);
 }
 
-bool endsInsideCharacter(std::string_view text) {
+std::size_t countUnfinished(std::string_view text) {
     for (std::size_t length = 1; length <= 3 && length <= text.size(); ++length) {
         const auto byte = static_cast<unsigned char>(text[text.size() - length]);
         if (byte >= 0xc0)
-            return length < (byte >= 0xf0 ? 4U : byte >= 0xe0 ? 3U : 2U);
+            return length < (byte >= 0xf0 ? 4U : byte >= 0xe0 ? 3U : 2U) ? length : 0;
         if (byte < 0x80)
-            return false;
+            return 0;
     }
-    return false;
+    return 0;
 }
 
 } // namespace Ostrel

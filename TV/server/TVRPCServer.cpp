@@ -3,6 +3,7 @@
 #include "Ostrel/rpc/ParameterError.h"
 #include "Ostrel/runtime/Cancellation.h"
 #include "Ostrel/runtime/DebugPrint.h"
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/UInt32Object.h"
 #include "TV/interfaces/Description.h"
 #include "TV/server/TVModule.h"
@@ -33,8 +34,24 @@ void logCaught(const char* name, const char* what, int line) {
 } // namespace
 
 TVRPCServer::Request::Request(Deserializer& deserializer)
-    : context_(deserialize<unsigned>("context", deserializer)),
-      payload_(deserializer.readObjectText("payload")) {}
+    : context_(deserialize<unsigned>("context", deserializer)), object_(deserializer.findObject("payload")) {
+    if (!object_)
+        payload_ = deserializer.readObjectText("payload");
+}
+
+Deserializer TVRPCServer::decode(const Call& call) {
+    if (call.getParameters().size() <= Call::shortParameters)
+        return call.decodeParameters();
+    const Turn::Pause pause;
+    return call.decodeParameters();
+}
+
+Deserializer TVRPCServer::decode(const Request& request) {
+    if (request.getPayload().size() <= Call::shortParameters)
+        return request.decodePayload();
+    const Turn::Pause pause;
+    return request.decodePayload();
+}
 
 TVRPCServer::TVRPCServer(TVModule* module, ContextTable::Clock clock)
     : TVServer(module), RPCServer("TV"), contexts_(std::move(clock)) {
@@ -72,6 +89,7 @@ TVRPCServer::TVRPCServer(TVModule* module, ContextTable::Clock clock)
                 {"getGenreStringMapList", &TVRPCServer::getGenreStringMapList},
             });
     readOnlyInterfaces.insert("ITVGuide");
+    briefInterfaces.insert("ITVGuide");
     waitingMethods.insert("ITVService::deleteContext");
 }
 
@@ -109,7 +127,8 @@ std::string TVRPCServer::createContext(const Call& call) {
 }
 
 std::string TVRPCServer::deleteContext(const Call& call) {
-    const auto request = decode<Request>(call.getParameters());
+    Deserializer params = decode(call);
+    const Request request(params);
     if (!release(request.getContext()))
         refuseContext("deleteContext", 0);
     return IRPC::RPCReturnObject(call).serialize();
@@ -148,11 +167,12 @@ bool TVRPCServer::isScanRunning(TVModuleContext& context) const {
 std::string TVRPCServer::answerGuarded(const Call& call, const char* name, Lines lines, const Work& work) {
     std::string reply;
     try {
-        const auto request = decode<Request>(call.getParameters());
+        Deserializer params = decode(call);
+        const Request request(params);
         const auto context = contexts_.pin(request.getContext());
         if (!context)
             refuseContext(name, lines.throwing);
-        reply = work(*context, request.getPayload());
+        reply = work(*context, request);
     } catch (const Exception& exception) {
         logCaught(name, exception.what(), lines.catching);
         reply = IRPC::RPCErrorObject(call, exception.what()).serialize();

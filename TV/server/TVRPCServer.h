@@ -3,7 +3,6 @@
 #pragma once
 
 #include "Ostrel/rpc/RPCServer.h"
-#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/Deserializer.h"
 #include "TV/server/ContextTable.h"
 #include "TV/server/TVServer.h"
@@ -13,7 +12,9 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -95,32 +96,21 @@ private:
     ///                   returns the value of the reply
     template <typename Operation>
     std::string answer(const Call& call, const char* name, Operation operation, Lines lines = {}) {
-        return answerGuarded(call, name, lines, [&](TVModuleContext& context, const std::string& text) {
+        return answerGuarded(call, name, lines, [&](TVModuleContext& context, const Request& request) {
             if constexpr (std::is_invocable_v<Operation, TVModuleContext&>) {
                 return IRPC::RPCResultObject(call, operation(context)).serialize();
             } else {
-                Deserializer payload = decode<Deserializer>(text);
+                Deserializer payload = decode(request);
                 return IRPC::RPCResultObject(call, operation(context, payload)).serialize();
             }
         });
     }
 
-    /// Makes a T of a text. A long one takes a while and the turn is others' meanwhile.
-    template <typename T> static T decode(const std::string& text) {
-        if (text.size() <= Call::shortParameters)
-            return decodeNow<T>(text);
-        const Turn::Pause pause;
-        return decodeNow<T>(text);
-    }
+    // A long text takes a while and the turn is others' meanwhile.
+    static Deserializer decode(const Call& call);
+    static Deserializer decode(const Request& request);
 
-    template <typename T> static T decodeNow(const std::string& text) {
-        if constexpr (std::is_same_v<T, Deserializer>)
-            return Deserializer(text);
-        else
-            return deserialize<T>(text);
-    }
-
-    using Work = std::function<std::string(TVModuleContext& context, const std::string& payload)>;
+    using Work = std::function<std::string(TVModuleContext& context, const Request& request)>;
     std::string answerGuarded(const Call& call, const char* name, Lines lines, const Work& work);
 
     void publish(const std::string& interfaceName, MethodMap& group,
@@ -140,7 +130,7 @@ private:
     std::atomic<bool> scanHeard_ = false; ///< a scan has started since init()
 };
 
-/// What every call carries that names a context.
+/// What every call carries that names a context. It refers to the text that is read.
 class OSTREL_API TVRPCServer::Request {
 public:
     /// @throws DecodeError
@@ -150,11 +140,16 @@ public:
     const std::uint32_t& getContext() const { return context_; }
 
     /// The method's own parameters as the text of a JSON object; empty when there are none.
-    const std::string& getPayload() const { return payload_; }
+    std::string_view getPayload() const { return object_ ? object_->text : payload_; }
+
+    /// Reads them.
+    /// @throws DecodeError  there are none, or the text that a client has given is no JSON object
+    Deserializer decodePayload() const { return object_ ? Deserializer(*object_) : Deserializer(payload_); }
 
 private:
     std::uint32_t context_;
-    std::string payload_;
+    std::optional<CheckedObject> object_; ///< the payload where it stands
+    std::string payload_; ///< the payload that was given as a text
 };
 
 } // namespace Ostrel::TV

@@ -2,6 +2,7 @@
 
 #include "TV/server/TVRPCServer.h"
 
+#include "Ostrel/runtime/Turn.h"
 #include "Ostrel/serialization/BooleanObject.h"
 #include "Ostrel/serialization/Serializer.h"
 #include "TV/server/TVModuleContext.h"

@@ -45,8 +45,8 @@ std::string TVRPCServer::serviceListGet(const Call& call) {
 }
 
 std::string TVRPCServer::serviceListRead(const Call& call) {
-    const auto read = [&](TVModuleContext& context, const std::string& text) {
-        auto payload = decode<Deserializer>(text);
+    const auto read = [&](TVModuleContext& context, const Request& request) {
+        Deserializer payload = decode(request);
         const auto services = context.serviceListRead(deserialize<unsigned>("limit", payload));
         try {
             return IRPC::RPCResultObject(call, services).serialize();

@@ -39,6 +39,9 @@ public:
     /// Declares a method, "INTERFACE::METHOD", to be one that may wait.
     void letWait(const std::string& name) { waitingMethods.insert(name); }
 
+    /// Declares the methods of an interface, which only reads, to be brief.
+    void letBeBrief(const std::string& interface) { briefInterfaces.insert(interface); }
+
     bool housekeep() override { return onHousekeep != nullptr && onHousekeep(); }
     std::function<bool()> onHousekeep;
 
@@ -56,7 +59,7 @@ private:
         std::shared_ptr<const Handler> handler;
         {
             const std::lock_guard lock(mutex_);
-            handler = handlers_.at(call.getMethodName());
+            handler = handlers_.at(std::string(call.getMethodName()));
         }
         return (*handler)(call);
     }
@@ -82,7 +85,7 @@ private:
 };
 
 inline std::string TestServer::echo(const IRPC::RPCSynchronousMethodObject& call) {
-    const TextObject text(call.getParameters());
+    const TextObject text{std::string(call.getParameters())};
     return IRPC::RPCResultObject(call, text).serialize();
 }
 

@@ -7,6 +7,7 @@
 #include "Ostrel/runtime/DebugPrint.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 
 namespace Ostrel::TV {
@@ -68,10 +69,10 @@ VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListGet(const
     const Mutex::Hold hold(module->mutex);
     const auto& selected = selectedListUnderLock();
     const auto end = std::min<std::size_t>(wanted, selected.size());
-    VectorObject<ServiceInfo> slice;
-    for (std::size_t index = position; index < end; ++index)
-        slice.push_back(selected[index]);
-    return slice;
+    if (position >= end)
+        return {};
+    const auto begin = selected.begin();
+    return VectorObject<ServiceInfo>(begin + position, begin + static_cast<std::ptrdiff_t>(end));
 }
 
 VectorObject<ITVService::ServiceInfo> DummyTVModuleContext::serviceListRead(const unsigned& limit) {

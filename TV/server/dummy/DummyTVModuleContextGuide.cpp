@@ -42,10 +42,13 @@ VectorObject<std::string> DummyTVModuleContext::query(const std::string& express
     if (!rows.init(expression, 0, noLimit))
         fail("query", ReturnCode::NotSupported, __LINE__);
     constexpr std::size_t someDocuments = 256;
+    const auto count = rows.count();
+    if (count > someDocuments)
+        Cancellation::check();
     VectorObject<std::string> documents;
-    documents.reserve(rows.count());
+    documents.reserve(count);
     while (const epgentry* row = rows.next()) {
-        if (documents.size() % someDocuments == 0)
+        if (documents.size() % someDocuments == someDocuments - 1)
             Cancellation::check();
         documents.push_back(formatEntry(*format, row, Schedule, guide->world()));
     }

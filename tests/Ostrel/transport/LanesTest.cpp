@@ -43,11 +43,12 @@ struct LanesTest : testing::Test {
     std::future<std::string> carryOut(const Client& client, const std::string& text,
                                       const RPCMessage::Limits& limits = {}) {
         auto reply = std::make_shared<std::promise<std::string>>();
-        const auto here = lanes.carryOut(text, server, client, limits, [reply](RPCMessage::Reply got) {
-            reply->set_value(std::move(got.text));
-        });
-        if (here)
-            reply->set_value(here->text);
+        auto message = lanes.begin(text, server, *client, limits);
+        if (message->isDone())
+            reply->set_value(message->takeReply().text);
+        else
+            lanes.finish(std::move(message), client,
+                         [reply](RPCMessage::Reply got) { reply->set_value(std::move(got.text)); });
         return reply->get_future();
     }
 
@@ -188,11 +189,41 @@ TEST_F(LanesTest, NothingLongIsReadHere) {
         return TestServer::echo(call);
     });
     // Neither a long text, which is read elsewhere even when it is wrong, nor long params in a batch.
-    EXPECT_EQ(lanes.carryOut(std::string(RPCMessage::smallText + 1, 'x'), server, makeClient(0ms), {},
-                             [](const RPCMessage::Reply&) {}),
-              std::nullopt);
+    EXPECT_FALSE(
+        lanes.begin(std::string(RPCMessage::smallText + 1, 'x'), server, *makeClient(0ms), {})->isDone());
     carryOut(makeClient(0ms), request("Test::first", longParams())).wait();
     EXPECT_NE(where, std::this_thread::get_id());
+}
+
+TEST_F(LanesTest, ABriefReadIsDoneHere) {
+    server.letBeBrief("Reader");
+    std::vector<std::thread::id> where;
+    server.on("first", [&](const Call& call) {
+        where.push_back(std::this_thread::get_id());
+        Cancellation::check();
+        return TestServer::echo(call);
+    });
+    server.on("second", [&](const Call& call) {
+        where.push_back(std::this_thread::get_id());
+        return TestServer::echo(call);
+    });
+    const auto here = std::this_thread::get_id();
+    const auto client = makeClient(0ms);
+    EXPECT_EQ(carryOut(client, request("Reader::second")).get(), R"({"jsonrpc":"2.0","id":1,"result":"{}"})");
+    ASSERT_EQ(where, std::vector{here});
+
+    // One that goes on for long is left, and begun anew elsewhere.
+    client->setTried(true);
+    EXPECT_EQ(carryOut(client, request("Reader::first")).get(), R"({"jsonrpc":"2.0","id":1,"result":"{}"})");
+    ASSERT_EQ(where.size(), 3u);
+    EXPECT_EQ(where[1], here);
+    EXPECT_NE(where[2], here);
+
+    // The next one is not tried here.
+    lanes.stop(); // which has seen to the last
+    client->setTried(false);
+    EXPECT_FALSE(lanes.begin(request("Reader::second"), server, *client, {})->isDone());
+    EXPECT_EQ(where.size(), 3u);
 }
 
 TEST_F(LanesTest, WhatMayWaitHoldsUpNeitherTheCallerNorTheTurn) {
@@ -210,7 +241,7 @@ TEST_F(LanesTest, WhatMayWaitHoldsUpNeitherTheCallerNorTheTurn) {
     auto queued = carryOut(makeClient(0ms), request("Test::echo"));
     Turn::give();
     queued.wait();
-    EXPECT_TRUE(lanes.carryOut(request("Test::echo"), server, makeClient(0ms), {}, {}).has_value());
+    EXPECT_TRUE(lanes.begin(request("Test::echo"), server, *makeClient(0ms), {})->isDone());
     gate.set_value();
     waiting.wait();
 }
@@ -296,9 +327,10 @@ TEST_F(DelayTest, AStopDropsWhatIsDelayed) {
         Lanes own{1};
         auto reply = std::make_shared<std::promise<std::string>>();
         auto future = reply->get_future();
-        EXPECT_EQ(own.carryOut(request("Test::first"), server, makeClient(0ms), {},
-                               [reply = std::move(reply)](const RPCMessage::Reply&) {}),
-                  std::nullopt);
+        const auto client = makeClient(0ms);
+        auto message = own.begin(request("Test::first"), server, *client, {});
+        EXPECT_FALSE(message->isDone());
+        own.finish(std::move(message), client, [reply = std::move(reply)](const RPCMessage::Reply&) {});
         return future;
     }();
     EXPECT_THROW(dropped.get(), std::future_error);

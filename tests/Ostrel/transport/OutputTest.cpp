@@ -80,6 +80,33 @@ protected:
     std::optional<Output> output_;
 };
 
+TEST_F(OutputTest, GoesOutAtOnce) {
+    output_->push("head ", "body");
+    EXPECT_EQ(client_.available(), 9u);
+    EXPECT_EQ(output_->getWaiting(), 0u);
+}
+
+TEST_F(OutputTest, WhatIsHeldGoesOutTogether) {
+    output_->hold();
+    output_->push("head ", "one");
+    output_->push("head ", "two");
+    sendSome();
+    EXPECT_EQ(client_.available(), 0u);
+    EXPECT_EQ(output_->getWaiting(), 16u);
+    output_->release();
+    EXPECT_EQ(client_.available(), 16u);
+    output_->push("head ", "three");
+    EXPECT_EQ(client_.available(), 26u);
+}
+
+TEST_F(OutputTest, MuchIsNotHeld) {
+    output_->hold();
+    output_->push(std::string(), std::string(Outbox::mostAtOnce, 'x'));
+    EXPECT_EQ(client_.available(), 0u);
+    output_->push(std::string(), "x");
+    EXPECT_GT(client_.available(), 0u);
+}
+
 TEST_F(OutputTest, ClientThatTakesNothingIsStalled) {
     output_->push(std::string(), std::string(4'000'000, 'x'));
     sendSome();

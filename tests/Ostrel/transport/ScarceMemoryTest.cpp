@@ -63,7 +63,7 @@ protected:
             client.upgrade("/rpc/Test");
             client.call(request("Test::first"));
             client.call(request("Reader::echo"));
-            client.call('[' + request("Test::echo") + ',' + request("Test::echo") + ',' +
+            client.call('[' + request("Test::echo") + ',' + request("Test::first") + ',' +
                         request("Reader::echo") + ']');
             client.call(request("Test::echo", R"({"a":")" + std::string(5000, 'x') + R"("})"));
             client.sendFrame(9, "ping");

@@ -7,11 +7,12 @@ namespace {
 
 TEST(WebSocketFrameTest, LengthTakesAsFewBytesAsItCan) {
     using namespace std::string_literals;
-    EXPECT_EQ(textFrameHead(0), "\x81\x00"s);
-    EXPECT_EQ(textFrameHead(125), "\x81\x7d");
-    EXPECT_EQ(textFrameHead(126), "\x81\x7e\x00\x7e"s);
-    EXPECT_EQ(textFrameHead(65535), "\x81\x7e\xff\xff");
-    EXPECT_EQ(textFrameHead(65536), "\x81\x7f\x00\x00\x00\x00\x00\x01\x00\x00"s);
+    EXPECT_EQ(frameHead(FrameKind::Text, 0), "\x81\x00"s);
+    EXPECT_EQ(frameHead(FrameKind::Text, 125), "\x81\x7d");
+    EXPECT_EQ(frameHead(FrameKind::Text, 126), "\x81\x7e\x00\x7e"s);
+    EXPECT_EQ(frameHead(FrameKind::Text, 65535), "\x81\x7e\xff\xff");
+    EXPECT_EQ(frameHead(FrameKind::Pong, 0), "\x8a\x00"s);
+    EXPECT_EQ(frameHead(FrameKind::Text, 65536), "\x81\x7f\x00\x00\x00\x00\x00\x01\x00\x00"s);
 }
 
 TEST(WebSocketFrameTest, KeyIsSixteenBytesInBase64) {
@@ -24,9 +25,12 @@ TEST(WebSocketFrameTest, KeyIsSixteenBytesInBase64) {
 
 TEST(WebSocketFrameTest, TextMayEndInsideACharacter) {
     for (const char* whole : {"", "a", "\u00e9", "\u20ac", "\U0001f600", "\U0001f600z"})
-        EXPECT_FALSE(endsInsideCharacter(whole)) << whole;
-    for (const char* part : {"\xc3", "a\xe2", "\xe2\x82", "\xf0", "\xf0\x9f", "a\xf0\x9f\x98"})
-        EXPECT_TRUE(endsInsideCharacter(part)) << part;
+        EXPECT_EQ(countUnfinished(whole), 0u) << whole;
+    for (const char* part : {"\xc3", "a\xe2", "a\xf0"})
+        EXPECT_EQ(countUnfinished(part), 1u) << part;
+    for (const char* part : {"\xe2\x82", "a\xf0\x9f"})
+        EXPECT_EQ(countUnfinished(part), 2u) << part;
+    EXPECT_EQ(countUnfinished("a\xf0\x9f\x98"), 3u);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "TV/server/dummy/guide/Today.h"
 
+#include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/guide/ViewerZone.h"
 #include "TV/server/dummy/world/LocalTime.h"
 
@@ -55,6 +56,7 @@ std::shared_ptr<const Today::Laid> Today::laidAt(std::time_t now) {
         const Mutex::Hold hold(mutex_);
         if (laid_ && (laid_->isFor(now) || (isTurning_ && laid_->willDo(now))))
             return laid_;
+        Cancellation::check(); // to make one takes a while
         isTurning_ = true;
     }
     const Mutex::Hold turning(turning_);

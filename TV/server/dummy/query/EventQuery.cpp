@@ -168,9 +168,11 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     slice.cut(positions);
 
     constexpr std::size_t someEvents = 256;
+    if (positions.size() > someEvents)
+        Cancellation::check();
     events.reserve(positions.size());
     for (const std::uint32_t position : positions) {
-        if (events.size() % someEvents == 0)
+        if (events.size() % someEvents == someEvents - 1)
             Cancellation::check();
         appendEvent(events, *index[position]);
     }

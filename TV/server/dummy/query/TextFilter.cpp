@@ -1,5 +1,6 @@
 #include "TV/server/dummy/query/TextFilter.h"
 
+#include "Ostrel/runtime/Cancellation.h"
 #include "TV/server/dummy/guide/StartTimeIndex.h"
 #include "TV/server/dummy/query/RowBits.h"
 
@@ -86,6 +87,7 @@ void TextFilter::narrow(std::span<std::uint64_t> rows, std::size_t first) const 
         return std::fill(rows.begin(), rows.end(), 0);
     if (isEmpty())
         return;
+    Cancellation::check();
     // Of many texts, looked for in titles alone, the titles are less to read than all there is.
     if (!all_ && (!many_ || inDescriptions_) && areMany()) {
         FoundTexts found(index_);

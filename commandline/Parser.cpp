@@ -130,7 +130,7 @@ private:
         made->required(option.isRequired)->envname(option.environment)->allow_extra_args(false);
         if (option.mayRepeat && option.isArgument())
             made->expected(-1);
-        else if (option.mayRepeat)
+        if (option.mayRepeat)
             made->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }
 

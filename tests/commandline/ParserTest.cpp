@@ -47,6 +47,27 @@ TEST(ParserTest, ValuesGoToTheirReaders) {
     EXPECT_EQ(given.what, "{}");
 }
 
+TEST(ParserTest, ArgumentThatRepeatsTakesAllThatAreLeft) {
+    std::string first;
+    std::vector<std::string> others;
+    Program program;
+    program.name = "box";
+    program.options = {{.name = "FIRST", .read = text(first), .isRequired = true},
+                       {.name = "OTHER", .read = text(others), .choices = {"a", "b"}, .mayRepeat = true}};
+    program.run = [] {};
+    const auto give = [&](std::vector<const char*> words) {
+        words.insert(words.begin(), "box");
+        others.clear();
+        parse(program, static_cast<int>(words.size()), words.data(), [](const std::string&) {});
+    };
+    give({"x"});
+    EXPECT_EQ(others, std::vector<std::string>());
+    give({"x", "b", "A", "b"});
+    EXPECT_EQ(first, "x");
+    EXPECT_EQ(others, (std::vector<std::string>{"b", "a", "b"}));
+    EXPECT_THROW(give({"x", "b", "c"}), UsageError);
+}
+
 TEST(ParserTest, LastFlagCounts) {
     Given given;
     EXPECT_EQ(parseLine(given, {"--json", "--json=false", "scan", "blind"}), "");

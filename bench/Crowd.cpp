@@ -1,17 +1,14 @@
 #include "bench/Crowd.h"
 
 #include "bench/AnswerScanner.h"
+#include "bench/Connect.h"
 #include "tests/support/WireClient.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <deque>
-#include <stdexcept>
 #include <string_view>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -28,27 +25,13 @@ constexpr std::size_t readAtOnce = 256 << 10;
 constexpr int smallBuffer = 64 << 10; ///< of a slow reader, so that bytes wait in the host
 constexpr int courtesy = 10; ///< the nice value of a rude crowd
 
-int connectTo(std::uint16_t port, bool isSlow) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (isSlow)
-        ::setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &smallBuffer, sizeof smallBuffer);
-    sockaddr_in name{};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(port);
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0)
-        throw std::runtime_error("nobody listens on port " + std::to_string(port));
-    const int on = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    return socket;
-}
-
 } // namespace
 
 class Crowd::Client {
 public:
     Client(std::uint16_t port, const Habit& habit)
-        : habit_(habit), socket_(connectTo(port, habit.bytesPerSecond != Habit::unlimited)) {
+        : habit_(habit),
+          socket_(connectTo(port, habit.bytesPerSecond != Habit::unlimited ? smallBuffer : 0)) {
         if (habit_.isWebSocket)
             output_.push_back(
                 std::make_shared<Habit::Message>(Habit::Message{"", Test::upgradeRequest("/rpc/TV")}));

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,10 +28,7 @@ constexpr auto hastyEndLooks = 1000;
 constexpr auto endLooks = 12'000;
 constexpr int killedBy = 1000; ///< and the signal: in place of an exit status
 
-pid_t start(const std::string& program, const std::string& portFile, const std::string& errorFile,
-            const std::vector<std::string>& options) {
-    std::vector<std::string> words = {program, "--listen", "127.0.0.1:0", "--port-file", portFile};
-    words.insert(words.end(), options.begin(), options.end());
+pid_t start(std::vector<std::string> words, const std::string& errorFile) {
     std::vector<char*> arguments;
     for (auto& word : words)
         arguments.push_back(word.data());
@@ -43,7 +41,8 @@ pid_t start(const std::string& program, const std::string& portFile, const std::
     ::dup2(::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
     ::close_range(STDERR_FILENO + 1, ~0u, 0);
     ::setpgid(0, 0); // Ctrl-C is for whoever measures
-    ::execv(program.c_str(), arguments.data());
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM); // who may end without a word
+    ::execvp(arguments.front(), arguments.data());
     ::_exit(127);
 }
 
@@ -58,8 +57,12 @@ long sumOfSwitches(const std::filesystem::path& status) {
 
 } // namespace
 
-HostProcess::HostProcess(const std::string& program, const std::vector<std::string>& options)
-    : process_(start(program, directory_.file("port"), directory_.file("errors"), options)) {
+HostProcess::HostProcess(const std::string& program, const std::vector<std::string>& options,
+                         const std::vector<std::string>& under) {
+    auto words = under;
+    words.insert(words.end(), {program, "--listen", "127.0.0.1:0", "--port-file", directory_.file("port")});
+    words.insert(words.end(), options.begin(), options.end());
+    process_ = start(words, directory_.file("errors"));
     for (int i = 0; i < startLooks && isAlive(); ++i) {
         std::ifstream file(directory_.file("port"));
         if (file >> port_)

@@ -16,10 +16,12 @@ namespace Ostrel::Bench {
 class HostProcess {
 public:
     /// Returns once the host serves.
-    /// @param program  the path of an ostrel-tvd, of any build
+    /// @param program  the path of an ostrel-tvd, of any build, or of what is measured beside it
     /// @param options  beside where to listen
+    /// @param under    the command that runs it in its own place, such as "valgrind" and its options
     /// @throws std::runtime_error  it does not
-    explicit HostProcess(const std::string& program, const std::vector<std::string>& options = {});
+    explicit HostProcess(const std::string& program, const std::vector<std::string>& options = {},
+                         const std::vector<std::string>& under = {});
 
     /// Ends the host, in the hard way if it has not gone 10 s after it was asked to.
     ~HostProcess();
@@ -35,6 +37,8 @@ public:
     HostProcess& operator=(const HostProcess&) = delete;
 
     std::uint16_t getPort() const { return port_; }
+
+    pid_t getId() const { return process_; }
 
     bool isAlive() const;
 

@@ -1,9 +1,10 @@
-// The least that a server can do: it finds where requests end and answers each with the same bytes.
+// The least that a server can do: it finds each request's end and its id, and answers with the same bytes, which
+// bear that id. It checks nothing: its clients are ours, and each id is as long as the one in the answer.
 //
 // One thread, epoll, and for all that one read brings one write. With notifications it sends these to
 // every WebSocket before it answers.
 
-#include "bench/RequestCounter.h"
+#include "bench/RequestReader.h"
 #include "bench/Yardstick.h"
 
 #include <algorithm>
@@ -30,6 +31,7 @@ public:
     explicit BareServer(const Yardstick& yardstick) {
         if (!yardstick.replyFile.empty())
             reply_ = readFile(yardstick.replyFile);
+        idInReply_ = RequestReader::findId(reply_);
         for (const auto& file : yardstick.notificationFiles)
             notifications_.push_back(readFile(file));
         listener_ = yardstick.listen();
@@ -55,7 +57,7 @@ private:
         explicit Client(int accepted) : socket(accepted) {}
 
         int socket;
-        RequestCounter counter;
+        RequestReader reader;
     };
 
     void watch(int socket, Client* client) const {
@@ -81,27 +83,34 @@ private:
         const auto size = ::recv(client.socket, buffer, sizeof buffer, 0);
         if (size <= 0)
             return false;
-        const auto count = client.counter.take({buffer, std::size_t(size)});
-        if (count.isUpgrade && !send(client.socket, upgradeAnswer))
+        const auto found = client.reader.take({buffer, std::size_t(size)});
+        if (found.isUpgrade && !send(client.socket, upgradeAnswer))
             return false;
-        for (std::size_t i = 0; i != count.requests && !notifications_.empty(); ++i)
+        for (std::size_t i = 0; i != found.ids.size() && !notifications_.empty(); ++i)
             notify();
-        return answer(client.socket, count.requests) && !count.isClosing;
+        return answer(client.socket, found.ids) && !found.isClosing;
     }
 
-    bool answer(int socket, std::size_t requests) {
-        if (requests == 1)
-            return send(socket, reply_);
+    bool answer(int socket, const std::vector<std::string>& ids) {
+        if (ids.size() == 1)
+            return send(socket, replyTo(ids.front()));
         std::string replies;
-        for (std::size_t i = 0; i != requests; ++i)
-            replies += reply_;
+        for (const auto& id : ids)
+            replies += replyTo(id);
         return send(socket, replies);
+    }
+
+    /// The one reply, with that id in it.
+    const std::string& replyTo(const std::string& id) {
+        if (idInReply_.size() == id.size())
+            id.copy(reply_.data() + (idInReply_.data() - reply_.data()), id.size());
+        return reply_;
     }
 
     void notify() {
         for (const auto& notification : notifications_)
             for (const auto& client : clients_)
-                if (client->counter.isWebSocket())
+                if (client->reader.isWebSocket())
                     send(client->socket, notification);
     }
 
@@ -123,6 +132,7 @@ private:
     const int poll_ = ::epoll_create1(EPOLL_CLOEXEC);
     int listener_ = -1;
     std::string reply_;
+    std::string_view idInReply_; ///< a part of it
     std::vector<std::string> notifications_;
     std::vector<std::unique_ptr<Client>> clients_;
 };

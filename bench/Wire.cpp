@@ -132,9 +132,9 @@ Ostrel::CommandLine::Program makeProgram(Settings& settings) {
     program.version = OSTREL_VERSION;
     program.description = "Shows what calls cost over the wire, beside servers that do less.";
     program.notes =
-        "The bare server is the least that can be done: one thread, epoll, the same bytes for every request, "
-        "and "
-        "one write for all that one read brought. The Beast echo sends each WebSocket message back. Each "
+        "The bare server is the least that can be done: one thread, epoll, of a request its end and its "
+        "id, the same bytes with that id for an answer, and one write for all that one read brought. The "
+        "Beast echo sends each WebSocket message back. Each "
         "server "
         "has one processor for itself and who asks has another.\n"
         "\n"

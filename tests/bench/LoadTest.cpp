@@ -1,6 +1,6 @@
 #include "bench/Load.h"
 
-#include "bench/RequestCounter.h"
+#include "bench/RequestReader.h"
 #include "bench/WireCall.h"
 #include "bench/Yardstick.h"
 #include "tests/support/WireClient.h"
@@ -54,14 +54,14 @@ private:
 
     void run() {
         const int socket = ::accept(listener_, nullptr, nullptr);
-        RequestCounter counter;
+        RequestReader reader;
         std::size_t waiting = 0;
         char buffer[4096];
         for (ssize_t size = 0; (size = ::recv(socket, buffer, sizeof buffer, 0)) > 0;) {
-            const auto count = counter.take({buffer, std::size_t(size)});
-            if (count.isUpgrade)
+            const auto found = reader.take({buffer, std::size_t(size)});
+            if (found.isUpgrade)
                 send(socket, upgradeAnswer);
-            for (waiting += count.requests; waiting >= together_; waiting -= together_)
+            for (waiting += found.ids.size(); waiting >= together_; waiting -= together_)
                 for (std::size_t i = 0; i != together_; ++i)
                     send(socket, reply_);
         }

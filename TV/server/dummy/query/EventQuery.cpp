@@ -146,8 +146,9 @@ bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
             positions.push_back(position);
     };
 
-    // Where many come, or only the first ones are wanted, they are taken in their order.
-    const bool byService = sorts && keys_.front() == Less::ServiceId && (sliced || rows.count() > fewRows);
+    // Where many come, or from few services, or only the first ones are wanted, they are taken in their order.
+    const bool byService = sorts && keys_.front() == Less::ServiceId &&
+                           (sliced || rows.namesServices() || rows.count() > fewRows);
     if (byService) {
         for (const auto service : rows.byService()) {
             for (const std::uint32_t position : service) {

@@ -87,8 +87,12 @@ std::vector<std::span<const std::uint32_t>> QuorilQuery::byService() const {
     ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     std::vector<std::span<const std::uint32_t>> positions;
     positions.reserve(ids.size());
-    for (const std::int64_t id : ids)
-        positions.push_back(index_.positionsOf(id));
+    const auto last = first_ + rows_.size() * Filter::wordRows;
+    for (const std::int64_t id : ids) {
+        const auto all = index_.positionsOf(id);
+        const auto from = std::lower_bound(all.begin(), all.end(), first_);
+        positions.emplace_back(from, std::lower_bound(from, all.end(), last));
+    }
     return positions;
 }
 

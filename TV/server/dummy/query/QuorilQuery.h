@@ -64,6 +64,9 @@ public:
     /// All positions that matches() may be true for, service by service, ids ascending.
     std::vector<std::span<const std::uint32_t>> byService() const;
 
+    /// Whether the expression names the services, so that these positions are few.
+    bool namesServices() const { return services_ != nullptr; }
+
 private:
     /// Positions, the last one not included.
     struct Window {

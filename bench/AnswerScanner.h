@@ -107,7 +107,7 @@ private:
         }
     }
 
-    const std::uint64_t kept_;
+    const std::size_t kept_;
     bool upgraded_ = false;
     bool inBody_ = false;
     int status_ = 0;

@@ -94,8 +94,7 @@ bool RPCMessage::isRefused() const noexcept {
 // Steps
 
 void RPCMessage::step() noexcept {
-    const auto& clientGone = peer_ != nullptr ? peer_->gone : nobodyGone;
-    if (carryOut(clientGone))
+    if (peer_ != nullptr ? carryOut(peer_->gone) : carryOut(nobodyGone))
         return;
     count(IRPC::Outcome::Lost, Clock::now() - came_);
     reply_.clear();

@@ -20,7 +20,7 @@ class Writer {
 public:
     using executor_type = Socket::executor_type;
 
-    Writer(executor_type executor, std::string& written) : executor_(executor), written_(written) {}
+    Writer(const executor_type& executor, std::string& written) : executor_(executor), written_(written) {}
 
     executor_type get_executor() const { return executor_; }
 
@@ -48,7 +48,7 @@ private:
 
 } // namespace
 
-WebSocketHandshake::WebSocketHandshake(Socket::executor_type executor, const Http::Request& request,
+WebSocketHandshake::WebSocketHandshake(const Socket::executor_type& executor, const Http::Request& request,
                                        const std::string& subProtocol) {
     websocket::stream<Writer, false> stream(executor, answer);
     stream.set_option(websocket::stream_base::decorator([&](websocket::response_type& response) {

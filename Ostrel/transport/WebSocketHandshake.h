@@ -11,7 +11,7 @@ namespace Ostrel {
 struct WebSocketHandshake {
     /// @param executor     of the connection
     /// @param subProtocol  to be echoed; empty for none
-    WebSocketHandshake(Socket::executor_type executor, const Http::Request& request,
+    WebSocketHandshake(const Socket::executor_type& executor, const Http::Request& request,
                        const std::string& subProtocol);
 
     std::string answer;

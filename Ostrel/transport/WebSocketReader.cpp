@@ -177,9 +177,9 @@ std::string_view WebSocketReader::unmask(std::size_t size) {
     std::size_t at = 0;
     for (; size - at >= key.size(); at += key.size())
         for (std::size_t i = 0; i != key.size(); ++i)
-            bytes[at + i] ^= key[i];
+            bytes[at + i] = char(bytes[at + i] ^ key[i]);
     for (std::size_t i = 0; at + i < size; ++i)
-        bytes[at + i] ^= key[i];
+        bytes[at + i] = char(bytes[at + i] ^ key[i]);
     unmasked_ += size;
     return {bytes, size};
 }

@@ -46,14 +46,14 @@ public:
         return found;
     }
 
-    /// The digits behind the first member "id", as a part of the text; empty where there are none.
-    static std::string_view findId(std::string_view text) {
+    /// The digits behind the first member "id", as a part of the message; empty where there are none.
+    static std::string_view findId(std::string_view message) {
         constexpr std::string_view name = R"("id":)";
-        const auto found = text.find(name);
-        if (found == text.npos)
+        const auto found = message.find(name);
+        if (found == message.npos)
             return {};
-        text.remove_prefix(found + name.size());
-        return text.substr(0, text.find_first_not_of("0123456789"));
+        message.remove_prefix(found + name.size());
+        return message.substr(0, message.find_first_not_of("0123456789"));
     }
 
     bool isWebSocket() const { return isWebSocket_; }

@@ -5,9 +5,8 @@
 
 #include "bench/Crowd.h"
 #include "bench/Requests.h"
+#include "bench/RunProgram.h"
 #include "bench/WireCall.h"
-#include "commandline/Parser.h"
-#include "commandline/UsageError.h"
 #include "commandline/Values.h"
 #include "tests/support/TempDirectory.h"
 #include "tests/support/WireClient.h"
@@ -310,15 +309,6 @@ Ostrel::CommandLine::Program makeProgram(Settings& settings) {
 int main(int argc, char** argv) {
     Settings settings;
     const auto program = makeProgram(settings);
-    try {
-        Ostrel::CommandLine::parse(program, argc, argv,
-                                   [](const std::string& asked) { std::fputs(asked.c_str(), stdout); })();
-        return settings.status;
-    } catch (const Ostrel::CommandLine::UsageError& error) {
-        std::fprintf(stderr, "ostrel-bench-boxes: %s\n", error.what());
-        return 2;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "ostrel-bench-boxes: %s\n", error.what());
-        return 1;
-    }
+    const int status = Ostrel::Bench::runProgram(program, argc, argv);
+    return status != 0 ? status : settings.status;
 }

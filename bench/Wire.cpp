@@ -1,14 +1,12 @@
 // ostrel-bench-wire: what calls cost over the wire, beside servers that do less.
 
+#include "bench/RunProgram.h"
 #include "bench/WireCall.h"
 #include "bench/WireWorkloads.h"
-#include "commandline/Parser.h"
-#include "commandline/UsageError.h"
 #include "commandline/Values.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -219,15 +217,5 @@ Ostrel::CommandLine::Program makeProgram(Settings& settings) {
 int main(int argc, char** argv) {
     Settings settings;
     const auto program = makeProgram(settings);
-    try {
-        Ostrel::CommandLine::parse(program, argc, argv,
-                                   [](const std::string& asked) { std::fputs(asked.c_str(), stdout); })();
-        return 0;
-    } catch (const Ostrel::CommandLine::UsageError& error) {
-        std::fprintf(stderr, "ostrel-bench-wire: %s\n", error.what());
-        return 2;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "ostrel-bench-wire: %s\n", error.what());
-        return 1;
-    }
+    return Ostrel::Bench::runProgram(program, argc, argv);
 }

@@ -1,17 +1,14 @@
 #include "soak/Viewer.h"
 
+#include "bench/Connect.h"
 #include "tests/support/WireClient.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -26,17 +23,7 @@ constexpr auto mostBehind = 1s; ///< who has been kept waiting for longer does n
 constexpr unsigned oneInGets = 50;
 
 int connectTo(std::uint16_t port) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in name{};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(port);
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0) {
-        ::close(socket);
-        throw std::runtime_error("nobody listens on port " + std::to_string(port));
-    }
-    const int on = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const int socket = Bench::connectTo(port);
     ::fcntl(socket, F_SETFL, O_NONBLOCK);
     return socket;
 }

@@ -1,7 +1,6 @@
 // ostrel-soak: whether a host keeps right, quick and small under everybody at once.
 
-#include "commandline/Parser.h"
-#include "commandline/UsageError.h"
+#include "bench/RunProgram.h"
 #include "commandline/Values.h"
 #include "soak/Report.h"
 #include "soak/Soak.h"
@@ -10,7 +9,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <exception>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -102,15 +100,6 @@ Ostrel::CommandLine::Program makeProgram(Settings& settings) {
 int main(int argc, char** argv) {
     Settings settings;
     const auto program = makeProgram(settings);
-    try {
-        Ostrel::CommandLine::parse(program, argc, argv,
-                                   [](const std::string& asked) { std::fputs(asked.c_str(), stdout); })();
-        return settings.status;
-    } catch (const Ostrel::CommandLine::UsageError& error) {
-        std::fprintf(stderr, "ostrel-soak: %s\n", error.what());
-        return 2;
-    } catch (const std::exception& exception) {
-        std::fprintf(stderr, "ostrel-soak: %s\n", exception.what());
-        return 1;
-    }
+    const int status = Ostrel::Bench::runProgram(program, argc, argv);
+    return status != 0 ? status : settings.status;
 }

@@ -32,7 +32,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(timeFlags " -D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64") # as Ostrel::ostrel has them
 endif()
 if(NOT BUILD_SHARED_LIBS)
-    set(linkedStatically staticRequires "jsoncpp spdlog" staticLibs -lboost_json)
+    set(linkedStatically staticRequires jsoncpp staticLibs -lboost_json)
 endif()
 ostrel_describe_for_pkg_config(ostrel "What a service module runs on" "-lostrel -pthread" ${linkedStatically})
 ostrel_describe_for_pkg_config(ostreltv "The TV service module" -lostreltv requires ostrel)

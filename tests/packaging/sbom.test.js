@@ -47,7 +47,7 @@ test('it has what the programs load', () => {
 });
 
 test('it has libraries of which nothing but headers are used', () => {
-  for (const name of ['libcli11-dev', 'libxxhash-dev', 'libboost1.81-dev', 'libspdlog-dev'])
+  for (const name of ['libcli11-dev', 'libxxhash-dev', 'libboost1.81-dev', 'libspdlog-dev', 'libfmt-dev'])
     assert.equal(useOf(name), 'compiled in', name);
   assert.equal(byName.get('libgtest-dev'), undefined); // of tests alone
 });

@@ -129,7 +129,7 @@ std::optional<std::time_t> DummyTVModule::findNextStart(std::optional<std::int32
                                                         std::time_t after) const {
     const auto guide = guideAt(after);
     const StartTimeIndex& index = guide->index();
-    const std::span starts(index.columns().starts.data(), index.size()); // ascending
+    const std::span starts(index.columns().starts.get(), index.size()); // ascending
     if (!serviceId) {
         const auto found = std::upper_bound(starts.begin(), starts.end(), after);
         return found == starts.end() ? std::nullopt : std::optional<std::time_t>(*found);

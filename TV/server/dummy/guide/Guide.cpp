@@ -3,6 +3,7 @@
 #include "TV/server/dummy/guide/GenreTable.h"
 
 #include <algorithm>
+#include <span>
 
 namespace Ostrel::TV {
 
@@ -19,8 +20,9 @@ void Guide::addEvents(const World& world) {
     index_.addGuide(world);
     // Behind the last row the columns hold zeros, which are no maximum.
     const StartTimeIndex::Columns& columns = index_.columns();
-    earliestStart_ = columns.starts.front();
-    latestEnd_ = *std::max_element(columns.ends.begin(), columns.ends.end());
+    const std::span ends(columns.ends.get(), index_.size() + StartTimeIndex::blockRows);
+    earliestStart_ = columns.starts[0];
+    latestEnd_ = *std::max_element(ends.begin(), ends.end());
 }
 
 void Guide::addGenres() {

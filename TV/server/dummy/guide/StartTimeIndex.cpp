@@ -22,21 +22,36 @@ void StartTimeIndex::addGuide(const World& world) {
     }
     fillColumns();
     fillTexts(world);
-    fillServices();
+    byService_.resize(rows_.size());
+    services_.clear();
+    first ? takeServices(world) : sortServices();
+    fillColumnsByService();
+}
+
+// What is written anyway is not filled with zeros before.
+template <typename Number> StartTimeIndex::Column<Number> StartTimeIndex::makeColumn() const {
+    auto column = std::make_shared_for_overwrite<Number[]>(rows_.size() + blockRows);
+    std::fill_n(column.get() + rows_.size(), blockRows, Number());
+    return column;
+}
+
+StartTimeIndex::Columns StartTimeIndex::makeColumns() const {
+    return {makeColumn<std::int32_t>(), makeColumn<std::int32_t>(), makeColumn<std::int32_t>()};
 }
 
 void StartTimeIndex::fillColumns() {
-    const auto fill = [&](auto& column, auto member) {
-        column.assign(rows_.size() + blockRows, 0);
-        std::transform(rows_.begin(), rows_.end(), column.begin(), member);
-    };
-    fill(byStart_.serviceIds, [](const epgentry* row) { return row->ServiceId; });
-    fill(byStart_.starts, [](const epgentry* row) { return row->Start; });
-    fill(byStart_.ends, [](const epgentry* row) { return row->End; });
-    for (std::size_t i = 0; i != rows_.size(); ++i)
-        longestEvent_ = std::max(longestEvent_, std::int64_t{byStart_.ends[i]} - byStart_.starts[i]);
-    fill(titles_, [](const epgentry* row) { return row->Title.offset; });
-    fill(descriptions_, [](const epgentry* row) { return row->Description.offset; });
+    byStart_ = makeColumns();
+    titles_ = makeColumn<std::uint32_t>();
+    descriptions_ = makeColumn<std::uint32_t>();
+    for (std::size_t i = 0; i != rows_.size(); ++i) {
+        const epgentry& row = *rows_[i];
+        byStart_.serviceIds[i] = row.ServiceId;
+        byStart_.starts[i] = row.Start;
+        byStart_.ends[i] = row.End;
+        titles_[i] = row.Title.offset;
+        descriptions_[i] = row.Description.offset;
+        longestEvent_ = std::max(longestEvent_, std::int64_t{row.End} - row.Start);
+    }
 }
 
 void StartTimeIndex::fillTexts(const World& world) {
@@ -48,27 +63,41 @@ void StartTimeIndex::fillTexts(const World& world) {
     textsSize_ = last == 0 ? 0 : last + std::strlen(world.text({last})) + 1;
 }
 
-void StartTimeIndex::fillServices() {
-    byService_.resize(rows_.size());
+/// Orders the positions by their services as the world does, whose services stand where their rows do: each position
+/// goes behind the last one of its service.
+void StartTimeIndex::takeServices(const World& world) {
+    const auto serviceOf = std::make_unique_for_overwrite<std::uint32_t[]>(world.rows.size());
+    std::vector<std::uint32_t> next;
+    for (const GuideServiceRows& service : world.services) {
+        std::fill_n(serviceOf.get() + service.first, service.count, static_cast<std::uint32_t>(next.size()));
+        next.push_back(service.first);
+        services_.push_back({service.serviceId, service.first, service.count});
+    }
+    for (std::uint32_t position = 0; position != rows_.size(); ++position)
+        byService_[next[serviceOf[world.startOrder[position]]]++] = position;
+}
+
+void StartTimeIndex::sortServices() {
     std::iota(byService_.begin(), byService_.end(), 0u);
     const auto& ids = byStart_.serviceIds;
     std::stable_sort(byService_.begin(), byService_.end(),
                      [&](std::uint32_t a, std::uint32_t b) { return ids[a] < ids[b]; });
-    services_.clear();
     for (std::size_t i = 0; i != byService_.size(); ++i) {
         const auto id = ids[byService_[i]];
         if (services_.empty() || services_.back().id != id)
             services_.push_back({id, i, 0});
         ++services_.back().count;
     }
-    const auto fill = [&](auto& column, const auto& from) {
-        column.assign(rows_.size() + blockRows, 0);
-        std::transform(byService_.begin(), byService_.end(), column.begin(),
-                       [&](std::uint32_t position) { return from[position]; });
-    };
-    fill(byServiceAndStart_.serviceIds, byStart_.serviceIds);
-    fill(byServiceAndStart_.starts, byStart_.starts);
-    fill(byServiceAndStart_.ends, byStart_.ends);
+}
+
+void StartTimeIndex::fillColumnsByService() {
+    byServiceAndStart_ = makeColumns();
+    for (std::size_t i = 0; i != byService_.size(); ++i) {
+        const std::uint32_t position = byService_[i];
+        byServiceAndStart_.serviceIds[i] = byStart_.serviceIds[position];
+        byServiceAndStart_.starts[i] = byStart_.starts[position];
+        byServiceAndStart_.ends[i] = byStart_.ends[position];
+    }
 }
 
 std::string_view StartTimeIndex::texts() const {
@@ -76,7 +105,7 @@ std::string_view StartTimeIndex::texts() const {
 }
 
 std::size_t StartTimeIndex::firstFrom(std::uint32_t start) const {
-    const std::span starts(byStart_.starts.data(), rows_.size());
+    const std::span starts(byStart_.starts.get(), rows_.size());
     const auto found = std::partition_point(starts.begin(), starts.end(), [&](std::int32_t other) {
         return static_cast<std::uint32_t>(other) < start;
     });

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -19,12 +20,15 @@ class StartTimeIndex {
 public:
     static constexpr std::size_t blockRows = 64;
 
+    /// Written once, so that copies of an index share it.
+    template <typename Number> using Column = std::shared_ptr<Number[]>;
+
     /// Adds the whole guide of a world, which must stay. A second call with it adds it a second time.
     void addGuide(const World& world = chosenWorld());
 
     /// What expressions can ask for.
     struct Columns {
-        std::vector<std::int32_t> serviceIds, starts, ends;
+        Column<std::int32_t> serviceIds, starts, ends;
     };
 
     std::size_t size() const { return rows_.size(); }
@@ -32,8 +36,8 @@ public:
 
     const Columns& columns() const { return byStart_; }
     /// Where titles and descriptions begin among the guide's texts.
-    const std::uint32_t* titles() const { return titles_.data(); }
-    const std::uint32_t* descriptions() const { return descriptions_.data(); }
+    const std::uint32_t* titles() const { return titles_.get(); }
+    const std::uint32_t* descriptions() const { return descriptions_.get(); }
 
     /// All titles and descriptions, each ended by a NUL, behind the empty text; among them are
     /// other texts of the guide. Offsets count from its start.
@@ -64,13 +68,18 @@ private:
         std::size_t first, count; ///< of its positions in byService_
     };
 
+    template <typename Number> Column<Number> makeColumn() const;
+    Columns makeColumns() const;
+
     void fillColumns();
     void fillTexts(const World& world);
-    void fillServices();
+    void takeServices(const World& world);
+    void sortServices();
+    void fillColumnsByService();
 
     std::vector<const epgentry*> rows_;
     Columns byStart_, byServiceAndStart_;
-    std::vector<std::uint32_t> titles_, descriptions_;
+    Column<std::uint32_t> titles_, descriptions_;
     std::size_t textsSize_ = 0, longestText_ = 0;
     std::int64_t longestEvent_ = 0;
     std::vector<std::uint32_t> byService_;

@@ -12,7 +12,7 @@ namespace {
 
 /// The columns from a row on.
 Filter::Columns columnsFrom(const StartTimeIndex::Columns& columns, std::size_t first, bool oneService) {
-    return {{columns.serviceIds.data() + first, columns.starts.data() + first, columns.ends.data() + first},
+    return {{columns.serviceIds.get() + first, columns.starts.get() + first, columns.ends.get() + first},
             oneService};
 }
 

@@ -61,16 +61,23 @@ bool DummyTVModule::init() OSTREL_NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void DummyTVModule::addLineup(Services& services, std::vector<std::uint32_t>& transponders) {
+    std::vector<const ITVService::ServiceInfo*> order; // pointers, which are quicker to move about
+    for (const ITVService::ServiceInfo& service : services)
+        order.push_back(&service);
     for (const TransponderInfo& transponder : sharedLineup().getTransponders()) {
         transponders.push_back(transponder.frequencyMHz);
         for (const ITVService::ServiceInfo& service : transponder.services) {
-            const auto behind =
-                std::find_if(services.begin(), services.end(), [&](const ITVService::ServiceInfo& other) {
-                    return other.getChannelNumber() > service.getChannelNumber();
-                });
-            services.insert(behind, service);
+            const auto behind = std::find_if(order.begin(), order.end(), [&](const auto* other) {
+                return other->getChannelNumber() > service.getChannelNumber();
+            });
+            order.insert(behind, &service);
         }
     }
+    Services all;
+    all.reserve(order.size());
+    for (const auto* service : order)
+        all.push_back(*service);
+    services.swap(all);
 }
 
 void DummyTVModule::reset() {

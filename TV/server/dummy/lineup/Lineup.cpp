@@ -1,7 +1,8 @@
 #include "TV/server/dummy/lineup/Lineup.h"
 
 #include <algorithm>
-#include <sstream>
+#include <charconv>
+#include <iterator>
 #include <string>
 
 namespace Ostrel::TV {
@@ -11,9 +12,15 @@ namespace {
 // The transport stream id is left out.
 // Meant so: docs/oddities.md, "Two dots in the URI".
 std::string makeUri(const LineupRow& row) {
-    std::ostringstream uri;
-    uri << "dvb://" << std::hex << row.originalNetworkId << ".." << row.dvbServiceId;
-    return uri.str();
+    std::string uri = "dvb://";
+    const auto addHex = [&](std::uint32_t number) {
+        char digits[8];
+        uri.append(digits, std::to_chars(std::begin(digits), std::end(digits), number, 16).ptr);
+    };
+    addHex(row.originalNetworkId);
+    uri += "..";
+    addHex(row.dvbServiceId);
+    return uri;
 }
 
 ITVService::ServiceInfo makeServiceInfo(const LineupRow& row) {

@@ -15,13 +15,14 @@ namespace Ostrel::TV {
 class FoundTexts {
 public:
     /// @param index  must stay where it is
-    explicit FoundTexts(const StartTimeIndex& index);
+    explicit FoundTexts(const StartTimeIndex& index) : index_(index) {}
 
     /// All there are, see StartTimeIndex::texts().
     std::string_view texts() const { return index_.texts(); }
 
-    /// @param offset  where a text begins
-    void add(std::size_t offset);
+    /// Adds one that may be among them already.
+    /// @param offset  where it begins
+    void add(std::size_t offset) { offsets_.push_back(static_cast<std::uint32_t>(offset)); }
 
     /// Clears the bits of the rows whose title is not among them, nor perhaps their description.
     /// @param rows   a bit for each position
@@ -30,11 +31,13 @@ public:
     void narrow(std::span<std::uint64_t> rows, std::size_t first, bool inDescriptions) const;
 
 private:
-    using Bits = std::vector<std::uint64_t>;
+    void narrowToFew(std::span<std::uint64_t> rows, std::size_t first,
+                     const std::uint32_t* descriptions) const;
+    void narrowToMany(std::span<std::uint64_t> rows, std::size_t first,
+                      const std::uint32_t* descriptions) const;
 
     const StartTimeIndex& index_;
-    Bits found_; ///< a bit for each byte of the texts
-    Bits words_; ///< a bit for each word of found_ that holds anything: they are few, and stay near
+    std::vector<std::uint32_t> offsets_;
 };
 
 } // namespace Ostrel::TV

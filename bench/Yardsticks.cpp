@@ -2,8 +2,15 @@
 #include "TV/server/dummy/world/ChosenWorld.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
+#include <cstddef>
 #include <cstring>
+#include <set>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace Ostrel::Bench {
 
@@ -26,10 +33,14 @@ void appendLink(std::string& out, std::uint32_t link) {
 void appendText(std::string& out, const char* text) {
     if (!text)
         return;
-    if (!std::strpbrk(text, "\"\\"))
+    if (!std::strpbrk(text, "\"\\")) {
         out += text;
-    else
-        appendJsonText(out, text);
+        return;
+    }
+    const std::string_view all = text;
+    const auto old = out.size();
+    out.resize(old + 2 * all.size() + 16);
+    out.resize(static_cast<std::size_t>(escapeJsonText(out.data() + old, all) - out.data()));
 }
 
 void appendXmlText(std::string& out, const char* text) {
@@ -64,9 +75,6 @@ void appendXmlText(std::string& out, const char* text) {
     }
 }
 
-/// Bytes of the longest document that the guide holds are less.
-constexpr std::size_t documentSize = 1400;
-
 constexpr std::array<bool, 256> special = [] {
     std::array<bool, 256> table{};
     for (unsigned byte = 0; byte != 0x20; ++byte)
@@ -78,8 +86,8 @@ constexpr std::array<bool, 256> special = [] {
 } // namespace
 
 std::string writeJsonDocument(const epgentry& row) {
-    std::string out;
-    out.reserve(documentSize);
+    static std::string out; // keeps its room; a document is a copy, of the size that it has
+    out.clear();
     out += "{ \"progSchedule\": { \"ServiceId\": ";
     appendNumber(out, row.ServiceId);
     out += ", \"Content\": [ ";
@@ -135,8 +143,8 @@ std::string writeJsonDocument(const epgentry& row) {
 }
 
 std::string writeXmlDocument(const epgentry& row) {
-    std::string out;
-    out.reserve(documentSize);
+    static std::string out; // keeps its room; a document is a copy, of the size that it has
+    out.clear();
     out += "<progSchedule><ServiceId>";
     appendNumber(out, row.ServiceId);
     out += "</ServiceId>";
@@ -208,18 +216,51 @@ std::string writeXmlDocument(const epgentry& row) {
     return out;
 }
 
-void appendJsonText(std::string& out, std::string_view text) {
-    // Two bytes of room for each one, written without a look at the capacity; control characters
-    // do not occur in what this is measured with.
-    const auto old = out.size();
-    out.resize(old + 2 * text.size());
-    char* at = out.data() + old;
-    for (const char c : text) {
-        *at = '\\';
-        at += special[static_cast<unsigned char>(c)];
-        *at++ = c;
+// Control characters do not occur in what this is measured with.
+char* escapeJsonText(char* to, std::string_view text) {
+    const char* from = text.data();
+    const char* const end = from + text.size();
+#ifdef __SSE2__
+    constexpr std::ptrdiff_t blockSize = 16;
+    const auto load = [](const char* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); };
+    const auto store = [](char* at, __m128i block) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(at), block);
+    };
+    const __m128i quotes = _mm_set1_epi8('"'), backslashes = _mm_set1_epi8('\\');
+    // Behind a byte that is escaped the rest is written once more: hence the distance from the end.
+    for (; end - from >= 2 * blockSize; from += blockSize) {
+        const __m128i block = load(from);
+        store(to, block);
+        auto found = static_cast<unsigned>(_mm_movemask_epi8(
+            _mm_or_si128(_mm_cmpeq_epi8(block, quotes), _mm_cmpeq_epi8(block, backslashes))));
+        int done = 0;
+        for (; found != 0; found &= found - 1) {
+            const int next = std::countr_zero(found);
+            to += next - done;
+            *to++ = '\\';
+            store(to, load(from + next));
+            done = next;
+        }
+        to += blockSize - done;
     }
-    out.resize(static_cast<std::size_t>(at - out.data()));
+#endif
+    for (; from != end; ++from) {
+        *to = '\\';
+        to += special[static_cast<unsigned char>(*from)];
+        *to++ = *from;
+    }
+    return to;
+}
+
+std::string distinctTexts() {
+    std::set<std::uint32_t> offsets;
+    for (const epgentry& row : TV::guideRows())
+        offsets.insert({row.Title.offset, row.Description.offset});
+    std::string texts;
+    for (const std::uint32_t offset : offsets)
+        if (const char* const text = TV::PoolText{offset})
+            texts.append(text, std::strlen(text) + 1);
+    return texts;
 }
 
 Columns makeColumns() {

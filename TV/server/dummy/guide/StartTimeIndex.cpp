@@ -20,12 +20,11 @@ void StartTimeIndex::addGuide(const World& world) {
             return a->ServiceId < b->ServiceId;
         });
     }
-    fillColumns();
-    fillTexts(world);
     byService_.resize(rows_.size());
     services_.clear();
     first ? takeServices(world) : sortServices();
-    fillColumnsByService();
+    fillColumns();
+    fillTexts(world);
 }
 
 // What is written anyway is not filled with zeros before.
@@ -39,17 +38,20 @@ StartTimeIndex::Columns StartTimeIndex::makeColumns() const {
     return {makeColumn<std::int32_t>(), makeColumn<std::int32_t>(), makeColumn<std::int32_t>()};
 }
 
+/// Goes service by service, since that is nearly the order in which the rows stand in memory.
 void StartTimeIndex::fillColumns() {
     byStart_ = makeColumns();
+    byServiceAndStart_ = makeColumns();
     titles_ = makeColumn<std::uint32_t>();
     descriptions_ = makeColumn<std::uint32_t>();
-    for (std::size_t i = 0; i != rows_.size(); ++i) {
-        const epgentry& row = *rows_[i];
-        byStart_.serviceIds[i] = row.ServiceId;
-        byStart_.starts[i] = row.Start;
-        byStart_.ends[i] = row.End;
-        titles_[i] = row.Title.offset;
-        descriptions_[i] = row.Description.offset;
+    for (std::size_t i = 0; i != byService_.size(); ++i) {
+        const std::uint32_t position = byService_[i];
+        const epgentry& row = *rows_[position];
+        byStart_.serviceIds[position] = byServiceAndStart_.serviceIds[i] = row.ServiceId;
+        byStart_.starts[position] = byServiceAndStart_.starts[i] = row.Start;
+        byStart_.ends[position] = byServiceAndStart_.ends[i] = row.End;
+        titles_[position] = row.Title.offset;
+        descriptions_[position] = row.Description.offset;
         longestEvent_ = std::max(longestEvent_, std::int64_t{row.End} - row.Start);
     }
 }
@@ -79,24 +81,14 @@ void StartTimeIndex::takeServices(const World& world) {
 
 void StartTimeIndex::sortServices() {
     std::iota(byService_.begin(), byService_.end(), 0u);
-    const auto& ids = byStart_.serviceIds;
-    std::stable_sort(byService_.begin(), byService_.end(),
-                     [&](std::uint32_t a, std::uint32_t b) { return ids[a] < ids[b]; });
+    std::stable_sort(byService_.begin(), byService_.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return rows_[a]->ServiceId < rows_[b]->ServiceId;
+    });
     for (std::size_t i = 0; i != byService_.size(); ++i) {
-        const auto id = ids[byService_[i]];
+        const auto id = rows_[byService_[i]]->ServiceId;
         if (services_.empty() || services_.back().id != id)
             services_.push_back({id, i, 0});
         ++services_.back().count;
-    }
-}
-
-void StartTimeIndex::fillColumnsByService() {
-    byServiceAndStart_ = makeColumns();
-    for (std::size_t i = 0; i != byService_.size(); ++i) {
-        const std::uint32_t position = byService_[i];
-        byServiceAndStart_.serviceIds[i] = byStart_.serviceIds[position];
-        byServiceAndStart_.starts[i] = byStart_.starts[position];
-        byServiceAndStart_.ends[i] = byStart_.ends[position];
     }
 }
 

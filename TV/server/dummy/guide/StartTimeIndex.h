@@ -71,11 +71,10 @@ private:
     template <typename Number> Column<Number> makeColumn() const;
     Columns makeColumns() const;
 
-    void fillColumns();
-    void fillTexts(const World& world);
     void takeServices(const World& world);
     void sortServices();
-    void fillColumnsByService();
+    void fillColumns();
+    void fillTexts(const World& world);
 
     std::vector<const epgentry*> rows_;
     Columns byStart_, byServiceAndStart_;

@@ -216,7 +216,7 @@ std::string readRequest(Deserializer& in) {
     return out.generate();
 }
 
-template <typename T> void writeList(const char* key, const std::vector<T>& list, Serializer& out) {
+template <typename T> void writeList(MemberName key, const std::vector<T>& list, Serializer& out) {
     out.beginList(key);
     for (const T& each : list)
         if constexpr (std::is_same_v<T, unsigned char>)

@@ -22,7 +22,7 @@ std::string_view nameOf(RPCObserver::Direction direction) {
     return "notification";
 }
 
-void writeNumber(std::string_view key, std::uint64_t number, Serializer& out) {
+void writeNumber(MemberName key, std::uint64_t number, Serializer& out) {
     out.write(key, std::int64_t(number));
 }
 

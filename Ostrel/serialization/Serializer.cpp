@@ -7,6 +7,8 @@
 #include <bit>
 #include <charconv>
 #include <cstring>
+#include <iterator>
+#include <type_traits>
 #include <utility>
 
 #ifdef __SSE2__
@@ -34,7 +36,7 @@ constexpr std::array<char, 256> escapes = [] {
 
 constexpr std::size_t longestEscape = 6; ///< bytes
 
-constexpr std::ptrdiff_t blockSize = 16; ///< bytes looked at together
+constexpr std::size_t blockSize = 16; ///< bytes looked at together
 
 /// A bit for each byte of a block that needs an escape.
 /// @param wide  gets bits set when a byte is not ASCII
@@ -49,7 +51,7 @@ unsigned findEscapes(const char* block, unsigned& wide) {
         _mm_movemask_epi8(_mm_or_si128(controls, _mm_or_si128(quotes, backslashes))));
 #else
     unsigned found = 0;
-    for (int i = 0; i != blockSize; ++i) {
+    for (std::size_t i = 0; i != blockSize; ++i) {
         const auto byte = static_cast<unsigned char>(block[i]);
         found |= unsigned{escapes[byte] != 0} << i;
         wide |= byte & 0x80u;
@@ -76,6 +78,40 @@ char* escape(char* to, char byte) {
     return to + 1;
 }
 
+constexpr std::size_t shortText = 2 * blockSize; ///< bytes
+static_assert(MemberName::shortName == shortText);
+
+/// Copies no more than shortText bytes, without a call: two pieces that may overlap.
+inline void copyShort(char* to, const char* from, std::size_t size) {
+    const auto copyEnds = [&](auto piece) {
+        std::memcpy(to, from, piece);
+        std::memcpy(to + size - piece, from + size - piece, piece);
+    };
+    if (size >= blockSize)
+        copyEnds(std::integral_constant<std::size_t, blockSize>());
+    else if (size >= 8)
+        copyEnds(std::integral_constant<std::size_t, 8>());
+    else if (size >= 4)
+        copyEnds(std::integral_constant<std::size_t, 4>());
+    else
+        for (std::size_t i = 0; i != size; ++i)
+            to[i] = from[i];
+}
+
+/// Whether a text is no longer than shortText, ASCII, and has nothing to escape.
+inline bool isShortAndPlain(std::string_view text) {
+    if (text.size() > shortText)
+        return false;
+    unsigned wide = 0;
+    if (text.size() >= blockSize)
+        return (findEscapes(text.data(), wide) | findEscapes(text.data() + text.size() - blockSize, wide) |
+                wide) == 0;
+    char block[blockSize];
+    std::memset(block, ' ', sizeof block);
+    copyShort(block, text.data(), text.size());
+    return (findEscapes(block, wide) | wide) == 0;
+}
+
 /// Writes text as the inside of a JSON string, in whole blocks: there must be room for a block more
 /// than the text can become.
 /// @param wide  gets bits set when a byte is not ASCII
@@ -94,197 +130,214 @@ char* escapeTo(char* to, const char* from, std::size_t size, unsigned& wide) {
     };
     const char* const end = from + size;
     // What follows a byte that grows is copied again, a block at once: hence the distance from the end.
-    for (; end - from >= 2 * blockSize; from += blockSize)
+    for (; static_cast<std::size_t>(end - from) >= 2 * blockSize; from += blockSize)
         block(from, blockSize);
     const auto left = static_cast<std::size_t>(end - from);
     if (left == 0)
         return to;
     char rest[3 * blockSize]; // the end, and blanks behind it, which need no escape
     std::memset(rest, ' ', sizeof rest);
-    std::memcpy(rest, from, left);
+    copyShort(rest, from, left);
     for (std::size_t at = 0; at < left; at += blockSize)
-        block(rest + at, std::min<std::size_t>(blockSize, left - at));
+        block(rest + at, std::min(blockSize, left - at));
     return to;
 }
 
+constexpr std::size_t pieceSize = 256; ///< bytes of a text that are escaped at a time
+
+/// Room that escaping a text of no more than pieceSize bytes may want, of which it may use less.
+constexpr std::size_t mostOf(std::size_t size) {
+    return size * longestEscape + blockSize;
+}
+
 } // namespace
-
-/// Where a member is put together before it becomes part of the text, all at once: there it needs no
-/// look at the capacity for each of its parts.
-class Serializer::Room {
-public:
-    explicit Room(Serializer& owner) : owner_(owner) {}
-
-    void add(char byte) { *end_++ = byte; }
-    void add(std::string_view bytes) {
-        std::memcpy(end_, bytes.data(), bytes.size());
-        end_ += bytes.size();
-    }
-    template <class Number> void addNumber(Number number) {
-        constexpr std::size_t mostDigits = 32;
-        end_ = std::to_chars(end_, end_ + mostDigits, number).ptr;
-    }
-
-    /// Makes room for a text, or for its first piece.
-    void prepare(std::string_view text) {
-        if (text.size() > mostText || end_ > room_ + shortKey)
-            flush();
-    }
-
-    /// Adds a text that there has been made room for as the inside of a JSON string.
-    /// @returns whether all of it is ASCII
-    bool addEscaped(std::string_view text) {
-        unsigned wide = 0;
-        for (; text.size() > mostText; text.remove_prefix(mostText)) {
-            end_ = escapeTo(end_, text.data(), mostText, wide);
-            flush();
-        }
-        end_ = escapeTo(end_, text.data(), text.size(), wide);
-        return wide == 0;
-    }
-
-    std::size_t size() const { return static_cast<std::size_t>(end_ - room_); }
-    void cut(std::size_t size) { end_ = room_ + size; }
-
-    /// @throws TextTooLarge
-    void flush() {
-        owner_.checkLimit(size());
-        owner_.text_.append(room_, size());
-        end_ = room_;
-    }
-
-private:
-    static constexpr std::size_t mostText = 1300; ///< bytes of a text that are escaped at a time
-    static constexpr std::size_t shortKey = 256; ///< bytes of a key that a text fits in behind
-
-    Serializer& owner_;
-    char room_[shortKey + mostText * longestEscape + 4 * blockSize];
-    char* end_ = room_;
-};
 
 TextTooLarge::TextTooLarge(std::size_t limit)
     : text_("the reply is larger than " + std::to_string(limit) + " bytes") {}
 
 Serializer::Serializer(std::size_t limit, std::string room) : text_(std::move(room)), limit_(limit) {}
 
-void Serializer::begin(std::string_view key, char bracket) {
-    Room room(*this);
-    beginValue(key, room);
-    room.add(bracket);
-    room.flush();
+void Serializer::begin(MemberName key, char bracket) {
+    *beginValue(key, 1) = bracket;
+    isFirst_ = true;
 }
 
 void Serializer::end(char bracket) {
-    checkLimit(1);
-    text_ += bracket;
+    *take(1) = bracket;
+    isFirst_ = false;
 }
 
-void Serializer::write(std::string_view key, bool value) {
-    writeJson(key, value ? "true" : "false");
+void Serializer::write(MemberName key, bool value) {
+    if (value)
+        std::memcpy(beginValue(key, 4), "true", 4);
+    else
+        std::memcpy(beginValue(key, 5), "false", 5);
 }
 
-void Serializer::write(std::string_view key, std::int64_t value) {
-    Room room(*this);
-    beginValue(key, room);
-    room.addNumber(value);
-    room.flush();
+void Serializer::write(MemberName key, std::int64_t value) {
+    char digits[shortText];
+    const auto size = static_cast<std::size_t>(std::to_chars(digits, std::end(digits), value).ptr - digits);
+    copyShort(beginValue(key, size), digits, size);
 }
 
-void Serializer::write(std::string_view key, double value) {
-    Room room(*this);
-    beginValue(key, room);
-    room.addNumber(value);
-    room.flush();
+void Serializer::write(MemberName key, double value) {
+    char digits[shortText];
+    const auto size = static_cast<std::size_t>(std::to_chars(digits, std::end(digits), value).ptr - digits);
+    copyShort(beginValue(key, size), digits, size);
 }
 
-void Serializer::write(std::string_view key, std::string_view text) {
+void Serializer::write(MemberName key, std::string_view text) {
+    if (isShortAndPlain(text)) {
+        char* const to = beginValue(key, text.size() + 2);
+        *to = '"';
+        copyShort(to + 1, text.data(), text.size());
+        to[text.size() + 1] = '"';
+        return;
+    }
     checkLimit(text.size());
-    Room room(*this);
-    beginValue(key, room);
-    room.add('"');
-    room.prepare(text);
-    const auto start = text_.size(), startInRoom = room.size();
-    if (!room.addEscaped(text) && !isUtf8(text)) {
+    *beginValue(key, 1) = '"';
+    constexpr std::size_t behind = 64; // for what ends the records that it stands in
+    expectMore(text.size() + behind);
+    const auto start = size_;
+    if (!addEscaped(text) && !isUtf8(text)) {
         std::string mended(text);
         makeUtf8(mended);
-        text_.resize(start);
-        room.cut(startInRoom);
-        room.prepare(mended);
-        room.addEscaped(mended);
+        size_ = start;
+        addEscaped(mended);
     }
-    room.add('"');
-    room.flush();
+    *take(1) = '"';
 }
 
-void Serializer::writeJson(std::string_view key, std::string_view json) {
-    Room room(*this);
-    beginValue(key, room);
-    room.flush();
+void Serializer::writeJson(MemberName key, std::string_view json) {
     checkLimit(json.size());
-    text_ += json;
-}
-
-void Serializer::reserveMore(std::size_t size) {
-    const auto left = limit_ - std::min(limit_, text_.size());
-    text_.reserve(text_.size() + std::min(size, left));
+    json.copy(beginValue(key, json.size()), json.size());
 }
 
 std::string Serializer::generate() {
+    text_.resize(size_);
+    size_ = end_ = expected_ = 0;
+    isFirst_ = true;
     return std::exchange(text_, {});
 }
 
-void Serializer::beginValue(std::string_view key, Room& room) const {
-    // A finished value ends in none of the three bytes, hence a comma is due behind all others.
-    if (!text_.empty() && text_.back() != '{' && text_.back() != '[' && text_.back() != ':')
-        room.add(',');
-    if (key.empty())
-        return;
-    room.add('"');
-    room.prepare(key);
-    const auto isPlain = [](char byte) { return escapes[static_cast<unsigned char>(byte)] == 0; };
-    if (key.size() <= blockSize * 2 && std::all_of(key.begin(), key.end(), isPlain))
-        room.add(key); // as nearly all are
-    else
-        room.addEscaped(key);
-    room.add("\":");
+/// Writes what stands before a value, and makes room for it.
+/// @param size  bytes of the value, or of its begin
+/// @returns where they belong
+inline char* Serializer::beginValue(MemberName key, std::size_t size) {
+    constexpr std::size_t quotesAndColon = 3;
+    const auto name = key.getText();
+    const std::size_t comma = isFirst_ ? 0 : 1;
+    isFirst_ = false;
+    if (!key.isPlain() && !isShortAndPlain(name)) {
+        if (comma != 0)
+            *take(1) = ',';
+        addEscapedName(name);
+        return take(size);
+    }
+    char* to = take(comma + (name.empty() ? 0 : name.size() + quotesAndColon) + size);
+    if (comma != 0)
+        *to++ = ',';
+    if (name.empty())
+        return to;
+    *to++ = '"';
+    copyShort(to, name.data(), name.size());
+    to += name.size();
+    *to++ = '"';
+    *to++ = ':';
+    return to;
+}
+
+void Serializer::addEscapedName(std::string_view name) {
+    *take(1) = '"';
+    addEscaped(name);
+    std::memcpy(take(2), "\":", 2);
+}
+
+/// Adds text as the inside of a JSON string.
+/// @returns whether all of it is ASCII
+bool Serializer::addEscaped(std::string_view text) {
+    unsigned wide = 0;
+    while (!text.empty()) {
+        const auto piece = text.substr(0, pieceSize);
+        text.remove_prefix(piece.size());
+        if (hasRoom(mostOf(piece.size()))) {
+            char* const to = text_.data() + size_;
+            size_ += static_cast<std::size_t>(escapeTo(to, piece.data(), piece.size(), wide) - to);
+            continue;
+        }
+        char aside[mostOf(pieceSize)];
+        const auto size = static_cast<std::size_t>(escapeTo(aside, piece.data(), piece.size(), wide) - aside);
+        std::memcpy(take(size), aside, size);
+    }
+    return wide == 0;
+}
+
+/// Makes room for that many bytes, which the caller writes.
+inline char* Serializer::take(std::size_t size) {
+    if (size > end_ - size_) [[unlikely]]
+        widen(size);
+    return text_.data() + std::exchange(size_, size_ + size);
+}
+
+/// Whether there is room for that many bytes without further memory, and within the limit.
+inline bool Serializer::hasRoom(std::size_t size) {
+    if (size > end_ - size_ && size <= std::min(text_.capacity(), limit_) - size_)
+        layOut(size);
+    return size <= end_ - size_;
+}
+
+/// Makes room for that many bytes.
+void Serializer::widen(std::size_t size) {
+    checkLimit(size);
+    if (size > text_.capacity() - size_)
+        text_.reserve(std::max({size_ + size, expected_, text_.capacity() * 2}));
+    layOut(size);
+}
+
+/// A string's room must be written to before it is used: some of it at a time, so that it is still
+/// at hand then.
+void Serializer::layOut(std::size_t size) {
+    constexpr std::size_t some = 1024;
+    const auto next = std::min(text_.size() + some, text_.capacity());
+    text_.resize(std::max({size_ + size, next, text_.size()}));
+    end_ = std::min(text_.size(), limit_);
 }
 
 void Serializer::checkLimit(std::size_t more) const {
-    if (text_.size() > limit_ || more > limit_ - text_.size())
+    if (more > limit_ - size_)
         throw TextTooLarge(limit_);
 }
 
-void serialize(std::string_view key, const bool& value, Serializer& serializer) {
+void serialize(MemberName key, const bool& value, Serializer& serializer) {
     serializer.write(key, value);
 }
 
-void serialize(std::string_view key, const int& value, Serializer& serializer) {
+void serialize(MemberName key, const int& value, Serializer& serializer) {
     serializer.write(key, std::int64_t{value});
 }
 
-void serialize(std::string_view key, const unsigned& value, Serializer& serializer) {
+void serialize(MemberName key, const unsigned& value, Serializer& serializer) {
     serializer.write(key, std::int64_t{value});
 }
 
-void serialize(std::string_view key, const long& value, Serializer& serializer) {
+void serialize(MemberName key, const long& value, Serializer& serializer) {
     serializer.write(key, std::int64_t{value});
 }
 
-void serialize(std::string_view key, const double& value, Serializer& serializer) {
+void serialize(MemberName key, const double& value, Serializer& serializer) {
     serializer.write(key, value);
 }
 
-void serialize(std::string_view key, const std::string& value, Serializer& serializer) {
+void serialize(MemberName key, const std::string& value, Serializer& serializer) {
     serializer.write(key, std::string_view(value));
 }
 
 void appendEscaped(std::string& out, std::string_view text) {
     unsigned wide = 0;
-    char room[1024];
-    constexpr auto most = (sizeof room - blockSize) / longestEscape;
+    char aside[mostOf(pieceSize)];
     while (!text.empty()) {
-        const auto piece = text.substr(0, most);
-        out.append(room, escapeTo(room, piece.data(), piece.size(), wide));
+        const auto piece = text.substr(0, pieceSize);
+        out.append(aside, escapeTo(aside, piece.data(), piece.size(), wide));
         text.remove_prefix(piece.size());
     }
 }

@@ -4,6 +4,7 @@
 
 #include "Ostrel/serialization/VectorBase.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <type_traits>
@@ -30,21 +31,28 @@ public:
             std::size_t size = 0;
             for (const std::string& element : *this)
                 size += element.size() + element.size() / 8 + quotesAndComma;
-            serializer.reserveMore(size);
+            serializer.expectMore(size);
         }
         const std::string noKey;
         for (const T& element : *this) {
-            if constexpr (std::is_same_v<T, std::string>)
-                Ostrel::serialize(noKey, element, serializer);
-            else if constexpr (std::is_same_v<T, unsigned char>)
-                Ostrel::serialize(noKey, static_cast<int>(element), serializer);
-            else
+            if constexpr (std::is_same_v<T, std::string>) {
+                Ostrel::serialize("", element, serializer);
+            } else if constexpr (std::is_same_v<T, unsigned char>) {
+                Ostrel::serialize("", static_cast<int>(element), serializer);
+            } else {
+                const auto begin = serializer.getSize();
                 element.serialize(noKey, serializer);
+                if (&element == this->data()) // the others are as long, more or less
+                    serializer.expectMore(
+                        std::min(mostExpected, (serializer.getSize() - begin) * this->size()));
+            }
         }
     }
 
 private:
     static constexpr std::size_t quotesAndComma = 3; ///< bytes around an element
+    static constexpr std::size_t mostExpected =
+        65536; ///< bytes of records: a first one may be unlike the others
 };
 
 } // namespace Ostrel

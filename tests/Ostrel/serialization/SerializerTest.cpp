@@ -3,9 +3,15 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
+#include <cstdint>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Ostrel {
 namespace {
@@ -211,6 +217,114 @@ TEST(SerializerTest, EscapesMayStandAnywhere) {
         appendEscaped(out, text);
         ASSERT_EQ(out, plainly(text));
     }
+}
+
+/// Writes the same as a Serializer, byte by byte.
+class PlainWriter {
+public:
+    void begin(const std::string& key, char bracket) { add(key, std::string(1, bracket)); }
+    void end(char bracket) { out += bracket; }
+    void add(const std::string& key, const std::string& value) {
+        if (!out.empty() && out.back() != '[' && out.back() != '{')
+            out += ',';
+        if (!key.empty())
+            out += quote(key) + ':';
+        out += value;
+    }
+    static std::string quote(const std::string& text) {
+        std::string quoted = "\"";
+        for (const char c : text) {
+            if (c == '"' || c == '\\')
+                quoted += '\\';
+            quoted += c == '\n'     ? std::string("\\n")
+                      : c == '\x01' ? std::string("\\u0001")
+                                    : std::string(1, c);
+        }
+        return quoted + '"';
+    }
+
+    std::string out;
+};
+
+TEST(SerializerTest, WritesWhatAPlainWriterDoes) {
+    std::mt19937 random(1);
+    const auto upTo = [&](std::size_t most) { return random() % (most + 1); };
+    const std::string characters[] = {"a",  "z",  " ",    "\x7f",     "\"",
+                                      "\\", "\n", "\x01", "\xc3\xa9", "\xf0\x9f\x98\x80"};
+    const auto text = [&](std::size_t most) {
+        std::string made;
+        const auto kinds = upTo(1) == 0 ? 3 : std::size(characters) - 1; // half of them want no escape
+        for (auto size = upTo(most); size > 0; --size)
+            made += characters[upTo(kinds)];
+        return made;
+    };
+    for (int round = 0; round != 300; ++round) {
+        PlainWriter plain;
+        std::vector<std::function<void(Serializer&)>> steps;
+        const auto add = [&](const std::string& key) {
+            switch (upTo(3)) {
+            case 0: {
+                const auto number = static_cast<std::int64_t>(random() >> 1) *
+                                    static_cast<std::int64_t>(random() >> 2) * (upTo(1) == 0 ? 1 : -1);
+                plain.add(key, std::to_string(number));
+                steps.emplace_back([=](Serializer& out) { out.write(key, number); });
+                break;
+            }
+            case 1: {
+                const bool value = upTo(1) == 0;
+                plain.add(key, value ? "true" : "false");
+                steps.emplace_back([=](Serializer& out) { out.write(key, value); });
+                break;
+            }
+            default: {
+                const auto value = text(upTo(3) == 0 ? 900 : 40);
+                plain.add(key, PlainWriter::quote(value));
+                steps.emplace_back([=](Serializer& out) { serialize(key, value, out); });
+            }
+            }
+        };
+        plain.begin("", '{');
+        steps.emplace_back([](Serializer& out) { out.beginObject(""); });
+        for (auto members = upTo(12); members > 0; --members)
+            add('k' + text(40));
+        plain.begin("list", '[');
+        steps.emplace_back([](Serializer& out) { out.beginList("list"); });
+        for (auto elements = upTo(12); elements > 0; --elements)
+            add("");
+        plain.end(']');
+        plain.end('}');
+        steps.emplace_back([](Serializer& out) {
+            out.endList("list");
+            out.endObject("");
+        });
+
+        const auto write = [&](std::size_t limit) {
+            std::string room;
+            room.reserve(upTo(600));
+            Serializer out(limit, std::move(room));
+            for (const auto& step : steps)
+                step(out);
+            return out.generate();
+        };
+        ASSERT_EQ(write(std::numeric_limits<std::size_t>::max()), plain.out);
+        ASSERT_EQ(write(plain.out.size()), plain.out);
+        ASSERT_THROW(write(plain.out.size() - 1), TextTooLarge);
+        ASSERT_THROW(write(upTo(plain.out.size() - 1)), TextTooLarge);
+    }
+}
+
+TEST(SerializerTest, WhatFitsIntoTheRoomStaysThere) {
+    std::string room;
+    room.reserve(100);
+    const auto* const place = room.data();
+    const auto size = room.capacity();
+    Serializer serializer(1000, std::move(room));
+    serializer.beginList("");
+    serialize("", std::string((size - 4) / 2, '"'), serializer);
+    serializer.endList("");
+    const auto text = serializer.generate();
+    EXPECT_EQ(text.data(), place);
+    EXPECT_GE(text.size(), size - 1);
 }
 
 } // namespace

@@ -53,23 +53,23 @@ struct Deserializer::Document {
         return path.append(key);
     }
 
-    const JsonValue* find(const std::string& key) const { return findMember(current(), key); }
+    const JsonValue* find(std::string_view key) const { return findMember(current(), key); }
 
-    const JsonValue& get(const std::string& key) const {
+    const JsonValue& get(std::string_view key) const {
         if (const auto* value = find(key))
             return *value;
         const auto where = path(key);
         throw DecodeError("missing member \"" + where + '"', where);
     }
 
-    template <typename T> T read(const std::string& key, std::optional<T> (JsonValue::*convert)() const,
-                                 const char* problem) const {
+    template <typename T>
+    T read(std::string_view key, std::optional<T> (JsonValue::*convert)() const, const char* problem) const {
         if (auto value = (get(key).*convert)())
             return std::move(*value);
         fail(path(key), problem);
     }
 
-    const JsonValue& getArray(const std::string& key, const char* problem, std::size_t limit) const {
+    const JsonValue& getArray(std::string_view key, const char* problem, std::size_t limit) const {
         const auto& array = get(key);
         if (!array.isArray())
             fail(path(key), problem);
@@ -78,7 +78,7 @@ struct Deserializer::Document {
         return array;
     }
 
-    template <typename T> std::vector<T> readList(const std::string& key,
+    template <typename T> std::vector<T> readList(std::string_view key,
                                                   std::optional<T> (JsonValue::*convert)() const,
                                                   const char* problem, const char* elementProblem,
                                                   std::size_t limit = noLimit) const {
@@ -122,32 +122,32 @@ std::size_t Deserializer::getSize() const {
     return document_->text.size();
 }
 
-bool Deserializer::has(const std::string& key) const {
+bool Deserializer::has(std::string_view key) const {
     return document_->find(key) != nullptr;
 }
 
-bool Deserializer::isList(const std::string& key) const {
+bool Deserializer::isList(std::string_view key) const {
     const auto* value = document_->find(key);
     return value != nullptr && value->isArray();
 }
 
-bool Deserializer::readBool(const std::string& key) const {
+bool Deserializer::readBool(std::string_view key) const {
     return document_->read(key, &JsonValue::asBool, "is not a boolean");
 }
 
-std::int32_t Deserializer::readInt(const std::string& key) const {
+std::int32_t Deserializer::readInt(std::string_view key) const {
     return document_->read(key, &JsonValue::asInteger<std::int32_t>, "is not a signed 32-bit integer");
 }
 
-std::uint32_t Deserializer::readUnsigned(const std::string& key) const {
+std::uint32_t Deserializer::readUnsigned(std::string_view key) const {
     return document_->read(key, &JsonValue::asInteger<std::uint32_t>, "is not an unsigned 32-bit integer");
 }
 
-std::string Deserializer::readString(const std::string& key) const {
+std::string Deserializer::readString(std::string_view key) const {
     return document_->read(key, &JsonValue::asString, "is not a string");
 }
 
-std::uint32_t Deserializer::readUnsigned(const std::string& key, std::uint32_t least,
+std::uint32_t Deserializer::readUnsigned(std::string_view key, std::uint32_t least,
                                          std::uint32_t most) const {
     const auto value = document_->get(key).asInteger<std::uint32_t>();
     if (!value || *value < least || *value > most)
@@ -156,7 +156,7 @@ std::uint32_t Deserializer::readUnsigned(const std::string& key, std::uint32_t l
     return *value;
 }
 
-double Deserializer::readNumber(const std::string& key, int least, int most) const {
+double Deserializer::readNumber(std::string_view key, int least, int most) const {
     const auto value = document_->get(key).asNumber();
     if (!value || *value < least || *value > most)
         fail(document_->path(key),
@@ -164,28 +164,28 @@ double Deserializer::readNumber(const std::string& key, int least, int most) con
     return *value + 0.0; // which makes a 0 of -0
 }
 
-std::vector<int> Deserializer::readIntList(const std::string& key) const {
+std::vector<int> Deserializer::readIntList(std::string_view key) const {
     return document_->readList(key, &JsonValue::asInteger<int>, "is not a list of signed 32-bit integers",
                                "is not a signed 32-bit integer");
 }
 
-std::vector<unsigned char> Deserializer::readByteList(const std::string& key) const {
+std::vector<unsigned char> Deserializer::readByteList(std::string_view key) const {
     return document_->readList(key, &JsonValue::asInteger<unsigned char>,
                                "is not a list of integers from 0 to 255", "is not an integer from 0 to 255");
 }
 
-std::vector<std::string> Deserializer::readStringList(const std::string& key, std::size_t limit) const {
+std::vector<std::string> Deserializer::readStringList(std::string_view key, std::size_t limit) const {
     return document_->readList(key, &JsonValue::asString, "is not a list of strings", "is not a string",
                                limit);
 }
 
-void Deserializer::readObjectList(const std::string& key, std::size_t limit,
+void Deserializer::readObjectList(std::string_view key, std::size_t limit,
                                   const std::function<void()>& read) {
     // The member's own place may move when a level is added.
     const JsonValue array = document_->getArray(key, "is not a list of objects", limit);
     std::size_t index = 0;
     array.forEachElement([&](const JsonValue& element) {
-        const auto name = key + '[' + std::to_string(index++) + ']';
+        const auto name = std::string(key) + '[' + std::to_string(index++) + ']';
         if (!element.isObject())
             fail(document_->path(name), "is not an object");
         document_->inner.emplace_back(name, element);
@@ -194,7 +194,7 @@ void Deserializer::readObjectList(const std::string& key, std::size_t limit,
     });
 }
 
-std::string Deserializer::readObjectText(const std::string& key) const {
+std::string Deserializer::readObjectText(std::string_view key) const {
     const auto* value = document_->find(key);
     if (!value)
         return {};
@@ -206,14 +206,14 @@ std::string Deserializer::readObjectText(const std::string& key) const {
     throw DecodeError(where + " is not a JSON object", where);
 }
 
-std::optional<CheckedObject> Deserializer::findObject(const std::string& key) const {
+std::optional<CheckedObject> Deserializer::findObject(std::string_view key) const {
     const auto* value = document_->find(key);
     if (!value || !value->isObject())
         return std::nullopt;
     return CheckedObject{value->getText()};
 }
 
-void Deserializer::refuse(const std::string& key, const std::string& problem) const {
+void Deserializer::refuse(std::string_view key, const std::string& problem) const {
     fail(document_->path(key), problem);
 }
 

@@ -57,33 +57,33 @@ public:
     std::size_t getSize() const;
 
     /// Whether the current object has a member of that name, null included.
-    bool has(const std::string& key) const;
+    bool has(std::string_view key) const;
 
     /// Whether it has one that is a list.
-    bool isList(const std::string& key) const;
+    bool isList(std::string_view key) const;
 
     /// Each reads a member of the current object, which must be there and of that type.
-    bool readBool(const std::string& key) const;
-    std::int32_t readInt(const std::string& key) const;
-    std::uint32_t readUnsigned(const std::string& key) const;
-    std::string readString(const std::string& key) const;
+    bool readBool(std::string_view key) const;
+    std::int32_t readInt(std::string_view key) const;
+    std::uint32_t readUnsigned(std::string_view key) const;
+    std::string readString(std::string_view key) const;
     /// An integer from the one to the other.
-    std::uint32_t readUnsigned(const std::string& key, std::uint32_t least, std::uint32_t most) const;
+    std::uint32_t readUnsigned(std::string_view key, std::uint32_t least, std::uint32_t most) const;
     /// A number from the one to the other, with a fraction or without, to the nearest double.
-    double readNumber(const std::string& key, int least, int most) const;
-    std::vector<int> readIntList(const std::string& key) const;
+    double readNumber(std::string_view key, int least, int most) const;
+    std::vector<int> readIntList(std::string_view key) const;
     /// A list of integers from 0 to 255.
-    std::vector<unsigned char> readByteList(const std::string& key) const;
+    std::vector<unsigned char> readByteList(std::string_view key) const;
     /// @param limit  how many strings the list may have
-    std::vector<std::string> readStringList(const std::string& key, std::size_t limit) const;
+    std::vector<std::string> readStringList(std::string_view key, std::size_t limit) const;
 
     /// Reads a list of objects: makes each in turn the one whose members are read, and calls back.
     /// @param limit  how many objects the list may have
-    void readObjectList(const std::string& key, std::size_t limit, const std::function<void()>& read);
+    void readObjectList(std::string_view key, std::size_t limit, const std::function<void()>& read);
 
     /// Reads a member that holds an object or the text of one: returns the text, or an empty text
     /// when there is no such member. The text that a client gives as such is not looked into.
-    std::string readObjectText(const std::string& key) const;
+    std::string readObjectText(std::string_view key) const;
 
     /// For records whose members may be left out, where an unknown name is a typing error.
     /// @throws DecodeError  the current object has a member that is not among these
@@ -91,11 +91,11 @@ public:
 
     /// Returns where a member stands that holds an object; nothing when it holds none. It refers to
     /// the text that is read.
-    std::optional<CheckedObject> findObject(const std::string& key) const;
+    std::optional<CheckedObject> findObject(std::string_view key) const;
 
     /// For what a record refuses by rules of its own.
     /// @throws DecodeError  `member "PATH" PROBLEM`
-    [[noreturn]] void refuse(const std::string& key, const std::string& problem) const;
+    [[noreturn]] void refuse(std::string_view key, const std::string& problem) const;
 
 private:
     struct Document;
@@ -104,23 +104,23 @@ private:
 
 /// Reads the member under that key, which must be there, as a T: bool, int, unsigned or
 /// std::string.
-template <typename T> T deserialize(const std::string& key, Deserializer& deserializer);
+template <typename T> T deserialize(std::string_view key, Deserializer& deserializer);
 
-template <> inline bool deserialize<bool>(const std::string& key, Deserializer& deserializer) {
+template <> inline bool deserialize<bool>(std::string_view key, Deserializer& deserializer) {
     return deserializer.readBool(key);
 }
-template <> inline int deserialize<int>(const std::string& key, Deserializer& deserializer) {
+template <> inline int deserialize<int>(std::string_view key, Deserializer& deserializer) {
     return deserializer.readInt(key);
 }
-template <> inline unsigned deserialize<unsigned>(const std::string& key, Deserializer& deserializer) {
+template <> inline unsigned deserialize<unsigned>(std::string_view key, Deserializer& deserializer) {
     return deserializer.readUnsigned(key);
 }
-template <> inline std::string deserialize<std::string>(const std::string& key, Deserializer& deserializer) {
+template <> inline std::string deserialize<std::string>(std::string_view key, Deserializer& deserializer) {
     return deserializer.readString(key);
 }
 
 /// Reads the member under that key, or gives the fallback when there is none.
-template <typename T> T deserialize(const std::string& key, Deserializer& deserializer, const T& fallback) {
+template <typename T> T deserialize(std::string_view key, Deserializer& deserializer, const T& fallback) {
     return deserializer.has(key) ? deserialize<T>(key, deserializer) : fallback;
 }
 
@@ -133,7 +133,7 @@ template <typename T> T deserialize(const std::string& params) {
 
 /// Reads a list of records, at most so many, which must be there.
 template <typename T>
-std::vector<T> deserializeList(const std::string& key, Deserializer& deserializer, std::size_t limit) {
+std::vector<T> deserializeList(std::string_view key, Deserializer& deserializer, std::size_t limit) {
     std::vector<T> list;
     deserializer.readObjectList(key, limit, [&] { list.emplace_back(deserializer); });
     return list;

@@ -91,6 +91,12 @@ std::string clampExponents(std::string_view text) {
 
 /// Reads a JSON number as an integer, exactly; nothing when it is none or needs more than 63 bits.
 std::optional<std::int64_t> readInteger(std::string_view number) {
+    std::int64_t whole = 0;
+    const char* const end = number.data() + number.size();
+    if (const auto read = std::from_chars(number.data(), end, whole);
+        read.ec == std::errc() && read.ptr == end)
+        return whole; // as nearly all are
+
     const auto mark = number.find_first_of("eE");
     const auto mantissa = number.substr(0, mark);
     const auto first = mantissa.find_first_of("123456789");
@@ -271,6 +277,9 @@ JsonMembers JsonValue::getMembers() const {
 // Without decoding the key, of which a long text may hold very many.
 bool JsonMember::isNamed(std::string_view name) const {
     const auto raw = key.getText().substr(1, key.getText().size() - 2);
+    // Nearly all that are another begin with another letter.
+    if (!raw.empty() && !name.empty() && raw.front() != name.front() && raw.front() != '\\')
+        return false;
     if (raw.size() <= name.size() || raw.find('\\') == raw.npos)
         return raw == name; // escapes only make it longer
     std::size_t matched = 0;

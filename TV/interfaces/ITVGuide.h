@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Ostrel::TV {
@@ -196,11 +197,11 @@ private:
 namespace Ostrel {
 
 /// Reads a query from the object under that key, which must be there.
-template <> inline TV::ITVGuide::Query deserialize<TV::ITVGuide::Query>(const std::string& key,
+template <> inline TV::ITVGuide::Query deserialize<TV::ITVGuide::Query>(std::string_view key,
                                                                         Deserializer& deserializer) {
-    deserializer.enterMember(key);
+    deserializer.enterMember(std::string(key));
     TV::ITVGuide::Query query(deserializer);
-    deserializer.leaveMember(key);
+    deserializer.leaveMember(std::string(key));
     return query;
 }
 

@@ -230,13 +230,13 @@ void RPCMessage::readEnvelope(const JsonValue& value) {
         envelope_.interfaceName = envelope_.name.substr(0, colons);
         envelope_.methodName = envelope_.name.substr(colons + 2);
     }
-    if (auto* interceptor = server_.getInterceptor())
+    envelope_.entry = server_.findMethod(envelope_.interfaceName, envelope_.methodName);
+    auto* const interceptor = server_.getInterceptor();
+    if (interceptor != nullptr && envelope_.entry != nullptr)
         judge(*interceptor);
 }
 
 void RPCMessage::judge(RPCInterceptor& interceptor) {
-    if (server_.findMethod(envelope_.interfaceName, envelope_.methodName) == nullptr)
-        return;
     fate_ = interceptor.judgeRequest(envelope_.name);
     if (fate_.delay.count() > 0)
         due_ = Clock::now() + fate_.delay;
@@ -309,7 +309,10 @@ void RPCMessage::finish(std::string_view reply) noexcept {
 void RPCMessage::count(IRPC::Outcome outcome, Clock::duration took) noexcept {
     if (std::exchange(isCounted_, true))
         return;
-    server_.getCallMetrics(envelope_.interfaceName, envelope_.methodName).count(outcome, took);
+    auto& calls = envelope_.entry != nullptr
+                      ? envelope_.entry->calls
+                      : server_.getCallMetrics(envelope_.interfaceName, envelope_.methodName);
+    calls.count(outcome, took);
 }
 
 void RPCMessage::tell(RPCObserver::Direction direction, std::string_view text,

@@ -108,6 +108,7 @@ private:
         std::string_view name = {}; ///< interface and method as they are written together
         std::string_view interfaceName = {};
         std::string_view methodName = {};
+        const RPCServer::Entry* entry = nullptr; ///< null when there is no such method
         std::optional<JsonValue> params = {}; ///< none when there are none; an empty array is none
     };
 

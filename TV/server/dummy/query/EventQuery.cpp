@@ -28,6 +28,14 @@ std::vector<std::int32_t> chooseKeys(std::int32_t service, std::int32_t start) {
     return {};
 }
 
+/// Whether an expression can hold a number.
+/// Meant so: docs/oddities.md, "Minus nine".
+bool canBeWritten(std::int64_t number) {
+    while (number <= -10)
+        number /= 10;
+    return number != -9;
+}
+
 std::string makeText(const char* text) {
     return text ? text : "";
 }
@@ -71,6 +79,42 @@ std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode) {
     return text;
 }
 
+bool makeQueryFilter(const ITVGuide::Query& query, unsigned mode, Filter& filter) {
+    const auto& ids = query.getServiceIdList();
+    const bool asksTime = mode == EndsBefore || mode == EndsAfter;
+    const std::int64_t time =
+        mode == EndsBefore ? query.getTimeRange().getLimit() : query.getTimeRange().getBase();
+    constexpr std::size_t comparison = 3; // nodes: a field, a number or a list, and what is between them
+    std::size_t nodes = ids.size() > 1 ? ids.size() : 0;
+    nodes += comparison * (std::size_t{!ids.empty()} + asksTime);
+    nodes += std::size_t{!ids.empty() && asksTime};
+    if (nodes > nodeLimit || !std::all_of(ids.begin(), ids.end(), canBeWritten) ||
+        (asksTime && !canBeWritten(time)))
+        return false;
+
+    filter.clear();
+    if (!ids.empty()) {
+        std::vector<std::int64_t> services(ids.begin(), ids.end());
+        if (services.size() == 1)
+            filter.addRange(Field::ServiceId, {services.front(), services.front()});
+        else
+            filter.addAmong(Field::ServiceId, services);
+        filter.restrictTo(std::move(services));
+    }
+    if (asksTime) {
+        Filter::Range ends;
+        if (mode == EndsBefore)
+            ends.high = time;
+        else
+            ends.low = time + 1;
+        filter.addRange(Field::End, ends);
+        filter.restrictTo(Filter::Range(), ends);
+    }
+    if (!ids.empty() && asksTime)
+        filter.addAnd();
+    return true;
+}
+
 EventQuery::EventQuery(const Guide& guide, const ITVGuide::Query& query)
     : guide_(guide), query_(query),
       keys_(chooseKeys(query.getOrderByServiceIdPriority(), query.getOrderByStartTimePriority())) {
@@ -110,18 +154,17 @@ private:
 bool EventQuery::run(VectorObject<ITVGuide::EventInfo>& events) {
     constexpr unsigned fewRows = 1024;
     constexpr unsigned noLimit = std::numeric_limits<unsigned>::max();
-    // Each takes a node of the expression, which need not be written to be refused.
-    if (query_.getServiceIdList().size() > nodeLimit)
-        return false;
     const auto& range = query_.getTimeRange();
     const bool strict = range.getValid() && range.getStrict();
     const unsigned mode = !range.getValid() ? AnyTime : strict ? EndsBefore : EndsAfter;
 
     const StartTimeIndex& index = guide_.index();
-    QuorilQuery rows(guide_);
-    if (!rows.init(buildQueryExpression(query_, mode), strict ? static_cast<unsigned>(range.getBase()) : 0,
-                   range.getValid() ? static_cast<unsigned>(range.getLimit()) : noLimit))
+    Filter filter;
+    if (!makeQueryFilter(query_, mode, filter))
         return false;
+    QuorilQuery rows(guide_);
+    rows.init(filter, strict ? static_cast<unsigned>(range.getBase()) : 0,
+              range.getValid() ? static_cast<unsigned>(range.getLimit()) : noLimit);
 
     const bool sorts = keys_.size() > 1 || (keys_.size() == 1 && keys_.front() != Less::StartTime);
     const bool sliced = query_.getSliceRange().getValid();

@@ -2,6 +2,7 @@
 
 #include "TV/interfaces/ITVGuide.h"
 #include "TV/server/dummy/guide/Guide.h"
+#include "TV/server/dummy/quoril/Filter.h"
 
 #include <bitset>
 #include <cstdint>
@@ -24,6 +25,10 @@ enum ExpressionMode : unsigned {
 /// Returns the services and the times of a query as the text of an Expression; an empty text
 /// is for every row.
 std::string buildQueryExpression(const ITVGuide::Query& query, unsigned mode);
+
+/// Makes what that expression asks, without its text.
+/// @returns false when the text would not be an expression; the filter means nothing then
+bool makeQueryFilter(const ITVGuide::Query& query, unsigned mode, Filter& filter);
 
 /// Carries out one structured query. One request makes one.
 class EventQuery {

@@ -19,20 +19,28 @@ Filter::Columns columnsFrom(const StartTimeIndex::Columns& columns, std::size_t 
 } // namespace
 
 bool QuorilQuery::init(const std::string& expression, unsigned base, unsigned limit) {
-    if (!expression_.parse(expression))
+    if (!expression_.emplace().parse(expression))
         return false;
+    if (const Filter* const filter = expression_->filter())
+        init(*filter, base, limit);
+    else
+        clear();
+    return true;
+}
+
+void QuorilQuery::clear() {
     word_ = 0;
     left_ = 0;
     rows_.clear();
     services_ = nullptr;
-    const Filter* const filter = expression_.filter();
-    if (!filter)
-        return true;
-    services_ = filter->services();
-    const Window window = windowOf(*filter, base, limit);
+}
+
+void QuorilQuery::init(const Filter& filter, unsigned base, unsigned limit) {
+    clear();
+    services_ = filter.services();
+    const Window window = windowOf(filter, base, limit);
     if (window.first < window.last)
-        filter->services() ? selectServices(*filter, window) : selectAll(*filter, window);
-    return true;
+        filter.services() ? selectServices(filter, window) : selectAll(filter, window);
 }
 
 /// Where rows can be that start between base and limit and fulfil the expression: none that ends

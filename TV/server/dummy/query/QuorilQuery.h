@@ -3,6 +3,7 @@
 #include "TV/server/dummy/guide/Guide.h"
 #include "TV/server/dummy/query/RowBits.h"
 #include "TV/server/dummy/quoril/Expression.h"
+#include "TV/server/dummy/quoril/Filter.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +28,10 @@ public:
     /// @param limit  the first start that is too late
     /// @returns false when the text is not an expression
     bool init(const std::string& expression, unsigned base, unsigned limit);
+
+    /// The same with what an expression asks.
+    /// @param filter  must stay where it is
+    void init(const Filter& filter, unsigned base, unsigned limit);
 
     /// Takes one more row; null once all are taken, and from then on.
     const epgentry* next();
@@ -73,15 +78,16 @@ private:
         std::size_t first, last;
     };
 
+    void clear();
     Window windowOf(const Filter& filter, unsigned base, unsigned limit) const;
     void selectAll(const Filter& filter, Window window);
     void selectServices(const Filter& filter, Window window);
 
     const StartTimeIndex& index_;
-    Expression expression_;
+    std::optional<Expression> expression_; ///< of init() with a text
     std::size_t first_ = 0; ///< position of the first bit of rows_
     std::vector<std::uint64_t> rows_; ///< a bit for each position that a row can have
-    const std::vector<std::int64_t>* services_ = nullptr; ///< of the expression's filter
+    const std::vector<std::int64_t>* services_ = nullptr; ///< of the filter
     std::size_t word_ = 0; ///< of rows_, the next one
     std::uint64_t left_ = 0; ///< what is still to come of the one before
 };

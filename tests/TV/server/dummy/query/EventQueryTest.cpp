@@ -1,10 +1,12 @@
 #include "TV/server/dummy/query/EventQuery.h"
 
+#include "TV/server/dummy/query/QuorilQuery.h"
 #include "TV/server/dummy/world/ChosenWorld.h"
 #include "tests/TV/server/dummy/AnyWorld.h"
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <random>
 
@@ -453,6 +455,46 @@ TEST_F(EventQueryTest, ComposesTheseExpressions) {
               "(ServiceId in (1000, 1001)) && End > 1318615200");
     EXPECT_EQ(compose(R"({"timeRange":{"base":-90}})", EndsAfter), "End > -90");
     EXPECT_EQ(compose(R"({"timeRange":{"limit":-5}})", EndsBefore), "End <= -5");
+}
+
+TEST_P(EventQueryOfAnyWorldTest, AFilterAsksWhatItsExpressionAsks) {
+    std::mt19937 random(1);
+    const auto upTo = [&](std::size_t most) { return random() % (most + 1); };
+    const auto anyNumber = [&](long likely) {
+        const long odd[] = {0, -1, -8, -9, -10, -89, -90, -95, -1000, 2147483647, -2147483648};
+        return std::to_string(upTo(5) == 0 ? odd[upTo(std::size(odd) - 1)] : likely);
+    };
+    std::size_t refused = 0, found = 0;
+    for (int round = 0; round != 2000; ++round) {
+        const auto anyRow = [&]() -> const epgentry& { return *index()[upTo(index().size() - 1)]; };
+        std::string ids;
+        for (auto count = upTo(upTo(1) == 0 ? 2 : 21); count > 0; --count)
+            ids += (ids.empty() ? "" : ",") + anyNumber(anyRow().ServiceId);
+        const auto query =
+            makeQuery(R"({"serviceIdList":[)" + ids + R"(],"timeRange":{"base":)" +
+                      anyNumber(anyRow().Start) + R"(,"limit":)" + anyNumber(anyRow().End) + "}}");
+        for (const unsigned mode : {AnyTime, EndsBefore, EndsAfter}) {
+            const auto text = buildQueryExpression(query, mode);
+            QuorilQuery byText(guide()), byFilter(guide());
+            const bool is = byText.init(text, 0, 4294967295);
+            Filter filter;
+            ASSERT_EQ(makeQueryFilter(query, mode, filter), is) << text;
+            refused += !is;
+            if (!is)
+                continue;
+            byFilter.init(filter, 0, 4294967295);
+            ASSERT_EQ(byFilter.namesServices(), byText.namesServices()) << text;
+            found += byText.count() != 0 && byText.count() != index().size();
+            for (const epgentry* row = nullptr;;) {
+                row = byText.next();
+                ASSERT_EQ(byFilter.next(), row) << text;
+                if (row == nullptr)
+                    break;
+            }
+        }
+    }
+    EXPECT_GT(refused, 500u);
+    EXPECT_GT(found, 500u);
 }
 
 TEST_F(EventQueryTest, AGenreForEveryEvent) {

@@ -177,6 +177,8 @@ TEST(SerializerTest, WhatIsNoUtf8IsReplaced) {
         return serializer.generate();
     };
     EXPECT_EQ(written("a \xf0\x9f\x98 \"z\""), "\"a \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd \\\"z\\\"\"");
+    EXPECT_EQ(written("a\xff"), "\"a\xef\xbf\xbd\"");
+    EXPECT_EQ(written("a longer text that ends in \xc3"), "\"a longer text that ends in \xef\xbf\xbd\"");
     EXPECT_EQ(written("\xf0\x9f\x98\x80"), "\"\xf0\x9f\x98\x80\"");
     // Characters lie across the pieces in which texts are escaped.
     std::string large = "a";

@@ -66,11 +66,11 @@ void ignoreLossOfOutput() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-/// Lets threads share their memory. With a heap for each, what was freed after a storm stays with
-/// the heap of the thread that had it: the C library gives back only what lies at a heap's end.
-void shareHeaps() {
+/// Lets threads share one heap. Of the others the C library gives the end back only when something is
+/// freed there: what the whole guide took stayed, until somebody wanted as much again.
+void shareHeap() {
 #ifdef __GLIBC__
-    mallopt(M_ARENA_MAX, 2);
+    mallopt(M_ARENA_MAX, 1);
 #endif
 }
 
@@ -335,7 +335,7 @@ Program makeProgram(Options& options) {
 
 int main(int argc, char** argv) {
     Ostrel::CommandLine::fillStandardStreams(true);
-    shareHeaps();
+    shareHeap();
     Options options;
     const auto program = makeProgram(options);
     try {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ostrel/transport/Conversation.h"
+#include "Ostrel/transport/SocketReader.h"
 
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/basic_waitable_timer.hpp>
@@ -8,6 +9,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -16,18 +18,36 @@ namespace Ostrel {
 /// Reads from one client, when the conversation may read; until then whoever reads waits. On
 /// the listener's thread, and only with handlers that keep the conversation alive.
 ///
-/// HTTP and WebSocket read through it as through a socket.
+/// HTTP reads through it as through a socket, a WebSocket by read().
 class Input {
 public:
     using executor_type = Socket::executor_type;
+    using error_code = boost::system::error_code;
 
     /// Bytes that are taken at a time, so that a round of all who send a long message is short.
     static constexpr std::size_t readSize = 16u << 10;
 
     explicit Input(Conversation& conversation)
-        : conversation_(conversation), gate_(conversation.getSocket().get_executor()) {}
+        : conversation_(conversation), gate_(conversation.getSocket().get_executor()),
+          socketReader_(conversation.getSocket(), [this](error_code failure, std::size_t size) {
+              conversation_.guarded([&] { bytesCame(failure, size); })();
+          }) {}
 
     executor_type get_executor() { return gate_.get_executor(); }
+
+    /// Says what read() calls back.
+    void onBytes(std::function<void(error_code failure, std::size_t size)> handler) {
+        handler_ = std::move(handler);
+    }
+
+    /// Reads some bytes and calls back, unless the connection has closed meanwhile.
+    /// @param where  must stay until then
+    void read(const boost::asio::mutable_buffer& where) {
+        whenAllowed([this, where = boost::asio::buffer(where, readSize),
+                     self = conversation_.shared_from_this()]() mutable {
+            socketReader_.read(where, std::move(self));
+        });
+    }
 
     template <class Buffers, class Handler> auto async_read_some(const Buffers& buffers, Handler&& handler) {
         return boost::asio::async_initiate<Handler, void(boost::system::error_code, std::size_t)>(
@@ -78,9 +98,17 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    void bytesCame(error_code failure, std::size_t size) {
+        if (!failure)
+            conversation_.heard();
+        handler_(failure, size);
+    }
+
     Conversation& conversation_;
     boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, executor_type>
         gate_; ///< runs out when reading may go on, if that is known; cancelling it opens it
+    SocketReader socketReader_;
+    std::function<void(error_code failure, std::size_t size)> handler_; ///< for what arrives
     bool held_ = false;
 };
 

@@ -46,23 +46,26 @@ bool WebSocket::accept(const Http::Request& request, const std::string& subProto
 
 void WebSocket::open(MessageHandler handler) {
     handler_ = std::move(handler);
+    conversation_.getInput().onBytes(
+        [this](const error_code& failure, std::size_t size) { bytesCame(failure, size); });
     server_.subscribe(*this, &peer_);
     readMessages();
 }
 
-/// Waits for bytes and goes on.
+/// Waits for bytes.
 void WebSocket::read() {
     awaitsBytes_ = true;
-    conversation_.getInput().async_read_some(
-        reader_.prepare(), conversation_.guarded([this](error_code failure, std::size_t size) {
-            awaitsBytes_ = false;
-            if (failure) {
-                conversation_.finish();
-                return;
-            }
-            reader_.commit(size);
-            readMessages();
-        }));
+    conversation_.getInput().read(reader_.prepare());
+}
+
+void WebSocket::bytesCame(const error_code& failure, std::size_t size) {
+    awaitsBytes_ = false;
+    if (failure) {
+        conversation_.finish();
+        return;
+    }
+    reader_.commit(size);
+    readMessages();
 }
 
 /// Sees to what has come. What is sent meanwhile goes out together.

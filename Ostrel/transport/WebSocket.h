@@ -78,6 +78,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void read();
+    void bytesCame(const boost::system::error_code& failure, std::size_t size);
     void readMessages();
     bool see(Event event);
     void send(FrameKind kind, std::string payload);

@@ -242,6 +242,40 @@ TEST_F(ListenerTest, FramesSentTogetherWithTheUpgradeAreNotLost) {
     EXPECT_EQ(client.readReply(), R"({"jsonrpc":"2.0","id":2,"result":"{}"})");
 }
 
+TEST_F(ListenerTest, RequestsMayBeSplitAnywhere) {
+    listen();
+    auto client = webSocket();
+    const auto both = frame(1, echoRequest) + frame(1, request("Test::echo", 2));
+    for (std::size_t at = 1; at != both.size(); ++at) {
+        client.send(both.substr(0, at));
+        client.send(both.substr(at));
+        ASSERT_EQ(client.readReply(), echoReply) << at;
+        ASSERT_EQ(client.readReply(), R"({"jsonrpc":"2.0","id":2,"result":"{}"})") << at;
+    }
+}
+
+TEST_F(ListenerTest, RequestsMayComeWhileEarlierOnesAreAnswered) {
+    listen();
+    auto client = webSocket();
+    client.sendText(echoRequest);
+    for (int i = 0; i < 2000; ++i) {
+        client.sendText(echoRequest); // before the last reply is read
+        ASSERT_EQ(client.readReply(), echoReply) << i;
+    }
+    ASSERT_EQ(client.readReply(), echoReply);
+}
+
+TEST_F(ListenerTest, WebSocketClientMayEndItsSendingBehindARequest) {
+    listen();
+    for (int i = 0; i < 50; ++i) {
+        auto client = webSocket();
+        client.send(frame(1, echoRequest));
+        client.shutdownSend();
+        ASSERT_EQ(client.readReply(), echoReply) << i;
+        ASSERT_TRUE(client.isClosedByPeer()) << i;
+    }
+}
+
 TEST_F(ListenerTest, SubProtocolIsEchoed) {
     listen();
     EXPECT_NE(connect()

@@ -34,7 +34,7 @@ const calls: CallLike[] = [
 
 /** What a command line prints, read as JSON. Its last line is a reply, or a result. */
 function run(text: string): unknown {
-  const { status, stdout, stderr } = spawnSync('bash', ['-euc', text], { encoding: 'utf8', maxBuffer: 2 ** 26 });
+  const { status, stdout, stderr } = spawnSync('bash', ['--norc', '-euc', text], { encoding: 'utf8', maxBuffer: 2 ** 26 });
   expect({ status, stderr }, text).toEqual({ status: 0, stderr: '' });
   return JSON.parse(stdout);
 }

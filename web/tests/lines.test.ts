@@ -17,7 +17,7 @@ const tool = process.env.OSTREL_TV ?? `${root}build/release/clients/tool/ostrel-
 
 function type(host: Host, { command }: Deed): void {
   const env = { ...process.env, PATH: `${dirname(tool)}:${process.env.PATH}`, OSTREL_TV_URL: host.url };
-  const { status, stderr } = spawnSync('bash', ['-euc', command], { encoding: 'utf8', env });
+  const { status, stderr } = spawnSync('bash', ['--norc', '-euc', command], { encoding: 'utf8', env });
   expect({ status, stderr }, command).toEqual({ status: 0, stderr: '' });
 }
 

@@ -33,17 +33,17 @@ class MemberName {
 public:
     template <std::size_t size>
     consteval MemberName(const char (&literal)[size]) // implicit: a literal is all that most want
-        : text_(literal), size_(size - 1), isPlain_(isPlain({literal, size - 1})) {}
-    MemberName(std::string_view text) : text_(text.data()), size_(text.size()), isPlain_(false) {}
+        : text_(literal), sizeAndPlain_((size - 1) << 1 | std::size_t{isPlain({literal, size - 1})}) {}
+    MemberName(std::string_view text) : text_(text.data()), sizeAndPlain_(text.size() << 1) {}
     MemberName(const std::string& text) : MemberName(std::string_view(text)) {}
     template <typename Text>
     requires std::same_as<Text, const char*> MemberName(const Text& text)
         : MemberName(std::string_view(text)) {}
 
-    std::string_view getText() const { return {text_, size_}; }
+    std::string_view getText() const { return {text_, sizeAndPlain_ >> 1}; }
 
     /// Whether it is short and is known to have nothing to escape.
-    bool isPlain() const { return isPlain_; }
+    bool isPlain() const { return (sizeAndPlain_ & 1) != 0; }
 
     static constexpr std::size_t shortName = 32; ///< bytes
 
@@ -56,8 +56,8 @@ private:
     }
 
     const char* text_;
-    std::size_t size_ : std::numeric_limits<std::size_t>::digits - 1;
-    std::size_t isPlain_ : 1; // both in one word: a name travels in two registers
+    /// One word, since a name then travels in two registers; clang 14 makes no constants of bit-fields.
+    std::size_t sizeAndPlain_;
 };
 
 /// Writes JSON text as it comes, straight into the string that travels.

@@ -38,6 +38,12 @@ StartTimeIndex::Columns StartTimeIndex::makeColumns() const {
     return {makeColumn<std::int32_t>(), makeColumn<std::int32_t>(), makeColumn<std::int32_t>()};
 }
 
+void StartTimeIndex::Columns::put(std::size_t position, const epgentry& row) {
+    serviceIds.get()[position] = row.ServiceId;
+    starts.get()[position] = row.Start;
+    ends.get()[position] = row.End;
+}
+
 /// Goes service by service, since that is nearly the order in which the rows stand in memory.
 void StartTimeIndex::fillColumns() {
     byStart_ = makeColumns();
@@ -47,11 +53,10 @@ void StartTimeIndex::fillColumns() {
     for (std::size_t i = 0; i != byService_.size(); ++i) {
         const std::uint32_t position = byService_[i];
         const epgentry& row = *rows_[position];
-        byStart_.serviceIds[position] = byServiceAndStart_.serviceIds[i] = row.ServiceId;
-        byStart_.starts[position] = byServiceAndStart_.starts[i] = row.Start;
-        byStart_.ends[position] = byServiceAndStart_.ends[i] = row.End;
-        titles_[position] = row.Title.offset;
-        descriptions_[position] = row.Description.offset;
+        byStart_.put(position, row);
+        byServiceAndStart_.put(i, row);
+        titles_.get()[position] = row.Title.offset;
+        descriptions_.get()[position] = row.Description.offset;
         longestEvent_ = std::max(longestEvent_, std::int64_t{row.End} - row.Start);
     }
 }
@@ -59,7 +64,7 @@ void StartTimeIndex::fillColumns() {
 void StartTimeIndex::fillTexts(const World& world) {
     std::uint32_t last = 0;
     for (std::size_t position = 0; position != rows_.size(); ++position)
-        last = std::max({last, titles_[position], descriptions_[position]});
+        last = std::max({last, titles()[position], descriptions()[position]});
     for (const GuideRowFacts& facts : world.rowFacts)
         longestText_ = std::max<std::size_t>({longestText_, facts.title.length, facts.description.length});
     textsSize_ = last == 0 ? 0 : last + std::strlen(world.text({last})) + 1;

@@ -29,6 +29,8 @@ public:
     /// What expressions can ask for.
     struct Columns {
         Column<std::int32_t> serviceIds, starts, ends;
+
+        void put(std::size_t position, const epgentry& row);
     };
 
     std::size_t size() const { return rows_.size(); }

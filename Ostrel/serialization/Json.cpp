@@ -6,7 +6,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace json = boost::json;
 
@@ -149,10 +154,26 @@ bool isIn(const std::array<bool, 256>& set, char byte) {
     return set[static_cast<unsigned char>(byte)];
 }
 
+/// Where the next byte stands that is one of those; there must be one.
+template <char... bytes> std::size_t findAny(std::string_view text, std::size_t at) {
+#ifdef __SSE2__
+    constexpr std::size_t blockSize = 16;
+    for (; text.size() - at >= blockSize; at += blockSize) {
+        const auto block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + at));
+        auto found = _mm_setzero_si128();
+        ((found = _mm_or_si128(found, _mm_cmpeq_epi8(block, _mm_set1_epi8(bytes)))), ...);
+        if (const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found)); mask != 0)
+            return at + static_cast<std::size_t>(std::countr_zero(mask));
+    }
+#endif
+    while (((text[at] != bytes) && ...))
+        ++at;
+    return at;
+}
+
 std::size_t skipString(std::string_view text, std::size_t at) {
-    for (++at; text[at] != '"'; ++at)
-        if (text[at] == '\\')
-            ++at;
+    for (++at; text[at = findAny<'"', '\\'>(text, at)] != '"';)
+        at += 2;
     return at + 1;
 }
 
@@ -184,6 +205,7 @@ std::size_t skipValue(std::string_view text, std::size_t at) {
         return at;
     }
     for (int depth = 0;;) {
+        at = findAny<'"', '{', '}', '[', ']'>(text, at);
         const char c = text[at];
         if (c == '"') {
             at = skipString(text, at);
@@ -192,7 +214,7 @@ std::size_t skipValue(std::string_view text, std::size_t at) {
         ++at;
         if (c == '{' || c == '[')
             ++depth;
-        else if ((c == '}' || c == ']') && --depth == 0)
+        else if (--depth == 0)
             return at;
     }
 }

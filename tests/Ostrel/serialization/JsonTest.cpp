@@ -205,6 +205,26 @@ TEST(JsonTest, MembersComeInOrderAndAsOftenAsTheyStand) {
     EXPECT_TRUE(JsonValue(" { } ").getMembers().empty());
 }
 
+// Wherever a quotation mark, a bracket or a backslash stands in a block that is looked at together.
+TEST(JsonTest, MembersEndWhereTheyEndHoweverLongTheyAre) {
+    constexpr std::size_t longest = 40;
+    for (const std::string mark : {R"(\")", R"(\\)", "]", "}", "{[", R"(\u0022)"})
+        for (std::size_t before = 0; before <= longest; ++before)
+            for (std::size_t behind = 0; behind <= longest; behind += 3) {
+                const auto string = '"' + std::string(before, 'x') + mark + std::string(behind, 'y') + '"';
+                const auto nested = R"({"a":[)" + string + R"(,{"b":)" + string + "}]}";
+                const auto text = "{" + string + ":" + nested + ",\"c\":" + string + "}";
+                const std::vector<char> exact(text.begin(), text.end()); // nothing is read behind it
+                const std::string_view view(exact.data(), exact.size());
+                ASSERT_FALSE(checkJson(view)) << text;
+                const auto members = JsonValue(view).getMembers();
+                ASSERT_EQ(members.size(), 2) << text;
+                EXPECT_EQ(members[0].key.getText(), string);
+                EXPECT_EQ(members[0].value.getText(), nested);
+                EXPECT_EQ(members[1].value.getText(), string);
+            }
+}
+
 TEST(JsonTest, KeysAreComparedAsWhatTheyStandFor) {
     const auto isNamed = [](const std::string& key, const char* name) {
         EXPECT_FALSE(checkJson('"' + key + '"')) << key;

@@ -186,7 +186,7 @@ TEST_F(SteppedClockTest, SetForwardItWakesWhoWasAboutToSleepAsWell) {
     };
     const TasksEnd end;
     spawn(task);
-    EXPECT_FALSE(Clock::step(0s)); // cut by the setting
+    Clock::step(0s); // cut by the setting, unless the task was there first
     EXPECT_TRUE(Clock::step(0s));
     EXPECT_EQ(take(), "a@0 a@36");
 }
